@@ -1,0 +1,16 @@
+// The rykel program's sub-commands; each area adds its own in its own file.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+
+namespace rykel::cli {
+
+// Reads a whole file, or standard input for "-". Raises a clear error when it cannot.
+std::string ReadInput(const std::string& path);
+
+void AddClassesCommand(CLI::App& app);
+void AddStructCommands(CLI::App& app);
+
+}  // namespace rykel::cli

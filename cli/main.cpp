@@ -1,0 +1,42 @@
+// rykel: the command-line host of the component.
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+
+#include "Commands.h"
+#include "frame/Error.h"
+
+namespace rykel::cli {
+
+std::string ReadInput(const std::string& path) {
+  if (path == "-") {
+    std::ostringstream ss;
+    ss << std::cin.rdbuf();
+    return ss.str();
+  }
+  std::ifstream in(path, std::ios::binary);
+  if (!in) Raise(err::kFileNotFound, "File not found: " + path);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+}  // namespace rykel::cli
+
+int main(int argc, char** argv) {
+  CLI::App app{"rykel: KEL templates, structures and a small file database"};
+  app.set_version_flag("--version", std::string("rykel ") + RYKEL_VERSION);
+  app.require_subcommand(1);
+  rykel::cli::AddClassesCommand(app);
+  rykel::cli::AddStructCommands(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    return app.exit(e);
+  } catch (const rykel::Error& e) {
+    std::fprintf(stderr, "rykel: %s (#%d%s%s)\n", e.description.c_str(), e.number,
+                 e.source.empty() ? "" : ", ", e.source.c_str());
+    return 1;
+  }
+  return 0;
+}

@@ -1,0 +1,14 @@
+// The pieces of the Python module; each area binds its classes in its own file.
+#pragma once
+
+#include <pybind11/functional.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include "PyVariant.h"
+
+namespace rykel::py {
+void BindFrame(pyb::module_& m);
+void BindStructure(pyb::module_& m);
+void BindTools(pyb::module_& m);
+}  // namespace rykel::py

@@ -1,0 +1,75 @@
+// Errors, error policy and notifier, mdl_Global, mdl_FileTools, sys_Global and CreateObject.
+#include "Bindings.h"
+#include "frame/Error.h"
+#include "frame/Notifier.h"
+#include "frame/mdl_Global.h"
+#include "frame/sys_Global.h"
+#include "structure/cls_Structure.h"
+#include "structure/cls_StructureTools.h"
+#include "tools/cls_DBTool.h"
+
+namespace rykel::py {
+
+void BindFrame(pyb::module_& m) {
+  // rykel.Error(description) with .number, .description and .source
+  static pyb::exception<Error> exc(m, "Error");
+  pyb::register_exception_translator([](std::exception_ptr p) {
+    try {
+      if (p) std::rethrow_exception(p);
+    } catch (const Error& e) {
+      pyb::object inst = pyb::handle(exc.ptr())(pyb::str(e.description));
+      inst.attr("number") = e.number;
+      inst.attr("description") = e.description;
+      inst.attr("source") = e.source;
+      PyErr_SetObject(exc.ptr(), inst.ptr());
+    }
+  });
+
+  m.def(
+      "SetErrorPolicy",
+      [](pyb::object policy) {
+        if (policy.is_none()) return SetErrorPolicy({});
+        SetErrorPolicy([policy](const ErrorContext& c) {
+          pyb::gil_scoped_acquire gil;
+          return policy(c.error.number, c.error.description, std::string(c.module),
+                        std::string(c.procedure))
+              .cast<int>();
+        });
+      },
+      pyb::arg("policy"),
+      "policy(number, description, module, operation) -> 1 retry, 3 raise, other: continue; None "
+      "restores the default");
+  m.def(
+      "SetNotifier",
+      [](pyb::object notifier) {
+        if (notifier.is_none()) return SetNotifier({});
+        SetNotifier([notifier](const Notification& n) {
+          pyb::gil_scoped_acquire gil;
+          return notifier(n.caption, n.text, n.buttons, n.icon).cast<std::string>();
+        });
+      },
+      pyb::arg("notifier"), "notifier(caption, text, buttons, icon) -> answer; None restores the default");
+
+  auto g = m.def_submodule("mdl_Global", "per-thread globals and shared conversions");
+  g.def("Main", &mdl_Global::Main);
+  g.def("SMAN_GET", &mdl_Global::SMAN_GET);
+  g.def("FLAGSGLOBAL", &mdl_Global::FLAGSGLOBAL, pyb::arg("pKind"));
+  g.def("VARSET", [](const Variant&, const Variant& v) { return v; }, pyb::arg("rTarget"), pyb::arg("pValue"));
+  g.def("hIsDate", [](const std::string& s) { return mdl_Global::hIsDate(s); }, pyb::arg("pText"));
+  g.def("hCBool", &mdl_Global::hCBool, pyb::arg("pValue"));
+
+  auto f = m.def_submodule("mdl_FileTools", "file tools");
+  f.def("FILEEXISTS", [](const std::string& p) { return mdl_FileTools::FILEEXISTS(p); }, pyb::arg("pPath"));
+
+  auto s = m.def_submodule("sys_Global", "the global multi-use object");
+  for (auto* mod : {&m, &s}) {
+    mod->def("STRUCT_GET", &sys_Global::STRUCT_GET);
+    mod->def("STRUCTURE_GET", &sys_Global::STRUCTURE_GET);
+    mod->def("STRUCTURE_SET", &sys_Global::STRUCTURE_SET, pyb::arg("pValue"));
+    mod->def("DBTOOL_GET", &sys_Global::DBTOOL_GET);
+  }
+  m.def("CreateObject", [](const std::string& n) { return CreateObject(n); }, pyb::arg("pName"));
+  m.def("CreatableClasses", &CreatableClasses);
+}
+
+}  // namespace rykel::py

@@ -1,0 +1,127 @@
+// cls_StructureManager, cls_Structure and cls_StructureTools.
+#include "Bindings.h"
+#include "structure/cls_Structure.h"
+#include "structure/cls_StructureManager.h"
+#include "structure/cls_StructureTools.h"
+
+namespace rykel::py {
+
+using pyb::arg;
+
+void BindStructure(pyb::module_& m) {
+  using M = cls_StructureManager;
+  pyb::class_<M, Object, std::shared_ptr<M>>(m, "cls_StructureManager")
+      .def("Alloc", &M::Alloc)
+      .def("Release", &M::Release, arg("pID"))
+      .def("Ref", &M::Ref, arg("pID"))
+      .def("CONVERT", &M::CONVERT, arg("pID"))
+      .def("Initialize", &M::Initialize, arg("pID"))
+      .def("Terminate", &M::Terminate)
+      .def("USAGE", &M::USAGE)
+      .def("USAGEFREE", &M::USAGEFREE)
+      .def("BUFFER", &M::BUFFER)
+      .def("INFO", &M::INFO)
+      .def("USAGEINFO", &M::USAGEINFO)
+      .def("PERFORMANCE", [](M& s, const std::string& k, double t) { s.PERFORMANCE(k, t); }, arg("pKey"), arg("pSeconds"))
+      .def("PERFORMANCEINFO", &M::PERFORMANCEINFO)
+      .def("REFCOUNT", &M::REFCOUNT, arg("pID"))
+      .def("DEFAULTMODE_GET", &M::DEFAULTMODE_GET, arg("pID"))
+      .def("DEFAULTMODE_LET", &M::DEFAULTMODE_LET, arg("pID"), arg("pValue"))
+      .def("HASZERO_GET", &M::HASZERO_GET, arg("pID"))
+      .def("HASZERO_LET", &M::HASZERO_LET, arg("pID"), arg("pValue"))
+      .def("CHANGED_GET", &M::CHANGED_GET, arg("pID"))
+      .def("CHANGED_LET", &M::CHANGED_LET, arg("pID"), arg("pValue"))
+      .def("ALLOWNOTHING_GET", &M::ALLOWNOTHING_GET, arg("pID"))
+      .def("ALLOWNOTHING_LET", &M::ALLOWNOTHING_LET, arg("pID"), arg("pValue"))
+      .def("VALUEBOUND_GET", &M::VALUEBOUND_GET, arg("pID"))
+      .def("VALUEBOUND_LET", &M::VALUEBOUND_LET, arg("pID"), arg("pValue"))
+      .def("OBJECTBOUND_GET", &M::OBJECTBOUND_GET, arg("pID"))
+      .def("OBJECTBOUND_SET", &M::OBJECTBOUND_SET, arg("pID"), arg("pObject"))
+      .def("ITEM_GET", &M::ITEM_GET, arg("pID"), arg("pKey"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
+      .def("ITEM_LET", &M::ITEM_LET, arg("pID"), arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
+      .def("ITEM_SET", &M::ITEM_SET, arg("pID"), arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
+      .def("BASE", &M::BASE, arg("pID"))
+      .def("MAX", &M::MAX, arg("pID"))
+      .def("COUNT", &M::COUNT, arg("pID"))
+      .def("ADD", &M::ADD, arg("pID"), arg("pValue"))
+      .def("FIND", [](M& s, int32_t id, const std::string& n) { return s.FIND(id, n); }, arg("pID"), arg("pName"))
+      .def("CLEAR", &M::CLEAR, arg("pID"))
+      .def("REMOVE", &M::REMOVE, arg("pID"), arg("pKey"));
+
+  using S = cls_Structure;
+  pyb::class_<S, Object, std::shared_ptr<S>>(m, "cls_Structure",
+                                             "A structure handle: named and numbered items, nested by dotted key paths.")
+      .def(pyb::init(&S::New))
+      .def("MANAGER_GET", &S::MANAGER_GET)
+      .def("MANAGER_SET", &S::MANAGER_SET, arg("pManager"))
+      .def("IDENTICAL", &S::IDENTICAL, arg("pOther"))
+      .def("SID_GET", &S::SID_GET)
+      .def("CONNECT", &S::CONNECT, arg("pID"))
+      .def("Ref", &S::Ref)
+      .def("HASZERO_GET", &S::HASZERO_GET)
+      .def("HASZERO_LET", &S::HASZERO_LET, arg("pValue"))
+      .def("CHANGED_GET", &S::CHANGED_GET)
+      .def("CHANGED_LET", &S::CHANGED_LET, arg("pValue"))
+      .def("ALLOWNOTHING_GET", &S::ALLOWNOTHING_GET)
+      .def("ALLOWNOTHING_LET", &S::ALLOWNOTHING_LET, arg("pValue"))
+      .def("DEFAULTMODE_GET", &S::DEFAULTMODE_GET)
+      .def("DEFAULTMODE_LET", &S::DEFAULTMODE_LET, arg("pValue"))
+      .def("VALUEBOUND_GET", &S::VALUEBOUND_GET)
+      .def("VALUEBOUND_LET", &S::VALUEBOUND_LET, arg("pValue"))
+      .def("VALUEBOUND_SET", &S::VALUEBOUND_SET, arg("pValue"))
+      .def("OBJECTBOUND_GET", &S::OBJECTBOUND_GET)
+      .def("OBJECTBOUND_SET", &S::OBJECTBOUND_SET, arg("pObject"))
+      .def("SCHEMACLEAR", &S::SCHEMACLEAR)
+      .def("SCHEMASET", &S::SCHEMASET, arg("pI2S"), arg("pS2I"))
+      .def("ITEM_GET", &S::ITEM_GET, arg("pKey"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
+      .def("ItemGetDirect_GET",
+           [](S& s, const std::string& k, int t, const Variant& d, bool f) { return s.ItemGetDirect_GET(k, t, d, f); },
+           arg("pKey"), arg("pKeyType"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
+      .def("ITEM_LET", &S::ITEM_LET, arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
+      .def("ITEM_SET", &S::ITEM_SET, arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
+      .def("DEFAULT", &S::DEFAULT, arg("pKey"), arg("pValue"))
+      .def("BASE", &S::BASE)
+      .def("MAX", &S::MAX)
+      .def("COUNT", &S::COUNT)
+      .def("ADD", &S::ADD, arg("pValue"))
+      .def("FIND", [](S& s, const std::string& n) { return s.FIND(n); }, arg("pName"))
+      .def("CLEAR", &S::CLEAR)
+      .def("REMOVE", &S::REMOVE, arg("pKey"))
+      .def("EXISTS_GET", &S::EXISTS_GET, arg("pKey"))
+      .def("EXISTSVALUE_GET", &S::EXISTSVALUE_GET, arg("pValue"))
+      .def("ITEMINDEX_GET", &S::ITEMINDEX_GET, arg("pKey"))
+      .def("ID_GET", &S::ID_GET, arg("pIndex"))
+      .def("ID_LET", [](S& s, int32_t i, const std::string& n) { s.ID_LET(i, n); }, arg("pIndex"), arg("pNewID"))
+      .def("ITEMBYID_GET", [](S& s, const std::string& k, const Variant& d) { return s.ITEMBYID_GET(k, d); },
+           arg("pItemID"), arg("pDefault") = Variant())
+      .def("ITEMBYID_LET", [](S& s, const std::string& k, const Variant& v) { s.ITEMBYID_LET(k, v); }, arg("pItemID"), arg("pValue"))
+      .def("ITEMBYID_SET", [](S& s, const std::string& k, const Variant& v) { s.ITEMBYID_SET(k, v); }, arg("pItemID"), arg("pValue"))
+      .def("EXISTSBYID_GET", [](S& s, const std::string& k) { return s.EXISTSBYID_GET(k); }, arg("pItemID"))
+      .def("ITEMRECURSIVE_GET", [](S& s, const std::string& k, const Variant& d) { return s.ITEMRECURSIVE_GET(k, d); },
+           arg("pItemID"), arg("pDefault") = Variant())
+      .def("ITEMPARENT_GET", [](S& s, const std::string& k) { return s.ITEMPARENT_GET(k); }, arg("pPath"))
+      .def("COUNTSUBSTRUCTS", &S::COUNTSUBSTRUCTS)
+      .def("COUNTALL", &S::COUNTALL)
+      .def("RESIZE", &S::RESIZE, arg("pMax"))
+      .def("INDEX", &S::INDEX, arg("pPosition"))
+      .def("ITEMDIRECT_LET", [](S& s, int32_t i, const std::string& n, const Variant& v) { s.ITEMDIRECT_LET(i, n, v); },
+           arg("pIndex"), arg("pName"), arg("pValue"))
+      .def("ISEMPTY", &S::ISEMPTY)
+      .def("SELF", &S::SELF);
+
+  using T = cls_StructureTools;
+  pyb::class_<T, Object, std::shared_ptr<T>>(m, "cls_StructureTools")
+      .def(pyb::init([] { return std::make_shared<T>(); }))
+      .def("CAST", &T::CAST, arg("pValue"))
+      .def("ISSTRUCT", &T::ISSTRUCT, arg("pValue"))
+      .def("ISFILLEDSTRUCT", &T::ISFILLEDSTRUCT, arg("pValue"))
+      .def("VARSET", [](T&, const Variant&, const Variant& v) { return v; }, arg("rTarget"), arg("pValue"))
+      .def("USAGEMANAGED", &T::USAGEMANAGED)
+      .def("USAGEFREE", &T::USAGEFREE)
+      .def("USAGEINFO", &T::USAGEINFO)
+      .def("USAGEUSED", &T::USAGEUSED)
+      .def("USAGEBUFFER", &T::USAGEBUFFER)
+      .def("PERFORMANCEINFO", &T::PERFORMANCEINFO);
+}
+
+}  // namespace rykel::py

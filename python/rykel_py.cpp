@@ -1,0 +1,11 @@
+// The rykel Python module: the component's classes under their own names, for host scripts.
+#include "Bindings.h"
+
+PYBIND11_MODULE(rykel, m) {
+  m.doc() = "RyKEL: templates (KEL), structures and a small file database";
+  m.attr("__version__") = RYKEL_PY_VERSION;
+  rykel::py::BindVariantSupport(m);
+  rykel::py::BindFrame(m);
+  rykel::py::BindStructure(m);
+  rykel::py::BindTools(m);
+}

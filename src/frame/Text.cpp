@@ -1,0 +1,175 @@
+#include "frame/Text.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+namespace rykel::text {
+
+namespace {
+
+// Length of the UTF-8 sequence starting with byte c (1 for stray bytes).
+inline size_t hSeqLen(unsigned char c) {
+  if (c < 0x80) return 1;
+  if ((c & 0xE0) == 0xC0) return 2;
+  if ((c & 0xF0) == 0xE0) return 3;
+  if ((c & 0xF8) == 0xF0) return 4;
+  return 1;
+}
+
+template <class Map>
+std::string hMapCase(std::string_view s, Map map) {
+  std::string out;
+  out.reserve(s.size() + 4);
+  int32_t i = 0;
+  const int32_t n = static_cast<int32_t>(s.size());
+  const auto* p = reinterpret_cast<const uint8_t*>(s.data());
+  while (i < n) {
+    int32_t start = i;
+    UChar32 c;
+    U8_NEXT(p, i, n, c);
+    if (c < 0) {  // keep invalid bytes as they are
+      out.append(s.substr(start, i - start));
+      continue;
+    }
+    UChar32 m = map(c);
+    char buf[4];
+    int32_t len = 0;
+    UBool failed = false;
+    U8_APPEND(reinterpret_cast<uint8_t*>(buf), len, 4, m, failed);
+    (void)failed;  // a mapped code point always fits in four bytes
+    out.append(buf, len);
+  }
+  return out;
+}
+
+}  // namespace
+
+size_t Len(std::string_view s) {
+  size_t n = 0;
+  for (size_t i = 0; i < s.size(); ++n) {
+    size_t l = hSeqLen(static_cast<unsigned char>(s[i]));
+    i += (i + l <= s.size()) ? l : 1;
+  }
+  return n;
+}
+
+size_t ByteOffset(std::string_view s, size_t chars) {
+  size_t i = 0;
+  while (chars > 0 && i < s.size()) {
+    size_t l = hSeqLen(static_cast<unsigned char>(s[i]));
+    i += (i + l <= s.size()) ? l : 1;
+    --chars;
+  }
+  return i;
+}
+
+std::string_view Left(std::string_view s, size_t n) { return s.substr(0, ByteOffset(s, n)); }
+
+std::string_view Right(std::string_view s, size_t n) {
+  size_t len = Len(s);
+  if (n >= len) return s;
+  return s.substr(ByteOffset(s, len - n));
+}
+
+std::string_view Mid(std::string_view s, size_t start, size_t n) {
+  if (start < 1) start = 1;
+  size_t b = ByteOffset(s, start - 1);
+  std::string_view rest = s.substr(b);
+  if (n == std::string_view::npos) return rest;
+  return rest.substr(0, ByteOffset(rest, n));
+}
+
+size_t InStr(size_t start, std::string_view hay, std::string_view needle) {
+  if (start < 1) start = 1;
+  size_t b = ByteOffset(hay, start - 1);
+  if (b > hay.size()) return 0;
+  size_t pos = hay.find(needle, b);
+  if (pos == std::string_view::npos) return 0;
+  return Len(hay.substr(0, pos)) + 1;
+}
+
+bool IsAscii(std::string_view s) {
+  for (unsigned char c : s)
+    if (c >= 0x80) return false;
+  return true;
+}
+
+std::string UCase(std::string_view s) {
+  if (IsAscii(s)) {
+    std::string out(s);
+    for (char& c : out)
+      if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+    return out;
+  }
+  return hMapCase(s, [](UChar32 c) { return u_toupper(c); });
+}
+
+void UCaseInPlace(std::string& s) {
+  if (IsAscii(s)) {
+    for (char& c : s)
+      if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+    return;
+  }
+  s = UCase(s);
+}
+
+std::string LCase(std::string_view s) {
+  if (IsAscii(s)) {
+    std::string out(s);
+    for (char& c : out)
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    return out;
+  }
+  return hMapCase(s, [](UChar32 c) { return u_tolower(c); });
+}
+
+std::string_view LTrim(std::string_view s) {
+  size_t i = 0;
+  while (i < s.size() && s[i] == ' ') ++i;
+  return s.substr(i);
+}
+
+std::string_view RTrim(std::string_view s) {
+  size_t n = s.size();
+  while (n > 0 && s[n - 1] == ' ') --n;
+  return s.substr(0, n);
+}
+
+std::string_view Trim(std::string_view s) { return RTrim(LTrim(s)); }
+
+std::vector<std::string> Split(std::string_view s, std::string_view delim) {
+  std::vector<std::string> out;
+  if (s.empty()) return out;
+  if (delim.empty()) {
+    out.emplace_back(s);
+    return out;
+  }
+  size_t start = 0;
+  for (;;) {
+    size_t pos = s.find(delim, start);
+    if (pos == std::string_view::npos) {
+      out.emplace_back(s.substr(start));
+      return out;
+    }
+    out.emplace_back(s.substr(start, pos - start));
+    start = pos + delim.size();
+  }
+}
+
+std::string Replace(std::string_view s, std::string_view find, std::string_view with) {
+  if (find.empty()) return std::string(s);
+  std::string out;
+  out.reserve(s.size());
+  size_t start = 0;
+  for (;;) {
+    size_t pos = s.find(find, start);
+    if (pos == std::string_view::npos) break;
+    out.append(s.substr(start, pos - start));
+    out.append(with);
+    start = pos + find.size();
+  }
+  out.append(s.substr(start));
+  return out;
+}
+
+}  // namespace rykel::text

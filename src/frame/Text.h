@@ -1,0 +1,40 @@
+// Text helpers over UTF-8: lengths, cuts and searches count characters (code points), never bytes.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace rykel::text {
+
+// Number of code points. Invalid bytes count as one character each.
+size_t Len(std::string_view s);
+// Byte offset of the code point with the given 0-based index (s.size() when past the end).
+size_t ByteOffset(std::string_view s, size_t chars);
+// The first / last n characters.
+std::string_view Left(std::string_view s, size_t n);
+std::string_view Right(std::string_view s, size_t n);
+// Characters from the 1-based start, n of them (all when n is npos).
+std::string_view Mid(std::string_view s, size_t start, size_t n = std::string_view::npos);
+// 1-based character position of needle at or after the 1-based start; 0 when absent.
+size_t InStr(size_t start, std::string_view hay, std::string_view needle);
+
+// Unicode simple case mapping ("ä" -> "Ä", "ß" stays "ß"); ASCII text takes a fast path.
+std::string UCase(std::string_view s);
+std::string LCase(std::string_view s);
+// Upper-cases in place; returns false (and leaves s) when it is already upper case.
+void UCaseInPlace(std::string& s);
+bool IsAscii(std::string_view s);
+
+// Blanks only (not tabs or line breaks), as the classic runtime trims.
+std::string_view Trim(std::string_view s);
+std::string_view LTrim(std::string_view s);
+std::string_view RTrim(std::string_view s);
+
+// Split at every delimiter. An empty text gives no pieces; an empty delimiter gives the whole text.
+std::vector<std::string> Split(std::string_view s, std::string_view delim);
+// Every occurrence of find replaced by with (left to right, non-overlapping).
+std::string Replace(std::string_view s, std::string_view find, std::string_view with);
+
+}  // namespace rykel::text

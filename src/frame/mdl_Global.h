@@ -1,0 +1,36 @@
+// mdl_Global: the per-thread globals and the shared conversions used across the component.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "frame/Variant.h"
+
+namespace rykel {
+
+class cls_StructureManager;
+class cls_Structure;
+
+namespace mdl_Global {
+
+// Start-up: does nothing, every global is created on first use.
+void Main();
+// The structure manager of the calling thread, created with its holder on first use.
+const std::shared_ptr<cls_StructureManager>& SMAN_GET();
+// A new structure: kind 1 gives the default page layout (27 keys), any other kind an empty one.
+std::shared_ptr<cls_Structure> FLAGSGLOBAL(int pKind);
+// rTarget = pValue (objects are shared, other values copied).
+void VARSET(Variant& rTarget, const Variant& pValue);
+// True for "yyyy-mm-dd" or "yyyy-mm-dd HH:MM:SS" shaped texts that convert to a date.
+bool hIsDate(std::string_view pText);
+// Truth of a value with German and English false words ("FALSCH", "NO", "0", " ", ...).
+bool hCBool(const Variant& pValue);
+
+}  // namespace mdl_Global
+
+namespace mdl_FileTools {
+// True when the path names an existing entry that is not a directory.
+bool FILEEXISTS(std::string_view pPath);
+}  // namespace mdl_FileTools
+
+}  // namespace rykel

@@ -1,0 +1,44 @@
+// NameTable: the item names of one structure manager, interned.
+//
+// Every item name is stored upper-cased once; items hold its 32-bit atom, so comparing names is
+// comparing integers and a node's name index hashes integers. Atom 0 is the empty name.
+// Atoms live as long as the table (names are small and repeat across nodes: field ids, keys).
+// Views returned by Name() stay valid for the table's lifetime.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace rykel {
+
+class NameTable {
+ public:
+  NameTable();
+  // The atom of an upper-cased name, or 0 when it was never interned (reads never intern).
+  uint32_t Find(std::string_view upper) const;
+  // The atom of an upper-cased name, interning it when new.
+  uint32_t Intern(std::string_view upper);
+  std::string_view Name(uint32_t atom) const { return {names_[atom].data, names_[atom].size}; }
+  size_t Count() const { return names_.size(); }
+  size_t BytesUsed() const;
+
+ private:
+  struct Entry {
+    const char* data;
+    uint32_t size;
+    uint32_t hash;
+  };
+  static uint32_t hHash(std::string_view s);
+  void hGrow();
+  const char* hStore(std::string_view s);
+
+  std::vector<Entry> names_;
+  std::vector<uint32_t> slots_;  // open addressing, linear probing; 0 = empty, else atom
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  char* current_ = nullptr;  // the block small names are appended to
+  size_t blockUsed_ = 0;
+};
+
+}  // namespace rykel

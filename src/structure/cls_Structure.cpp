@@ -1,0 +1,40 @@
+#include "structure/cls_Structure.h"
+
+#include "frame/Error.h"
+#include "frame/mdl_Global.h"
+#include "structure/cls_StructureTools.h"
+
+namespace rykel {
+
+cls_Structure::cls_Structure() : MANAGER(mdl_Global::SMAN_GET()) {
+  SID = MANAGER->Alloc();
+  cls_StructureTools::hHandleCreated();
+}
+
+cls_Structure::cls_Structure(AttachTag, std::shared_ptr<cls_StructureManager> pManager, int32_t pID)
+    : SID(pID), MANAGER(std::move(pManager)) {
+  cls_StructureTools::hHandleCreated();
+}
+
+StructurePtr cls_Structure::Attach(std::shared_ptr<cls_StructureManager> pManager, int32_t pID) {
+  return std::make_shared<cls_Structure>(AttachTag{}, std::move(pManager), pID);
+}
+
+cls_Structure::~cls_Structure() {
+  if (SID != 0 && MANAGER) {
+    try {
+      MANAGER->Release(SID);
+    } catch (...) {
+      // a destructor must not throw; the error was already reported by the manager
+    }
+  }
+  SID = 0;
+  cls_StructureTools::hHandleEnded();
+}
+
+void cls_Structure::CONNECT(int32_t pID) {
+  MANAGER->Release(SID);
+  SID = pID;
+}
+
+}  // namespace rykel

@@ -1,0 +1,120 @@
+// cls_Structure: the public handle of a structure. It holds a node id (SID) and the manager
+// (MANAGER) and forwards every operation to the manager with SID first.
+//
+// A handle is not copyable: copying the shared pointer shares the handle; Ref() makes a second
+// handle with its own reference on the node. A new handle starts on a fresh empty node of the
+// thread's manager; destroying the handle releases its reference.
+//
+//   auto s = std::make_shared<rykel::cls_Structure>();
+//   s->ITEM_LET("a.b", 5);
+//   int n = rykel::CLng(s->ITEM_GET("A.COUNT"));   // 1
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "frame/Object.h"
+#include "frame/Variant.h"
+#include "structure/cls_StructureManager.h"
+
+namespace rykel {
+
+class cls_Structure : public Object, public std::enable_shared_from_this<cls_Structure> {
+ public:
+  cls_Structure();
+  ~cls_Structure() override;
+  cls_Structure(const cls_Structure&) = delete;
+  cls_Structure& operator=(const cls_Structure&) = delete;
+  std::string TypeName() const override { return "cls_Structure"; }
+
+  // A handle on an existing node of the manager, taking over a reference the caller holds.
+  static StructurePtr Attach(std::shared_ptr<cls_StructureManager> pManager, int32_t pID);
+  static StructurePtr New() { return std::make_shared<cls_Structure>(); }
+
+  // ---- the handle ------------------------------------------------------------------------------
+  const std::shared_ptr<cls_StructureManager>& MANAGER_GET() const { return MANAGER; }
+  void MANAGER_SET(std::shared_ptr<cls_StructureManager> pManager) { MANAGER = std::move(pManager); }
+  bool IDENTICAL(const cls_Structure& pOther) const { return pOther.SID == SID; }
+  int32_t SID_GET() const { return SID; }
+  // Releases the node held so far, then holds pID without adding a reference.
+  void CONNECT(int32_t pID);
+  // A second handle on the same node (one more reference).
+  StructurePtr Ref() const { return MANAGER->Ref(SID); }
+
+  bool HASZERO_GET() const { return MANAGER->HASZERO_GET(SID); }
+  void HASZERO_LET(bool v) { MANAGER->HASZERO_LET(SID, v); }
+  bool CHANGED_GET() const { return MANAGER->CHANGED_GET(SID); }
+  void CHANGED_LET(bool v) { MANAGER->CHANGED_LET(SID, v); }
+  bool ALLOWNOTHING_GET() const { return MANAGER->ALLOWNOTHING_GET(SID); }
+  void ALLOWNOTHING_LET(bool v) { MANAGER->ALLOWNOTHING_LET(SID, v); }
+  bool DEFAULTMODE_GET() const { return MANAGER->DEFAULTMODE_GET(SID); }
+  void DEFAULTMODE_LET(bool v) { MANAGER->DEFAULTMODE_LET(SID, v); }
+  Variant VALUEBOUND_GET() const { return MANAGER->VALUEBOUND_GET(SID); }
+  void VALUEBOUND_LET(const Variant& v) { MANAGER->VALUEBOUND_LET(SID, v); }
+  void VALUEBOUND_SET(const Variant& v) { MANAGER->VALUEBOUND_SET(SID, v); }
+  ObjectPtr OBJECTBOUND_GET() const { return MANAGER->OBJECTBOUND_GET(SID); }
+  void OBJECTBOUND_SET(ObjectPtr o) { MANAGER->OBJECTBOUND_SET(SID, std::move(o)); }
+  void SCHEMACLEAR() {}
+  void SCHEMASET(const Variant& pI2S, const Variant& pS2I) {}
+
+  // ---- items (see cls_StructureManager for each rule) ------------------------------------------
+  Variant ITEM_GET(const Variant& pKey, const Variant& pDefault = {}, bool pForceIndex = false) {
+    return MANAGER->ITEM_GET(SID, pKey, pDefault, pForceIndex);
+  }
+  Variant ItemGetDirect_GET(std::string_view pKeyUpper, int pKeyType, const Variant& pDefault, bool pForceIndex) {
+    return MANAGER->ItemGetDirect_GET(SID, pKeyUpper, pKeyType, pDefault, pForceIndex);
+  }
+  void ITEM_LET(const Variant& pKey, const Variant& pValue, bool pForceIndex = false) {
+    MANAGER->ITEM_LET(SID, pKey, pValue, pForceIndex);
+  }
+  void ITEM_SET(const Variant& pKey, const Variant& pValue, bool pForceIndex = false) {
+    MANAGER->ITEM_SET(SID, pKey, pValue, pForceIndex);
+  }
+  void DEFAULT(const Variant& pKey, const Variant& pValue) { MANAGER->DEFAULT(SID, pKey, pValue); }
+  int32_t BASE() const { return MANAGER->BASE(SID); }
+  int32_t MAX() const { return MANAGER->MAX(SID); }
+  int32_t COUNT() const { return MANAGER->COUNT(SID); }
+  int32_t ADD(const Variant& pValue) { return MANAGER->ADD(SID, pValue); }
+  int32_t FIND(std::string_view pName) const { return MANAGER->FIND(SID, pName); }
+  void CLEAR() { MANAGER->CLEAR(SID); }
+  bool REMOVE(const Variant& pKey) { return MANAGER->REMOVE(SID, pKey); }
+  bool EXISTS_GET(const Variant& pKey) { return MANAGER->EXISTS_GET(SID, pKey); }
+  bool EXISTSVALUE_GET(const Variant& pValue) { return MANAGER->EXISTSVALUE_GET(SID, pValue); }
+  int32_t ITEMINDEX_GET(const Variant& pKey) { return MANAGER->ITEMINDEX_GET(SID, pKey); }
+  std::string ID_GET(int32_t pIndex) { return MANAGER->ID_GET(SID, pIndex); }
+  void ID_LET(int32_t pIndex, std::string_view pNewID) { MANAGER->ID_LET(SID, pIndex, pNewID); }
+  Variant ITEMBYID_GET(std::string_view pItemID, const Variant& pDefault = {}) {
+    return MANAGER->ITEMBYID_GET(SID, pItemID, pDefault);
+  }
+  void ITEMBYID_LET(std::string_view pItemID, const Variant& pValue) { MANAGER->ITEMBYID_LET(SID, pItemID, pValue); }
+  void ITEMBYID_SET(std::string_view pItemID, const Variant& pValue) { MANAGER->ITEMBYID_SET(SID, pItemID, pValue); }
+  bool EXISTSBYID_GET(std::string_view pItemID) { return MANAGER->EXISTSBYID_GET(SID, pItemID); }
+  Variant ITEMRECURSIVE_GET(std::string_view pItemID, const Variant& pDefault = {}) {
+    return MANAGER->ITEMRECURSIVE_GET(SID, pItemID, pDefault);
+  }
+  Variant ITEMPARENT_GET(std::string_view pPath) { return MANAGER->ITEMPARENT_GET(SID, pPath); }
+  int32_t COUNTSUBSTRUCTS() { return MANAGER->COUNTSUBSTRUCTS(SID); }
+  int32_t COUNTALL() { return MANAGER->COUNTALL(SID); }
+  void RESIZE(int32_t pMax) { MANAGER->RESIZE(SID, pMax); }
+  int32_t INDEX(int32_t pPosition) { return MANAGER->INDEX(SID, pPosition); }
+  void ITEMDIRECT_LET(int32_t pIndex, std::string_view pName, const Variant& pValue) {
+    MANAGER->ITEMDIRECT_LET(SID, pIndex, pName, pValue);
+  }
+  bool ISEMPTY() { return MANAGER->ISEMPTY(SID); }
+  // The handle itself. REQUIRES: the handle is held by a shared pointer.
+  StructurePtr SELF() { return shared_from_this(); }
+
+ private:
+  struct AttachTag {};
+ public:
+  cls_Structure(AttachTag, std::shared_ptr<cls_StructureManager> pManager, int32_t pID);
+
+ private:
+  int32_t SID = 0;
+  std::shared_ptr<cls_StructureManager> MANAGER;
+  friend class cls_StructureManager;
+};
+
+}  // namespace rykel

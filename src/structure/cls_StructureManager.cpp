@@ -1,0 +1,956 @@
+#include "structure/cls_StructureManager.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <unordered_set>
+
+#include "frame/Convert.h"
+#include "frame/Error.h"
+#include "frame/Text.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+
+namespace {
+
+constexpr const char* kClass = "cls_StructureManager";
+constexpr size_t kIndexMinSlots = 33;  // nodes up to this size are scanned, bigger ones indexed
+
+// Keys are upper-cased once; already upper-case ASCII keys are used as they are.
+struct UpperKey {
+  std::string_view view;
+  std::string buf;
+  explicit UpperKey(std::string_view s) {
+    for (unsigned char c : s) {
+      if ((c >= 'a' && c <= 'z') || c >= 0x80) {
+        buf = text::UCase(s);
+        view = buf;
+        return;
+      }
+    }
+    view = s;
+  }
+};
+
+// A decimal integer text (optional "-"), as an index; false for anything else.
+bool hIndexText(std::string_view s, int64_t& out) {
+  if (s.empty() || s.size() > 11) return false;
+  size_t i = s[0] == '-' ? 1 : 0;
+  if (i == s.size()) return false;
+  int64_t v = 0;
+  for (; i < s.size(); ++i) {
+    if (s[i] < '0' || s[i] > '9') return false;
+    v = v * 10 + (s[i] - '0');
+  }
+  out = s[0] == '-' ? -v : v;
+  return true;
+}
+
+bool hIsNumberKey(const Variant& k) { return k.isNumber(); }
+
+int64_t hKeyIndex(const Variant& k) {
+  double d = std::nearbyint(CDbl(k));
+  if (d < -2147483648.0 || d > 2147483647.0) Raise(err::kOverflow, "Overflow");
+  return static_cast<int64_t>(d);
+}
+
+}  // namespace
+
+// ---- the name index of a big node: atom -> first used slot with that name ---------------------
+struct cls_StructureManager::NameIndex {
+  std::vector<int32_t> table;  // slots; -1 empty; linear probing
+  uint32_t count = 0;
+  bool dups = false;  // some name is held by more than one used slot
+
+  static size_t hHome(uint32_t atom, size_t mask) { return (atom * 2654435761u) & mask; }
+
+  int32_t Find(uint32_t atom, const std::vector<Item>& items) const {
+    size_t mask = table.size() - 1;
+    for (size_t i = hHome(atom, mask); table[i] >= 0; i = (i + 1) & mask)
+      if (items[table[i]].name == atom) return table[i];
+    return -1;
+  }
+  void Insert(uint32_t atom, int32_t slot, const std::vector<Item>& items) {
+    if ((count + 1) * 2 > table.size()) hRehash(items, table.size() * 2);
+    size_t mask = table.size() - 1;
+    size_t i = hHome(atom, mask);
+    for (; table[i] >= 0; i = (i + 1) & mask) {
+      if (items[table[i]].name == atom) {
+        if (table[i] != slot) dups = true;
+        if (slot < table[i]) table[i] = slot;
+        return;
+      }
+    }
+    table[i] = slot;
+    ++count;
+  }
+  void Erase(uint32_t atom, int32_t slot, const std::vector<Item>& items) {
+    size_t mask = table.size() - 1;
+    size_t i = hHome(atom, mask);
+    for (; table[i] >= 0; i = (i + 1) & mask)
+      if (items[table[i]].name == atom) break;
+    if (table[i] != slot) return;  // not indexed, or a later duplicate
+    // backward-shift deletion keeps every probe chain unbroken
+    size_t j = i;
+    for (;;) {
+      table[i] = -1;
+      for (;;) {
+        j = (j + 1) & mask;
+        if (table[j] < 0) {
+          --count;
+          return;
+        }
+        size_t home = hHome(items[table[j]].name, mask);
+        bool between = (i <= j) ? (i < home && home <= j) : (i < home || home <= j);
+        if (!between) break;
+      }
+      table[i] = table[j];
+      i = j;
+    }
+  }
+  void hRehash(const std::vector<Item>& items, size_t cap) {
+    std::vector<int32_t> old;
+    old.swap(table);
+    table.assign(cap, -1);
+    count = 0;
+    for (int32_t s : old)
+      if (s >= 0) Insert(items[s].name, s, items);
+  }
+};
+
+struct cls_StructureManager::Extra {
+  Variant boundValue;
+  ObjectPtr boundObject;
+  std::unique_ptr<NameIndex> index;
+};
+
+cls_StructureManager::cls_StructureManager() {
+  nodes_.resize(1);
+  free_.assign(101, 0);
+}
+
+cls_StructureManager::~cls_StructureManager() = default;
+
+// ---- node store ------------------------------------------------------------------------------
+
+cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) {
+  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size() || nodes_[pID].items.empty())
+    Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
+  return nodes_[pID];
+}
+
+const cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) const {
+  return const_cast<cls_StructureManager*>(this)->hNode(pID);
+}
+
+bool cls_StructureManager::Valid(int32_t pID) const {
+  return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && !nodes_[pID].items.empty();
+}
+
+int32_t cls_StructureManager::Alloc() {
+  return Guard(kClass, "Alloc", [&] {
+    int32_t id = 0;
+    if (freeCount_ > 0) {
+      id = free_[freeCount_];
+      free_[freeCount_] = 0;
+      --freeCount_;
+    }
+    if (id == 0) {
+      int32_t u = static_cast<int32_t>(nodes_.size()) - 1;
+      int32_t s;
+      if (u < 100000) s = std::clamp(static_cast<int32_t>(std::nearbyint(u / 10.0)), 10, 5000);
+      else if (u < 500000) s = 50000;
+      else s = std::max(1400000 - u, 100000);
+      id = u + 1;
+      int32_t newUpper = u + s;
+      nodes_.resize(static_cast<size_t>(newUpper) + 1);
+      int32_t freeUpper = static_cast<int32_t>(free_.size()) - 1;
+      int32_t n = (s - 1) - (freeUpper - freeCount_);
+      if (n > 0) {
+        n = std::max({n, newUpper / 100, 10});
+        free_.resize(static_cast<size_t>(freeUpper + n) + 1, 0);
+      }
+      for (int32_t k = id + 1; k <= newUpper; ++k) free_[++freeCount_] = k;
+    }
+    Node& node = nodes_[id];
+    node.refs = 1;
+    node.items.assign(1, Item{});
+    node.unused = 0;
+    return id;
+  });
+}
+
+void cls_StructureManager::AddRef(int32_t pID) {
+  Node& n = hNode(pID);
+  n.refs = static_cast<int16_t>(static_cast<uint16_t>(n.refs) + 1);
+}
+
+void cls_StructureManager::Release(int32_t pID) {
+  if (terminated_) return;
+  GuardVoid(kClass, "Release", [&] {
+    if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size())
+      Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
+    Node& n = nodes_[pID];
+    if (n.refs <= 0) return;
+    n.refs = static_cast<int16_t>(n.refs - 1);
+    if (n.refs >= 1) return;
+    hFree(pID);
+  });
+}
+
+// Frees a node whose count reached zero, and depth first in index order every sub-structure
+// whose count reaches zero with it. An explicit stack: deep trees cannot overflow the C stack.
+void cls_StructureManager::hFree(int32_t pID) {
+  struct Frame {
+    int32_t id;
+    size_t next;
+  };
+  std::vector<Frame> stack{{pID, 0}};
+  nodes_[pID].flags &= static_cast<uint8_t>(~kDefaultMode);
+  while (!stack.empty()) {
+    Frame& f = stack.back();
+    Node& n = nodes_[f.id];
+    bool descended = false;
+    while (f.next < n.items.size()) {
+      const Item& it = n.items[f.next++];
+      if (!it.used || !it.isStruct) continue;
+      int32_t c = it.child;
+      if (c <= 0 || static_cast<size_t>(c) >= nodes_.size()) continue;
+      Node& child = nodes_[c];
+      if (child.refs <= 0) continue;
+      child.refs = static_cast<int16_t>(child.refs - 1);
+      if (child.refs >= 1) continue;
+      child.flags &= static_cast<uint8_t>(~kDefaultMode);
+      stack.push_back({c, 0});
+      descended = true;
+      break;
+    }
+    if (descended) continue;
+    int32_t id = f.id;
+    stack.pop_back();
+    Node& done = nodes_[id];
+    std::vector<Item>().swap(done.items);
+    done.extra.reset();
+    done.flags = 0;
+    done.boundKind = 1;  // the bound value reads as the integer 0 after a release
+    done.unused = 0;
+    ++freeCount_;
+    if (freeCount_ > static_cast<int32_t>(free_.size()) - 1) {
+      int32_t grow = std::clamp(static_cast<int32_t>(nodes_.size() - 1) / 100, 10, 5000);
+      free_.resize(free_.size() + grow, 0);
+    }
+    free_[freeCount_] = id;
+  }
+}
+
+StructurePtr cls_StructureManager::Ref(int32_t pID) {
+  return Guard(kClass, "Ref", [&] {
+    AddRef(pID);
+    return cls_Structure::Attach(shared_from_this(), pID);
+  });
+}
+
+StructurePtr cls_StructureManager::CONVERT(int32_t pID) {
+  return Guard(kClass, "CONVERT", [&] { return cls_Structure::Attach(shared_from_this(), pID); });
+}
+
+void cls_StructureManager::Initialize(int32_t pID) { CLEAR(pID); }
+
+void cls_StructureManager::Terminate() { terminated_ = true; }
+
+int32_t cls_StructureManager::BUFFER() const { return static_cast<int32_t>(nodes_.size()) - 1; }
+int32_t cls_StructureManager::USAGE() const { return BUFFER() - freeCount_; }
+int32_t cls_StructureManager::USAGEFREE() const { return freeCount_; }
+
+std::string cls_StructureManager::INFO() const {
+  return "Used: " + std::to_string(USAGE()) + ", Buffer: " + std::to_string(BUFFER()) +
+         ", Free: " + std::to_string(USAGEFREE());
+}
+
+std::string cls_StructureManager::USAGEINFO() const {
+  std::unordered_set<int32_t> freeIds(free_.begin() + 1, free_.begin() + 1 + freeCount_);
+  std::string out;
+  for (int32_t id = 1; id <= BUFFER(); ++id) {
+    if (id > 1) out += "\r\n";
+    out += "#" + std::to_string(id) + ": ";
+    const Node& n = nodes_[id];
+    if (freeIds.count(id) || n.items.empty()) {
+      out += "Unused";
+      continue;
+    }
+    out += "  Ref: " + std::to_string(n.refs) + "  Max: " + std::to_string(n.items.size() - 1) +
+           "  Flags: ";
+    for (uint8_t f : {kDefaultMode, kHasZero, kChanged, kAllowNothing}) out += (n.flags & f) ? '1' : '0';
+    out += "  Bound: ";
+    out += (n.extra && n.extra->boundObject) ? "1" : "-";
+    for (size_t i = 0; i < n.items.size(); ++i) {
+      const Item& it = n.items[i];
+      out += "  Item " + std::to_string(i) + ": ";
+      if (!it.used) out += "Unused";
+      else if (it.isStruct) out.append(names_.Name(it.name)).append(" = -> ").append(std::to_string(it.child));
+      else out.append(names_.Name(it.name)).append(" = ").append(CStr(it.value));
+    }
+  }
+  return out;
+}
+
+void cls_StructureManager::PERFORMANCE(std::string_view pKey, double pSeconds) {
+  auto it = performance_.find(pKey);
+  if (it == performance_.end()) it = performance_.emplace(std::string(pKey), Timing{}).first;
+  it->second.calls++;
+  it->second.seconds += pSeconds;
+}
+
+std::string cls_StructureManager::PERFORMANCEINFO() const {
+  std::string out;
+  char buf[64];
+  for (const auto& [key, t] : performance_) {
+    if (!out.empty()) out += "\r\n";
+    std::snprintf(buf, sizeof buf, "\t%lld\t%.2f\t%.2f", static_cast<long long>(t.calls), t.seconds,
+                  t.calls ? t.seconds / t.calls : 0.0);
+    out += key + buf;
+  }
+  return out;
+}
+
+int16_t cls_StructureManager::REFCOUNT(int32_t pID) const {
+  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size()) return 0;
+  return nodes_[pID].refs;
+}
+
+size_t cls_StructureManager::BytesUsed() const {
+  size_t b = nodes_.capacity() * sizeof(Node) + free_.capacity() * sizeof(int32_t) + names_.BytesUsed();
+  for (const Node& n : nodes_) {
+    b += n.items.capacity() * sizeof(Item);
+    if (n.extra) {
+      b += sizeof(Extra);
+      if (n.extra->index) b += sizeof(NameIndex) + n.extra->index->table.capacity() * sizeof(int32_t);
+    }
+    for (const Item& it : n.items)
+      if (it.value.isString() && it.value.str().size() > 0) b += 8 + it.value.str().size() + 1;
+  }
+  return b;
+}
+
+// ---- flags and bound values ------------------------------------------------------------------
+
+bool cls_StructureManager::hFlag(int32_t pID, uint8_t f) const { return (hNode(pID).flags & f) != 0; }
+
+void cls_StructureManager::hFlagLet(int32_t pID, uint8_t f, bool v) {
+  Node& n = hNode(pID);
+  uint8_t before = n.flags;
+  n.flags = v ? static_cast<uint8_t>(n.flags | f) : static_cast<uint8_t>(n.flags & ~f);
+  // the base index decides which slots lookups see: the name index is rebuilt on demand
+  if (f == kHasZero && before != n.flags && n.extra) n.extra->index.reset();
+}
+
+cls_StructureManager::Extra& cls_StructureManager::hExtra(Node& n) {
+  if (!n.extra) {
+    n.extra = std::make_unique<Extra>();
+    if (n.boundKind == 1) n.extra->boundValue = Variant(int16_t{0});
+    else if (n.boundKind == 2) n.extra->boundValue = Variant("");
+  }
+  return *n.extra;
+}
+
+Variant cls_StructureManager::VALUEBOUND_GET(int32_t pID) const {
+  const Node& n = hNode(pID);
+  if (n.extra) return n.extra->boundValue;
+  if (n.boundKind == 1) return Variant(int16_t{0});
+  if (n.boundKind == 2) return Variant("");
+  return {};
+}
+
+void cls_StructureManager::VALUEBOUND_LET(int32_t pID, const Variant& v) { hExtra(hNode(pID)).boundValue = v; }
+
+ObjectPtr cls_StructureManager::OBJECTBOUND_GET(int32_t pID) const {
+  const Node& n = hNode(pID);
+  return n.extra ? n.extra->boundObject : nullptr;
+}
+
+void cls_StructureManager::OBJECTBOUND_SET(int32_t pID, ObjectPtr o) { hExtra(hNode(pID)).boundObject = std::move(o); }
+
+// ---- slots and the name index ----------------------------------------------------------------
+
+int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) {
+  Node& n = hNode(pID);
+  if (atom == 0) return -1;
+  const int32_t base = (n.flags & kHasZero) ? 0 : 1;
+  if (n.items.size() < kIndexMinSlots) {
+    for (size_t i = base; i < n.items.size(); ++i)
+      if (n.items[i].used && n.items[i].name == atom) return static_cast<int32_t>(i);
+    return -1;
+  }
+  Extra& x = hExtra(n);
+  if (!x.index) {
+    x.index = std::make_unique<NameIndex>();
+    size_t cap = 64;
+    while (cap < n.items.size() * 2) cap *= 2;
+    x.index->table.assign(cap, -1);
+    for (size_t i = base; i < n.items.size(); ++i)
+      if (n.items[i].used && n.items[i].name) x.index->Insert(n.items[i].name, static_cast<int32_t>(i), n.items);
+  }
+  return x.index->Find(atom, n.items);
+}
+
+void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot) {
+  if (atom && n.extra && n.extra->index) n.extra->index->Insert(atom, slot, n.items);
+}
+
+void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
+  if (!atom || !n.extra || !n.extra->index) return;
+  NameIndex& ix = *n.extra->index;
+  ix.Erase(atom, slot, n.items);
+  if (ix.dups) {  // another slot may carry the name: the first one after this becomes the entry
+    for (size_t i = slot + 1; i < n.items.size(); ++i)
+      if (n.items[i].used && n.items[i].name == atom) {
+        ix.Insert(atom, static_cast<int32_t>(i), n.items);
+        break;
+      }
+  }
+}
+
+int32_t cls_StructureManager::hLastUnused(const Node& n) const {
+  if (n.unused > 0)
+    for (size_t i = n.items.size() - 1; i >= 1; --i)
+      if (!n.items[i].used) return static_cast<int32_t>(i);
+  if ((n.flags & kHasZero) && !n.items[0].used) return 0;
+  return -1;
+}
+
+void cls_StructureManager::hResize(Node& n, int32_t newMax) {
+  int32_t oldMax = static_cast<int32_t>(n.items.size()) - 1;
+  if (newMax < 0) newMax = 0;
+  if (newMax < oldMax) {
+    for (int32_t i = oldMax; i > newMax; --i) {
+      Item& it = n.items[i];
+      if (it.used) {
+        hIndexErase(n, it.name, i);
+        if (it.isStruct) Release(it.child);
+      } else {
+        --n.unused;
+      }
+    }
+  } else {
+    n.unused += newMax - oldMax;
+  }
+  n.items.resize(static_cast<size_t>(newMax) + 1);
+}
+
+Variant cls_StructureManager::hValueOf(const Item& it) {
+  if (it.isStruct) return Variant(Ref(it.child));
+  return it.value;
+}
+
+void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue) {
+  int32_t newChild = 0;
+  if (pValue.isObject()) {
+    if (auto s = pValue.as<cls_Structure>()) {
+      if (s->MANAGER_GET().get() != this)
+        Raise(err::kInvalidCall, "The structure belongs to another thread's manager");
+      newChild = s->SID_GET();
+      AddRef(newChild);
+    }
+  }
+  Node& n = hNode(pID);
+  Item& it = n.items[slot];
+  int32_t oldChild = it.isStruct ? it.child : 0;
+  if (!it.used) {
+    it.used = true;
+    if (slot >= 1) --n.unused;
+    hIndexInsert(n, it.name, slot);
+  }
+  if (newChild) {
+    it.isStruct = true;
+    it.child = newChild;
+    it.value = Variant();
+  } else {
+    it.isStruct = false;
+    it.child = 0;
+    it.value = pValue;
+  }
+  if (oldChild) Release(oldChild);
+}
+
+// ---- items: reading --------------------------------------------------------------------------
+
+Variant cls_StructureManager::hGetIndex(int32_t pID, int64_t index, const Variant& pDefault) {
+  Node& n = hNode(pID);
+  int64_t base = (n.flags & kHasZero) ? 0 : 1;
+  if (index < base || index >= static_cast<int64_t>(n.items.size())) return pDefault;
+  const Item& it = n.items[index];
+  if (!it.used) return pDefault;
+  return hValueOf(it);
+}
+
+Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pForceIndex,
+                                   const Variant& pDefault) {
+  if (upper.empty()) return pDefault;
+  int32_t node = pID;
+  std::string_view rest = upper;
+  for (;;) {
+    size_t dot = rest.find('.');
+    std::string_view part = rest.substr(0, dot);
+    bool last = dot == std::string_view::npos;
+    if (part == "COUNT") return Variant(COUNT(node));
+    int64_t idx;
+    if (last && pForceIndex && hIndexText(part, idx)) return hGetIndex(node, idx, pDefault);
+    uint32_t atom = names_.Find(part);
+    if (!atom) return pDefault;
+    int32_t slot = hFindSlot(node, atom);
+    if (slot < 0) return pDefault;
+    const Item& it = nodes_[node].items[slot];
+    if (last) return hValueOf(it);
+    if (!it.isStruct) return pDefault;
+    node = it.child;
+    rest = rest.substr(dot + 1);
+  }
+}
+
+Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const Variant& pDefault,
+                                       bool pForceIndex) {
+  return Guard(kClass, "ITEM.GET", [&]() -> Variant {
+    if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
+    if (pKey.isString()) {
+      UpperKey k(pKey.str());
+      return hGet(pID, k.view, pForceIndex, pDefault);
+    }
+    if (pKey.isEmpty() || pKey.isNull() || pKey.isObject()) return pDefault;
+    UpperKey k(CStr(pKey));
+    return hGet(pID, k.view, pForceIndex, pDefault);
+  });
+}
+
+Variant cls_StructureManager::ItemGetDirect_GET(int32_t pID, std::string_view pKeyUpper, int pKeyType,
+                                                const Variant& pDefault, bool pForceIndex) {
+  return Guard(kClass, "ItemGetDirect.GET", [&]() -> Variant {
+    int64_t idx;
+    if (pKeyType == 1 && hIndexText(pKeyUpper, idx)) return hGetIndex(pID, idx, pDefault);
+    return hGet(pID, pKeyUpper, pForceIndex, pDefault);
+  });
+}
+
+// ---- items: writing --------------------------------------------------------------------------
+
+void cls_StructureManager::hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex) {
+  Node& n = hNode(pID);
+  n.flags |= kChanged;
+  if (index == 0) n.flags |= kHasZero;
+  const bool dm = n.flags & kDefaultMode;
+  const int64_t base = (n.flags & kHasZero) ? 0 : 1;
+  const int64_t max = static_cast<int64_t>(n.items.size()) - 1;
+  if (index >= base && index <= max) {
+    if (dm && n.items[index].used) return;
+    hStore(pID, static_cast<int32_t>(index), pValue);
+    return;
+  }
+  if (index > max && pForceIndex) {
+    if (dm) Raise(err::kOutOfRange, "Subscript out of range");
+    hResize(n, static_cast<int32_t>(index));
+    hStore(pID, static_cast<int32_t>(index), pValue);
+    return;
+  }
+  hLet(pID, std::to_string(index), pValue, false);
+}
+
+void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex) {
+  int32_t node = pID;
+  std::string_view rest = upper;
+  bool asDefault = false;
+  for (;;) {
+    Node* n = &hNode(node);
+    n->flags |= kChanged;
+    const bool dm = asDefault || (n->flags & kDefaultMode);
+    size_t dot = rest.find('.');
+    std::string_view part = rest.substr(0, dot);
+    const bool last = dot == std::string_view::npos;
+    int64_t idx;
+    if (last && pForceIndex && hIndexText(part, idx)) {
+      if (asDefault) {
+        DEFAULT(node, Variant(static_cast<double>(idx)), pValue);
+      } else {
+        hLetIndex(node, idx, pValue, true);
+      }
+      return;
+    }
+    if (part.empty()) {
+      if (!last) Raise(err::kInvalidCall, "Invalid key path '" + std::string(upper) + "'");
+      if (!dm) ADD(node, pValue);
+      return;
+    }
+    uint32_t atom = names_.Intern(part);
+    int32_t slot = hFindSlot(node, atom);
+    if (slot >= 0 && last && dm) return;  // a default never overwrites
+    if (slot < 0) {
+      slot = hLastUnused(*n);
+      if (slot < 0) {
+        slot = static_cast<int32_t>(n->items.size());
+        hResize(*n, slot);
+      }
+      n->items[slot].name = atom;
+    }
+    if (last) {
+      hStore(node, slot, pValue);
+      return;
+    }
+    if (!n->items[slot].used || !n->items[slot].isStruct) {
+      int32_t child = Alloc();  // may move the node table
+      n = &hNode(node);
+      Item& it = n->items[slot];
+      int32_t old = it.isStruct ? it.child : 0;
+      if (!it.used) {
+        it.used = true;
+        if (slot >= 1) --n->unused;
+        hIndexInsert(*n, atom, slot);
+      }
+      it.isStruct = true;
+      it.child = child;
+      it.value = Variant();
+      if (old) Release(old);
+    }
+    node = n->items[slot].child;
+    rest = rest.substr(dot + 1);
+    asDefault = dm;
+  }
+}
+
+void cls_StructureManager::ITEM_LET(int32_t pID, const Variant& pKey, const Variant& pValue, bool pForceIndex) {
+  GuardVoid(kClass, "ITEM.LET", [&] {
+    if (hIsNumberKey(pKey)) {
+      hLetIndex(pID, hKeyIndex(pKey), pValue, pForceIndex);
+    } else if (pKey.isString()) {
+      UpperKey k(pKey.str());
+      hLet(pID, k.view, pValue, pForceIndex);
+    } else {
+      UpperKey k(CStr(pKey));
+      hLet(pID, k.view, pValue, pForceIndex);
+    }
+  });
+}
+
+void cls_StructureManager::DEFAULT(int32_t pID, const Variant& pKey, const Variant& pValue) {
+  GuardVoid(kClass, "DEFAULT", [&] {
+    bool before = DEFAULTMODE_GET(pID);
+    DEFAULTMODE_LET(pID, true);
+    try {
+      ITEM_LET(pID, pKey, pValue);
+    } catch (...) {
+      if (Valid(pID)) DEFAULTMODE_LET(pID, before);
+      throw;
+    }
+    DEFAULTMODE_LET(pID, before);
+  });
+}
+
+int32_t cls_StructureManager::BASE(int32_t pID) const { return (hNode(pID).flags & kHasZero) ? 0 : 1; }
+int32_t cls_StructureManager::MAX(int32_t pID) const { return static_cast<int32_t>(hNode(pID).items.size()) - 1; }
+int32_t cls_StructureManager::COUNT(int32_t pID) const { return MAX(pID) - BASE(pID) + 1; }
+
+int32_t cls_StructureManager::ADD(int32_t pID, const Variant& pValue) {
+  return Guard(kClass, "ADD", [&] {
+    int32_t index = MAX(pID) + 1;
+    hLetIndex(pID, index, pValue, true);
+    CHANGED_LET(pID, true);
+    return index;
+  });
+}
+
+int32_t cls_StructureManager::FIND(int32_t pID, std::string_view pName) const {
+  return Guard(kClass, "FIND", [&] {
+    auto* self = const_cast<cls_StructureManager*>(this);
+    uint32_t atom = names_.Find(pName);
+    if (!atom) return 0;
+    int32_t slot = self->hFindSlot(pID, atom);
+    return slot < 0 ? 0 : slot;
+  });
+}
+
+void cls_StructureManager::CLEAR(int32_t pID) {
+  GuardVoid(kClass, "CLEAR", [&] {
+    Node& n = hNode(pID);
+    n.flags = 0;
+    n.items.assign(1, Item{});
+    n.unused = 0;
+    if (n.extra) {
+      n.extra->index.reset();
+      n.extra->boundValue = Variant("");
+    } else {
+      n.boundKind = 2;
+    }
+  });
+}
+
+void cls_StructureManager::hRemove(int32_t pID, int32_t slot) {
+  Node& n = hNode(pID);
+  Item& it = n.items[slot];
+  hIndexErase(n, it.name, slot);
+  int32_t child = it.isStruct ? it.child : 0;
+  it = Item{};
+  if (slot >= 1) ++n.unused;
+  // trailing unused slots are dropped, so removing the last item shortens the node
+  while (n.items.size() > 1 && !n.items.back().used) {
+    n.items.pop_back();
+    --n.unused;
+  }
+  if (child) Release(child);
+}
+
+bool cls_StructureManager::REMOVE(int32_t pID, const Variant& pKey) {
+  return Guard(kClass, "REMOVE", [&] {
+    CHANGED_LET(pID, true);
+    if (!pKey.isString()) {
+      if (pKey.isEmpty() || pKey.isNull() || pKey.isObject()) return false;
+      int64_t idx = hKeyIndex(pKey);
+      if (idx < 1 || idx > MAX(pID) || !nodes_[pID].items[idx].used) return false;
+      hRemove(pID, static_cast<int32_t>(idx));
+      return true;
+    }
+    UpperKey k(pKey.str());
+    int32_t node = pID;
+    std::string_view rest = k.view;
+    for (;;) {
+      size_t dot = rest.find('.');
+      std::string_view part = rest.substr(0, dot);
+      uint32_t atom = names_.Find(part);
+      int32_t slot = atom ? hFindSlot(node, atom) : -1;
+      if (slot < 0) return false;
+      if (dot == std::string_view::npos) {
+        hRemove(node, slot);
+        return true;
+      }
+      const Item& it = nodes_[node].items[slot];
+      if (!it.isStruct) return false;
+      node = it.child;
+      rest = rest.substr(dot + 1);
+    }
+  });
+}
+
+// ---- items: the further operations ------------------------------------------------------------
+
+bool cls_StructureManager::EXISTS_GET(int32_t pID, const Variant& pKey) {
+  return ITEMINDEX_GET(pID, pKey) >= 0;
+}
+
+bool cls_StructureManager::EXISTSVALUE_GET(int32_t pID, const Variant& pValue) {
+  return Guard(kClass, "EXISTSVALUE.GET", [&] {
+    const std::string want = CStr(pValue);
+    double wantNum = 0;
+    bool wantIsNum = NumericValue(pValue, wantNum);
+    const Node& n = hNode(pID);
+    for (size_t i = BASE(pID); i < n.items.size(); ++i) {
+      const Item& it = n.items[i];
+      if (!it.used || it.isStruct || it.value.isObject()) continue;
+      double d;
+      if (wantIsNum && NumericValue(it.value, d)) {
+        if (d == wantNum) return true;
+      } else if (CStr(it.value) == want) {
+        return true;
+      }
+    }
+    return false;
+  });
+}
+
+int32_t cls_StructureManager::ITEMINDEX_GET(int32_t pID, const Variant& pKey) {
+  return Guard(kClass, "ITEMINDEX.GET", [&]() -> int32_t {
+    if (hIsNumberKey(pKey)) {
+      int64_t idx = hKeyIndex(pKey);
+      const Node& n = hNode(pID);
+      if (idx < BASE(pID) || idx >= static_cast<int64_t>(n.items.size()) || !n.items[idx].used) return -1;
+      return static_cast<int32_t>(idx);
+    }
+    UpperKey k(CStr(pKey));
+    int32_t node = pID;
+    std::string_view rest = k.view;
+    for (;;) {
+      size_t dot = rest.find('.');
+      std::string_view part = rest.substr(0, dot);
+      uint32_t atom = names_.Find(part);
+      int32_t slot = atom ? hFindSlot(node, atom) : -1;
+      if (slot < 0) return -1;
+      if (dot == std::string_view::npos) return slot;
+      const Item& it = nodes_[node].items[slot];
+      if (!it.isStruct) return -1;
+      node = it.child;
+      rest = rest.substr(dot + 1);
+    }
+  });
+}
+
+std::string cls_StructureManager::ID_GET(int32_t pID, int32_t pIndex) {
+  return Guard(kClass, "ID.GET", [&]() -> std::string {
+    const Node& n = hNode(pID);
+    if (pIndex < 0 || pIndex >= static_cast<int32_t>(n.items.size()) || !n.items[pIndex].used) return {};
+    return std::string(names_.Name(n.items[pIndex].name));
+  });
+}
+
+void cls_StructureManager::ID_LET(int32_t pID, int32_t pIndex, std::string_view pNewID) {
+  GuardVoid(kClass, "ID.LET", [&] {
+    Node& n = hNode(pID);
+    if (pIndex < 0 || pIndex >= static_cast<int32_t>(n.items.size()) || !n.items[pIndex].used)
+      Raise(err::kOutOfRange, "Subscript out of range");
+    n.flags |= kChanged;
+    uint32_t atom = names_.Intern(text::UCase(pNewID));
+    hIndexErase(n, n.items[pIndex].name, pIndex);
+    n.items[pIndex].name = atom;
+    hIndexInsert(n, atom, pIndex);
+  });
+}
+
+Variant cls_StructureManager::ITEMBYID_GET(int32_t pID, std::string_view pItemID, const Variant& pDefault) {
+  return Guard(kClass, "ITEMBYID.GET", [&]() -> Variant {
+    UpperKey k(pItemID);
+    uint32_t atom = names_.Find(k.view);
+    int32_t slot = atom ? hFindSlot(pID, atom) : -1;
+    return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
+  });
+}
+
+void cls_StructureManager::ITEMBYID_LET(int32_t pID, std::string_view pItemID, const Variant& pValue) {
+  GuardVoid(kClass, "ITEMBYID.LET", [&] {
+    UpperKey k(pItemID);
+    Node& n = hNode(pID);
+    n.flags |= kChanged;
+    if (k.view.empty()) {
+      ADD(pID, pValue);
+      return;
+    }
+    uint32_t atom = names_.Intern(k.view);
+    int32_t slot = hFindSlot(pID, atom);
+    if (slot >= 0 && (n.flags & kDefaultMode)) return;
+    if (slot < 0) {
+      slot = hLastUnused(n);
+      if (slot < 0) {
+        slot = static_cast<int32_t>(n.items.size());
+        hResize(n, slot);
+      }
+      n.items[slot].name = atom;
+    }
+    hStore(pID, slot, pValue);
+  });
+}
+
+bool cls_StructureManager::EXISTSBYID_GET(int32_t pID, std::string_view pItemID) {
+  return Guard(kClass, "EXISTSBYID.GET", [&] {
+    UpperKey k(pItemID);
+    uint32_t atom = names_.Find(k.view);
+    return atom && hFindSlot(pID, atom) >= 0;
+  });
+}
+
+Variant cls_StructureManager::ITEMRECURSIVE_GET(int32_t pID, std::string_view pItemID, const Variant& pDefault) {
+  return Guard(kClass, "ITEMRECURSIVE.GET", [&]() -> Variant {
+    UpperKey k(pItemID);
+    uint32_t atom = names_.Find(k.view);
+    if (!atom) return pDefault;
+    // breadth of this node first, then its sub-structures depth first; a visited set stops cycles
+    std::vector<int32_t> stack{pID};
+    std::unordered_set<int32_t> seen{pID};
+    while (!stack.empty()) {
+      int32_t node = stack.back();
+      stack.pop_back();
+      int32_t slot = hFindSlot(node, atom);
+      if (slot >= 0) return hValueOf(nodes_[node].items[slot]);
+      const auto& items = nodes_[node].items;
+      for (size_t i = items.size(); i-- > 0;)
+        if (items[i].used && items[i].isStruct && seen.insert(items[i].child).second)
+          stack.push_back(items[i].child);
+    }
+    return pDefault;
+  });
+}
+
+Variant cls_StructureManager::ITEMPARENT_GET(int32_t pID, std::string_view pPath) {
+  return Guard(kClass, "ITEMPARENT.GET", [&]() -> Variant {
+    UpperKey k(pPath);
+    int32_t node = pID;
+    std::string_view rest = k.view;
+    for (size_t dot; (dot = rest.find('.')) != std::string_view::npos; rest = rest.substr(dot + 1)) {
+      uint32_t atom = names_.Find(rest.substr(0, dot));
+      int32_t slot = atom ? hFindSlot(node, atom) : -1;
+      if (slot < 0 || !nodes_[node].items[slot].isStruct) return Variant();
+      node = nodes_[node].items[slot].child;
+    }
+    return Variant(Ref(node));
+  });
+}
+
+int32_t cls_StructureManager::COUNTSUBSTRUCTS(int32_t pID) {
+  return Guard(kClass, "COUNTSUBSTRUCTS", [&] {
+    int32_t c = 0;
+    for (const Item& it : hNode(pID).items) c += (it.used && it.isStruct);
+    return c;
+  });
+}
+
+int32_t cls_StructureManager::COUNTALL(int32_t pID) {
+  return Guard(kClass, "COUNTALL", [&] {
+    int32_t c = 0;
+    std::vector<int32_t> stack{pID};
+    std::unordered_set<int32_t> seen{pID};
+    while (!stack.empty()) {
+      int32_t node = stack.back();
+      stack.pop_back();
+      const Node& n = hNode(node);
+      for (size_t i = (n.flags & kHasZero) ? 0 : 1; i < n.items.size(); ++i) {
+        const Item& it = n.items[i];
+        if (!it.used) continue;
+        ++c;
+        if (it.isStruct && seen.insert(it.child).second) stack.push_back(it.child);
+      }
+    }
+    return c;
+  });
+}
+
+void cls_StructureManager::RESIZE(int32_t pID, int32_t pMax) {
+  GuardVoid(kClass, "RESIZE", [&] {
+    Node& n = hNode(pID);
+    n.flags |= kChanged;
+    hResize(n, pMax);
+  });
+}
+
+int32_t cls_StructureManager::INDEX(int32_t pID, int32_t pPosition) {
+  return Guard(kClass, "INDEX", [&] {
+    const Node& n = hNode(pID);
+    int32_t seen = 0;
+    for (size_t i = BASE(pID); i < n.items.size(); ++i)
+      if (n.items[i].used && ++seen == pPosition) return static_cast<int32_t>(i);
+    return -1;
+  });
+}
+
+void cls_StructureManager::ITEMDIRECT_LET(int32_t pID, int32_t pIndex, std::string_view pName, const Variant& pValue) {
+  GuardVoid(kClass, "ITEMDIRECT.LET", [&] {
+    if (pIndex < 0) Raise(err::kOutOfRange, "Subscript out of range");
+    Node& n = hNode(pID);
+    n.flags |= kChanged;
+    if (pIndex == 0) n.flags |= kHasZero;
+    if (pIndex >= static_cast<int32_t>(n.items.size())) hResize(n, pIndex);
+    uint32_t atom = names_.Intern(text::UCase(pName));
+    Item& it = n.items[pIndex];
+    if (it.used && it.name != atom) {
+      hIndexErase(n, it.name, pIndex);
+      it.name = atom;
+      hIndexInsert(n, atom, pIndex);
+    } else if (!it.used) {
+      it.name = atom;
+    }
+    hStore(pID, pIndex, pValue);
+  });
+}
+
+bool cls_StructureManager::ISEMPTY(int32_t pID) {
+  return Guard(kClass, "ISEMPTY", [&] {
+    const Node& n = hNode(pID);
+    for (size_t i = BASE(pID); i < n.items.size(); ++i)
+      if (n.items[i].used) return false;
+    return true;
+  });
+}
+
+}  // namespace rykel

@@ -1,0 +1,229 @@
+// cls_StructureManager: the node store of one thread. Every structure lives here as a node.
+//
+// Invariants:
+// - Node ids are indexes into one flat table; id 0 is never handed out. The table's upper bound
+//   ("Buffer") only grows: by a tenth of itself (10..5,000) below 100,000 ids, by 50,000 below
+//   500,000, then once to 1,400,000 and by at least 100,000 after that.
+// - Free ids sit on a stack (the free list, used from index 1). New ids from a growth step are
+//   pushed in ascending order, so allocation hands out the highest new id first and counts down;
+//   a released id is the next one handed out. Ids appear in dumps and ID values: keep this order.
+// - A node has a 16-bit reference count (handles and parent items). At zero it is freed together
+//   with every sub-structure whose count also reaches zero.
+// - Item slots run from BASE (0 with HASZERO, else 1) to MAX; slot 0 always exists. A slot may be
+//   unused (skipped by lookups, reused by writes). Names are stored upper-cased, as atoms of the
+//   manager's NameTable; lookups take the first used slot with the name.
+// - Nodes with more than a few dozen slots keep a name index (atom -> first slot) in step with
+//   every write, so lookups by name stay O(1) amortised however large the node grows.
+// Threads: one manager per thread (mdl_Global::SMAN_GET); nothing here is locked, and node ids
+// must not cross threads.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/Object.h"
+#include "frame/Variant.h"
+#include "structure/NameTable.h"
+
+namespace rykel {
+
+class cls_Structure;
+using StructurePtr = std::shared_ptr<cls_Structure>;
+
+class cls_StructureManager : public Object,
+                             public std::enable_shared_from_this<cls_StructureManager> {
+ public:
+  // Node flags (bit values).
+  static constexpr uint8_t kDefaultMode = 1, kHasZero = 2, kChanged = 4, kAllowNothing = 8;
+
+  cls_StructureManager();
+  ~cls_StructureManager() override;
+  std::string TypeName() const override { return "cls_StructureManager"; }
+
+  // ---- node store ----------------------------------------------------------------------------
+  // A fresh empty node with reference count 1 (see the header comment for the order of ids).
+  int32_t Alloc();
+  // Drops one reference; at zero frees the node and, depth first, its sub-structures.
+  // A count already at 0 is ignored.
+  void Release(int32_t pID);
+  // A new handle on the node, adding a reference.
+  StructurePtr Ref(int32_t pID);
+  // A new handle on the node that takes over a reference the caller already holds.
+  StructurePtr CONVERT(int32_t pID);
+  // Empties the node (CLEAR).
+  void Initialize(int32_t pID);
+  // Ends the manager: later calls on its nodes are ignored or give defaults.
+  void Terminate();
+
+  int32_t USAGE() const;      // ids in use: table upper bound minus free count
+  int32_t USAGEFREE() const;  // free count
+  int32_t BUFFER() const;     // table upper bound
+  // "Used: 1, Buffer: 10, Free: 9"
+  std::string INFO() const;
+  // One line per node id 1..upper bound, "\r\n" between lines:
+  //   "#5: Unused"  or  "#3:   Ref: 1  Max: 2  Flags: 0010  Bound: -" followed by
+  //   "  Item 1: NAME = value" / "  Item 2: SUB = -> 7" / "  Item 3: Unused" per slot.
+  std::string USAGEINFO() const;
+  // Adds one timing measurement under a key; PERFORMANCEINFO lists "key<TAB>calls<TAB>total
+  // seconds<TAB>average seconds" per key, times as "#0.00" (seconds with two decimals).
+  void PERFORMANCE(std::string_view pKey, double pSeconds);
+  std::string PERFORMANCEINFO() const;
+  int16_t REFCOUNT(int32_t pID) const;
+  size_t BytesUsed() const;  // approximate heap bytes of nodes, items and names
+
+  // ---- flags and bound values ----------------------------------------------------------------
+  bool DEFAULTMODE_GET(int32_t pID) const { return hFlag(pID, kDefaultMode); }
+  void DEFAULTMODE_LET(int32_t pID, bool v) { hFlagLet(pID, kDefaultMode, v); }
+  bool HASZERO_GET(int32_t pID) const { return hFlag(pID, kHasZero); }
+  void HASZERO_LET(int32_t pID, bool v) { hFlagLet(pID, kHasZero, v); }
+  bool CHANGED_GET(int32_t pID) const { return hFlag(pID, kChanged); }
+  void CHANGED_LET(int32_t pID, bool v) { hFlagLet(pID, kChanged, v); }
+  bool ALLOWNOTHING_GET(int32_t pID) const { return hFlag(pID, kAllowNothing); }
+  void ALLOWNOTHING_LET(int32_t pID, bool v) { hFlagLet(pID, kAllowNothing, v); }
+  // The value bound to a node: Empty when new, the integer 0 after a release, "" after CLEAR.
+  Variant VALUEBOUND_GET(int32_t pID) const;
+  void VALUEBOUND_LET(int32_t pID, const Variant& pValue);
+  void VALUEBOUND_SET(int32_t pID, const Variant& pValue) { VALUEBOUND_LET(pID, pValue); }
+  ObjectPtr OBJECTBOUND_GET(int32_t pID) const;
+  void OBJECTBOUND_SET(int32_t pID, ObjectPtr pObject);
+
+  // ---- items and key paths -------------------------------------------------------------------
+  // Key forms: a number is an index; a text is upper-cased; a text with "." is a path (first part
+  // a name here, the rest resolved in that item's sub-structure); with pForceIndex a numeric text
+  // without "." is an index. "COUNT" at any level of a path gives COUNT of that node.
+  //
+  // The item's value: a sub-structure comes back as a new handle, an object as itself; a missing
+  // item (bad index, unused slot, unknown name, path through a scalar, empty key) gives pDefault.
+  // Never creates items.
+  Variant ITEM_GET(int32_t pID, const Variant& pKey, const Variant& pDefault = {},
+                   bool pForceIndex = false);
+  // The lookup behind ITEM_GET. pKeyUpper is already upper-cased; pKeyType 1 = index, 0 = name.
+  Variant ItemGetDirect_GET(int32_t pID, std::string_view pKeyUpper, int pKeyType,
+                            const Variant& pDefault, bool pForceIndex);
+  // Stores the value under the key, creating sub-structures along a path (a scalar in the way is
+  // replaced). Sets CHANGED. Writing index 0 makes the node zero-based (HASZERO). An index past MAX
+  // is an index only with pForceIndex (MAX grows to it), otherwise its decimal text is a name.
+  // A cls_Structure value is stored as a sub-structure sharing that node (one more reference).
+  // In DEFAULTMODE an existing item is never overwritten. An empty key appends like ADD.
+  // Raises 9 for an index past MAX written with pForceIndex in DEFAULTMODE.
+  void ITEM_LET(int32_t pID, const Variant& pKey, const Variant& pValue, bool pForceIndex = false);
+  void ITEM_SET(int32_t pID, const Variant& pKey, const Variant& pValue, bool pForceIndex = false) {
+    ITEM_LET(pID, pKey, pValue, pForceIndex);
+  }
+  // ITEM_LET with DEFAULTMODE on for the duration: writes only what does not exist yet.
+  void DEFAULT(int32_t pID, const Variant& pKey, const Variant& pValue);
+
+  int32_t BASE(int32_t pID) const;
+  int32_t MAX(int32_t pID) const;
+  int32_t COUNT(int32_t pID) const;  // MAX - BASE + 1, unused slots included
+  // Appends at MAX + 1 (index forced); sets CHANGED. Returns the new index.
+  int32_t ADD(int32_t pID, const Variant& pValue);
+  // Index of the first used item whose stored name equals pName exactly (no upper-casing);
+  // 0 when none.
+  int32_t FIND(int32_t pID, std::string_view pName) const;
+  // Empties the node: one-based again, flags 0, bound value "". Sub-structures of the dropped
+  // items are NOT released (callers that want them freed remove them first).
+  void CLEAR(int32_t pID);
+  // Removes the item at an index (1..MAX; never 0) or under a name or path; sets CHANGED either
+  // way. The slot becomes unused (the items above keep their indexes; trailing unused slots are
+  // trimmed from MAX) and a removed sub-structure loses this item's reference. True when removed.
+  bool REMOVE(int32_t pID, const Variant& pKey);
+
+  // True when a read of the key would find an item.
+  bool EXISTS_GET(int32_t pID, const Variant& pKey);
+  // True when a used scalar item of this node (not of sub-structures) equals the value.
+  bool EXISTSVALUE_GET(int32_t pID, const Variant& pValue);
+  // Index of the item the key names, in the node that holds its last path part; -1 when missing.
+  int32_t ITEMINDEX_GET(int32_t pID, const Variant& pKey);
+  // Name of the item at an index ("" for unnamed, unused or missing slots).
+  std::string ID_GET(int32_t pID, int32_t pIndex);
+  // Renames the used item at an index (upper-cased). Raises 9 when the index is not a used slot.
+  void ID_LET(int32_t pID, int32_t pIndex, std::string_view pNewID);
+  // By whole name: dots are part of the name, never a path.
+  Variant ITEMBYID_GET(int32_t pID, std::string_view pItemID, const Variant& pDefault = {});
+  void ITEMBYID_LET(int32_t pID, std::string_view pItemID, const Variant& pValue);
+  void ITEMBYID_SET(int32_t pID, std::string_view pItemID, const Variant& pValue) {
+    ITEMBYID_LET(pID, pItemID, pValue);
+  }
+  bool EXISTSBYID_GET(int32_t pID, std::string_view pItemID);
+  // First item with the name anywhere in the tree: this node first, then sub-structures depth
+  // first in index order.
+  Variant ITEMRECURSIVE_GET(int32_t pID, std::string_view pItemID, const Variant& pDefault = {});
+  // The structure that holds the last part of a path (this node for a plain name); Empty when a
+  // part on the way is missing or not a structure.
+  Variant ITEMPARENT_GET(int32_t pID, std::string_view pPath);
+  int32_t COUNTSUBSTRUCTS(int32_t pID);  // used items holding sub-structures
+  int32_t COUNTALL(int32_t pID);         // used items of the whole tree
+  // Sets MAX: shrinking drops the slots above (releasing their sub-structures), growing adds
+  // unused slots.
+  void RESIZE(int32_t pID, int32_t pMax);
+  // Index of the pPosition-th used item (1-based, in index order); -1 when there are fewer.
+  int32_t INDEX(int32_t pID, int32_t pPosition);
+  // Writes a slot directly: name and value, no lookup; MAX grows as needed.
+  void ITEMDIRECT_LET(int32_t pID, int32_t pIndex, std::string_view pName, const Variant& pValue);
+  bool ISEMPTY(int32_t pID);  // no used item
+
+  // ---- access for the rest of the structure subsystem (text forms, tree operations) ----------
+  struct Item {
+    Variant value;
+    uint32_t name = 0;  // atom in names()
+    int32_t child = 0;  // node id when isStruct
+    bool used = false;
+    bool isStruct = false;
+  };
+  // The slots of a node, index = item index. REQUIRES: a node in use.
+  const std::vector<Item>& Items(int32_t pID) const { return nodes_[pID].items; }
+  const NameTable& Names() const { return names_; }
+  NameTable& Names() { return names_; }
+  bool Valid(int32_t pID) const;
+  // Reference management for code that links nodes itself.
+  void AddRef(int32_t pID);
+
+ private:
+  struct NameIndex;
+  struct Extra;
+  struct Node {
+    std::vector<Item> items;
+    std::unique_ptr<Extra> extra;  // bound value / object, name index: only when used
+    int32_t unused = 0;            // unused slots between 1 and MAX
+    int16_t refs = 0;
+    uint8_t flags = 0;
+    uint8_t boundKind = 0;         // bound value without extra: 0 Empty, 1 integer 0, 2 ""
+  };
+
+  Node& hNode(int32_t pID);
+  const Node& hNode(int32_t pID) const;
+  bool hFlag(int32_t pID, uint8_t f) const;
+  void hFlagLet(int32_t pID, uint8_t f, bool v);
+  Extra& hExtra(Node& n);
+  int32_t hFindSlot(int32_t pID, uint32_t atom);
+  void hIndexInsert(Node& n, uint32_t atom, int32_t slot);
+  void hIndexErase(Node& n, uint32_t atom, int32_t slot);
+  Variant hValueOf(const Item& it);
+  Variant hGet(int32_t pID, std::string_view upper, bool pForceIndex, const Variant& pDefault);
+  Variant hGetIndex(int32_t pID, int64_t index, const Variant& pDefault);
+  void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex);
+  void hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex);
+  void hStore(int32_t pID, int32_t slot, const Variant& pValue);
+  void hResize(Node& n, int32_t newMax);
+  void hRemove(int32_t pID, int32_t slot);
+  int32_t hLastUnused(const Node& n) const;
+  void hFree(int32_t pID);
+
+  std::vector<Node> nodes_;       // upper bound = size() - 1
+  std::vector<int32_t> free_;     // upper bound = size() - 1, used from index 1
+  int32_t freeCount_ = 0;
+  NameTable names_;
+  bool terminated_ = false;
+  struct Timing {
+    int64_t calls = 0;
+    double seconds = 0;
+  };
+  std::map<std::string, Timing, std::less<>> performance_;
+};
+
+}  // namespace rykel
