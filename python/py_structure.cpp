@@ -107,7 +107,11 @@ void BindStructure(pyb::module_& m) {
       .def("ITEMDIRECT_LET", [](S& s, int32_t i, const std::string& n, const Variant& v) { s.ITEMDIRECT_LET(i, n, v); },
            arg("pIndex"), arg("pName"), arg("pValue"))
       .def("ISEMPTY", &S::ISEMPTY)
-      .def("SELF", &S::SELF);
+      .def("SELF", &S::SELF)
+      // ---- serialized and compact forms
+      // ---- script, text and parameter forms, structure files
+      // ---- whole-tree operations
+      ;
 
   using T = cls_StructureTools;
   pyb::class_<T, Object, std::shared_ptr<T>>(m, "cls_StructureTools")

@@ -106,6 +106,12 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
   // The handle itself. REQUIRES: the handle is held by a shared pointer.
   StructurePtr SELF() { return shared_from_this(); }
 
+  // ---- serialized and compact forms ------------------------------------------------------------
+
+  // ---- script, text and parameter forms, structure files ---------------------------------------
+
+  // ---- whole-tree operations -------------------------------------------------------------------
+
  private:
   struct AttachTag {};
  public:

@@ -167,6 +167,12 @@ class cls_StructureManager : public Object,
   void ITEMDIRECT_LET(int32_t pID, int32_t pIndex, std::string_view pName, const Variant& pValue);
   bool ISEMPTY(int32_t pID);  // no used item
 
+  // ---- serialized and compact forms ------------------------------------------------------------
+
+  // ---- script, text and parameter forms, structure files ---------------------------------------
+
+  // ---- whole-tree operations -------------------------------------------------------------------
+
   // ---- access for the rest of the structure subsystem (text forms, tree operations) ----------
   struct Item {
     Variant value;
