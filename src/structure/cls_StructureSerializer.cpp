@@ -1,5 +1,6 @@
 #include "structure/cls_StructureSerializer.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -328,7 +329,20 @@ class SerializedReader {
     Raise(err::kInvalidData, "Invalid data type found: " + letter);
   }
 
+  // Names repeat from record to record: a small cache from the name as written (it stays in the
+  // text being read) to its atom spares upper-casing and interning it again.
   uint32_t Intern(std::string_view name) {
+    if (name.size() > 64) return hInternUpper(name);
+    uint32_t h = 2166136261u;
+    for (unsigned char c : name) h = (h ^ c) * 16777619u;
+    CacheEntry& e = cache_[(h ^ (h >> 11)) & (kCacheSize - 1)];
+    if (e.p && e.n == name.size() && std::memcmp(e.p, name.data(), name.size()) == 0) return e.atom;
+    uint32_t atom = hInternUpper(name);
+    e = {name.data(), static_cast<uint32_t>(name.size()), atom};
+    return atom;
+  }
+
+  uint32_t hInternUpper(std::string_view name) {
     for (const char* q = name.data(); q < name.data() + name.size(); ++q) {
       unsigned char c = static_cast<unsigned char>(*q);
       if ((c >= 'a' && c <= 'z') || c >= 0x80) return m_.Names().Intern(text::UCase(name));
@@ -478,6 +492,13 @@ class SerializedReader {
     if (old) m_.Release(old);
   }
 
+  struct CacheEntry {
+    const char* p = nullptr;
+    uint32_t n = 0;
+    uint32_t atom = 0;
+  };
+  static constexpr size_t kCacheSize = 256;
+  std::array<CacheEntry, kCacheSize> cache_{};
   cls_StructureManager& m_;
   const char* begin_;
   const char* p_;
