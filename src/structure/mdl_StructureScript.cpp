@@ -214,6 +214,7 @@ struct Block {
   int32_t id;
   std::string name;
   size_t line;
+  size_t depth;  // nesting level of the block's node (the top node is 0)
 };
 
 [[noreturn]] void hFailAt(size_t line, const std::string& what) {
@@ -257,7 +258,7 @@ int32_t hChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vect
 
 class Parser {
  public:
-  Parser(cls_StructureManager& m, int32_t id) : m_(m) { stack_.push_back({nullptr, id, "", 0}); }
+  Parser(cls_StructureManager& m, int32_t id) : m_(m) { stack_.push_back({nullptr, id, "", 0, 0}); }
 
   void Line(std::string_view raw, size_t lineNo) {
     line_ = lineNo;
@@ -357,13 +358,13 @@ class Parser {
   }
 
   void hDepthCheck(size_t extra) {
-    if (stack_.size() + extra > static_cast<size_t>(kMaxDepth))
+    if (stack_.back().depth + extra > static_cast<size_t>(kMaxDepth))
       hFail("nested deeper than " + std::to_string(kMaxDepth) + " levels");
   }
 
   // The node that holds the last part: walks (creating) the sub-structures of the parts before it.
   int32_t hWalk(const std::vector<Part>& parts, size_t upTo) {
-    hDepthCheck(upTo);
+    hDepthCheck(upTo + 1);
     int32_t node = stack_.back().id;
     for (size_t i = 0; i < upTo; ++i) node = hChild(node, parts[i]);
     return node;
@@ -374,7 +375,8 @@ class Parser {
   void hAssign(int32_t node, const Part& p, const Variant& value) { hAssignPart(m_, node, p, value, line_); }
 
   void hOpen(const std::vector<Part>& parts) {
-    hDepthCheck(parts.size() + 1);
+    size_t levels = parts.empty() ? 1 : parts.size();
+    hDepthCheck(levels);
     int32_t child;
     std::string name;
     if (parts.empty()) {
@@ -390,7 +392,7 @@ class Parser {
       const Part& last = parts.back();
       name = last.index >= 0 ? "[" + std::to_string(last.index) + "]" : last.name;
     }
-    stack_.push_back({keep_.back(), child, std::move(name), line_});
+    stack_.push_back({keep_.back(), child, std::move(name), line_, stack_.back().depth + levels});
     keep_.clear();
   }
 
