@@ -108,15 +108,15 @@ int hHex(char c) {
 // Reads a quoted text starting at s[0] == '"'; rEnd is the offset after the closing quote.
 bool hReadQuoted(std::string_view s, std::string& rOut, size_t& rEnd, std::string& rError) {
   rOut.clear();
-  for (size_t i = 1; i < s.size(); ++i) {
-    char c = s[i];
-    if (c == '"') {
+  size_t i = 1;
+  while (i < s.size()) {
+    size_t stop = s.find_first_of("\"\\", i);
+    if (stop == std::string_view::npos) break;
+    rOut.append(s.data() + i, stop - i);
+    i = stop;
+    if (s[i] == '"') {
       rEnd = i + 1;
       return true;
-    }
-    if (c != '\\') {
-      rOut += c;
-      continue;
     }
     if (++i == s.size()) break;
     switch (s[i]) {
@@ -140,6 +140,7 @@ bool hReadQuoted(std::string_view s, std::string& rOut, size_t& rEnd, std::strin
         rError = std::string("unknown escape '\\") + s[i] + "'";
         return false;
     }
+    ++i;
   }
   rError = "unfinished string (closing '\"' expected)";
   return false;
@@ -271,7 +272,8 @@ class Parser {
       return;
     }
     // name
-    std::vector<Part> parts;
+    std::vector<Part>& parts = parts_;
+    parts.clear();
     size_t pos = 0;
     if (s[0] == '"') {
       Part p;
@@ -299,8 +301,7 @@ class Parser {
     if (parts.empty()) hFail("a value needs a name");
     Variant value;
     bool emptyStruct = false;
-    std::string err;
-    if (!ReadLiteral(rest, value, emptyStruct, err)) hFail(err);
+    if (!ReadLiteral(rest, value, emptyStruct, err_)) hFail(err_);
     int32_t node = hWalk(parts, parts.size() - 1);
     if (emptyStruct) {
       hNewChild(node, parts.back());
@@ -399,6 +400,8 @@ class Parser {
   cls_StructureManager& m_;
   std::vector<Block> stack_;
   std::vector<StructurePtr> keep_;  // handles met on the current line
+  std::vector<Part> parts_;         // the name of the current line
+  std::string err_;
   size_t line_ = 0;
 };
 
