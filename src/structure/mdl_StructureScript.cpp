@@ -22,6 +22,14 @@ constexpr int32_t kMaxIndexGap = 1024;  // a "[i]" name may skip at most this ma
 
 bool hIsBlank(char c) { return c == ' ' || c == '\t'; }
 
+// Offset of the first line break at or after from (npos when none). A plain loop: find_first_of
+// with a set of characters calls memchr once per character of the text.
+size_t hLineEnd(std::string_view s, size_t from = 0) {
+  for (size_t i = from; i < s.size(); ++i)
+    if (s[i] == '\r' || s[i] == '\n') return i;
+  return std::string_view::npos;
+}
+
 std::string_view hTrimWs(std::string_view s) {
   while (!s.empty() && hIsBlank(s.front())) s.remove_prefix(1);
   while (!s.empty() && hIsBlank(s.back())) s.remove_suffix(1);
@@ -110,8 +118,9 @@ bool hReadQuoted(std::string_view s, std::string& rOut, size_t& rEnd, std::strin
   rOut.clear();
   size_t i = 1;
   while (i < s.size()) {
-    size_t stop = s.find_first_of("\"\\", i);
-    if (stop == std::string_view::npos) break;
+    size_t stop = i;
+    while (stop < s.size() && s[stop] != '"' && s[stop] != '\\') ++stop;
+    if (stop == s.size()) break;
     rOut.append(s.data() + i, stop - i);
     i = stop;
     if (s[i] == '"') {
@@ -565,7 +574,7 @@ void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
   Parser p(m, pID);
   size_t lineNo = 0;
   while (!pText.empty()) {
-    size_t end = pText.find_first_of("\r\n");
+    size_t end = hLineEnd(pText);
     std::string_view line = pText.substr(0, end);
     ++lineNo;
     p.Line(line, lineNo);
@@ -618,7 +627,8 @@ namespace {
 constexpr const char* kClass = "cls_StructureManager";
 
 std::string hFirstLine(std::string_view& rText) {
-  size_t end = rText.find_first_of("\r\n");
+  size_t end = rText.find('\n');
+  if (size_t cr = rText.substr(0, end).find('\r'); cr != std::string_view::npos) end = cr;
   std::string line(rText.substr(0, end));
   if (end == std::string_view::npos) {
     rText = {};
