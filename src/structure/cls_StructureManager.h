@@ -237,8 +237,8 @@ class cls_StructureManager : public Object,
     bool used = false;
     bool isStruct = false;
   };
-  // The slots of a node, index = item index. REQUIRES: a node in use.
-  const std::vector<Item>& Items(int32_t pID) const { return nodes_[pID].items; }
+  // The slots of a node, index = item index (always at least slot 0). REQUIRES: a node in use.
+  const std::vector<Item>& Items(int32_t pID) const;
   const NameTable& Names() const { return names_; }
   NameTable& Names() { return names_; }
   bool Valid(int32_t pID) const;
@@ -249,13 +249,15 @@ class cls_StructureManager : public Object,
   struct NameIndex;
   struct Extra;
   struct Node {
-    std::vector<Item> items;
+    std::vector<Item> items;       // empty for a fresh node: slot 0 is then implied
     std::unique_ptr<Extra> extra;  // bound value / object, name index: only when used
     int32_t unused = 0;            // unused slots between 1 and MAX
     int16_t refs = 0;
     uint8_t flags = 0;
     uint8_t boundKind = 0;         // bound value without extra: 0 Empty, 1 integer 0, 2 ""
+    bool live = false;             // allocated and not yet freed
   };
+  static int32_t hMax(const Node& n) { return n.items.empty() ? 0 : static_cast<int32_t>(n.items.size()) - 1; }
 
   Node& hNode(int32_t pID);
   const Node& hNode(int32_t pID) const;
@@ -275,6 +277,7 @@ class cls_StructureManager : public Object,
   void hRemove(int32_t pID, int32_t slot);
   int32_t hLastUnused(const Node& n) const;
   void hFree(int32_t pID);
+  void hPushFree(int32_t id);
 
   std::vector<Node> nodes_;       // upper bound = size() - 1
   std::vector<int32_t> free_;     // upper bound = size() - 1, used from index 1

@@ -7,7 +7,7 @@ namespace rykel {
 
 namespace {
 constexpr const char* kClass = "cls_StructureTools";
-thread_local int32_t tLiveHandles = 0;
+__attribute__((tls_model("initial-exec"))) thread_local int32_t tLiveHandles = 0;
 }  // namespace
 
 void cls_StructureTools::hHandleCreated() { ++tLiveHandles; }
