@@ -209,6 +209,62 @@ class cls_StructureManager : public Object,
  public:
 
   // ---- script, text and parameter forms, structure files ---------------------------------------
+  // The forms are described in mdl_StructureScript.h (script) and mdl_StructureText.h (the others).
+  // Script form: one line per used item, "\r\n" after each, one tab per level from pIndentation.
+  // Raises 1000 for a tree nested deeper than 1000 levels (or holding itself).
+  std::string SCRIPT(int32_t pID, int32_t pIndentation = 0);
+  // SCRIPT without items whose value is Empty, Null, "" or a numeric zero, and without blocks
+  // left empty by that.
+  std::string SCRIPTNOTEMPTY(int32_t pID, int32_t pIndentation = 0);
+  // Adds the items of a script text to the node (existing items are overwritten or extended, not
+  // cleared). Raises 1000 "Script data invalid (line N): ..." on bad input; the items before the
+  // bad line stay written.
+  void PARSE(int32_t pID, std::string_view pText);
+  // Writes the script form to the file (UTF-8, atomically: temporary file, fsync, rename).
+  // Returns true; raises 52-76 on file failures, leaving an existing file as it was.
+  bool SAVE(int32_t pID, const std::string& pFile);
+  // Replaces the node's content by the file's items. Raises 53 for a missing file, 1000 for an
+  // invalid one; on failure the node is unchanged. Lines starting "//" are skipped.
+  bool LOAD(int32_t pID, const std::string& pFile);
+  // LOAD that returns false instead of raising (missing, unreadable or invalid file); the node is
+  // unchanged then.
+  bool LOADEX(int32_t pID, const std::string& pFile);
+  // SAVE with two lines first: "// " + signature and "// Version = " + version.
+  bool SAVESIGNATURE(int32_t pID, const std::string& pFile, const Variant& pSignature, const Variant& pVersion);
+  // LOAD of a file written by SAVESIGNATURE: raises 1000 when the first line is not "// " +
+  // pSignature or the version lies outside pVersionMin..pVersionMax (an Empty bound is open;
+  // numeric versions compare as numbers, others as texts).
+  bool LOADSIGNATURE(int32_t pID, const std::string& pFile, const Variant& pSignature,
+                     const Variant& pVersionMin = {}, const Variant& pVersionMax = {});
+  // Readable multi-line text: "NAME: value" per item, "NAME:" then the items two blanks deeper for
+  // a sub-structure, "[i]: value" for unnamed items; lines joined by "\r\n". pIndent: levels of
+  // two blanks before every line.
+  std::string TEXT(int32_t pID, int32_t pIndent = 0);
+  // TEXT without empty values (as SCRIPTNOTEMPTY).
+  std::string TEXTNOTEMPTY(int32_t pID, int32_t pIndent = 0);
+  // One line: "NAME: Anna, AGE: 7, SUB: (X: True)"; unnamed items give their value only. Longer
+  // than pCut characters: cut to pCut - 3 characters plus "..." (pCut <= 0: never cut).
+  std::string TEXTSHORT(int32_t pID, int32_t pCut = 100);
+  // Every scalar value of the tree, depth first in index order, joined by pDelimeter.
+  std::string TEXTVALUES(int32_t pID, std::string_view pDelimeter = "\r\n");
+  // A nested HTML list: <ul><li><b>NAME</b>: value</li>...</ul>; names and values HTML-escaped,
+  // braces as &#123; &#125; so that template output is never read as a command.
+  std::string HTML(int32_t pID);
+  // A reversible URL-safe query string: "NAME=Anna&SUB.X=True&CODE=%22007%22".
+  std::string ENCODE(int32_t pID);
+  // Adds the items of an ENCODE text to the node. Raises 1000 on bad input.
+  void DECODE(int32_t pID, std::string_view pText);
+  // "NAME=Anna&AGE=7": this node's items, plain text values, sub-structures as "(...)" short text.
+  std::string PARAMETERS(int32_t pID, std::string_view pDelimeter = "&");
+  // Every scalar of the tree under its dotted path: "NAME=Anna&SUB.X=True".
+  std::string PARAMETERSSTRUCTURED(int32_t pID, std::string_view pDelimeter = "&");
+  // PARAMETERSSTRUCTURED one per line, each indented by pIndent once per nesting level.
+  std::string PARAMETERSSTRUCTUREDINDENT(int32_t pID, std::string_view pIndent = "\t",
+                                         std::string_view pDelimeter = "\r\n");
+  // The values of this node's items from index pStartI (at least BASE), at most pMaxCount of them
+  // (0: all), joined by pDelimeter; pAdditional is appended when values were left out.
+  std::string VALUELISTTEXT(int32_t pID, std::string_view pDelimeter = ", ", int32_t pMaxCount = 0,
+                            int32_t pStartI = 0, std::string_view pAdditional = "");
 
   // ---- whole-tree operations -------------------------------------------------------------------
 
