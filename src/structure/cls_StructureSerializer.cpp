@@ -360,7 +360,7 @@ class SerializedReader {
       // every pair takes at least 8 bytes ("i:0;N;" plus the closing brace): never trust the count
       int64_t room = (end_ - p_) / 6;
       Node& n = m_.nodes_[pID];
-      n.items.reserve(n.items.size() + static_cast<size_t>(std::min(count, room)));
+      n.items.reserve(std::max<size_t>(n.items.size(), 1) + static_cast<size_t>(std::min(count, room)));
     }
     for (int64_t i = 0; i < count; ++i) {
       Key k = ReadKey();
@@ -466,6 +466,7 @@ class SerializedReader {
       }
       slot = static_cast<int32_t>(k.index);
     } else {
+      if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
       slot = static_cast<int32_t>(n.items.size());
       if (slot == std::numeric_limits<int32_t>::max()) hInvalid();
       n.items.emplace_back();
@@ -636,7 +637,7 @@ void cls_StructureManager::hEmpty(int32_t pID) {
   std::vector<int32_t> children;
   for (const Item& it : n.items)
     if (it.used && it.isStruct) children.push_back(it.child);
-  n.items.assign(1, Item{});
+  n.items.clear();  // slot 0 is implied
   n.unused = 0;
   n.flags = static_cast<uint8_t>((n.flags & ~(kHasZero | kDefaultMode)) | kChanged);
   hDropIndex(n);
