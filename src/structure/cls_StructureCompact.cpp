@@ -289,7 +289,7 @@ int64_t cls_StructureCompact::CountPieces(int32_t pID) {
 }
 
 void cls_StructureCompact::Read(int32_t pID, std::string_view pText) {
-  if (!m_.Valid(pID)) Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
+  m_.hEmpty(pID);
   if (pText.substr(0, 4) != "QS1:") hInvalid();
   size_t colon = pText.find(':', 4);
   if (colon == std::string_view::npos || colon == 4) hInvalid();

@@ -317,7 +317,7 @@ class SerializedReader {
       k.index = idx;
       return k;
     }
-    hBadType(tag, "asiObdnN");
+    hBadType(tag, "asiObdnN}");
   }
 
   [[noreturn]] void hBadType(char tag, const char* known) {
@@ -418,7 +418,7 @@ class SerializedReader {
         Expect(';');
         return Variant::Null();
       default:
-        hBadType(tag, "asiObdnN");
+        hBadType(tag, "asiObdnN}");
     }
   }
 
