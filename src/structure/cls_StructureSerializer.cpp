@@ -35,6 +35,40 @@ inline bool hAscii(const char* p, size_t n) {
   return true;
 }
 
+// Decodes up to `want` code points of strict UTF-8 from p (at most n bytes). Returns the bytes
+// they take, or npos when an invalid sequence comes first.
+size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr) {
+  size_t i = 0, chars = 0;
+  const auto* u = reinterpret_cast<const unsigned char*>(p);
+  while (chars < want && i < n) {
+    unsigned char c = u[i];
+    size_t len;
+    unsigned char lo = 0x80, hi = 0xBF;
+    if (c < 0x80) len = 1;
+    else if (c >= 0xC2 && c <= 0xDF) len = 2;
+    else if (c >= 0xE0 && c <= 0xEF) {
+      len = 3;
+      if (c == 0xE0) lo = 0xA0;
+      if (c == 0xED) hi = 0x9F;  // no surrogates
+    } else if (c >= 0xF0 && c <= 0xF4) {
+      len = 4;
+      if (c == 0xF0) lo = 0x90;
+      if (c == 0xF4) hi = 0x8F;
+    } else {
+      return std::string_view::npos;
+    }
+    if (i + len > n) return std::string_view::npos;
+    for (size_t k = 1; k < len; ++k) {
+      unsigned char d = u[i + k];
+      if (k == 1 ? (d < lo || d > hi) : (d < 0x80 || d > 0xBF)) return std::string_view::npos;
+    }
+    i += len;
+    ++chars;
+  }
+  if (rChars) *rChars = chars;
+  return chars == want ? i : std::string_view::npos;
+}
+
 // An output buffer that grows geometrically and is written through raw pointers.
 class Out {
  public:
@@ -276,8 +310,10 @@ class SerializedReader {
       bytes = static_cast<size_t>(n);  // characters and bytes agree
       if (!closes(bytes)) hInvalid();
     } else {
-      bytes = text::ByteOffset(std::string_view(s, avail), static_cast<size_t>(n));
-      if (!closes(bytes)) {
+      // characters of well-formed UTF-8 first; text that is not (or does not end there) was
+      // counted in bytes, as PHP and our writer for malformed text count it
+      bytes = hUtf8Span(s, avail, static_cast<size_t>(n));
+      if (bytes == std::string_view::npos || !closes(bytes)) {
         bytes = static_cast<size_t>(n);
         if (!closes(bytes)) hInvalid();
       }
@@ -513,7 +549,11 @@ int& cls_StructureSerializer::Depth() { return tDepth; }
 
 size_t cls_StructureSerializer::CharCount(std::string_view s) {
   if (hAscii(s.data(), s.size())) return s.size();
-  return text::Len(s);
+  size_t chars = 0;
+  if (hUtf8Span(s.data(), s.size(), s.size(), &chars) == std::string_view::npos &&
+      hUtf8Span(s.data(), s.size(), chars) != s.size())
+    return s.size();  // malformed UTF-8: bytes
+  return chars;
 }
 
 size_t cls_StructureSerializer::DoubleText(double d, char* buf) {

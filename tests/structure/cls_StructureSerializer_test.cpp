@@ -137,6 +137,12 @@ TEST(StructureSerializer, RoundTripKeepsValuesAndTypes) {
   EXPECT_EQ(r->ITEM_GET("BAD").type(), VarType::String);
   ASSERT_EQ(r->ITEM_GET("WHEN").type(), VarType::Date);
   EXPECT_EQ(r->ITEM_GET("WHEN").rawDouble(), when);
+
+  // malformed UTF-8 is counted in bytes, so it reads back too (found by fuzzing)
+  auto m = cls_Structure::New();
+  m->ITEM_LET("X", std::string("a\xF1li\xCB"));
+  EXPECT_EQ(m->SERIALIZE(), "a:1:{s:1:\"X\";s:5:\"a\xF1li\xCB\";}");
+  EXPECT_EQ(Read(m->SERIALIZE())->ITEM_GET("X").str(), "a\xF1li\xCB");
 }
 
 TEST(StructureSerializer, ReadsWhatPhpWrites) {
