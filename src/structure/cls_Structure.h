@@ -107,6 +107,20 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
   StructurePtr SELF() { return shared_from_this(); }
 
   // ---- serialized and compact forms ------------------------------------------------------------
+  std::string SERIALIZE() { return MANAGER->SERIALIZE(SID); }
+  void UNSERIALIZE(std::string_view rSerialData) { MANAGER->UNSERIALIZE(SID, rSerialData); }
+  Variant UNSERIALIZE2(std::string_view rSerialData, int64_t& rIndex) {
+    return MANAGER->UNSERIALIZE2(SID, rSerialData, rIndex);
+  }
+  std::string SERIALIZEBINARY() { return MANAGER->SERIALIZEBINARY(SID); }
+  void SERIALIZEBINARYBUFFER(std::vector<std::string>& rBuffer, int64_t& rIndex) {
+    MANAGER->SERIALIZEBINARYBUFFER(SID, rBuffer, rIndex);
+  }
+  int64_t SERIALIZEBINARYCOUNT() { return MANAGER->SERIALIZEBINARYCOUNT(SID); }
+  void UNSERIALIZEBINARY(std::string_view rSerialData) { MANAGER->UNSERIALIZEBINARY(SID, rSerialData); }
+  void UNSERIALIZEBINARYBUFFER(const std::vector<std::string>& pBuffer, int64_t& rIndex) {
+    MANAGER->UNSERIALIZEBINARYBUFFER(SID, pBuffer, rIndex);
+  }
 
   // ---- script, text and parameter forms, structure files ---------------------------------------
   std::string SCRIPT(int32_t pIndentation = 0) { return MANAGER->SCRIPT(SID, pIndentation); }

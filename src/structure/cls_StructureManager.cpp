@@ -444,6 +444,10 @@ void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
   }
 }
 
+void cls_StructureManager::hDropIndex(Node& n) {
+  if (n.extra) n.extra->index.reset();
+}
+
 int32_t cls_StructureManager::hLastUnused(const Node& n) const {
   if (n.unused > 0)
     for (size_t i = n.items.size() - 1; i >= 1; --i)

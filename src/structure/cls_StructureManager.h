@@ -168,6 +168,45 @@ class cls_StructureManager : public Object,
   bool ISEMPTY(int32_t pID);  // no used item
 
   // ---- serialized and compact forms ------------------------------------------------------------
+  // (defined in cls_StructureSerializer.cpp and cls_StructureCompact.cpp, which hold the grammars)
+  // The serialized text of the node and its subtree: "a:2:{s:4:\"NAME\";s:4:\"Anna\";...}".
+  // Raises kInvalidData for a tree nested deeper than 100 levels.
+  std::string SERIALIZE(int32_t pID);
+  // Empties the node (releasing its sub-structures), then fills it from the text. Text beginning
+  // "QS" is the compact form (UNSERIALIZEBINARY); blank text leaves the node empty; anything else
+  // must be one serialized array (or object) and resets the thread's depth counter first.
+  // Raises kInvalidData "Serialized data invalid" or "Invalid data type found: X" (operation
+  // UNSERIALIZE2); the node is left empty then.
+  void UNSERIALIZE(int32_t pID, std::string_view rSerialData);
+  // Reads one value at the byte offset rIndex and moves rIndex past it: an array's items are
+  // appended to the node (result Empty), a scalar is returned. Nesting deeper than 100 raises.
+  Variant UNSERIALIZE2(int32_t pID, std::string_view rSerialData, int64_t& rIndex);
+  // "QS1:" + separator + ":" + pieces: keeps types, flags, empty names and unused slots.
+  std::string SERIALIZEBINARY(int32_t pID);
+  // Writes the node's pieces into rBuffer from rIndex on (growing it as needed); rIndex moves past
+  // them. rBuffer is the host's list: it can collect several structures one after the other.
+  void SERIALIZEBINARYBUFFER(int32_t pID, std::vector<std::string>& rBuffer, int64_t& rIndex);
+  // The number of pieces SERIALIZEBINARYBUFFER writes for the node.
+  int64_t SERIALIZEBINARYCOUNT(int32_t pID);
+  // Empties the node and fills it from a compact text. Raises kInvalidData "Serialized data
+  // invalid" (operation UNSERIALIZEBINARY) and leaves the node empty on bad input.
+  void UNSERIALIZEBINARY(int32_t pID, std::string_view rSerialData);
+  // Empties the node and reads one node's pieces from pBuffer at rIndex; rIndex moves past them.
+  void UNSERIALIZEBINARYBUFFER(int32_t pID, const std::vector<std::string>& pBuffer, int64_t& rIndex);
+
+ private:
+  friend class cls_StructureSerializer;
+  friend class cls_StructureCompact;
+  friend class SerializedReader;
+  friend class CompactReader;
+  struct Node;
+  // Empties a node for a reader: sub-structures released, slots dropped, HASZERO and DEFAULTMODE
+  // cleared, CHANGED set; the bound value and object stay.
+  void hEmpty(int32_t pID);
+  // Forgets a node's name index (rebuilt on the next lookup) after its slots were rewritten.
+  void hDropIndex(Node& n);
+
+ public:
 
   // ---- script, text and parameter forms, structure files ---------------------------------------
   // The forms are described in mdl_StructureScript.h (script) and mdl_StructureText.h (the others).
