@@ -31,6 +31,12 @@ void hPrintTree(cls_Structure& s, int depth) {
   }
 }
 
+// One-line forms read from a file usually end with a line break that is not part of the text.
+std::string_view hTrimEnd(std::string_view t) {
+  while (!t.empty() && (t.back() == '\n' || t.back() == '\r')) t.remove_suffix(1);
+  return t;
+}
+
 // The text forms "rykel struct convert" reads and writes, one row each.
 struct Form {
   const char* name;
@@ -41,6 +47,10 @@ const Form kForms[] = {
     {"script", [](std::string_view t, cls_Structure& s) { s.PARSE(t); }, [](cls_Structure& s) { return s.SCRIPT(); }},
     {"json", [](std::string_view t, cls_Structure& s) { JsonToStruct(t, s); },
      [](cls_Structure& s) { return StructToJson(s); }},
+    {"php", [](std::string_view t, cls_Structure& s) { s.UNSERIALIZE(hTrimEnd(t)); },
+     [](cls_Structure& s) { return s.SERIALIZE() + "\n"; }},
+    {"compact", [](std::string_view t, cls_Structure& s) { s.UNSERIALIZEBINARY(hTrimEnd(t)); },
+     [](cls_Structure& s) { return s.SERIALIZEBINARY() + "\n"; }},
 };
 
 const Form& hForm(const std::string& name) {
@@ -89,7 +99,8 @@ void AddStructCommands(CLI::App& app) {
   convert->add_option("--to", to, "form of the output")->check(CLI::IsMember(hFormNames()))->capture_default_str();
   convert->add_option("FILE", convertFile, "input file, \"-\" for standard input")->required();
   convert->footer(
-      "Forms: script (the structure file form), json (objects for named items, arrays for numbered ones).");
+      "Forms: php (PHP's serialize text), script (the structure file form), compact (\"QS1:\" text),\n"
+      "json (objects for named items, arrays for numbered ones; dates as \"yyyy-mm-dd HH:MM:SS\").");
   convert->callback([] {
     auto s = cls_Structure::New();
     hForm(from).read(ReadInput(convertFile), *s);
@@ -97,9 +108,9 @@ void AddStructCommands(CLI::App& app) {
     std::fwrite(out.data(), 1, out.size(), stdout);
   });
 
-  static std::string showFile, showFrom = "script";
+  static std::string showFile, showFrom = "php";
   static bool showJson = false;
-  auto* show = st->add_subcommand("show", "Print a structure file as an indented tree");
+  auto* show = st->add_subcommand("show", "Print a serialized structure (or another form) as an indented tree");
   show->add_option("FILE", showFile, "input file, \"-\" for standard input")->required();
   show->add_option("--from", showFrom, "form of the input")->check(CLI::IsMember(hFormNames()))->capture_default_str();
   show->add_flag("--json", showJson, "print the JSON view instead of the tree");
