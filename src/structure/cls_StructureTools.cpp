@@ -8,7 +8,7 @@ namespace rykel {
 
 namespace {
 constexpr const char* kClass = "cls_StructureTools";
-__attribute__((tls_model("initial-exec"))) thread_local int32_t tLiveHandles = 0;
+thread_local int32_t tLiveHandles = 0;
 }  // namespace
 
 void cls_StructureTools::hHandleCreated() { ++tLiveHandles; }
