@@ -262,15 +262,14 @@ void cls_DBToolRandom::hExpand(Random& rng, std::string& rOut, std::string_view 
       return;
     }
     rOut.append(pPattern.substr(i, open - i));
-    const size_t close = pPattern.find('}', open + 1);
+    const size_t close = pPattern.find_first_of("{}", open + 1);
     if (close == std::string_view::npos) {  // unclosed: the rest is text
       rOut.append(pPattern.substr(open));
       return;
     }
-    const size_t inner = pPattern.find('{', open + 1);
-    if (inner < close) {  // "{a{D}": the first "{" is text
-      rOut.append(pPattern.substr(open, inner - open));
-      i = inner;
+    if (pPattern[close] == '{') {  // "{a{D}": the first "{" is text
+      rOut.append(pPattern.substr(open, close - open));
+      i = close;
       continue;
     }
     hPlaceholder(rng, rOut, pPattern.substr(open + 1, close - open - 1), pType, pDepth);
