@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <unordered_map>
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
@@ -79,43 +78,59 @@ constexpr int kTypeEnumMulti = 10;
 // The longest name in kNames; longer names cannot match and skip upper-casing.
 constexpr size_t kLongestName = 12;
 
+// Names grouped by length and first letter: a lookup compares against one or two rows.
+class NameIndex {
+ public:
+  NameIndex() {
+    for (const auto& row : kNames) {
+      auto& bucket = buckets_[hSlot(row.name)];
+      bool seen = false;
+      for (const auto& other : bucket) seen = seen || other.name == row.name;
+      if (!seen) bucket.push_back(row);  // the first row of a name wins
+    }
+  }
+  // pUpper: upper case already.
+  Gen Find(std::string_view pUpper) const {
+    for (const auto& row : buckets_[hSlot(pUpper)])
+      if (row.name == pUpper) return row.gen;
+    return Gen::None;
+  }
+
+ private:
+  static size_t hSlot(std::string_view pName) {
+    const auto first = static_cast<unsigned char>(pName[0]);
+    return std::min(pName.size(), kLongestName + 1) * 32 + (first & 31);
+  }
+  std::vector<NameRow> buckets_[(kLongestName + 2) * 32];
+};
+
 Gen hFindName(std::string_view pName) {
-  static const std::unordered_map<std::string_view, Gen> index = [] {
-    std::unordered_map<std::string_view, Gen> m;
-    for (const auto& row : kNames) m.emplace(row.name, row.gen);  // first row of a name wins
-    return m;
-  }();
+  static const NameIndex index;
   if (pName.empty() || pName.size() > kLongestName + 1) return Gen::None;  // "STRAßE" has 7 bytes
   char buf[kLongestName + 2];
   bool ascii = true;
   for (size_t i = 0; i < pName.size(); ++i) {
-    char c = pName[i];
+    const char c = pName[i];
     if (static_cast<unsigned char>(c) >= 0x80) ascii = false;
     buf[i] = (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
   }
-  if (!ascii) {
-    const std::string upper = text::UCase(pName);
-    auto it = index.find(upper);
-    return it == index.end() ? Gen::None : it->second;
-  }
-  auto it = index.find(std::string_view(buf, pName.size()));
-  return it == index.end() ? Gen::None : it->second;
+  if (!ascii) return index.Find(text::UCase(pName));
+  return index.Find(std::string_view(buf, pName.size()));
 }
 
-// r * pSpan rounded half to even, in the generator's own arithmetic (no dependence on the
-// floating-point rounding mode).
-int64_t hRoundHalfEven(double x) {
-  const double f = std::floor(x);
-  const double diff = x - f;
-  if (diff > 0.5) return static_cast<int64_t>(f) + 1;
-  if (diff < 0.5) return static_cast<int64_t>(f);
-  const auto whole = static_cast<int64_t>(f);
-  return (whole % 2 == 0) ? whole : whole + 1;
-}
-
+// pA + round-half-to-even(r * (pB - pA)). r is k / 2^53 for the 53-bit k that Rnd() uses, so the
+// product is worked out exactly in integers: no rounding of the product, no floating-point mode.
 int32_t hRandOf(Random& rng, int32_t pA, int32_t pB) {
-  const double span = static_cast<double>(pB) - static_cast<double>(pA);
-  return static_cast<int32_t>(pA + hRoundHalfEven(rng.Rnd() * span));
+  const uint64_t k = rng.Next() >> 11;
+  const int64_t span = static_cast<int64_t>(pB) - pA;
+  const uint64_t magnitude = static_cast<uint64_t>(span < 0 ? -span : span);
+  const unsigned __int128 product = static_cast<unsigned __int128>(k) * magnitude;
+  uint64_t whole = static_cast<uint64_t>(product >> 53);
+  const uint64_t fraction = static_cast<uint64_t>(product) & ((uint64_t{1} << 53) - 1);
+  constexpr uint64_t kHalf = uint64_t{1} << 52;
+  if (fraction > kHalf || (fraction == kHalf && (whole & 1) != 0)) ++whole;
+  const int64_t step = static_cast<int64_t>(whole);
+  return static_cast<int32_t>(span < 0 ? pA - step : pA + step);
 }
 
 bool hFiftyOf(Random& rng) { return rng.Rnd() * 100 < 50; }
@@ -313,8 +328,11 @@ void cls_DBToolRandom::hGenerate(Random& rng, std::string& rOut, Gen pGen, int p
   switch (pGen) {
     case Gen::None:
       return;
-    case Gen::Phone:
-      hExpand(rng, rOut, "0{d[4-5]}-{d[4-10]}", pType, pDepth);
+    case Gen::Phone:  // "0{d[4-5]}-{d[4-10]}", drawn in the same order as the pattern would be
+      rOut += '0';
+      hDigits(rng, rOut, hRandOf(rng, 4, 5));
+      rOut += '-';
+      hDigits(rng, rOut, hRandOf(rng, 4, 10));
       return;
     case Gen::FirstName:
       rOut += hPick(rng, hFiftyOf(rng) ? hTableFirstNamesFemale() : hTableFirstNamesMale());
@@ -325,7 +343,7 @@ void cls_DBToolRandom::hGenerate(Random& rng, std::string& rOut, Gen pGen, int p
       const size_t k = rng.Below(hTableStreetSuffixes().size());
       rOut += stem.ends_with('-') ? hStreetSuffixesCapital()[k] : hTableStreetSuffixes()[k];
       rOut += ' ';
-      hExpand(rng, rOut, "{D[1-3]}", pType, pDepth);
+      hDigits(rng, rOut, hRandOf(rng, 1, 3));  // "{D[1-3]}"
       return;
     }
     case Gen::LastName:
