@@ -20,7 +20,8 @@ struct frm_SManHolder {
 };
 
 thread_local std::unique_ptr<frm_SManHolder> tHolder;
-thread_local std::shared_ptr<cls_StructureManager> tManager;
+// initial-exec: the hot per-thread lookups skip the dynamic TLS resolver of a shared library
+__attribute__((tls_model("initial-exec"))) thread_local std::shared_ptr<cls_StructureManager> tManager;
 
 }  // namespace
 
