@@ -3,14 +3,20 @@
 //   build/bench/bench_random [--benchmark_filter=...]
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <string>
 
 #include "tools/cls_DBTool.h"
 
 namespace {
 
-constexpr int kRecords = 1000000;
+// 1,000,000 as the peer; RYKEL_BENCH_RECORDS makes it smaller for profiling.
+const int kRecords = [] {
+  const char* env = std::getenv("RYKEL_BENCH_RECORDS");
+  return env != nullptr ? std::max(1, std::atoi(env)) : 1000000;
+}();
 
 // One pattern per record, expanded into one reused buffer.
 void BM_PersonRecordsPattern(benchmark::State& state) {

@@ -27,19 +27,11 @@ void Random::Seed(uint64_t pSeed) {
   if ((s_[0] | s_[1] | s_[2] | s_[3]) == 0) s_[0] = 1;
 }
 
-uint64_t Random::Below(uint64_t pCount) {
+uint64_t Random::hBelowSlow(uint64_t pCount, unsigned __int128 pFirst) {
   if (pCount == 0) return 0;
-  // Multiply-shift maps 64 random bits onto [0, pCount); redraw the few values that would make
-  // the low end slightly more likely.
-  unsigned __int128 m = static_cast<unsigned __int128>(Next()) * pCount;
-  uint64_t low = static_cast<uint64_t>(m);
-  if (low < pCount) {
-    const uint64_t threshold = (0 - pCount) % pCount;
-    while (low < threshold) {
-      m = static_cast<unsigned __int128>(Next()) * pCount;
-      low = static_cast<uint64_t>(m);
-    }
-  }
+  const uint64_t threshold = (0 - pCount) % pCount;
+  unsigned __int128 m = pFirst;
+  while (static_cast<uint64_t>(m) < threshold) m = static_cast<unsigned __int128>(Next()) * pCount;
   return static_cast<uint64_t>(m >> 64);
 }
 

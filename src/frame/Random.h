@@ -44,11 +44,18 @@ class Random {
   // A uniform double in [0, 1), as the classic runtime's Rnd.
   double Rnd() { return static_cast<double>(Next() >> 11) * 0x1.0p-53; }
 
-  // A uniform whole number in [0, pCount); 0 when pCount is 0. Unbiased (Lemire's method).
-  uint64_t Below(uint64_t pCount);
+  // A uniform whole number in [0, pCount); 0 when pCount is 0. Unbiased (Lemire's method:
+  // multiply-shift, redrawing the few values that would make the low end more likely).
+  uint64_t Below(uint64_t pCount) {
+    unsigned __int128 m = static_cast<unsigned __int128>(Next()) * pCount;
+    if (static_cast<uint64_t>(m) < pCount) [[unlikely]]
+      return hBelowSlow(pCount, m);
+    return static_cast<uint64_t>(m >> 64);
+  }
 
  private:
   static uint64_t hRotl(uint64_t x, int k) { return (x << k) | (x >> (64 - k)); }
+  uint64_t hBelowSlow(uint64_t pCount, unsigned __int128 pFirst);
   uint64_t s_[4];
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
@@ -75,67 +76,107 @@ constexpr int kTypeDouble = 7;
 constexpr int kTypeReferenceNumeric = 9;
 constexpr int kTypeEnumMulti = 10;
 
-// The longest name in kNames; longer names cannot match and skip upper-casing.
-constexpr size_t kLongestName = 12;
+// A name of up to 16 bytes packed into two words, for a compare without a loop.
+struct PackedName {
+  uint64_t lo = 0;
+  uint64_t hi = 0;
+  bool operator==(const PackedName&) const = default;
+};
 
 // Names grouped by length and first letter: a lookup compares against one or two rows.
 class NameIndex {
  public:
+  static constexpr size_t kMaxBytes = 16;
+
   NameIndex() {
     for (const auto& row : kNames) {
-      auto& bucket = buckets_[hSlot(row.name)];
+      const PackedName key = hPack(row.name);
+      auto& bucket = buckets_[hSlot(row.name.size(), key)];
       bool seen = false;
-      for (const auto& other : bucket) seen = seen || other.name == row.name;
-      if (!seen) bucket.push_back(row);  // the first row of a name wins
+      for (const auto& other : bucket) seen = seen || other.key == key;
+      if (!seen) bucket.push_back({key, row.gen});  // the first row of a name wins
     }
   }
-  // pUpper: upper case already.
-  Gen Find(std::string_view pUpper) const {
-    for (const auto& row : buckets_[hSlot(pUpper)])
-      if (row.name == pUpper) return row.gen;
+  // pUpper: upper case already, at most kMaxBytes bytes.
+  Gen Find(size_t pSize, const PackedName& pKey) const {
+    for (const auto& row : buckets_[hSlot(pSize, pKey)])
+      if (row.key == pKey) return row.gen;
     return Gen::None;
+  }
+  static PackedName hPack(std::string_view pName) {
+    PackedName key;
+    unsigned char buf[kMaxBytes] = {};
+    std::memcpy(buf, pName.data(), std::min(pName.size(), kMaxBytes));
+    std::memcpy(&key.lo, buf, 8);
+    std::memcpy(&key.hi, buf + 8, 8);
+    return key;
   }
 
  private:
-  static size_t hSlot(std::string_view pName) {
-    const auto first = static_cast<unsigned char>(pName[0]);
-    return std::min(pName.size(), kLongestName + 1) * 32 + (first & 31);
+  struct Row {
+    PackedName key;
+    Gen gen;
+  };
+  static size_t hSlot(size_t pSize, const PackedName& pKey) {
+    return std::min(pSize, kMaxBytes) * 32 + (pKey.lo & 31);
   }
-  std::vector<NameRow> buckets_[(kLongestName + 2) * 32];
+  std::vector<Row> buckets_[(kMaxBytes + 1) * 32];
 };
+
+// Upper-cases the ASCII letters of eight packed bytes at once (bytes below 0x80 only): a byte
+// from 'a' to 'z' gets the high bit of (b + 0x1F) and not that of (b + 0x05); bit 0x20 is flipped.
+constexpr uint64_t hUpperAscii(uint64_t pWord) {
+  constexpr uint64_t kOnes = 0x0101010101010101ULL;
+  const uint64_t fromA = pWord + kOnes * (0x80 - 'a');
+  const uint64_t pastZ = pWord + kOnes * (0x80 - 'z' - 1);
+  const uint64_t lower = fromA & ~pastZ & (kOnes * 0x80);
+  return pWord ^ (lower >> 2);
+}
 
 Gen hFindName(std::string_view pName) {
   static const NameIndex index;
-  if (pName.empty() || pName.size() > kLongestName + 1) return Gen::None;  // "STRAßE" has 7 bytes
-  char buf[kLongestName + 2];
-  bool ascii = true;
-  for (size_t i = 0; i < pName.size(); ++i) {
-    const char c = pName[i];
-    if (static_cast<unsigned char>(c) >= 0x80) ascii = false;
-    buf[i] = (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
+  if (pName.empty() || pName.size() > NameIndex::kMaxBytes) return Gen::None;
+  unsigned char buf[NameIndex::kMaxBytes] = {};
+  std::memcpy(buf, pName.data(), pName.size());
+  PackedName key;
+  std::memcpy(&key.lo, buf, 8);
+  std::memcpy(&key.hi, buf + 8, 8);
+  if (((key.lo | key.hi) & 0x8080808080808080ULL) != 0) {  // "straße": ICU's upper case
+    const std::string upper = text::UCase(pName);
+    if (upper.size() > NameIndex::kMaxBytes) return Gen::None;
+    return index.Find(upper.size(), NameIndex::hPack(upper));
   }
-  if (!ascii) return index.Find(text::UCase(pName));
-  return index.Find(std::string_view(buf, pName.size()));
+  key.lo = hUpperAscii(key.lo);
+  key.hi = hUpperAscii(key.hi);
+  return index.Find(pName.size(), key);
 }
 
 // pA + round-half-to-even(r * (pB - pA)). r is k / 2^53 for the 53-bit k that Rnd() uses, so the
 // product is worked out exactly in integers: no rounding of the product, no floating-point mode.
-int32_t hRandOf(Random& rng, int32_t pA, int32_t pB) {
+[[gnu::always_inline]] inline int32_t hRandOf(Random& rng, int32_t pA, int32_t pB) {
   const uint64_t k = rng.Next() >> 11;
   const int64_t span = static_cast<int64_t>(pB) - pA;
   const uint64_t magnitude = static_cast<uint64_t>(span < 0 ? -span : span);
-  const unsigned __int128 product = static_cast<unsigned __int128>(k) * magnitude;
-  uint64_t whole = static_cast<uint64_t>(product >> 53);
-  const uint64_t fraction = static_cast<uint64_t>(product) & ((uint64_t{1} << 53) - 1);
   constexpr uint64_t kHalf = uint64_t{1} << 52;
+  uint64_t whole;
+  uint64_t fraction;
+  if (magnitude < 2048) {  // the product fits 64 bits: the common case of short ranges
+    const uint64_t product = k * magnitude;
+    whole = product >> 53;
+    fraction = product & ((uint64_t{1} << 53) - 1);
+  } else {
+    const unsigned __int128 product = static_cast<unsigned __int128>(k) * magnitude;
+    whole = static_cast<uint64_t>(product >> 53);
+    fraction = static_cast<uint64_t>(product) & ((uint64_t{1} << 53) - 1);
+  }
   if (fraction > kHalf || (fraction == kHalf && (whole & 1) != 0)) ++whole;
   const int64_t step = static_cast<int64_t>(whole);
   return static_cast<int32_t>(span < 0 ? pA - step : pA + step);
 }
 
-bool hFiftyOf(Random& rng) { return rng.Rnd() * 100 < 50; }
+inline bool hFiftyOf(Random& rng) { return rng.Rnd() * 100 < 50; }
 
-void hCharOf(Random& rng, std::string& rOut, std::string_view pSet) {
+[[gnu::always_inline]] inline void hCharOf(Random& rng, std::string& rOut, std::string_view pSet) {
   rOut += pSet[static_cast<size_t>(hRandOf(rng, 1, static_cast<int32_t>(pSet.size()))) - 1];
 }
 
@@ -145,7 +186,19 @@ const std::string& hPick(Random& rng, const std::vector<std::string>& pRows) {
 }
 
 void hDigits(Random& rng, std::string& rOut, int pCount) {
-  for (int i = 0; i < pCount; ++i) hCharOf(rng, rOut, kCharsDigit);
+  if (pCount <= 0) return;
+  const size_t at = rOut.size();
+  rOut.resize(at + static_cast<size_t>(pCount));
+  char* out = rOut.data() + at;
+  for (int i = 0; i < pCount; ++i) out[i] = kCharsDigit[static_cast<size_t>(hRandOf(rng, 1, 10)) - 1];
+}
+
+// Position of the first pA or pB at or after pFrom; npos when neither follows. A plain loop:
+// find_first_of searches its set once per character, which costs more on these short texts.
+size_t hFindEither(std::string_view pText, size_t pFrom, char pA, char pB) {
+  for (size_t i = pFrom; i < pText.size(); ++i)
+    if (pText[i] == pA || pText[i] == pB) return i;
+  return std::string_view::npos;
 }
 
 // Reads a whole decimal number, cut to kMaxRepeat; false unless pText is one or more digits.
@@ -260,7 +313,9 @@ void cls_DBToolRandom::hAppend(std::string& rOut, std::string_view pFieldOrPatte
     hExpand(rng, rOut, pFieldOrPattern, pType, 0);
     return;
   }
-  const Gen gen = hFindName(text::Trim(pFieldOrPattern));
+  const bool padded = !pFieldOrPattern.empty() &&
+                      (pFieldOrPattern.front() == ' ' || pFieldOrPattern.back() == ' ');
+  const Gen gen = hFindName(padded ? text::Trim(pFieldOrPattern) : pFieldOrPattern);
   if (gen != Gen::None) hGenerate(rng, rOut, gen, pType, 0);
   else hByType(rng, rOut, pType, pMembers);
 }
@@ -277,7 +332,7 @@ void cls_DBToolRandom::hExpand(Random& rng, std::string& rOut, std::string_view 
       return;
     }
     rOut.append(pPattern.substr(i, open - i));
-    const size_t close = pPattern.find_first_of("{}", open + 1);
+    const size_t close = hFindEither(pPattern, open + 1, '{', '}');
     if (close == std::string_view::npos) {  // unclosed: the rest is text
       rOut.append(pPattern.substr(open));
       return;
@@ -295,7 +350,7 @@ void cls_DBToolRandom::hExpand(Random& rng, std::string& rOut, std::string_view 
 // placeholder -> name [ "*" digits | "[" digits "-" digits "]" ]   (the text between the braces)
 void cls_DBToolRandom::hPlaceholder(Random& rng, std::string& rOut, std::string_view pInner,
                                     int pType, int pDepth) const {
-  const size_t mark = pInner.find_first_of("*[");
+  const size_t mark = hFindEither(pInner, 0, '*', '[');
   std::string_view name = pInner.substr(0, mark);
   int count = 1;
   bool ok = true;
