@@ -503,6 +503,7 @@ class SerializedReader {
   // name), "" appends a numbered slot, a numbered key takes its own slot.
   void Put(int32_t pID, const Key& k, Variant&& v, int32_t child) {
     Node& n = m_.nodes_[pID];
+    if (n.items.empty()) n.items.emplace_back();  // a fresh node leaves slot 0 implied
     int32_t slot;
     if (k.isIndex) {
       if (k.index == 0 && !(n.flags & cls_StructureManager::kHasZero)) {
