@@ -361,7 +361,7 @@ class SerializedReader {
       int64_t idx = Int(';');
       if (idx < 0 || idx > std::numeric_limits<int32_t>::max() - 1) {
         // no slot can hold it: the number's text becomes the name
-        k.atom = Intern(std::to_string(idx));
+        k.atom = hInternUpper(std::to_string(idx));  // not cached: the text is a temporary
         return k;
       }
       k.isIndex = true;
@@ -382,6 +382,7 @@ class SerializedReader {
 
   // Names repeat from record to record: a small cache from the name as written (it stays in the
   // text being read) to its atom spares upper-casing and interning it again.
+  // REQUIRES: name lies in the text being read (the cache keeps a pointer to it).
   uint32_t Intern(std::string_view name) {
     if (name.size() > 64) return hInternUpper(name);
     uint32_t h = 2166136261u;

@@ -175,6 +175,12 @@ TEST(StructureSerializer, ReadsWhatPhpWrites) {
   EXPECT_EQ(k->ITEM_GET("-5").str(), "m");
   EXPECT_EQ(CLng(k->ITEM_GET("9999999999")), 1);
   EXPECT_EQ(k->ITEM_GET("BIG").type(), VarType::Double);
+  // the same out-of-range key many times over (the name cache once kept a dangling pointer)
+  std::string many = "a:40:{";
+  for (int i = 0; i < 40; ++i) many += "i:-" + std::to_string(i % 3 + 1) + ";i:" + std::to_string(i) + ";";
+  auto mk = Read(many + "}");
+  EXPECT_EQ(mk->COUNT(), 40);
+  EXPECT_EQ(CLng(mk->ITEM_GET("-2")), 1);  // the first of the items with that name
 
   // PHP's special doubles, exponents and signs
   auto d = Read(R"(a:5:{s:1:"a";d:INF;s:1:"b";d:-INF;s:1:"c";d:NAN;s:1:"d";d:1.0E+25;s:1:"e";d:-0;})");
