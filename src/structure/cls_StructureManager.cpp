@@ -746,23 +746,26 @@ bool cls_StructureManager::REMOVE(int32_t pID, const Variant& pKey) {
     }
     UpperKey k(pKey.str());
     int32_t node = pID;
-    std::string_view rest = k.view;
-    for (;;) {
-      size_t dot = rest.find('.');
-      std::string_view part = rest.substr(0, dot);
-      uint32_t atom = names_.Find(part);
-      int32_t slot = atom ? hFindSlot(node, atom) : -1;
-      if (slot < 0) return false;
-      if (dot == std::string_view::npos) {
-        hRemove(node, slot);
-        return true;
-      }
-      const Item& it = nodes_[node].items[slot];
-      if (!it.isStruct) return false;
-      node = it.child;
-      rest = rest.substr(dot + 1);
-    }
+    int32_t slot = hWalk(pID, k.view, node);
+    if (slot < 0) return false;
+    hRemove(node, slot);
+    return true;
   });
+}
+
+int32_t cls_StructureManager::hWalk(int32_t pID, std::string_view upper, int32_t& rNode) {
+  rNode = pID;
+  std::string_view rest = upper;
+  for (;;) {
+    size_t dot = rest.find('.');
+    uint32_t atom = names_.Find(rest.substr(0, dot));
+    int32_t slot = atom ? hFindSlot(rNode, atom) : -1;
+    if (slot < 0 || dot == std::string_view::npos) return slot;
+    const Item& it = nodes_[rNode].items[slot];
+    if (!it.isStruct) return -1;
+    rNode = it.child;
+    rest = rest.substr(dot + 1);
+  }
 }
 
 // ---- items: the further operations ------------------------------------------------------------
@@ -802,19 +805,7 @@ int32_t cls_StructureManager::ITEMINDEX_GET(int32_t pID, const Variant& pKey) {
     const std::string keyText = CStr(pKey);  // UpperKey may keep a view of it
     UpperKey k(keyText);
     int32_t node = pID;
-    std::string_view rest = k.view;
-    for (;;) {
-      size_t dot = rest.find('.');
-      std::string_view part = rest.substr(0, dot);
-      uint32_t atom = names_.Find(part);
-      int32_t slot = atom ? hFindSlot(node, atom) : -1;
-      if (slot < 0) return -1;
-      if (dot == std::string_view::npos) return slot;
-      const Item& it = nodes_[node].items[slot];
-      if (!it.isStruct) return -1;
-      node = it.child;
-      rest = rest.substr(dot + 1);
-    }
+    return hWalk(pID, k.view, node);
   });
 }
 
@@ -903,15 +894,12 @@ Variant cls_StructureManager::ITEMRECURSIVE_GET(int32_t pID, std::string_view pI
 Variant cls_StructureManager::ITEMPARENT_GET(int32_t pID, std::string_view pPath) {
   return Guard(kClass, "ITEMPARENT.GET", [&]() -> Variant {
     UpperKey k(pPath);
+    size_t lastDot = k.view.rfind('.');
+    if (lastDot == std::string_view::npos) return Variant(Ref(pID));
     int32_t node = pID;
-    std::string_view rest = k.view;
-    for (size_t dot; (dot = rest.find('.')) != std::string_view::npos; rest = rest.substr(dot + 1)) {
-      uint32_t atom = names_.Find(rest.substr(0, dot));
-      int32_t slot = atom ? hFindSlot(node, atom) : -1;
-      if (slot < 0 || !nodes_[node].items[slot].isStruct) return Variant();
-      node = nodes_[node].items[slot].child;
-    }
-    return Variant(Ref(node));
+    int32_t slot = hWalk(pID, k.view.substr(0, lastDot), node);
+    if (slot < 0 || !nodes_[node].items[slot].isStruct) return Variant();
+    return Variant(Ref(nodes_[node].items[slot].child));
   });
 }
 

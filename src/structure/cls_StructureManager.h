@@ -314,6 +314,8 @@ class cls_StructureManager : public Object,
   void hStore(int32_t pID, int32_t slot, const Variant& pValue);
   void hResize(Node& n, int32_t newMax);
   void hRemove(int32_t pID, int32_t slot);
+  // The slot of a dotted path's last part in the node that holds it (rNode), or -1.
+  int32_t hWalk(int32_t pID, std::string_view upper, int32_t& rNode);
   int32_t hLastUnused(const Node& n) const;
   void hFree(int32_t pID);
   void hPushFree(int32_t id);
