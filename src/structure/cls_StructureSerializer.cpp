@@ -112,8 +112,20 @@ void hPutString(Out& out, std::string_view s) {
   out.Commit(static_cast<size_t>(q - p));
 }
 
-// "yyyy-mm-dd HH:MM:SS"
+// "yyyy-mm-dd HH:MM:SS"; a date outside the years 100..9999 has no such text and is written as
+// its day number ("d:").
 void hPutDate(Out& out, double ole) {
+  if (!(ole >= -657434.0 && ole < 2958466.0)) {
+    char buf[40];
+    size_t n = cls_StructureSerializer::DoubleText(ole, buf);
+    char* q = out.Room(n + 3);
+    q[0] = 'd';
+    q[1] = ':';
+    std::memcpy(q + 2, buf, n);
+    q[n + 2] = ';';
+    out.Commit(n + 3);
+    return;
+  }
   date::Parts d = date::ToParts(ole);
   char buf[40];
   auto two = [](char* p, int v) {
@@ -259,7 +271,7 @@ class SerializedReader {
       ++p_;
       Expect(':');
       ClassName();
-      Array(pID);
+      Array(pID, true);
       return {};
     }
     return Scalar();
@@ -326,17 +338,20 @@ class SerializedReader {
   void ClassName() { Str(':'); }
 
   // key -> "s:" ... | "i:" decimal ";"
-  Key ReadKey() {
+  Key ReadKey(bool inObject) {
     if (p_ >= end_) hInvalid();
     char tag = *p_++;
     Key k;
     if (tag == 's') {
       Expect(':');
       std::string_view name = Str();
-      // private and protected properties of objects carry "\0Class\0" or "\0*\0" in front
-      if (!name.empty() && name[0] == '\0') {
+      // private and protected properties of objects carry "\0Class\0" or "\0*\0" in front;
+      // what is left never starts with "\0" again, so a tree written back reads the same
+      if (inObject && name.size() > 3 && name[0] == '\0') {
         size_t second = name.find('\0', 1);
-        if (second != std::string_view::npos) name.remove_prefix(second + 1);
+        if (second != std::string_view::npos && second >= 2 && second + 1 < name.size() &&
+            name[second + 1] != '\0')
+          name.remove_prefix(second + 1);
       }
       k.atom = Intern(name);
       return k;
@@ -346,7 +361,7 @@ class SerializedReader {
       int64_t idx = Int(';');
       if (idx < 0 || idx > std::numeric_limits<int32_t>::max() - 1) {
         // no slot can hold it: the number's text becomes the name
-        k.atom = Intern(std::to_string(idx));
+        k.atom = hInternUpper(std::to_string(idx));  // not cached: the text is a temporary
         return k;
       }
       k.isIndex = true;
@@ -367,6 +382,7 @@ class SerializedReader {
 
   // Names repeat from record to record: a small cache from the name as written (it stays in the
   // text being read) to its atom spares upper-casing and interning it again.
+  // REQUIRES: name lies in the text being read (the cache keeps a pointer to it).
   uint32_t Intern(std::string_view name) {
     if (name.size() > 64) return hInternUpper(name);
     uint32_t h = 2166136261u;
@@ -387,7 +403,7 @@ class SerializedReader {
   }
 
   // array -> count ":{" { key value } "}"   (after "a:" or after the class name of "O:")
-  void Array(int32_t pID) {
+  void Array(int32_t pID, bool inObject = false) {
     int64_t count = Int(':');
     Expect('{');
     if (count < 0) hInvalid();
@@ -399,7 +415,7 @@ class SerializedReader {
       n.items.reserve(std::max<size_t>(n.items.size(), 1) + static_cast<size_t>(std::min(count, room)));
     }
     for (int64_t i = 0; i < count; ++i) {
-      Key k = ReadKey();
+      Key k = ReadKey(inObject);
       if (p_ >= end_) hInvalid();
       char tag = *p_;
       if (tag == 'a' || tag == 'O') {

@@ -143,6 +143,9 @@ TEST(StructureSerializer, RoundTripKeepsValuesAndTypes) {
   m->ITEM_LET("X", std::string("a\xF1li\xCB"));
   EXPECT_EQ(m->SERIALIZE(), "a:1:{s:1:\"X\";s:5:\"a\xF1li\xCB\";}");
   EXPECT_EQ(Read(m->SERIALIZE())->ITEM_GET("X").str(), "a\xF1li\xCB");
+  // a date beyond the year 9999 has no date text: its day number is written
+  m->ITEM_LET("X", Variant::Date(-1.5e58));
+  EXPECT_EQ(m->SERIALIZE(), "a:1:{s:1:\"X\";d:-1.5E+58;}");
 }
 
 TEST(StructureSerializer, ReadsWhatPhpWrites) {
@@ -172,6 +175,12 @@ TEST(StructureSerializer, ReadsWhatPhpWrites) {
   EXPECT_EQ(k->ITEM_GET("-5").str(), "m");
   EXPECT_EQ(CLng(k->ITEM_GET("9999999999")), 1);
   EXPECT_EQ(k->ITEM_GET("BIG").type(), VarType::Double);
+  // the same out-of-range key many times over (the name cache once kept a dangling pointer)
+  std::string many = "a:40:{";
+  for (int i = 0; i < 40; ++i) many += "i:-" + std::to_string(i % 3 + 1) + ";i:" + std::to_string(i) + ";";
+  auto mk = Read(many + "}");
+  EXPECT_EQ(mk->COUNT(), 40);
+  EXPECT_EQ(CLng(mk->ITEM_GET("-2")), 1);  // the first of the items with that name
 
   // PHP's special doubles, exponents and signs
   auto d = Read(R"(a:5:{s:1:"a";d:INF;s:1:"b";d:-INF;s:1:"c";d:NAN;s:1:"d";d:1.0E+25;s:1:"e";d:-0;})");
@@ -187,6 +196,11 @@ TEST(StructureSerializer, ReadsWhatPhpWrites) {
   auto o = Read("O:13:\"cls_Structure\":1:{s:1:\"A\";O:3:\"Foo\":2:{s:6:\"\0Foo\0p\";i:1;s:4:\"\0*\0q\";i:2;}}"s);
   EXPECT_EQ(CLng(o->ITEM_GET("A.P")), 1);
   EXPECT_EQ(CLng(o->ITEM_GET("A.Q")), 2);
+  // names that only look mangled stay as they are, so writing them back reads the same tree
+  auto odd = Read("O:3:\"Foo\":1:{s:6:\"\0F\x01\0\0\0\";d:INF;}"s);
+  EXPECT_EQ(Read(odd->SERIALIZE())->SERIALIZE(), odd->SERIALIZE());
+  EXPECT_EQ(odd->ID_GET(1).size(), 6u);
+  EXPECT_EQ(Read("a:1:{s:4:\"\0*\0x\";i:1;}"s)->ID_GET(1).size(), 4u);  // arrays keep them
 
   // UTF-8 lengths: characters (our writer) or bytes (PHP under UTF-8)
   EXPECT_EQ(Read(R"(a:1:{s:1:"k";s:5:"Grüße";})")->ITEM_GET("K").str(), "Grüße");

@@ -1,0 +1,30 @@
+import os
+import subprocess
+import unittest
+
+CLI = os.environ.get("RYKEL_CLI", "rykel")
+TEXT = 'a:2:{s:4:"name";s:4:"Anna";s:3:"sub";a:1:{i:0;b:1;}}'
+
+
+def run(*args, stdin=""):
+    return subprocess.run([CLI, *args], input=stdin, capture_output=True, text=True)
+
+
+class SerializedCommands(unittest.TestCase):
+    def test_check_plain_and_compact(self):
+        r = run("serialized", "check", "-", stdin=TEXT)
+        self.assertEqual((r.returncode, r.stdout), (0, "OK: 2 items, 3 in the whole tree\n"), r.stderr)
+        plain = run("serialized", "plain", stdin=TEXT).stdout
+        self.assertEqual(plain, 'a:2:{s:4:"NAME";s:4:"Anna";s:3:"SUB";a:1:{s:0:"";b:1;}}')
+        compact = run("serialized", "compact", stdin=TEXT).stdout
+        self.assertTrue(compact.startswith("QS1:"))
+        self.assertEqual(run("serialized", "plain", stdin=compact).stdout, plain)
+
+    def test_bad_text_fails_with_the_message(self):
+        r = run("serialized", "check", stdin="a:1:{s:1:\"A\";z:0;}")
+        self.assertNotEqual(r.returncode, 0)
+        self.assertIn("Invalid data type found: z", r.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
