@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstring>
 
 #include "frame/Convert.h"
@@ -97,7 +96,7 @@ class NameIndex {
       if (!seen) bucket.push_back({key, row.gen});  // the first row of a name wins
     }
   }
-  // pUpper: upper case already, at most kMaxBytes bytes.
+  // pKey: the upper-case name of pSize bytes, packed by hPack.
   Gen Find(size_t pSize, const PackedName& pKey) const {
     for (const auto& row : buckets_[hSlot(pSize, pKey)])
       if (row.key == pKey) return row.gen;
@@ -132,6 +131,8 @@ constexpr uint64_t hUpperAscii(uint64_t pWord) {
   const uint64_t lower = fromA & ~pastZ & (kOnes * 0x80);
   return pWord ^ (lower >> 2);
 }
+// "`az{" stays "`AZ{": the neighbours of the letter range are left alone.
+static_assert(hUpperAscii(0x7B7A6160ULL) == 0x7B5A4160ULL);
 
 Gen hFindName(std::string_view pName) {
   static const NameIndex index;
