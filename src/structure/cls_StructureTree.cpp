@@ -197,10 +197,9 @@ int32_t cls_StructureTree::hCopy(int32_t src, int depth, bool clone) {
   try {
     for (size_t i = 0; i < size; ++i) {
       const Item it = m_.hNode(src).items[i];  // a copy: allocations below may move the table
-      if (!it.used) continue;
+      if (!it.used || (clone && it.isStruct && onPath_.count(it.child))) continue;
       m_.hNode(dst).items[i].name = it.name;
       if (it.isStruct) {
-        if (clone && onPath_.count(it.child)) continue;
         hPutChild(dst, static_cast<int32_t>(i), hCopy(it.child, depth + 1, clone));
       } else {
         m_.hStore(dst, static_cast<int32_t>(i), it.value);
