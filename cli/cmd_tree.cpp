@@ -28,10 +28,14 @@ StructurePtr hBuild(const std::vector<std::string>& assignments) {
   return s;
 }
 
-// One line per scalar: "PATH = value".
+// One line per scalar: "PATH = value", lines ended by "\n" for the shell.
 void hPrint(const StructurePtr& s) {
   std::string text = cls_StructureTree(*s->MANAGER_GET()).CLIPBOARDTEXT(s->SID_GET(), false);
-  std::printf("%s\n", text.c_str());
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text)
+    if (c != '\r') out.push_back(c);
+  std::printf("%s\n", out.c_str());
 }
 
 }  // namespace

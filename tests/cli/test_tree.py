@@ -13,11 +13,11 @@ class TreeCommand(unittest.TestCase):
     def test_operations_print_their_result(self):
         r = run("tree", "flatten", "--arg", "_", "a.b=1", "a.c=x", "d=2")
         self.assertEqual(r.returncode, 0, r.stderr)
-        self.assertEqual(r.stdout, "A_B = 1\r\nA_C = x\r\nD = 2\n")
+        self.assertEqual(r.stdout, "A_B = 1\nA_C = x\nD = 2\n")
         self.assertEqual(run("tree", "join", "--arg", "-", "a.b=1", "c=2").stdout, "1-2\n")
-        self.assertEqual(run("tree", "idlist", "a.b=1", "c=2").stdout, "1 = A\r\n2 = C\n")
+        self.assertEqual(run("tree", "idlist", "a.b=1", "c=2").stdout, "1 = A\n2 = C\n")
         self.assertEqual(run("tree", "restructure", "x.y=1").stdout, "X.Y = 1\n")
-        self.assertEqual(run("tree", "increase", "--arg", "5", "n=1", "t=a").stdout, "N = 6\r\nT = a\n")
+        self.assertEqual(run("tree", "increase", "--arg", "5", "n=1", "t=a").stdout, "N = 6\nT = a\n")
         sel = run("tree", "selection", "--arg", "en", "de=Deutsch", "en=English").stdout
         self.assertIn("2.SELECTED = True", sel)
         self.assertIn("1.SELECTED = False", sel)
