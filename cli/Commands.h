@@ -13,6 +13,7 @@ std::string ReadInput(const std::string& path);
 void AddClassesCommand(CLI::App& app);
 void AddStructCommands(CLI::App& app);
 void AddSerializedCommands(CLI::App& app);
+void AddTreeCommands(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
 
 }  // namespace rykel::cli

@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
   rykel::cli::AddClassesCommand(app);
   rykel::cli::AddStructCommands(app);
   rykel::cli::AddSerializedCommands(app);
+  rykel::cli::AddTreeCommands(app);
   rykel::cli::AddRandomCommands(app);
   try {
     app.parse(argc, argv);

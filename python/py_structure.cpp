@@ -136,11 +136,41 @@ void BindStructure(pyb::module_& m) {
            arg("pBuffer"), arg("rIndex") = 0, "Reads one structure's pieces at rIndex; returns rIndex after them.")
       // ---- script, text and parameter forms, structure files
       // ---- whole-tree operations
+      .def("JOIN", [](S& s, const std::string& g) { return s.JOIN(g); }, arg("pGlue") = "")
+      .def("MERGE", [](S& s, const StructurePtr& o, const std::string& p, bool k) { return s.MERGE(o, p, k); },
+           arg("pStructure"), arg("pPrefix") = "", arg("pKeepOrder") = false)
+      .def("COPY", &S::COPY)
+      .def("CLONE", &S::CLONE)
+      .def("DIFFERENCE", &S::DIFFERENCE, arg("pStructure"))
+      .def("UPDATE", &S::UPDATE, arg("pStructure"))
+      .def("RESTRUCTURE", [](S& s, const std::string& c) { return s.RESTRUCTURE(c); }, arg("pConvertToStructChar") = ".")
+      .def("FLATADD", [](S& s, const StructurePtr& o, const std::string& c) { return s.FLATADD(o, c); },
+           arg("pStructure"), arg("pConvertStructChar") = ".")
+      .def("FLATTEN", [](S& s, const std::string& c) { return s.FLATTEN(c); }, arg("pConvertStructChar") = ".")
+      .def("LINEARADD", &S::LINEARADD, arg("pStructure"))
+      .def("LINEAR", &S::LINEAR)
+      .def("IDLISTADD", &S::IDLISTADD, arg("pStructure"))
+      .def("IDLIST", &S::IDLIST)
+      .def("MOVE", &S::MOVE, arg("pIndex"), arg("pMoveTo"))
+      .def("SWAP", &S::SWAP, arg("pI1"), arg("pI2"))
+      .def("RENAME", [](S& s, const std::string& o, const std::string& n) { return s.RENAME(o, n); },
+           arg("pOldID"), arg("pNewID"))
+      .def("MENU", [](S& s, const std::string& p) { return s.MENU(p); }, arg("pMenu") = "")
+      .def("SELECTION", &S::SELECTION, arg("pSelected") = Variant())
+      .def("INCREASE", &S::INCREASE, arg("pIncreaseBy") = Variant(1), arg("pKey") = Variant())
+      .def("DECREASE", &S::DECREASE, arg("pDecreaseBy") = Variant(1), arg("pKey") = Variant())
+      .def("COPYCLIPBOARD", &S::COPYCLIPBOARD)
+      .def("COPYCLIPBOARDNOTEMPTY", &S::COPYCLIPBOARDNOTEMPTY)
       ;
 
   using T = cls_StructureTools;
   pyb::class_<T, Object, std::shared_ptr<T>>(m, "cls_StructureTools")
       .def(pyb::init([] { return std::make_shared<T>(); }))
+      .def("CREATE", [](T& t, pyb::args a) {
+            std::vector<Variant> v;
+            for (auto h : a) v.push_back(ToVariant(h));
+            return t.CREATE(v);
+          })
       .def("UNSERIALIZE", [](T& t, const std::string& d) { return t.UNSERIALIZE(d); }, arg("rSerialData"))
       .def("CAST", &T::CAST, arg("pValue"))
       .def("ISSTRUCT", &T::ISSTRUCT, arg("pValue"))

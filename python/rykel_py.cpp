@@ -9,4 +9,5 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindStructure(m);
   rykel::py::BindStructureText(m);
   rykel::py::BindTools(m);
+  rykel::py::BindCollections(m);
 }

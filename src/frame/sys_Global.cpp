@@ -4,6 +4,9 @@
 #include <functional>
 
 #include "frame/Error.h"
+#include "frame/cls_Collection.h"
+#include "frame/cls_CollectionInt.h"
+#include "frame/cls_CollectionValues.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 #include "tools/cls_DBTool.h"
@@ -41,6 +44,9 @@ const std::vector<Creatable>& hCreatables() {
       {"cls_Structure", [] { return ObjectPtr(cls_Structure::New()); }},
       {"cls_StructureTools", [] { return ObjectPtr(std::make_shared<cls_StructureTools>()); }},
       {"cls_DBTool", [] { return ObjectPtr(std::make_shared<cls_DBTool>()); }},
+      {"cls_Collection", [] { return ObjectPtr(std::make_shared<cls_Collection>()); }},
+      {"cls_CollectionValues", [] { return ObjectPtr(std::make_shared<cls_CollectionValues>()); }},
+      {"cls_CollectionInt", [] { return ObjectPtr(std::make_shared<cls_CollectionInt>()); }},
   };
   return rows;
 }

@@ -431,6 +431,11 @@ void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot) {
   if (atom && n.extra && n.extra->index) n.extra->index->Insert(atom, slot, n.items);
 }
 
+void cls_StructureManager::hDropIndex(int32_t pID) {
+  Node& n = hNode(pID);
+  if (n.extra) n.extra->index.reset();
+}
+
 void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
   if (!atom || !n.extra || !n.extra->index) return;
   NameIndex& ix = *n.extra->index;

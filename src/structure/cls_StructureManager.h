@@ -267,6 +267,38 @@ class cls_StructureManager : public Object,
                             int32_t pStartI = 0, std::string_view pAdditional = "");
 
   // ---- whole-tree operations -------------------------------------------------------------------
+  // The rules and examples of each are in docs/API.md; cls_StructureTree does the work.
+  // pStructure must be a structure of this manager: nothing raises 424, another thread's 5.
+  // Recursion stops with error 1000 past cls_StructureTree::kMaxDepth levels; cycles are skipped.
+  std::string JOIN(int32_t pID, std::string_view pGlue = "");
+  void MERGE(int32_t pID, const StructurePtr& pStructure, std::string_view pPrefix = "", bool pKeepOrder = false);
+  StructurePtr COPY(int32_t pID);
+  StructurePtr CLONE(int32_t pID);
+  StructurePtr DIFFERENCE(int32_t pID, const StructurePtr& pStructure);
+  void UPDATE(int32_t pID, const StructurePtr& pStructure);
+  StructurePtr RESTRUCTURE(int32_t pID, std::string_view pConvertToStructChar = ".");
+  void FLATADD(int32_t pID, const StructurePtr& pStructure, std::string_view pConvertStructChar = ".");
+  StructurePtr FLATTEN(int32_t pID, std::string_view pConvertStructChar = ".");
+  void LINEARADD(int32_t pID, const StructurePtr& pStructure);
+  StructurePtr LINEAR(int32_t pID);
+  void IDLISTADD(int32_t pID, const StructurePtr& pStructure);
+  StructurePtr IDLIST(int32_t pID);
+  void MOVE(int32_t pID, int32_t pIndex, int32_t pMoveTo);
+  void SWAP(int32_t pID, int32_t pI1, int32_t pI2);
+  bool RENAME(int32_t pID, std::string_view pOldID, std::string_view pNewID);
+  StructurePtr MENU(int32_t pID, std::string_view pMenu = "");
+  StructurePtr SELECTION(int32_t pID, const Variant& pSelected = {});
+  void INCREASE(int32_t pID, const Variant& pIncreaseBy = 1, const Variant& pKey = {});
+  void DECREASE(int32_t pID, const Variant& pDecreaseBy = 1, const Variant& pKey = {});
+  std::string COPYCLIPBOARD(int32_t pID);
+  std::string COPYCLIPBOARDNOTEMPTY(int32_t pID);
+  friend class cls_StructureTree;
+
+ private:
+  // Forgets a node's name index after its slots were reordered (rebuilt on the next lookup).
+  void hDropIndex(int32_t pID);
+
+ public:
 
   // ---- access for the rest of the structure subsystem (text forms, tree operations) ----------
   struct Item {

@@ -1,6 +1,12 @@
 #include "structure/cls_StructureTools.h"
 
+#include <mutex>
+
+#include "frame/Convert.h"
 #include "frame/Error.h"
+#include "frame/cls_Collection.h"
+#include "frame/cls_CollectionInt.h"
+#include "frame/cls_CollectionValues.h"
 #include "frame/mdl_Global.h"
 #include "structure/cls_StructureSerializer.h"
 
@@ -9,7 +15,74 @@ namespace rykel {
 namespace {
 constexpr const char* kClass = "cls_StructureTools";
 thread_local int32_t tLiveHandles = 0;
+
+std::mutex gDecoderMutex;
+cls_StructureTools::LiteralDecoder gDecoder;
+
+// The structure of a single plain value: its "{STRUCT ...}" literal decoded, or an ERROR item.
+StructurePtr hFromLiteral(const Variant& pValue) {
+  const std::string literal = "{STRUCT " + CStr(pValue) + "}";
+  cls_StructureTools::LiteralDecoder decode;
+  {
+    std::lock_guard<std::mutex> lock(gDecoderMutex);
+    decode = gDecoder;
+  }
+  std::string why = "Cannot decode the structure literal " + literal + ": no template interpreter is installed";
+  if (decode) {
+    try {
+      if (StructurePtr s = decode(literal)) return s;
+      why = "Cannot decode the structure literal " + literal;
+    } catch (const Error& e) {
+      why = "Cannot decode the structure literal " + literal + ": " + e.description;
+    }
+  }
+  StructurePtr s = cls_Structure::New();
+  s->ITEM_LET("ERROR", why);
+  return s;
+}
+
 }  // namespace
+
+void cls_StructureTools::SetLiteralDecoder(LiteralDecoder pDecoder) {
+  std::lock_guard<std::mutex> lock(gDecoderMutex);
+  gDecoder = std::move(pDecoder);
+}
+
+StructurePtr cls_StructureTools::CREATE(const std::vector<Variant>& pValues) {
+  return Guard(kClass, "CREATE", [&]() -> StructurePtr {
+    if (pValues.empty() || (pValues.size() == 1 && pValues[0].isEmpty())) return cls_Structure::New();
+    if (pValues.size() == 1) {
+      const Variant& v = pValues[0];
+      if (!v.isObject()) return hFromLiteral(v);
+      if (auto s = v.as<cls_Structure>()) return s;
+      StructurePtr out = cls_Structure::New();
+      if (auto c = v.as<cls_Collection>()) {
+        for (int32_t i = 1; i <= c->Count(); ++i) {
+          std::string key = c->Key(i);
+          if (key.empty()) out->ADD(c->Item(Variant(i)));
+          else out->ITEM_LET(Variant(key), c->Item(Variant(i)));
+        }
+      } else if (auto c = v.as<cls_CollectionValues>()) {
+        for (int32_t i = 1; i <= c->Count(); ++i) out->ADD(c->Item(i));
+      } else if (auto c = v.as<cls_CollectionInt>()) {
+        for (int32_t i = 1; i <= c->Count(); ++i) out->ADD(Variant(c->Item(i)));
+      } else {
+        Raise(err::kTypeMismatch, "Type mismatch: CREATE cannot make a structure of a " +
+                                      (v.obj() ? v.obj()->TypeName() : std::string("Nothing")));
+      }
+      out->CHANGED_LET(false);
+      return out;
+    }
+    StructurePtr out = cls_Structure::New();
+    for (size_t i = 0; i < pValues.size(); i += 2) {
+      const Variant& key = pValues[i];
+      Variant value = i + 1 < pValues.size() ? pValues[i + 1] : Variant();
+      if (key.isEmpty() || (key.isString() && key.str().empty())) out->ADD(value);
+      else out->ITEM_LET(key, value);
+    }
+    return out;
+  });
+}
 
 void cls_StructureTools::hHandleCreated() { ++tLiveHandles; }
 void cls_StructureTools::hHandleEnded() { --tLiveHandles; }

@@ -1,0 +1,32 @@
+import os
+import subprocess
+import unittest
+
+CLI = os.environ.get("RYKEL_CLI", "rykel")
+
+
+def run(*args):
+    return subprocess.run([CLI, *args], capture_output=True, text=True)
+
+
+class TreeCommand(unittest.TestCase):
+    def test_operations_print_their_result(self):
+        r = run("tree", "flatten", "--arg", "_", "a.b=1", "a.c=x", "d=2")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual(r.stdout, "A_B = 1\nA_C = x\nD = 2\n")
+        self.assertEqual(run("tree", "join", "--arg", "-", "a.b=1", "c=2").stdout, "1-2\n")
+        self.assertEqual(run("tree", "idlist", "a.b=1", "c=2").stdout, "1 = A\n2 = C\n")
+        self.assertEqual(run("tree", "restructure", "x.y=1").stdout, "X.Y = 1\n")
+        self.assertEqual(run("tree", "increase", "--arg", "5", "n=1", "t=a").stdout, "N = 6\nT = a\n")
+        sel = run("tree", "selection", "--arg", "en", "de=Deutsch", "en=English").stdout
+        self.assertIn("2.SELECTED = True", sel)
+        self.assertIn("1.SELECTED = False", sel)
+
+    def test_bad_input_fails(self):
+        self.assertNotEqual(run("tree", "shuffle", "a=1").returncode, 0)
+        self.assertNotEqual(run("tree", "increase", "--arg", "many", "a=1").returncode, 0)
+        self.assertNotEqual(run("tree", "flatten", "novalue").returncode, 0)
+
+
+if __name__ == "__main__":
+    unittest.main()

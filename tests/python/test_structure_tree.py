@@ -1,0 +1,117 @@
+"""Whole-tree operations, the structure tools and the collections, from a Python host."""
+import unittest
+
+import rykel
+
+
+def make(*pairs):
+    s = rykel.cls_Structure()
+    for key, value in pairs:
+        if key:
+            s.ITEM_LET(key, value)
+        else:
+            s.ADD(value)
+    return s
+
+
+class TreeOperations(unittest.TestCase):
+    def test_join_merge_and_chaining(self):
+        a = make(("name", "Anna"), ("cfg.x", 1), ("", "first"))
+        b = make(("name", "Berta"), ("cfg.y", 2))
+        self.assertIs(a.MERGE(b), a)
+        self.assertEqual(a.JOIN(pGlue=","), "Berta,1,2,first")
+        a.MERGE(b, pPrefix="old.")
+        self.assertEqual(a.ITEM_GET("OLD.CFG.Y"), 2)
+        with self.assertRaises(Exception):
+            a.MERGE(None)
+
+    def test_copy_flatten_restructure(self):
+        s = make(("a.b", 1), ("a.c", "x"), ("e", 2.5))
+        c = s.COPY()
+        self.assertFalse(c.IDENTICAL(s))
+        c.ITEM_LET("a.b", 9)
+        self.assertEqual(s.ITEM_GET("A.B"), 1)
+        flat = s.FLATTEN(pConvertStructChar="_")
+        self.assertEqual(flat.ITEM_GET("A_C"), "x")
+        back = flat.RESTRUCTURE(pConvertToStructChar="_")
+        self.assertEqual(back.JOIN(","), s.JOIN(","))
+        self.assertEqual(back.ITEM_GET("A.COUNT"), 2)
+
+    def test_lists_difference_update(self):
+        s = make(("a", 1), ("b.c", 2), ("", "x"))
+        self.assertEqual(s.LINEAR().JOIN(","), "1,2,x")
+        self.assertEqual(s.IDLIST().JOIN(","), "A,B,3")
+        d = s.DIFFERENCE(make(("a", 1), ("b.c", 3)))
+        self.assertEqual(d.FLATTEN().JOIN(","), "2,x")
+        s.UPDATE(make(("a", 5), ("zz", 1)))
+        self.assertEqual(s.ITEM_GET("A"), 5)
+        self.assertFalse(s.EXISTS_GET("ZZ"))
+
+    def test_reorder_rename_increase(self):
+        s = make(("a", 1), ("b", 2), ("c", 3))
+        s.MOVE(pIndex=3, pMoveTo=1).SWAP(pI1=2, pI2=3)
+        self.assertEqual(s.IDLIST().JOIN(","), "C,B,A")
+        self.assertTrue(s.RENAME(pOldID="c", pNewID="d"))
+        self.assertEqual(s.ITEM_GET("D"), 3)
+        s.INCREASE(pIncreaseBy=10).DECREASE(1, "d")
+        self.assertEqual([s.ITEM_GET(k) for k in ("D", "B", "A")], [12, 12, 11])
+        with self.assertRaises(Exception):
+            s.MOVE(0, 1)
+
+    def test_menu_selection_clipboard(self):
+        s = make(("de", "Deutsch"), ("en", "English"))
+        sel = s.SELECTION("en")
+        self.assertEqual(sel.ITEM_GET(2).ITEM_GET("SELECTED"), True)
+        menu = make(("file.open", "Öffnen")).MENU(pMenu="file.open")
+        self.assertEqual(menu.ITEM_GET(1).ITEM_GET("SUB").ITEM_GET(1).ITEM_GET("TEXT"), "Öffnen")
+        got = []
+        rykel.SetClipboard(got.append)
+        self.assertEqual(s.COPYCLIPBOARD(), "DE = Deutsch\r\nEN = English")
+        self.assertEqual(got, ["DE = Deutsch\r\nEN = English"])
+        rykel.SetClipboard(None)
+        make(("x", "")).COPYCLIPBOARDNOTEMPTY()
+        self.assertEqual(rykel.ClipboardText(), "")
+
+
+class ToolsAndCollections(unittest.TestCase):
+    def test_create(self):
+        t = rykel.cls_StructureTools()
+        self.assertEqual(t.CREATE().COUNT(), 0)
+        s = t.CREATE("name", "Anna", "", "numbered")
+        self.assertEqual(s.ITEM_GET("NAME"), "Anna")
+        self.assertEqual(s.ITEM_GET(2), "numbered")
+        self.assertTrue(t.CREATE(s).IDENTICAL(s))
+        self.assertIn("{STRUCT A=1}", t.CREATE("A=1").ITEM_GET("ERROR"))
+        c = rykel.CreateObject("RyKEL.cls_Collection")
+        c.Add("Anna", "first")
+        c.Add(3)
+        from_c = t.CREATE(c)
+        self.assertEqual(from_c.ITEM_GET("FIRST"), "Anna")
+        self.assertEqual(from_c.ITEM_GET(2), 3)
+        self.assertTrue(t.ISSTRUCT(s))
+        self.assertFalse(t.ISSTRUCT(c))
+        self.assertFalse(t.ISFILLEDSTRUCT(t.CAST(5)))
+
+    def test_collections(self):
+        c = rykel.cls_Collection()
+        c.Add("a", pKey="One")
+        c.Add("b")
+        self.assertEqual(c.Item("one"), "a")
+        self.assertEqual(len(c), 2)
+        with self.assertRaises(Exception):
+            c.Add("x", "ONE")
+        c.Remove("one")
+        self.assertEqual(c.Item(1), "b")
+        v = rykel.cls_CollectionValues()
+        v.Add(1.5)
+        self.assertEqual(v.Item(1), 1.5)
+        n = rykel.cls_CollectionInt()
+        n.Add("41")
+        self.assertEqual(n.Item(1), 41)
+        self.assertTrue(n.Exists(41))
+        for name in ("cls_Collection", "cls_CollectionValues", "cls_CollectionInt"):
+            self.assertEqual(type(rykel.CreateObject(name)).__name__, name)
+
+
+if __name__ == "__main__":
+    unittest.main()
