@@ -7,6 +7,7 @@
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 #include "tools/cls_DBTool.h"
+#include "database/cls_DB.h"
 
 namespace rykel {
 
@@ -41,6 +42,10 @@ const std::vector<Creatable>& hCreatables() {
       {"cls_Structure", [] { return ObjectPtr(cls_Structure::New()); }},
       {"cls_StructureTools", [] { return ObjectPtr(std::make_shared<cls_StructureTools>()); }},
       {"cls_DBTool", [] { return ObjectPtr(std::make_shared<cls_DBTool>()); }},
+      {"cls_DB", [] { return ObjectPtr(std::make_shared<cls_DB>()); }},
+      {"cls_DBField", [] { return ObjectPtr(std::make_shared<cls_DBField>()); }},
+      {"cls_DBIndex", [] { return ObjectPtr(std::make_shared<cls_DBIndex>()); }},
+      {"cls_DBView", [] { return ObjectPtr(std::make_shared<cls_DBView>()); }},
   };
   return rows;
 }
