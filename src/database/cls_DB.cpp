@@ -32,6 +32,17 @@ std::string hUniqueText() {
   return s;
 }
 
+// A stored value in its field's type. Text forms carry dates (and, from older files, numbers and
+// booleans) as text; they are read back typed. A text that does not convert stays as it is.
+Variant hTyped(const cls_DBField& f, const Variant& v) {
+  if (!v.isString() || v.str().empty()) return v;
+  if (f.TYPE == ID_DBFieldType_Date || f.TYPE == ID_DBFieldType_Boolean || DBFieldTypeIsNumeric(f.TYPE)) {
+    Variant t = f.VALUECONVERT(v);
+    return t.isEmpty() ? v : t;
+  }
+  return v;
+}
+
 }  // namespace
 
 cls_DB::cls_DB() { DBCLEAR(); }
@@ -368,7 +379,8 @@ Variant cls_DB::ENTRYFIELD_GET(const Variant& pID, const Variant& pField) {
     const auto* e = entries_.Find(entries_.NormalizeId(pID));
     if (!e || !e->data) return Variant();
     auto f = hFieldOrNull(pField);
-    return e->data->ITEMBYID_GET(f ? f->ID : CStr(pField));
+    if (!f) return e->data->ITEMBYID_GET(CStr(pField));
+    return hTyped(*f, e->data->ITEMBYID_GET(f->ID));
   });
 }
 
@@ -520,7 +532,8 @@ const std::vector<Variant>& cls_DB::FIELDCOLUMN(int32_t pFieldNo) {
   if (c.generation == generation_) return c.values;
   const auto& all = entries_.Entries();
   auto& names = mdl_Global::SMAN_GET()->Names();
-  uint32_t atom = names.Find(text::UCase(fields_[static_cast<size_t>(pFieldNo - 1)]->ID));
+  const cls_DBField& field = *fields_[static_cast<size_t>(pFieldNo - 1)];
+  uint32_t atom = names.Find(text::UCase(field.ID));
   c.values.assign(all.size(), Variant());
   if (atom) {
     for (size_t p = 0; p < all.size(); ++p) {
@@ -531,7 +544,7 @@ const std::vector<Variant>& cls_DB::FIELDCOLUMN(int32_t pFieldNo) {
       const auto& items = m.Items(data->SID_GET());
       for (const auto& it : items) {
         if (it.used && it.name == atom) {
-          c.values[p] = it.isStruct ? Variant(m.Ref(it.child)) : it.value;
+          c.values[p] = it.isStruct ? Variant(m.Ref(it.child)) : hTyped(field, it.value);
           break;
         }
       }
