@@ -229,8 +229,15 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   void hRebuildFieldMap();
   bool hOpen(const std::string& pDBFile, const std::string& pHeaderFile, const StructurePtr& pSettings);
   bool hLocateHeader(const std::string& pName, std::string& rPath);
+  struct DBRow {
+    Variant id;
+    StructurePtr data;
+  };
   void hWriteBinary(const std::string& pFile);
-  void hReadBinary(const std::string& pFile, std::string& rHeaderName);
+  // Reads the binary form without touching the database. Raises on any flaw.
+  void hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows);
+  // Replaces the entries by the rows (a later row wins over an earlier one with the same id).
+  void hInstallRows(std::vector<DBRow>& rRows);
   void hFieldDynamicRebuild(const Variant& pID);
 
   std::string icon_, description_, name_, id_, mask_, typing_;

@@ -178,18 +178,17 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
     bool empty = ::stat(dbFile_.c_str(), &st) == 0 && st.st_size == 0;
     if (hIsBinaryName(dbFile_)) {
       std::string headerName;
+      std::vector<DBRow> rows;
       if (!empty) {
         try {
-          hReadBinary(dbFile_, headerName);
+          hReadBinary(dbFile_, headerName, rows);
         } catch (const Error&) {
           hOpenFail(err::kInvalidData, "DB entry file ('" + dbFile_ + "') invalid!");
         }
       }
-      if (!headerGiven) {
-        std::vector<Variant> keep;
-        // The header replaces fields and views but not the entries just read.
-        locateAndLoad(headerName);
-      }
+      // The header first: it decides whether ids are numbers or texts.
+      if (!headerGiven) locateAndLoad(headerName);
+      hInstallRows(rows);
     } else {
       StructurePtr loaded;
       if (!empty) {
@@ -292,7 +291,7 @@ void cls_DB::hWriteBinary(const std::string& pFile) {
   });
 }
 
-void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName) {
+void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows) {
   std::string data = hReadFile(pFile);
   ValueReader r(data);
   if (r.ReadStringView() != kSignature) Raise(err::kInvalidData, "not a binary database file");
@@ -302,21 +301,29 @@ void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName) {
   r.Read();  // time stamp
   int32_t count = CLng(r.Read());
   if (count < 0) Raise(err::kInvalidData, "negative entry count");
-  entries_.Clear();
-  for (auto& idx : indexes_) idx.reset();
-  entries_.Reserve(static_cast<size_t>(std::min<int32_t>(count, 1 << 24)));
+  rRows.clear();
+  rRows.reserve(static_cast<size_t>(std::min<int32_t>(count, 1 << 24)));
   for (int32_t i = 0; i < count; ++i) {
     Variant id = r.Read();
     double d;
     Variant num = NumericValue(id, d) ? hNumber(d) : hNumber(hLeadingNumber(CStr(id)));
     r.Read();  // marker: the content is restored from its text either way
-    StructurePtr entry = hEntryFromText(r.ReadStringView());
-    Variant norm = entries_.NormalizeId(num);
-    if (entries_.Find(norm)) entries_.Put(norm, std::move(entry));
-    else entries_.Append(std::move(norm), std::move(entry));
+    rRows.push_back({std::move(num), hEntryFromText(r.ReadStringView())});
   }
   if (r.ReadStringView() != "EOF") Raise(err::kInvalidData, "end mark missing");
-  ++generation_;
+}
+
+void cls_DB::hInstallRows(std::vector<DBRow>& rRows) {
+  entries_.Clear();
+  for (auto& idx : indexes_) idx.reset();
+  entries_.Reserve(rRows.size());
+  for (auto& row : rRows) {
+    Variant norm = entries_.NormalizeId(row.id);
+    if (entries_.Find(norm)) entries_.Put(norm, std::move(row.data));
+    else entries_.Append(std::move(norm), std::move(row.data));
+  }
+  rRows.clear();
+  ENTRYREINDEX();
 }
 
 // ---- whole-database structure ----------------------------------------------------------------------
@@ -386,7 +393,7 @@ bool cls_DB::UNSERIALIZE(const std::string& pText) {
     if (sep.empty()) return false;
     // Parse everything first, so that malformed text changes nothing.
     StructurePtr header;
-    std::vector<std::pair<Variant, StructurePtr>> rows;
+    std::vector<DBRow> rows;
     if (format == 1) {
       std::vector<std::string> parts = text::Split(pText, sep);
       if (parts.size() < 3) return false;
@@ -397,7 +404,7 @@ bool cls_DB::UNSERIALIZE(const std::string& pText) {
         std::string_view idText = parts[2 * i + 1];
         Variant id = hNumber(hLeadingNumber(idText));
         if (!DBNUMERIC_GET() && !IsNumericText(idText)) id = Variant(idText);
-        rows.emplace_back(id, hEntryFromText(parts[2 * i + 2]));
+        rows.push_back({id, hEntryFromText(parts[2 * i + 2])});
       }
     } else {
       std::vector<std::string> lines = text::Split(std::string_view(pText).substr(at + 1), sep);
@@ -410,15 +417,11 @@ bool cls_DB::UNSERIALIZE(const std::string& pText) {
         if (c == std::string::npos) continue;
         std::string left = line.substr(0, c);
         Variant id = numeric ? hNumber(hLeadingNumber(left)) : Variant(text::Replace(left, "_._", ":"));
-        rows.emplace_back(id, hEntryFromText(std::string_view(line).substr(c + 1)));
+        rows.push_back({id, hEntryFromText(std::string_view(line).substr(c + 1))});
       }
     }
     HEADERSTRUCTURE_LET(header);
-    entries_.Clear();
-    for (auto& idx : indexes_) idx.reset();
-    entries_.Reserve(rows.size());
-    for (auto& [id, data] : rows) entries_.Put(entries_.NormalizeId(id), std::move(data));
-    ENTRYREINDEX();
+    hInstallRows(rows);
     hEntryChanged();
     return true;
   });

@@ -420,6 +420,11 @@ TEST(cls_DB, SaveAndReopenInBothForms) {
   ASSERT_EQ(ids.size(), 1u);
   EXPECT_TRUE(ids[0].isNumber());
   EXPECT_EQ(CLng(ids[0]), 0);
+  cls_DB located;  // the header, found by name after the entries were read, keeps them
+  ASSERT_TRUE(located.DBOPEN(dir / "t.ry-dbb", ""));
+  EXPECT_FALSE(located.DBNUMERIC_GET());
+  ASSERT_EQ(located.ENTRYCOUNT(), 1);
+  EXPECT_EQ(CStr(located.ENTRYFIELD_GET(0, "X")), "1");
 
   // A read-only database is never written.
   std::string D = dir / "p.db";
