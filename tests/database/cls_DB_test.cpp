@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -445,22 +446,33 @@ TEST(cls_DB, SaveAndReopenInBothForms) {
     EXPECT_EQ(c.DBOPENERROR_GET(), "DB entry file ('" + (dir / "cut.ry-dbb") + "') invalid!");
   }
 
-  // A failed save (the directory became read-only) leaves the old file and ENTRYCHANGED set.
-  if (::geteuid() != 0) {
-    fs::create_directories(dir / "ro");
-    std::string R = dir / "ro/r.ry-dbb";
+  // A failed save (the file size limit stops the write) leaves the old file and ENTRYCHANGED set.
+  {
+    std::string R = dir / "r.ry-dbb";
     cls_DB r;
     ASSERT_TRUE(r.DBOPEN(R, H));
     r.DBCOPY(good);
+    for (int i = 10; i < 400; ++i) r.ENTRYFIELD_LET(i, "NAME", "Name " + std::to_string(i));
     ASSERT_TRUE(r.DBSAVE());
     std::string saved = hReadFile(R);
     r.ENTRYFIELD_LET(1, "NAME", "Later");
-    fs::permissions(dir / "ro", fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_FALSE(r.DBSAVE());
+    struct rlimit old {};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    auto oldHandler = ::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit small = old;
+    small.rlim_cur = 4096;
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    bool ok = r.DBSAVE();
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    ::signal(SIGXFSZ, oldHandler);
+    EXPECT_FALSE(ok);
     EXPECT_TRUE(r.ENTRYCHANGED_GET());
-    fs::permissions(dir / "ro", fs::perms::owner_all);
     EXPECT_EQ(hReadFile(R), saved);
+    size_t files = 0;
+    for (const auto& e : fs::directory_iterator(dir.path)) files += e.path().string().find(".~") != std::string::npos;
+    EXPECT_EQ(files, 0u);  // the temporary file is gone
     EXPECT_TRUE(r.DBSAVE());
+    EXPECT_NE(hReadFile(R), saved);
   }
 }
 
