@@ -14,6 +14,7 @@ void AddClassesCommand(CLI::App& app);
 void AddStructCommands(CLI::App& app);
 void AddSerializedCommands(CLI::App& app);
 void AddTreeCommands(CLI::App& app);
+void AddDbCommands(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
 
 }  // namespace rykel::cli

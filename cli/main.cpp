@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
   rykel::cli::AddStructCommands(app);
   rykel::cli::AddSerializedCommands(app);
   rykel::cli::AddTreeCommands(app);
+  rykel::cli::AddDbCommands(app);
   rykel::cli::AddRandomCommands(app);
   try {
     app.parse(argc, argv);

@@ -13,4 +13,5 @@ void BindStructure(pyb::module_& m);
 void BindStructureText(pyb::module_& m);  // after BindStructure: adds to its classes
 void BindTools(pyb::module_& m);
 void BindCollections(pyb::module_& m);
+void BindDB(pyb::module_& m);
 }  // namespace rykel::py

@@ -10,4 +10,5 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindStructureText(m);
   rykel::py::BindTools(m);
   rykel::py::BindCollections(m);
+  rykel::py::BindDB(m);
 }

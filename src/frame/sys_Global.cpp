@@ -10,6 +10,7 @@
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 #include "tools/cls_DBTool.h"
+#include "database/cls_DB.h"
 
 namespace rykel {
 
@@ -47,6 +48,10 @@ const std::vector<Creatable>& hCreatables() {
       {"cls_Collection", [] { return ObjectPtr(std::make_shared<cls_Collection>()); }},
       {"cls_CollectionValues", [] { return ObjectPtr(std::make_shared<cls_CollectionValues>()); }},
       {"cls_CollectionInt", [] { return ObjectPtr(std::make_shared<cls_CollectionInt>()); }},
+      {"cls_DB", [] { return ObjectPtr(std::make_shared<cls_DB>()); }},
+      {"cls_DBField", [] { return ObjectPtr(std::make_shared<cls_DBField>()); }},
+      {"cls_DBIndex", [] { return ObjectPtr(std::make_shared<cls_DBIndex>()); }},
+      {"cls_DBView", [] { return ObjectPtr(std::make_shared<cls_DBView>()); }},
   };
   return rows;
 }

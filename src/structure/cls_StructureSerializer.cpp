@@ -180,7 +180,7 @@ class Writer {
  private:
   // Key pieces are made once per name and copied from then on.
   void Key(uint32_t atom) {
-    if (atom >= keys_.size()) keys_.resize(m_.Names().Count(), {0, 0});
+    if (atom >= keys_.size()) keys_.resize(atom + 1, {0, 0});  // not the whole table: one serializer per small entry
     auto& k = keys_[atom];
     if (k.second == 0) {
       Out tmp;

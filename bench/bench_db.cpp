@@ -1,0 +1,112 @@
+// Database files: open and save of the W3 person rows (id and 8 fields) in the binary and the
+// structure form. The rows come from the CSV the peer's generator writes (RYKEL_W3_FILE).
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "database/cls_DB.h"
+#include "frame/DateTime.h"
+#include "frame/Text.h"
+
+namespace {
+
+using namespace rykel;
+
+std::string hDir() {
+  const char* d = std::getenv("RYKEL_BENCH_DIR");
+  return d ? d : "build/bench";
+}
+
+// Builds the database from the CSV once and saves it in both forms.
+DBPtr hSource() {
+  static DBPtr db = [] {
+    auto d = std::make_shared<cls_DB>();
+    d->FIELDCREATE("FIRSTNAME");
+    d->FIELDCREATE("LASTNAME");
+    d->FIELDCREATE("STREET");
+    d->FIELDCREATE("PLZ");
+    d->FIELDCREATE("CITY");
+    d->FIELDCREATE("BIRTHDATE", ID_DBFieldType_Date);
+    d->FIELDCREATE("SCORE", ID_DBFieldType_Double);
+    d->FIELDCREATE("ACTIVE", ID_DBFieldType_Boolean);
+    d->HEADERSAVE(hDir() + "/w3.header");
+    const char* file = std::getenv("RYKEL_W3_FILE");
+    std::ifstream in(file ? file : "build/bench/w3.csv");
+    std::string line;
+    std::getline(in, line);
+    while (std::getline(in, line)) {
+      auto cells = text::Split(line, ",");
+      if (cells.size() != 9) continue;
+      auto entry = cls_Structure::New();
+      entry->ITEMBYID_LET("FIRSTNAME", cells[1]);
+      entry->ITEMBYID_LET("LASTNAME", cells[2]);
+      entry->ITEMBYID_LET("STREET", cells[3]);
+      entry->ITEMBYID_LET("PLZ", cells[4]);
+      entry->ITEMBYID_LET("CITY", cells[5]);
+      double date = 0;
+      date::Parse(cells[6], date);
+      entry->ITEMBYID_LET("BIRTHDATE", Variant::Date(date));
+      entry->ITEMBYID_LET("SCORE", std::atof(cells[7].c_str()));
+      entry->ITEMBYID_LET("ACTIVE", cells[8] == "1");
+      d->ENTRYADD(std::atoi(cells[0].c_str()), entry);
+    }
+    return d;
+  }();
+  return db;
+}
+
+void hSave(benchmark::State& state, const std::string& name) {
+  auto src = hSource();
+  std::string file = hDir() + "/" + name;
+  std::remove(file.c_str());
+  for (auto _ : state) {
+    auto db = std::make_shared<cls_DB>();
+    db->DBOPEN(file, hDir() + "/w3.header", false);
+    state.PauseTiming();
+    db->DBCOPY(src);
+    state.ResumeTiming();
+    if (!db->DBSAVE()) state.SkipWithError("save failed");
+    state.PauseTiming();
+    db.reset();
+    state.ResumeTiming();
+  }
+  state.counters["entries"] = src->ENTRYCOUNT();
+}
+
+void hOpen(benchmark::State& state, const std::string& name) {
+  std::string file = hDir() + "/" + name;
+  int32_t count = 0;
+  double bytes = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    size_t before = mallinfo2().uordblks;
+    auto db = std::make_shared<cls_DB>();
+    state.ResumeTiming();
+    if (!db->DBOPENREADONLY(file, hDir() + "/w3.header", false)) state.SkipWithError("open failed");
+    state.PauseTiming();
+    count = db->ENTRYCOUNT();
+    bytes = static_cast<double>(mallinfo2().uordblks - before) / std::max(count, 1);
+    db.reset();
+    state.ResumeTiming();
+  }
+  state.counters["entries"] = count;
+  state.counters["bytes_per_entry"] = bytes;
+}
+
+void BM_SaveBinary(benchmark::State& s) { hSave(s, "w3.ry-dbb"); }
+void BM_OpenBinary(benchmark::State& s) { hOpen(s, "w3.ry-dbb"); }
+void BM_SaveStructure(benchmark::State& s) { hSave(s, "w3.db"); }
+void BM_OpenStructure(benchmark::State& s) { hOpen(s, "w3.db"); }
+
+BENCHMARK(BM_SaveBinary)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3);
+BENCHMARK(BM_OpenBinary)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3);
+BENCHMARK(BM_SaveStructure)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3);
+BENCHMARK(BM_OpenStructure)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,36 @@
+// The text form an entry's structure travels in, inside the binary database form and the
+// one-string form: the structure's serialized text.
+#pragma once
+
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+
+// The serialized text of an entry (an empty structure's text for a null entry).
+std::string hEntryText(const StructurePtr& pEntry);
+// A new structure read from serialized text. Raises kInvalidData for malformed text.
+StructurePtr hEntryFromText(std::string_view pText);
+
+}  // namespace rykel
+
+namespace rykel {
+
+// A structure file: written atomically, read back whole. Raises a file error or kInvalidData.
+void hStructureFileSave(const StructurePtr& pStructure, const std::string& pFile);
+StructurePtr hStructureFileLoad(const std::string& pFile);
+// An independent deep copy.
+StructurePtr hStructureCopy(const StructurePtr& pStructure);
+
+// Writes a file through a temporary file beside it: pWrite fills the open temporary file, which
+// is then flushed to disk and renamed over pFile. On any failure the temporary file is removed,
+// pFile is left as it was, and the error is raised.
+void hWriteFileAtomic(const std::string& pFile, const std::function<void(std::FILE*)>& pWrite);
+// The whole file. Raises 53 when it cannot be opened.
+std::string hReadFile(const std::string& pFile);
+
+}  // namespace rykel

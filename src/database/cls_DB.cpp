@@ -1,0 +1,609 @@
+// cls_DB: state, fields, views, the header structure, the entry table and its indexes, value
+// columns and text forms. Files and the whole-database forms are in cls_DB_files.cpp.
+#include "database/cls_DB.h"
+
+#include <algorithm>
+#include <random>
+
+#include "frame/Convert.h"
+#include "frame/Error.h"
+#include "frame/Text.h"
+#include "frame/mdl_Global.h"
+
+namespace rykel {
+
+namespace {
+
+constexpr const char* kClass = "cls_DB";
+
+// Lookup form of a field name: upper case, "_" and "." alike.
+std::string hFieldKey(std::string_view name) { return text::UCase(text::Replace(name, "_", ".")); }
+
+// A unique text id: 32 hex digits, as a unique id text without "{", "}" and "-".
+std::string hUniqueText() {
+  thread_local std::mt19937_64 gen{std::random_device{}()};
+  static const char* kHex = "0123456789ABCDEF";
+  std::string s(32, '0');
+  uint64_t a = gen(), b = gen();
+  for (int i = 0; i < 16; ++i) {
+    s[static_cast<size_t>(i)] = kHex[(a >> (i * 4)) & 0xF];
+    s[static_cast<size_t>(16 + i)] = kHex[(b >> (i * 4)) & 0xF];
+  }
+  return s;
+}
+
+// A stored value in its field's type. Text forms carry dates (and, from older files, numbers and
+// booleans) as text; they are read back typed. A text that does not convert stays as it is.
+Variant hTyped(const cls_DBField& f, const Variant& v) {
+  if (!v.isString() || v.str().empty()) return v;
+  if (f.TYPE == ID_DBFieldType_Date || f.TYPE == ID_DBFieldType_Boolean || DBFieldTypeIsNumeric(f.TYPE)) {
+    Variant t = f.VALUECONVERT(v);
+    return t.isEmpty() ? v : t;
+  }
+  return v;
+}
+
+}  // namespace
+
+cls_DB::cls_DB() { DBCLEAR(); }
+
+cls_DB::~cls_DB() = default;
+
+void cls_DB::DBNUMERIC_LET(bool v) {
+  if (v == entries_.Numeric()) return;
+  entries_.SetNumeric(v);
+  for (auto& idx : indexes_) idx.reset();
+  hEntryChanged();
+}
+
+StructurePtr cls_DB::HEADERLOCATIONS_GET() {
+  if (!headerLocations_) headerLocations_ = cls_Structure::New();
+  return headerLocations_;
+}
+
+StructurePtr cls_DB::FLAGS(int32_t pKind) {
+  return Guard(kClass, "FLAGS", [&] { return mdl_Global::FLAGSGLOBAL(pKind); });
+}
+
+std::string cls_DB::DEBUGTRACK_GET() const {
+  std::string s = track_ ? track_ : "";
+  if (trackA_ >= 0 || trackB_ >= 0) s += std::to_string(trackA_) + "/" + std::to_string(trackB_);
+  return s;
+}
+
+// ---- fields ---------------------------------------------------------------------------------
+
+DBFieldPtr cls_DB::hFieldOrNull(const Variant& pField, int32_t* rNo) const {
+  if (rNo) *rNo = 0;
+  if (pField.isObject()) {
+    auto f = pField.as<cls_DBField>();
+    for (size_t i = 0; i < fields_.size(); ++i)
+      if (fields_[i] == f) {
+        if (rNo) *rNo = static_cast<int32_t>(i + 1);
+        return f;
+      }
+    return nullptr;
+  }
+  if (pField.isNumber()) {
+    int64_t n = static_cast<int64_t>(CDbl(pField));
+    if (n < 1 || n > static_cast<int64_t>(fields_.size())) return nullptr;
+    if (rNo) *rNo = static_cast<int32_t>(n);
+    return fields_[static_cast<size_t>(n - 1)];
+  }
+  std::string key = hFieldKey(CStr(pField));
+  if (fieldKeys_.size() != fields_.size()) fieldKeys_.resize(fields_.size());
+  for (size_t i = 0; i < fields_.size(); ++i) {
+    auto& [raw, k] = fieldKeys_[i];
+    if (raw != fields_[i]->ID || (k.empty() && !raw.empty())) {
+      raw = fields_[i]->ID;
+      k = hFieldKey(raw);
+    }
+    if (k == key) {
+      if (rNo) *rNo = static_cast<int32_t>(i + 1);
+      return fields_[i];
+    }
+  }
+  for (size_t i = 0; i < fields_.size(); ++i)
+    if (!fields_[i]->NAME.empty() && hFieldKey(fields_[i]->NAME) == key) {
+      if (rNo) *rNo = static_cast<int32_t>(i + 1);
+      return fields_[i];
+    }
+  return nullptr;
+}
+
+void cls_DB::hRebuildFieldMap() {
+  fieldKeys_.clear();
+  indexes_.assign(fields_.size(), nullptr);
+  columns_.assign(fields_.size(), Column{});
+  refDBs_.clear();
+}
+
+bool cls_DB::FIELDADD(const DBFieldPtr& pField) {
+  return Guard(kClass, "FIELDADD", [&] {
+    if (!pField || pField->ID.empty() || hFieldOrNull(Variant(pField->ID))) return false;
+    fields_.push_back(pField);
+    indexes_.push_back(nullptr);
+    columns_.push_back(Column{});
+    fieldKeys_.clear();
+    fieldsChanged_ = true;
+    return true;
+  });
+}
+
+DBFieldPtr cls_DB::FIELDCREATE(const std::string& pID, int32_t pType, const std::string& pName) {
+  return Guard(kClass, "FIELDCREATE", [&]() -> DBFieldPtr {
+    if (auto f = hFieldOrNull(Variant(pID))) return f;
+    if (pID.empty()) Raise(err::kInvalidCall, "a field needs an ID");
+    auto f = std::make_shared<cls_DBField>();
+    f->ID = pID;
+    f->TYPE = pType;
+    f->NAME = pName.empty() ? pID : pName;
+    FIELDADD(f);
+    return f;
+  });
+}
+
+bool cls_DB::FIELDREMOVE(const Variant& pField) {
+  return Guard(kClass, "FIELDREMOVE", [&] {
+    int32_t no = 0;
+    if (!hFieldOrNull(pField, &no)) return false;
+    fields_.erase(fields_.begin() + (no - 1));
+    hRebuildFieldMap();
+    fieldsChanged_ = true;
+    return true;
+  });
+}
+
+void cls_DB::FIELDSCLEAR() {
+  GuardVoid(kClass, "FIELDSCLEAR", [&] {
+    fields_.clear();
+    hRebuildFieldMap();
+    fieldsChanged_ = true;
+  });
+}
+
+DBFieldPtr cls_DB::FIELD(const Variant& pField) const {
+  return Guard(kClass, "FIELD", [&] { return hFieldOrNull(pField); });
+}
+
+int32_t cls_DB::FIELDFIND(const Variant& pField) const {
+  return Guard(kClass, "FIELDFIND", [&] {
+    int32_t no = 0;
+    hFieldOrNull(pField, &no);
+    return no;
+  });
+}
+
+bool cls_DB::FIELDINDEXED(const Variant& pField) const {
+  return Guard(kClass, "FIELDINDEXED", [&] {
+    auto f = hFieldOrNull(pField);
+    return f && f->INDEXED;
+  });
+}
+
+std::shared_ptr<cls_DBIndex> cls_DB::FIELDINDEX(const Variant& pField) {
+  return Guard(kClass, "FIELDINDEX", [&]() -> std::shared_ptr<cls_DBIndex> {
+    int32_t no = 0;
+    auto f = hFieldOrNull(pField, &no);
+    if (!f) return nullptr;
+    hIndexSync();
+    return indexes_[static_cast<size_t>(no - 1)];
+  });
+}
+
+// Brings the index set in line with the fields' INDEXED flags: builds the missing ones from the
+// entries, drops those of fields no longer indexed.
+void cls_DB::hIndexSync() {
+  if (indexes_.size() != fields_.size()) indexes_.assign(fields_.size(), nullptr);
+  for (size_t i = 0; i < fields_.size(); ++i) {
+    const cls_DBField& f = *fields_[i];
+    if (!f.INDEXED) {
+      indexes_[i].reset();
+      continue;
+    }
+    if (indexes_[i]) continue;
+    auto idx = std::make_shared<cls_DBIndex>();
+    const auto& col = FIELDCOLUMN(static_cast<int32_t>(i + 1));
+    const auto& all = entries_.Entries();
+    for (size_t p = 0; p < all.size(); ++p) idx->ADD(f.INDEXKEY(col[p]), all[p].id);
+    indexes_[i] = std::move(idx);
+  }
+}
+
+std::shared_ptr<cls_DB> cls_DB::FIELDDB(const Variant& pField) {
+  return Guard(kClass, "FIELDDB", [&]() -> std::shared_ptr<cls_DB> {
+    auto f = hFieldOrNull(pField);
+    if (!f || f->REFERENCESOURCE.empty()) return nullptr;
+    for (const auto& [src, db] : refDBs_)
+      if (src == f->REFERENCESOURCE) return db;
+    std::string path = f->REFERENCESOURCE;
+    if (!path.empty() && path[0] != '/' && !dbFile_.empty()) {
+      size_t slash = dbFile_.rfind('/');
+      if (slash != std::string::npos) path = dbFile_.substr(0, slash + 1) + path;
+    }
+    if (!mdl_FileTools::FILEEXISTS(path)) return nullptr;
+    auto db = std::make_shared<cls_DB>();
+    if (!db->DBOPENREADONLY(path, "", false)) return nullptr;
+    refDBs_.emplace_back(f->REFERENCESOURCE, db);
+    return db;
+  });
+}
+
+// ---- views ----------------------------------------------------------------------------------
+
+DBViewPtr cls_DB::VIEW(const Variant& pView) const {
+  return Guard(kClass, "VIEW", [&]() -> DBViewPtr {
+    if (pView.isNumber()) {
+      int64_t n = static_cast<int64_t>(CDbl(pView));
+      if (n < 1 || n > static_cast<int64_t>(views_.size())) return nullptr;
+      return views_[static_cast<size_t>(n - 1)];
+    }
+    std::string key = text::UCase(CStr(pView));
+    if (key.empty()) return views_.empty() ? nullptr : views_.front();
+    for (const auto& v : views_)
+      if (text::UCase(v->ID) == key) return v;
+    return nullptr;
+  });
+}
+
+bool cls_DB::VIEWREMOVE(const Variant& pView) {
+  return Guard(kClass, "VIEWREMOVE", [&] {
+    auto v = VIEW(pView);
+    auto it = std::find(views_.begin(), views_.end(), v);
+    if (!v || it == views_.end()) return false;
+    views_.erase(it);
+    return true;
+  });
+}
+
+// ---- header structure ---------------------------------------------------------------------------
+
+StructurePtr cls_DB::HEADERSTRUCTURE_GET() {
+  return Guard(kClass, "HEADERSTRUCTURE.GET", [&] {
+    auto h = cls_Structure::New();
+    h->ITEM_LET("HEADER.NAME", name_);
+    h->ITEM_LET("HEADER.ID", id_);
+    h->ITEM_LET("HEADER.ICON", icon_);
+    h->ITEM_LET("HEADER.DESCRIPTION", description_);
+    h->ITEM_LET("HEADER.MOVABLE", movable_);
+    h->ITEM_LET("HEADER.EXTENSIBLE", extensible_);
+    h->ITEM_LET("HEADER.MASK", mask_);
+    h->ITEM_LET("HEADER.TYPING", typing_);
+    h->ITEM_LET("HEADER.NUMERIC", entries_.Numeric());
+    auto views = cls_Structure::New();
+    for (const auto& v : views_) views->ITEMBYID_LET(text::Replace(v->ID, ".", "_"), Variant(v->STRUCTURE_GET()));
+    h->ITEM_LET("VIEWS", Variant(views));
+    auto fields = cls_Structure::New();
+    for (const auto& f : fields_) fields->ITEMBYID_LET(text::Replace(f->ID, ".", "_"), Variant(f->STRUCTURE_GET()));
+    h->ITEM_LET("FIELDS", Variant(fields));
+    return h;
+  });
+}
+
+void cls_DB::HEADERSTRUCTURE_LET(const StructurePtr& pHeader) {
+  GuardVoid(kClass, "HEADERSTRUCTURE.LET", [&] {
+    if (!pHeader) return;
+    cls_Structure& h = *pHeader;
+    name_ = CStr(h.ITEM_GET("HEADER.NAME"));
+    id_ = CStr(h.ITEM_GET("HEADER.ID"));
+    icon_ = CStr(h.ITEM_GET("HEADER.ICON", "database"));
+    description_ = CStr(h.ITEM_GET("HEADER.DESCRIPTION"));
+    movable_ = mdl_Global::hCBool(h.ITEM_GET("HEADER.MOVABLE", true));
+    extensible_ = mdl_Global::hCBool(h.ITEM_GET("HEADER.EXTENSIBLE", true));
+    mask_ = CStr(h.ITEM_GET("HEADER.MASK"));
+    typing_ = CStr(h.ITEM_GET("HEADER.TYPING"));
+    DBNUMERIC_LET(mdl_Global::hCBool(h.ITEM_GET("HEADER.NUMERIC", true)));
+
+    fields_.clear();
+    if (auto fs = h.ITEM_GET("FIELDS").as<cls_Structure>()) {
+      for (int32_t i = fs->BASE(); i <= fs->MAX(); ++i) {
+        auto def = fs->ITEM_GET(i).as<cls_Structure>();
+        if (!def) continue;
+        auto f = std::make_shared<cls_DBField>();
+        f->STRUCTURE_LET(def);
+        f->ID = text::Replace(fs->ID_GET(i), "_", ".");
+        fields_.push_back(std::move(f));
+      }
+    }
+    hRebuildFieldMap();
+
+    views_.clear();
+    if (auto vs = h.ITEM_GET("VIEWS").as<cls_Structure>()) {
+      for (int32_t i = vs->BASE(); i <= vs->MAX(); ++i) {
+        auto def = vs->ITEM_GET(i).as<cls_Structure>();
+        if (!def) continue;
+        auto v = std::make_shared<cls_DBView>();
+        v->STRUCTURE_LET(def);
+        v->ID = text::Replace(vs->ID_GET(i), "_", ".");
+        views_.push_back(std::move(v));
+      }
+    }
+    fieldsChanged_ = false;
+  });
+}
+
+// ---- entry table -----------------------------------------------------------------------------
+
+void cls_DB::hEntryChanged() {
+  ++generation_;
+  entryChanged_ = true;
+}
+
+void cls_DB::hEntryIndexAdd(const Variant& pID, const StructurePtr& pData) {
+  for (size_t i = 0; i < indexes_.size(); ++i) {
+    if (!indexes_[i]) continue;
+    const cls_DBField& f = *fields_[i];
+    indexes_[i]->ADD(f.INDEXKEY(pData ? pData->ITEMBYID_GET(f.ID) : Variant()), pID);
+  }
+}
+
+void cls_DB::hEntryIndexRemove(const Variant& pID, const StructurePtr& pData) {
+  for (size_t i = 0; i < indexes_.size(); ++i) {
+    if (!indexes_[i]) continue;
+    const cls_DBField& f = *fields_[i];
+    indexes_[i]->REMOVE(f.INDEXKEY(pData ? pData->ITEMBYID_GET(f.ID) : Variant()), pID);
+  }
+}
+
+StructurePtr cls_DB::ENTRY(const Variant& pID) {
+  return Guard(kClass, "ENTRY", [&]() -> StructurePtr {
+    const auto* e = entries_.Find(entries_.NormalizeId(pID));
+    return e ? e->data : nullptr;
+  });
+}
+
+bool cls_DB::ENTRYEXISTS(const Variant& pID) const {
+  return Guard(kClass, "ENTRYEXISTS", [&] { return entries_.Find(entries_.NormalizeId(pID)) != nullptr; });
+}
+
+Variant cls_DB::ENTRYADD(const Variant& pID, const StructurePtr& pData) {
+  return Guard(kClass, "ENTRYADD", [&] {
+    Variant id = entries_.NormalizeId(pID);
+    StructurePtr data = pData;
+    if (!data) {
+      data = cls_Structure::New();
+      for (const auto& f : fields_)
+        if (!f->DEFAULT.isEmpty()) data->ITEMBYID_LET(f->ID, f->DEFAULTVALUE_GET());
+    }
+    hIndexSync();
+    if (const auto* old = entries_.Find(id)) hEntryIndexRemove(id, old->data);
+    entries_.Put(id, data);
+    hEntryIndexAdd(id, data);
+    hEntryChanged();
+    return id;
+  });
+}
+
+Variant cls_DB::ENTRYFIELD_GET(const Variant& pID, const Variant& pField) {
+  return Guard(kClass, "ENTRYFIELD.GET", [&]() -> Variant {
+    const auto* e = entries_.Find(entries_.NormalizeId(pID));
+    if (!e || !e->data) return Variant();
+    auto f = hFieldOrNull(pField);
+    if (!f) return e->data->ITEMBYID_GET(CStr(pField));
+    return hTyped(*f, e->data->ITEMBYID_GET(f->ID));
+  });
+}
+
+void cls_DB::ENTRYFIELD_LET(const Variant& pID, const Variant& pField, const Variant& pValue) {
+  GuardVoid(kClass, "ENTRYFIELD.LET", [&] {
+    Variant id = entries_.NormalizeId(pID);
+    int32_t no = 0;
+    auto f = hFieldOrNull(pField, &no);
+    std::string key = f ? f->ID : CStr(pField);
+    if (key.empty()) Raise(err::kInvalidCall, "ENTRYFIELD needs a field");
+    hIndexSync();
+    const auto* e = entries_.Find(id);
+    if (!e) {
+      ENTRYADD(id);
+      e = entries_.Find(id);
+    }
+    StructurePtr data = e->data;
+    if (!data) {
+      data = cls_Structure::New();
+      entries_.Put(id, data);
+    }
+    Variant old = data->ITEMBYID_GET(key);
+    if (f && f->WRITEONCE && !(old.isEmpty() || (old.isString() && old.str().empty())))
+      Raise(err::kInvalidCall, "field '" + f->ID + "' is written once and already holds a value");
+    Variant value = pValue;
+    if (f) {
+      Variant conv = f->VALUECONVERT(pValue);
+      if (!(conv.isEmpty() && !pValue.isEmpty())) value = conv;
+    }
+    data->ITEMBYID_LET(key, value);
+    if (f && no > 0 && indexes_[static_cast<size_t>(no - 1)]) {
+      auto& idx = *indexes_[static_cast<size_t>(no - 1)];
+      idx.REMOVE(f->INDEXKEY(old), id);
+      idx.ADD(f->INDEXKEY(value), id);
+    }
+    hEntryChanged();
+    hFieldDynamicRebuild(id);
+  });
+}
+
+bool cls_DB::ENTRYREMOVE(const Variant& pID) {
+  return Guard(kClass, "ENTRYREMOVE", [&] {
+    Variant id = entries_.NormalizeId(pID);
+    const auto* e = entries_.Find(id);
+    if (!e) return false;
+    hIndexSync();
+    hEntryIndexRemove(id, e->data);
+    entries_.Remove(id, nullptr);
+    hEntryChanged();
+    return true;
+  });
+}
+
+void cls_DB::ENTRYCLEAR() {
+  GuardVoid(kClass, "ENTRYCLEAR", [&] {
+    entries_.Clear();
+    for (auto& idx : indexes_) idx.reset();
+    freeCounter_ = freeCounterEven_ = 0;
+    ++generation_;
+  });
+}
+
+void cls_DB::ENTRYREINDEX() {
+  GuardVoid(kClass, "ENTRYREINDEX", [&] {
+    ++generation_;
+    indexes_.assign(fields_.size(), nullptr);
+    hIndexSync();
+  });
+}
+
+StructurePtr cls_DB::ENTRYSTRUCTURE_GET() {
+  return Guard(kClass, "ENTRYSTRUCTURE.GET", [&] {
+    auto s = cls_Structure::New();
+    for (const auto& e : entries_.Entries())
+      s->ITEMBYID_LET(CStr(e.id), e.data ? Variant(e.data) : Variant(cls_Structure::New()));
+    return s;
+  });
+}
+
+void cls_DB::ENTRYSTRUCTURE_LET(const StructurePtr& pEntries) {
+  GuardVoid(kClass, "ENTRYSTRUCTURE.LET", [&] {
+    entries_.Clear();
+    for (auto& idx : indexes_) idx.reset();
+    if (pEntries) {
+      auto& m = *pEntries->MANAGER_GET();
+      const auto& items = m.Items(pEntries->SID_GET());
+      entries_.Reserve(items.size());
+      for (size_t i = 0; i < items.size(); ++i) {
+        const auto& it = items[i];
+        if (!it.used) continue;
+        Variant id = entries_.NormalizeId(it.name ? Variant(m.Names().Name(it.name)) : Variant(static_cast<int32_t>(i)));
+        StructurePtr data = it.isStruct ? m.Ref(it.child) : cls_Structure::New();
+        entries_.Put(id, std::move(data));
+      }
+    }
+    ENTRYREINDEX();
+    hEntryChanged();
+  });
+}
+
+Variant cls_DB::ENTRYFREEID() {
+  return Guard(kClass, "ENTRYFREEID", [&]() -> Variant {
+    if (!entries_.Numeric()) {
+      std::string t;
+      do t = hUniqueText(); while (entries_.Find(Variant(t)));
+      return Variant(t);
+    }
+    freeCounter_ += 1;
+    Variant id = entries_.NormalizeId(Variant(freeCounter_));
+    if (entries_.Find(id)) {
+      freeCounter_ = entries_.MaxId() + 1;
+      id = entries_.NormalizeId(Variant(freeCounter_));
+    }
+    return id;
+  });
+}
+
+Variant cls_DB::ENTRYFREEIDEVEN() {
+  return Guard(kClass, "ENTRYFREEIDEVEN", [&]() -> Variant {
+    if (!entries_.Numeric()) {
+      std::string t;
+      do t = hUniqueText(); while (entries_.Find(Variant(t)));
+      return Variant(t);
+    }
+    freeCounterEven_ += 1;
+    if (entries_.Find(entries_.NormalizeId(Variant(freeCounterEven_)))) freeCounterEven_ = entries_.MaxId() + 1;
+    while (std::fmod(freeCounterEven_, 2.0) != 0 || entries_.Find(entries_.NormalizeId(Variant(freeCounterEven_))))
+      freeCounterEven_ += 1;
+    return entries_.NormalizeId(Variant(freeCounterEven_));
+  });
+}
+
+std::vector<Variant> cls_DB::ENTRYALL_IDS() {
+  return Guard(kClass, "ENTRYALL", [&] {
+    std::vector<Variant> ids;
+    const auto& all = entries_.Entries();
+    ids.reserve(all.size());
+    for (const auto& e : all) ids.push_back(e.id);
+    return ids;
+  });
+}
+
+// ---- value columns ---------------------------------------------------------------------------
+
+const std::vector<Variant>& cls_DB::FIELDCOLUMN(int32_t pFieldNo) {
+  if (pFieldNo < 1 || pFieldNo > FIELDS()) Raise(err::kOutOfRange, "no field number " + std::to_string(pFieldNo));
+  if (columns_.size() != fields_.size()) columns_.assign(fields_.size(), Column{});
+  Column& c = columns_[static_cast<size_t>(pFieldNo - 1)];
+  if (c.generation == generation_) return c.values;
+  const auto& all = entries_.Entries();
+  auto& names = mdl_Global::SMAN_GET()->Names();
+  const cls_DBField& field = *fields_[static_cast<size_t>(pFieldNo - 1)];
+  uint32_t atom = names.Find(text::UCase(field.ID));
+  c.values.assign(all.size(), Variant());
+  if (atom) {
+    for (size_t p = 0; p < all.size(); ++p) {
+      const auto& data = all[p].data;
+      if (!data) continue;
+      // The first used slot with the field's name, read straight from the node's slots.
+      auto& m = *data->MANAGER_GET();
+      const auto& items = m.Items(data->SID_GET());
+      for (const auto& it : items) {
+        if (it.used && it.name == atom) {
+          c.values[p] = it.isStruct ? Variant(m.Ref(it.child)) : hTyped(field, it.value);
+          break;
+        }
+      }
+    }
+  }
+  c.generation = generation_;
+  return c.values;
+}
+
+const std::vector<std::string>& cls_DB::FIELDSORTCOLUMN(int32_t pFieldNo) {
+  const auto& values = FIELDCOLUMN(pFieldNo);
+  Column& c = columns_[static_cast<size_t>(pFieldNo - 1)];
+  if (c.sortGeneration == generation_) return c.sortTexts;
+  const cls_DBField& f = *fields_[static_cast<size_t>(pFieldNo - 1)];
+  c.sortTexts.resize(values.size());
+  for (size_t p = 0; p < values.size(); ++p) c.sortTexts[p] = f.TEXTSORT(values[p]);
+  c.sortGeneration = generation_;
+  return c.sortTexts;
+}
+
+const Variant& cls_DB::ENTRYIDAT(int32_t pPosition) {
+  const auto& all = entries_.Entries();
+  if (pPosition < 0 || static_cast<size_t>(pPosition) >= all.size())
+    Raise(err::kOutOfRange, "no entry at position " + std::to_string(pPosition));
+  return all[static_cast<size_t>(pPosition)].id;
+}
+
+int32_t cls_DB::ENTRYPOSITION(const Variant& pID) { return entries_.Position(entries_.NormalizeId(pID)); }
+
+// ---- text forms --------------------------------------------------------------------------------
+
+std::string cls_DB::FIELDTEXT_GET(const Variant& pID, const Variant& pField, int32_t pMode) {
+  return Guard(kClass, "FIELDTEXT.GET", [&]() -> std::string {
+    Variant v = ENTRYFIELD_GET(pID, pField);
+    auto f = hFieldOrNull(pField);
+    if (!f) return CStr(v);
+    if (DBFieldTypeIsReference(f->TYPE) && valueEvent_) valueEvent_(*f, entries_.NormalizeId(pID), v);
+    return f->TEXT(v, pMode);
+  });
+}
+
+std::string cls_DB::FIELDTEXTHTML_GET(const Variant& pID, const Variant& pField, int32_t pMode) {
+  return Guard(kClass, "FIELDTEXTHTML.GET", [&]() -> std::string {
+    Variant v = ENTRYFIELD_GET(pID, pField);
+    auto f = hFieldOrNull(pField);
+    if (!f) return cls_DBField().TEXTHTML(v);
+    if (DBFieldTypeIsReference(f->TYPE) && valueEvent_) valueEvent_(*f, entries_.NormalizeId(pID), v);
+    return f->TEXTHTML(v, pMode);
+  });
+}
+
+std::string cls_DB::FIELDTEXTSORT_GET(const Variant& pID, const Variant& pField, bool pPrefix, bool pInvert) {
+  return Guard(kClass, "FIELDTEXTSORT.GET", [&]() -> std::string {
+    Variant v = ENTRYFIELD_GET(pID, pField);
+    auto f = hFieldOrNull(pField);
+    if (!f) return cls_DBField().TEXTSORT(v, pPrefix, pInvert);
+    if (DBFieldTypeIsReference(f->TYPE) && valueEvent_ && pPrefix) valueEvent_(*f, entries_.NormalizeId(pID), v);
+    return f->TEXTSORT(v, pPrefix, pInvert);
+  });
+}
+
+}  // namespace rykel

@@ -1,0 +1,276 @@
+// cls_DB: a file database: a header (schema: fields and views) and entries, each an id and a
+// structure of field values keyed by field ID.
+//
+// Files: the header file (a structure file, default name "info.header") and the database file,
+// in the binary form (a name ending ".RY-DBB" or "RY-DBB.TMP", any case) or the structure form
+// (any other name). Saves are atomic: a temporary file is written, flushed and renamed over the
+// old one, so a failed or interrupted save leaves the old file whole.
+//
+// Operations return false or a message text on failure and raise only when asked (pRaiseErrors);
+// the rest follow the common error convention (Guard / ERRHANDLE).
+//
+// For queries, filters and sorting: FIELDCOLUMN / FIELDSORTCOLUMN give one field's values (or
+// sort texts) of all entries in table order, built on first use and dropped when entries change;
+// ENTRYIDAT / ENTRYPOSITION map positions of that order to ids and back.
+//
+// Threads: a database and its structures belong to the thread that created them.
+//
+//   auto db = std::make_shared<rykel::cls_DB>();
+//   db->DBOPEN("people.ry-dbb", "info.header", false);
+//   auto id = db->ENTRYFREEID(); db->ENTRYADD(id); db->ENTRYFIELD_LET(id, "NAME", "Anna"); db->DBSAVE();
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "database/DBEntryTable.h"
+#include "database/cls_DBField.h"
+#include "database/cls_DBIndex.h"
+#include "database/cls_DBView.h"
+#include "frame/Object.h"
+#include "frame/Variant.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+
+class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
+ public:
+  cls_DB();
+  ~cls_DB() override;
+  std::string TypeName() const override { return "cls_DB"; }
+
+  // ---- public state (defaults are the values after DBCLEAR) ---------------------------------
+  std::string DBICON_GET() const { return icon_; }                 // "database"
+  void DBICON_LET(std::string v) { icon_ = std::move(v); }
+  std::string DBDESCRIPTION_GET() const { return description_; }   // ""
+  void DBDESCRIPTION_LET(std::string v) { description_ = std::move(v); }
+  std::string DBNAME_GET() const { return name_; }                 // ""
+  void DBNAME_LET(std::string v) { name_ = std::move(v); }
+  std::string DBID_GET() const { return id_; }                     // ""
+  void DBID_LET(std::string v) { id_ = std::move(v); }
+  bool DBEXTENSIBLE_GET() const { return extensible_; }            // true
+  void DBEXTENSIBLE_LET(bool v) { extensible_ = v; }
+  // True: entry ids are numbers. Changing it empties the entry table.
+  bool DBNUMERIC_GET() const { return entries_.Numeric(); }        // true
+  void DBNUMERIC_LET(bool v);
+  bool DBMOVABLE_GET() const { return movable_; }                  // true
+  void DBMOVABLE_LET(bool v) { movable_ = v; }
+  std::string DBMASK_GET() const { return mask_; }                 // ""
+  void DBMASK_LET(std::string v) { mask_ = std::move(v); }
+  std::string DBTYPING_GET() const { return typing_; }             // ""
+  void DBTYPING_LET(std::string v) { typing_ = std::move(v); }
+  // The interpreter the database works for (a cls_KEL); kept by DBCLEAR.
+  ObjectPtr KEL_GET() const { return kel_; }
+  void KEL_SET(ObjectPtr v) { kel_ = std::move(v); }
+  // Directories searched for a header named by a database file (items are paths); kept by DBCLEAR.
+  StructurePtr HEADERLOCATIONS_GET();
+  void HEADERLOCATIONS_SET(StructurePtr v) { headerLocations_ = std::move(v); }
+  bool ENTRYCHANGED_GET() const { return entryChanged_; }          // kept by DBCLEAR
+  void ENTRYCHANGED_LET(bool v) { entryChanged_ = v; }
+  bool DBOPENED_GET() const { return opened_; }                    // false
+  int32_t DBVERSION_GET() const { return version_; }               // 7
+  std::string DBFILE_GET() const { return dbFile_; }               // ""
+  std::string HEADERFILE_GET() const { return headerFile_; }       // ""
+  // The database file's path with ".cache" appended; set by DBOPEN.
+  std::string CACHEFILE_GET() const { return cacheFile_; }         // ""
+  bool DBREADONLY_GET() const { return readOnly_; }                // false
+
+  // ---- files ---------------------------------------------------------------------------------
+  // Opens database file pDBFile with header file pHeaderFile (either may be ""). Settings may
+  // hold "READONLY". Opening the open file again is true and reloads nothing. On failure reports
+  // "Database error" through the notifier, raises when pRaiseErrors, and returns false.
+  bool DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false,
+              const StructurePtr& pSettings = nullptr);
+  bool DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false);
+  // The message of the last failed DBOPEN ("" after a success).
+  std::string DBOPENERROR_GET() const { return openError_; }
+  // Saves when changed (unless read-only), then DBCLEAR. False when nothing was open or the save failed.
+  bool DBCLOSE();
+  // Writes the database file when open, changed and not read-only. True only when written;
+  // a failed write leaves the old file whole and ENTRYCHANGED set.
+  bool DBSAVE();
+  // An empty, closed database: members reset, no fields, one view ("DEFAULT", "Standard"), no entries.
+  bool DBCLEAR();
+  // "INFO.VERSION" 1, "INFO.HEADER" header file name, "INFO.TIMESTAMP" now, "ENTRIES".
+  StructurePtr DBSTRUCTURE_GET();
+  // Replaces the entries from such a structure ("ENTRIES"); false for null.
+  bool DBSTRUCTURE_LET(const StructurePtr& pStructure);
+  StructurePtr DBCOMPLETE_GET() { return DBSTRUCTURE_GET(); }
+  bool DBCOMPLETE_LET(const StructurePtr& pStructure) { return DBSTRUCTURE_LET(pStructure); }
+  // The one-string form "DBS1:<sep>@<sep>header<sep>id1<sep>entry1...".
+  std::string SERIALIZE();
+  // Reads the one-string form or the older line form; false (nothing changed) without "DBS"/"@".
+  bool UNSERIALIZE(const std::string& pText);
+  std::string DBSERIAL_GET() { return SERIALIZE(); }
+  bool DBSERIAL_LET(const std::string& pText) { return UNSERIALIZE(pText); }
+  // Header and entries of another database.
+  bool DBCOPY(const std::shared_ptr<cls_DB>& pOther);
+  // Adds the other's entries; with pOverwrite replaces entries with the same id.
+  bool DBMERGE(const std::shared_ptr<cls_DB>& pOtherDB, bool pOverwrite = false);
+  // Rebuilds every index from the entries and compares; the report lists each differing field
+  // as "Datenfeld <name>: <detail> hat asynchronen Index". True when none differs.
+  bool DBCHECKINDEX();
+  std::string DBCHECKINDEXREPORT_GET() const { return checkReport_; }
+  // The page layout defaults (kind 1) or an empty structure.
+  StructurePtr FLAGS(int32_t pKind = 1);
+
+  // ---- header and fields ----------------------------------------------------------------------
+  // "HEADER.NAME" ... "HEADER.NUMERIC", "VIEWS.<view id>", "FIELDS.<field id>" ("." as "_").
+  StructurePtr HEADERSTRUCTURE_GET();
+  // Replaces members, fields and views (keys' "_" read back as "."). Null: no change.
+  void HEADERSTRUCTURE_LET(const StructurePtr& pHeader);
+  bool HEADERLOAD(const std::string& pFile);
+  bool HEADERSAVE(const std::string& pFile);
+
+  int32_t FIELDS() const { return static_cast<int32_t>(fields_.size()); }
+  // Adds a field; false when a field with its ID exists or the ID is empty.
+  bool FIELDADD(const DBFieldPtr& pField);
+  // Creates and adds a field; returns it (the existing field when the ID is taken).
+  DBFieldPtr FIELDCREATE(const std::string& pID, int32_t pType = ID_DBFieldType_String, const std::string& pName = "");
+  // Removes the definition (entries keep their values). False when absent.
+  bool FIELDREMOVE(const Variant& pField);
+  void FIELDSCLEAR();
+  // By 1-based number or by ID (case-blind, "_" and "." alike), then by display name; null when absent.
+  DBFieldPtr FIELD(const Variant& pField) const;
+  bool FIELDEXISTS(const Variant& pField) const { return FIELDFIND(pField) > 0; }
+  // 1-based number of the field, 0 when absent.
+  int32_t FIELDFIND(const Variant& pField) const;
+  bool FIELDINDEXED(const Variant& pField) const;
+  // Fields added, removed or cleared since the header was loaded or saved.
+  bool FIELDSCHANGED_GET() const { return fieldsChanged_; }
+  void FIELDSCHANGED_LET(bool v) { fieldsChanged_ = v; }
+  // The database a reference field points to: REFERENCESOURCE opened (relative to this
+  // database's directory), kept for later calls; null when none or it cannot be opened.
+  std::shared_ptr<cls_DB> FIELDDB(const Variant& pField);
+  // The field's index, built on first use when the field is INDEXED; null otherwise.
+  std::shared_ptr<cls_DBIndex> FIELDINDEX(const Variant& pField);
+
+  int32_t VIEWS() const { return static_cast<int32_t>(views_.size()); }
+  // By 1-based number or ID (case-blind); null when absent.
+  DBViewPtr VIEW(const Variant& pView) const;
+  void VIEWADD(const DBViewPtr& pView) { views_.push_back(pView); }
+  bool VIEWREMOVE(const Variant& pView);
+
+  // ---- entry table ---------------------------------------------------------------------------
+  // The entry's structure (live: changes through it bypass the index; use ENTRYFIELD_LET or
+  // ENTRYREINDEX); null when absent.
+  StructurePtr ENTRY(const Variant& pID);
+  bool ENTRYEXISTS(const Variant& pID) const;
+  // Adds (or replaces) an entry. Without data a new structure holding the fields' defaults.
+  // Returns the normalised id.
+  Variant ENTRYADD(const Variant& pID, const StructurePtr& pData = nullptr);
+  // The value of one field ("" / Empty when the entry or value is missing).
+  Variant ENTRYFIELD_GET(const Variant& pID, const Variant& pField);
+  // Stores a value converted to the field's type (a value that does not convert is kept as
+  // given). Creates the entry when absent. Raises 5 for a WRITEONCE field that holds a value.
+  void ENTRYFIELD_LET(const Variant& pID, const Variant& pField, const Variant& pValue);
+  bool ENTRYREMOVE(const Variant& pID);
+  int32_t ENTRYCOUNT() const { return entries_.Count(); }
+  void ENTRYCLEAR();
+  // Rebuilds every index (and drops the value columns).
+  void ENTRYREINDEX();
+  // One item per entry, named by the id's text, holding the entry's structure (shared).
+  StructurePtr ENTRYSTRUCTURE_GET();
+  // Replaces all entries from such a structure, then ENTRYREINDEX.
+  void ENTRYSTRUCTURE_LET(const StructurePtr& pEntries);
+  // A free id: numbers from a private counter (the largest id + 1 when taken), texts unique.
+  Variant ENTRYFREEID();
+  // Like ENTRYFREEID with a second counter, moved on to an even number no entry has.
+  Variant ENTRYFREEIDEVEN();
+  // Every id in table order.
+  std::vector<Variant> ENTRYALL_IDS();
+
+  // Per-field value columns (fields by 1-based number), aligned with ENTRYIDAT positions.
+  const std::vector<Variant>& FIELDCOLUMN(int32_t pFieldNo);
+  const std::vector<std::string>& FIELDSORTCOLUMN(int32_t pFieldNo);
+  const Variant& ENTRYIDAT(int32_t pPosition);
+  int32_t ENTRYPOSITION(const Variant& pID);
+  // Bumped by every entry change; a column is valid while it matches.
+  uint64_t ENTRYGENERATION() const { return generation_; }
+
+  // ---- field value text forms ----------------------------------------------------------------
+  // Called for reference fields before their text is made; may replace the value.
+  using ValueEvent = std::function<void(const cls_DBField& pField, const Variant& pID, Variant& rValue)>;
+  void VALUEEVENT_SET(ValueEvent pEvent) { valueEvent_ = std::move(pEvent); }
+  // Display text of an entry's field (reference values go through the value event first).
+  std::string FIELDTEXT_GET(const Variant& pID, const Variant& pField, int32_t pMode = 0);
+  std::string FIELDTEXTHTML_GET(const Variant& pID, const Variant& pField, int32_t pMode = 0);
+  std::string FIELDTEXTSORT_GET(const Variant& pID, const Variant& pField, bool pPrefix = false,
+                                bool pInvert = false);
+
+  // ---- position labels -----------------------------------------------------------------------
+  // Records the last position label (a literal that outlives the database) and up to two numbers.
+  void DEBUGTRACK_LET(const char* pLabel, int32_t pA = -1, int32_t pB = -1) noexcept {
+    track_ = pLabel;
+    trackA_ = pA;
+    trackB_ = pB;
+  }
+  // "LABEL", or "LABEL" + a + "/" + b when numbers were given.
+  std::string DEBUGTRACK_GET() const;
+
+  // ---- queries -------------------------------------------------------------------------------
+
+  // ---- filters -------------------------------------------------------------------------------
+
+  // ---- sorting -------------------------------------------------------------------------------
+
+  // ---- exports -------------------------------------------------------------------------------
+
+ private:
+  void hEntryIndexAdd(const Variant& pID, const StructurePtr& pData);
+  void hEntryIndexRemove(const Variant& pID, const StructurePtr& pData);
+  void hEntryChanged();
+  void hIndexSync();
+  DBFieldPtr hFieldOrNull(const Variant& pField, int32_t* rNo = nullptr) const;
+  void hRebuildFieldMap();
+  bool hOpen(const std::string& pDBFile, const std::string& pHeaderFile, const StructurePtr& pSettings);
+  bool hLocateHeader(const std::string& pName, std::string& rPath);
+  struct DBRow {
+    Variant id;
+    StructurePtr data;
+  };
+  void hWriteBinary(const std::string& pFile);
+  // Reads the binary form without touching the database. Raises on any flaw.
+  void hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows);
+  // Replaces the entries by the rows (a later row wins over an earlier one with the same id).
+  void hInstallRows(std::vector<DBRow>& rRows);
+  void hFieldDynamicRebuild(const Variant& pID);
+
+  std::string icon_, description_, name_, id_, mask_, typing_;
+  bool extensible_ = true, movable_ = true;
+  ObjectPtr kel_;
+  StructurePtr headerLocations_;
+  bool entryChanged_ = false, opened_ = false, readOnly_ = false, fieldsChanged_ = false;
+  int32_t version_ = 7;
+  std::string dbFile_, headerFile_, cacheFile_, openError_, checkReport_;
+
+  std::vector<DBFieldPtr> fields_;
+  // Per field: the ID the lookup key was made from, and the key (upper case, "_" as ".").
+  mutable std::vector<std::pair<std::string, std::string>> fieldKeys_;
+  std::vector<DBViewPtr> views_;
+  DBEntryTable entries_;
+  double freeCounter_ = 0, freeCounterEven_ = 0;
+
+  std::vector<std::shared_ptr<cls_DBIndex>> indexes_;  // per field; null when not indexed
+  struct Column {
+    uint64_t generation = ~0ULL;
+    std::vector<Variant> values;
+    uint64_t sortGeneration = ~0ULL;
+    std::vector<std::string> sortTexts;
+  };
+  std::vector<Column> columns_;  // per field
+  uint64_t generation_ = 0;
+  std::vector<std::pair<std::string, std::shared_ptr<cls_DB>>> refDBs_;
+
+  ValueEvent valueEvent_;
+  const char* track_ = "";
+  int32_t trackA_ = -1, trackB_ = -1;
+};
+
+using DBPtr = std::shared_ptr<cls_DB>;
+
+}  // namespace rykel

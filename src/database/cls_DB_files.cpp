@@ -1,0 +1,507 @@
+// cls_DB: the database files (open, save, close, clear), the whole-database structure, the
+// one-string form, copying, merging and the index check.
+//
+// Binary form of the database file, values of the sequential value writer (frame/ValueWriter.h)
+// one after the other:
+//   file    := signature format header-name timestamp count record* end
+//   signature := String "Morvandil KEL DB Binary"
+//   format  := Integer 1
+//   header-name := String      (file name part of the header file)
+//   timestamp := Date          (when the file was written)
+//   count   := Long            (number of records)
+//   record  := id marker content
+//   id      := the id value in a numeric database; else String, the id with "." written "_"
+//   marker  := Boolean         (true when content holds a CR LF)
+//   content := String          (the entry's structure, serialized)
+//   end     := String "EOF"
+// On reading, every id becomes the number its text begins with.
+#include <sys/stat.h>
+
+#include <cmath>
+#include <random>
+
+#include "database/DBEntryText.h"
+#include "database/cls_DB.h"
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/Notifier.h"
+#include "frame/Text.h"
+#include "frame/ValueReader.h"
+#include "frame/ValueWriter.h"
+#include "frame/mdl_Global.h"
+
+namespace rykel {
+
+namespace {
+
+constexpr const char* kClass = "cls_DB";
+constexpr std::string_view kSignature = "Morvandil KEL DB Binary";
+constexpr std::string_view kDefaultHeader = "info.header";
+
+// A failure while opening: the message that the report shows.
+struct OpenFailure {
+  int number;
+  std::string message;
+};
+[[noreturn]] void hOpenFail(int number, std::string message) { throw OpenFailure{number, std::move(message)}; }
+
+bool hIsBinaryName(std::string_view file) {
+  std::string up = text::UCase(file);
+  size_t dot = up.rfind('.');
+  size_t slash = up.rfind('/');
+  bool extension = dot != std::string::npos && (slash == std::string::npos || dot > slash) &&
+                   up.substr(dot + 1) == "RY-DBB";
+  return extension || (up.size() >= 10 && up.substr(up.size() - 10) == "RY-DBB.TMP");
+}
+
+std::string hFileName(std::string_view path) {
+  size_t slash = path.rfind('/');
+  return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+std::string hDirectory(std::string_view path) {
+  size_t slash = path.rfind('/');
+  return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash + 1));
+}
+
+// Modification time in nanoseconds; 0 when the file cannot be read.
+int64_t hFileTime(const std::string& path) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) return 0;
+  return static_cast<int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+}
+
+double hLeadingNumber(std::string_view s) {
+  std::string t(text::LTrim(s));
+  char* end = nullptr;
+  double d = std::strtod(t.c_str(), &end);
+  return end == t.c_str() ? 0 : d;
+}
+
+Variant hNumber(double d) {
+  if (d == std::floor(d) && d >= -2147483648.0 && d <= 2147483647.0) return Variant(static_cast<int32_t>(d));
+  return Variant(d);
+}
+
+}  // namespace
+
+// ---- open, close, save, clear -------------------------------------------------------------------
+
+bool cls_DB::DBCLEAR() {
+  return Guard(kClass, "DBCLEAR", [&] {
+    icon_ = "database";
+    description_.clear();
+    name_.clear();
+    id_.clear();
+    extensible_ = true;
+    DBNUMERIC_LET(true);
+    movable_ = true;
+    mask_.clear();
+    typing_.clear();
+    opened_ = false;
+    version_ = 7;
+    dbFile_.clear();
+    headerFile_.clear();
+    cacheFile_.clear();
+    readOnly_ = false;
+    fields_.clear();
+    hRebuildFieldMap();
+    views_.clear();
+    auto view = std::make_shared<cls_DBView>();
+    view->ID = "DEFAULT";
+    view->NAME = "Standard";
+    views_.push_back(view);
+    ENTRYCLEAR();
+    return true;
+  });
+}
+
+bool cls_DB::DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile, bool pRaiseErrors) {
+  return Guard(kClass, "DBOPENREADONLY", [&] {
+    auto settings = cls_Structure::New();
+    settings->ITEM_LET("READONLY", true);
+    return DBOPEN(pDBFile, pHeaderFile, pRaiseErrors, settings);
+  });
+}
+
+bool cls_DB::hLocateHeader(const std::string& pName, std::string& rPath) {
+  std::string name = pName.empty() ? std::string(kDefaultHeader) : pName;
+  std::vector<std::string> dirs;
+  if (headerLocations_) {
+    for (int32_t i = headerLocations_->BASE(); i <= headerLocations_->MAX(); ++i)
+      if (headerLocations_->EXISTS_GET(i)) dirs.push_back(CStr(headerLocations_->ITEM_GET(i)));
+  }
+  dirs.push_back(hDirectory(dbFile_));
+  for (std::string d : dirs) {
+    if (!d.empty() && d.back() != '/') d += '/';
+    std::string candidate = d + name;
+    if (mdl_FileTools::FILEEXISTS(candidate)) {
+      rPath = candidate;
+      return true;
+    }
+  }
+  rPath = name;
+  return false;
+}
+
+bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, const StructurePtr& pSettings) {
+  const std::string& D = pDBFile;
+  const std::string& H = pHeaderFile;
+  bool readOnly = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("READONLY", false));
+  bool isNew = false, reindex = false;
+  if (!H.empty() && !mdl_FileTools::FILEEXISTS(H)) hOpenFail(err::kFileNotFound, "Header '" + H + "' does not exist");
+  if (!D.empty() && !mdl_FileTools::FILEEXISTS(D)) {
+    if (readOnly) hOpenFail(err::kFileNotFound, "DB file '" + D + "' does not exist (Read-only)");
+    if (std::FILE* f = std::fopen(D.c_str(), "ab")) std::fclose(f);
+    if (!mdl_FileTools::FILEEXISTS(D)) hOpenFail(err::kPathFileAccess, "DB file '" + D + "' does not exist and cannot be created!");
+    isNew = true;
+  } else if (!D.empty() && !H.empty() && hFileTime(D) < hFileTime(H)) {
+    reindex = true;
+  }
+  headerFile_ = H;
+  dbFile_ = D;
+  readOnly_ = readOnly;
+  cacheFile_ = D.empty() ? std::string() : D + ".cache";
+  if (!headerFile_.empty()) {
+    if (!HEADERLOAD(headerFile_)) hOpenFail(err::kInvalidData, "Header file ('" + headerFile_ + "') invalid!");
+  }
+  auto locateAndLoad = [&](const std::string& name) {
+    std::string path;
+    if (!hLocateHeader(name, path)) hOpenFail(err::kFileNotFound, "Header '" + path + "' could not be located!");
+    headerFile_ = path;
+    if (!HEADERLOAD(path)) hOpenFail(err::kInvalidData, "Header file ('" + path + "') invalid!");
+  };
+  bool headerGiven = !H.empty();
+  if (!dbFile_.empty() && mdl_FileTools::FILEEXISTS(dbFile_)) {
+    struct stat st {};
+    bool empty = ::stat(dbFile_.c_str(), &st) == 0 && st.st_size == 0;
+    if (hIsBinaryName(dbFile_)) {
+      std::string headerName;
+      std::vector<DBRow> rows;
+      if (!empty) {
+        try {
+          hReadBinary(dbFile_, headerName, rows);
+        } catch (const Error&) {
+          hOpenFail(err::kInvalidData, "DB entry file ('" + dbFile_ + "') invalid!");
+        }
+      }
+      // The header first: it decides whether ids are numbers or texts.
+      if (!headerGiven) locateAndLoad(headerName);
+      hInstallRows(rows);
+    } else {
+      StructurePtr loaded;
+      if (!empty) {
+        try {
+          loaded = hStructureFileLoad(dbFile_);
+        } catch (const Error&) {
+          hOpenFail(err::kInvalidData, "DB entry file ('" + dbFile_ + "') invalid!");
+        }
+      }
+      if (!headerGiven) locateAndLoad(loaded ? CStr(loaded->ITEM_GET("INFO.HEADER", std::string(kDefaultHeader))) : "");
+      if (loaded) DBSTRUCTURE_LET(loaded);
+    }
+  }
+  if (isNew || reindex) ENTRYREINDEX();
+  opened_ = true;
+  entryChanged_ = false;
+  return true;
+}
+
+bool cls_DB::DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile, bool pRaiseErrors,
+                    const StructurePtr& pSettings) {
+  return Guard(kClass, "DBOPEN", [&] {
+    if (opened_) {
+      if (pDBFile == dbFile_) return true;
+      DBCLOSE();
+    }
+    openError_.clear();
+    try {
+      return hOpen(pDBFile, pHeaderFile, pSettings);
+    } catch (const OpenFailure& f) {
+      openError_ = f.message;
+    } catch (const Error& e) {
+      openError_ = e.description;
+    }
+    std::string info = pSettings ? hEntryText(pSettings) : std::string();
+    Notify({"Database error",
+            "A database engine error has occured while trying to open a database:\r\nDatabase: " + pDBFile +
+                "\r\nHeader: " + pHeaderFile + "\r\nError: " + openError_ + "\r\nStructure Info" + info,
+            "OK", "Critical"});
+    DBCLEAR();
+    if (pRaiseErrors) Raise(err::kInvalidData, openError_);
+    return false;
+  });
+}
+
+bool cls_DB::DBCLOSE() {
+  return Guard(kClass, "DBCLOSE", [&] {
+    if (!opened_) return false;
+    bool ok = true;
+    if (entryChanged_ && !readOnly_) ok = DBSAVE();
+    if (!ok) return false;
+    DBCLEAR();
+    return true;
+  });
+}
+
+bool cls_DB::DBSAVE() {
+  return Guard(kClass, "DBSAVE", [&] {
+    if (!opened_ || !entryChanged_ || readOnly_ || dbFile_.empty()) return false;
+    try {
+      if (hIsBinaryName(dbFile_)) hWriteBinary(dbFile_);
+      else hStructureFileSave(DBSTRUCTURE_GET(), dbFile_);
+    } catch (const Error& e) {
+      Notify({"Database error", "The database could not be saved:\r\nDatabase: " + dbFile_ + "\r\nError: " + e.description,
+              "OK", "Critical"});
+      return false;
+    }
+    entryChanged_ = false;
+    return true;
+  });
+}
+
+// ---- binary form ---------------------------------------------------------------------------------
+
+void cls_DB::hWriteBinary(const std::string& pFile) {
+  const auto& all = entries_.Entries();
+  bool numeric = entries_.Numeric();
+  hWriteFileAtomic(pFile, [&](std::FILE* f) {
+    ValueWriter w;
+    auto flush = [&] {
+      if (!w.Data().empty() && std::fwrite(w.Data().data(), 1, w.Data().size(), f) != w.Data().size())
+        Raise(err::kFileIO, "cannot write '" + pFile + "'");
+      w.Clear();
+    };
+    w.WriteString(kSignature);
+    w.Write(Variant(static_cast<int16_t>(1)));
+    w.WriteString(hFileName(headerFile_));
+    w.Write(Variant::Date(date::Now()));
+    w.Write(Variant(static_cast<int32_t>(all.size())));
+    for (const auto& e : all) {
+      if (numeric) w.Write(e.id);
+      else w.WriteString(text::Replace(CStr(e.id), ".", "_"));
+      std::string content = hEntryText(e.data);
+      w.WriteBool(content.find("\r\n") != std::string::npos);
+      w.WriteString(content);
+      if (w.Data().size() > (1u << 20)) flush();
+    }
+    w.WriteString("EOF");
+    flush();
+  });
+}
+
+void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows) {
+  std::string data = hReadFile(pFile);
+  ValueReader r(data);
+  if (r.ReadStringView() != kSignature) Raise(err::kInvalidData, "not a binary database file");
+  int32_t format = CLng(r.Read());
+  if (format != 1) Raise(err::kInvalidData, "unknown binary format " + std::to_string(format));
+  rHeaderName = std::string(r.ReadStringView());
+  r.Read();  // time stamp
+  int32_t count = CLng(r.Read());
+  if (count < 0) Raise(err::kInvalidData, "negative entry count");
+  rRows.clear();
+  rRows.reserve(static_cast<size_t>(std::min<int32_t>(count, 1 << 24)));
+  for (int32_t i = 0; i < count; ++i) {
+    Variant id = r.Read();
+    double d;
+    Variant num = NumericValue(id, d) ? hNumber(d) : hNumber(hLeadingNumber(CStr(id)));
+    r.Read();  // marker: the content is restored from its text either way
+    rRows.push_back({std::move(num), hEntryFromText(r.ReadStringView())});
+  }
+  if (r.ReadStringView() != "EOF") Raise(err::kInvalidData, "end mark missing");
+}
+
+void cls_DB::hInstallRows(std::vector<DBRow>& rRows) {
+  entries_.Clear();
+  for (auto& idx : indexes_) idx.reset();
+  entries_.Reserve(rRows.size());
+  for (auto& row : rRows) {
+    Variant norm = entries_.NormalizeId(row.id);
+    if (entries_.Find(norm)) entries_.Put(norm, std::move(row.data));
+    else entries_.Append(std::move(norm), std::move(row.data));
+  }
+  rRows.clear();
+  ENTRYREINDEX();
+}
+
+// ---- whole-database structure ----------------------------------------------------------------------
+
+StructurePtr cls_DB::DBSTRUCTURE_GET() {
+  return Guard(kClass, "DBSTRUCTURE.GET", [&] {
+    auto s = cls_Structure::New();
+    s->ITEM_LET("INFO.VERSION", 1);
+    s->ITEM_LET("INFO.HEADER", hFileName(headerFile_));
+    s->ITEM_LET("INFO.TIMESTAMP", Variant::Date(date::Now()));
+    s->ITEM_LET("ENTRIES", Variant(ENTRYSTRUCTURE_GET()));
+    return s;
+  });
+}
+
+bool cls_DB::DBSTRUCTURE_LET(const StructurePtr& pStructure) {
+  return Guard(kClass, "DBSTRUCTURE.LET", [&] {
+    if (!pStructure) return false;
+    ENTRYSTRUCTURE_LET(pStructure->ITEM_GET("ENTRIES").as<cls_Structure>());
+    return true;
+  });
+}
+
+// ---- one-string form -----------------------------------------------------------------------------
+
+std::string cls_DB::SERIALIZE() {
+  return Guard(kClass, "SERIALIZE", [&] {
+    const auto& all = entries_.Entries();
+    std::vector<std::string> parts;
+    parts.reserve(all.size() * 2 + 2);
+    parts.emplace_back();
+    parts.push_back(hEntryText(HEADERSTRUCTURE_GET()));
+    for (const auto& e : all) {
+      parts.push_back(CStr(e.id));
+      parts.push_back(hEntryText(e.data));
+    }
+    thread_local std::mt19937_64 gen{std::random_device{}()};
+    std::uniform_real_distribution<double> rnd(0.0, 1.0);
+    std::string sep = "<";
+    for (size_t i = 1; i < parts.size(); ++i)
+      while (parts[i].find(sep) != std::string::npos) sep.push_back(static_cast<char>(65 + static_cast<int>(rnd(gen) * 36)));
+    sep.push_back('>');
+    parts[0] = "DBS1:" + sep + "@";
+    size_t total = 0;
+    for (const auto& p : parts) total += p.size() + sep.size();
+    std::string out;
+    out.reserve(total);
+    for (size_t i = 0; i < parts.size(); ++i) {
+      if (i) out += sep;
+      out += parts[i];
+    }
+    return out;
+  });
+}
+
+bool cls_DB::UNSERIALIZE(const std::string& pText) {
+  return Guard(kClass, "UNSERIALIZE", [&] {
+    if (pText.compare(0, 3, "DBS") != 0) return false;
+    size_t at = pText.find('@');
+    if (at == std::string::npos) return false;
+    std::string_view head = std::string_view(pText).substr(3, at - 3);
+    size_t colon = head.find(':');
+    if (colon == std::string_view::npos) return false;
+    double format = 0;
+    ParseNumber(head.substr(0, colon), format);
+    std::string sep(head.substr(colon + 1));
+    if (sep.empty()) return false;
+    // Parse everything first, so that malformed text changes nothing.
+    StructurePtr header;
+    std::vector<DBRow> rows;
+    if (format == 1) {
+      std::vector<std::string> parts = text::Split(pText, sep);
+      if (parts.size() < 3) return false;
+      size_t n = (parts.size() - 1 - 2) / 2;
+      header = hEntryFromText(parts[2]);
+      rows.reserve(n);
+      for (size_t i = 1; i <= n; ++i) {
+        std::string_view idText = parts[2 * i + 1];
+        Variant id = hNumber(hLeadingNumber(idText));
+        if (!DBNUMERIC_GET() && !IsNumericText(idText)) id = Variant(idText);
+        rows.push_back({id, hEntryFromText(parts[2 * i + 2])});
+      }
+    } else {
+      std::vector<std::string> lines = text::Split(std::string_view(pText).substr(at + 1), sep);
+      if (lines.empty()) return false;
+      header = hEntryFromText(lines[0]);
+      bool numeric = mdl_Global::hCBool(header->ITEM_GET("HEADER.NUMERIC", true));
+      for (size_t i = 1; i < lines.size(); ++i) {
+        std::string line = text::Replace(text::Replace(text::Replace(lines[i], "\\r", "\r"), "\\n", "\n"), "\\/", "\\");
+        size_t c = line.find(':');
+        if (c == std::string::npos) continue;
+        std::string left = line.substr(0, c);
+        Variant id = numeric ? hNumber(hLeadingNumber(left)) : Variant(text::Replace(left, "_._", ":"));
+        rows.push_back({id, hEntryFromText(std::string_view(line).substr(c + 1))});
+      }
+    }
+    HEADERSTRUCTURE_LET(header);
+    hInstallRows(rows);
+    hEntryChanged();
+    return true;
+  });
+}
+
+// ---- copy, merge, check ------------------------------------------------------------------------------
+
+bool cls_DB::DBCOPY(const std::shared_ptr<cls_DB>& pOther) {
+  return Guard(kClass, "DBCOPY", [&] {
+    if (!pOther) return false;
+    HEADERSTRUCTURE_LET(pOther->HEADERSTRUCTURE_GET());
+    DBSTRUCTURE_LET(pOther->DBSTRUCTURE_GET());
+    // The entries now share their structures with the other database: give them their own.
+    for (const auto& id : ENTRYALL_IDS()) entries_.Put(id, hStructureCopy(entries_.Find(id)->data));
+    ENTRYREINDEX();
+    return true;
+  });
+}
+
+bool cls_DB::DBMERGE(const std::shared_ptr<cls_DB>& pOtherDB, bool pOverwrite) {
+  return Guard(kClass, "DBMERGE", [&] {
+    if (!pOtherDB) return false;
+    for (const auto& id : pOtherDB->ENTRYALL_IDS()) {
+      if (pOverwrite || !ENTRYEXISTS(id)) ENTRYADD(id, hStructureCopy(pOtherDB->ENTRY(id)));
+    }
+    return true;
+  });
+}
+
+bool cls_DB::DBCHECKINDEX() {
+  return Guard(kClass, "DBCHECKINDEX", [&] {
+    checkReport_.clear();
+    hIndexSync();
+    ++generation_;  // read the values afresh: entries may have changed behind the index
+    bool ok = true;
+    const auto& all = entries_.Entries();
+    for (size_t i = 0; i < fields_.size(); ++i) {
+      if (!indexes_[i]) continue;
+      const cls_DBField& f = *fields_[i];
+      const auto& col = FIELDCOLUMN(static_cast<int32_t>(i + 1));
+      cls_DBIndex fresh;
+      for (size_t p = 0; p < all.size(); ++p) fresh.ADD(f.INDEXKEY(col[p]), all[p].id);
+      if (fresh.SAMEAS(*indexes_[i])) continue;
+      ok = false;
+      if (!checkReport_.empty()) checkReport_ += "\r\n";
+      checkReport_ += "Datenfeld " + (f.NAME.empty() ? f.ID : f.NAME) + ": " + std::to_string(indexes_[i]->COUNT()) +
+                      " Einträge unter " + std::to_string(indexes_[i]->KEYCOUNT()) + " Werten statt " +
+                      std::to_string(fresh.COUNT()) + " unter " + std::to_string(fresh.KEYCOUNT()) +
+                      " hat asynchronen Index";
+    }
+    return ok;
+  });
+}
+
+// ---- header files ----------------------------------------------------------------------------------
+
+bool cls_DB::HEADERLOAD(const std::string& pFile) {
+  return Guard(kClass, "HEADERLOAD", [&] {
+    StructurePtr h;
+    try {
+      h = hStructureFileLoad(pFile);
+    } catch (const Error&) {
+      return false;
+    }
+    if (!h->EXISTS_GET("HEADER") && !h->EXISTS_GET("FIELDS")) return false;
+    HEADERSTRUCTURE_LET(h);
+    return true;
+  });
+}
+
+bool cls_DB::HEADERSAVE(const std::string& pFile) {
+  return Guard(kClass, "HEADERSAVE", [&] {
+    hStructureFileSave(HEADERSTRUCTURE_GET(), pFile);
+    fieldsChanged_ = false;
+    return true;
+  });
+}
+
+void cls_DB::hFieldDynamicRebuild(const Variant& pID) {
+  // Dynamic fields are computed by the interpreter from their CODE; without one nothing happens.
+}
+
+}  // namespace rykel

@@ -1,0 +1,198 @@
+#include "database/cls_DBField.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+
+TEST(cls_DBField, StructureKeysInOrderAndRoundTrip) {
+  auto f = std::make_shared<cls_DBField>();
+  auto s = f->STRUCTURE_GET();
+  std::vector<std::string> keys;
+  for (int32_t i = s->BASE(); i <= s->MAX(); ++i) keys.push_back(s->ID_GET(i));
+  std::vector<std::string> expect = {"INDEXED", "NAME", "TEXTSOURCE", "SORTFIELD", "SHORTNAME", "TYPE", "DYNAMIC",
+                                     "DEFAULT", "WRITEONCE", "MEMBERS", "COLORS", "FORMATS", "FILTER", "CODE",
+                                     "REFERENCESOURCE", "FORMATALIGN", "FORMATEMPTY", "FORMATTYPE", "FORMATDIGITS",
+                                     "DESCRIPTION"};
+  EXPECT_EQ(keys, expect);
+
+  f->ID = "PLZ";
+  f->NAME = "Postleitzahl";
+  f->TYPE = ID_DBFieldType_EnumMulti;
+  f->INDEXED = true;
+  f->MEMBERS = "a=Eins,b=Zwei";
+  f->FORMATDIGITS = 2;
+  auto g = std::make_shared<cls_DBField>();
+  auto def = f->STRUCTURE_GET();
+  def->ITEM_LET("ID", "PLZ");
+  g->STRUCTURE_LET(def);
+  EXPECT_EQ(g->ID, "PLZ");
+  EXPECT_EQ(g->NAME, "Postleitzahl");
+  EXPECT_EQ(g->TYPE, ID_DBFieldType_EnumMulti);
+  EXPECT_TRUE(g->INDEXED);
+  EXPECT_EQ(g->MEMBERS, "a=Eins,b=Zwei");
+  EXPECT_EQ(g->FORMATDIGITS, 2);
+
+  // Type words, German truth words, "_DEFAULT_".
+  auto w = cls_Structure::New();
+  w->ITEM_LET("TYPE", "string");
+  w->ITEM_LET("INDEXED", "Falsch");
+  w->ITEM_LET("WRITEONCE", "ja");
+  g->STRUCTURE_LET(w);
+  EXPECT_EQ(g->TYPE, ID_DBFieldType_String);
+  EXPECT_FALSE(g->INDEXED);
+  EXPECT_TRUE(g->WRITEONCE);
+  EXPECT_EQ(g->NAME, "");  // STRUCTURE_LET starts from a cleared definition
+  w->ITEM_LET("TYPE", "Datum");
+  w->ITEM_LET("DEFAULT", "_DEFAULT_");
+  g->STRUCTURE_LET(w);
+  EXPECT_EQ(g->TYPE, ID_DBFieldType_Date);
+  EXPECT_EQ(CStr(g->DEFAULT), "{IO:TIMESTAMP}");
+  EXPECT_TRUE(g->DEFAULTVALUE_GET().isDate());
+  g->CLEAR();
+  EXPECT_EQ(g->TYPE, ID_DBFieldType_String);
+  EXPECT_TRUE(g->DEFAULT.isEmpty());
+  EXPECT_EQ(g->SELF().get(), g.get());
+  EXPECT_EQ(g->THIS_GET().get(), g.get());
+}
+
+TEST(cls_DBField, TypeTextsAndMembers) {
+  EXPECT_EQ(cls_DBField::TYPETEXT(10), "ENUMMULTI");
+  EXPECT_EQ(cls_DBField::TYPETEXT(10, true), "Mehrfachauswahl");
+  EXPECT_EQ(cls_DBField::TYPETEXT(6, true), "Auswahl (Numerisch)");
+  EXPECT_EQ(cls_DBField::TYPETEXT(3), "BOOL");
+  EXPECT_EQ(cls_DBField::TYPETEXT(11), "");
+  EXPECT_EQ(cls_DBField::TYPETEXT(-1, true), "");
+  auto m = cls_DBField::TYPEMEMBERS();
+  ASSERT_EQ(m.size(), 11u);
+  EXPECT_EQ(m.front(), "LONG");
+  EXPECT_EQ(m[3], "ENUMMULTI");
+  EXPECT_EQ(m.back(), "STRUCT");
+  for (int32_t t = 0; t < kDBFieldTypeCount; ++t) {
+    EXPECT_EQ(cls_DBField::TYPEDECODE(cls_DBField::TYPETEXT(t)), t);
+    EXPECT_EQ(cls_DBField::TYPEDECODE(cls_DBField::TYPETEXT(t, true)), t);
+  }
+}
+
+TEST(cls_DBField, DisplayTextsAndValueModes) {
+  cls_DBField f;
+  f.TYPE = ID_DBFieldType_Boolean;
+  EXPECT_EQ(f.TEXT(Variant(true)), "Ja");
+  EXPECT_EQ(f.TEXT(Variant("falsch")), "Nein");
+  f.FORMATEMPTY = "-";
+  EXPECT_EQ(f.TEXT(Variant()), "-");
+  f.TYPE = ID_DBFieldType_Date;
+  EXPECT_EQ(f.TEXT(Variant("2024-02-29")), "29.02.2024");
+  f.TYPE = ID_DBFieldType_Double;
+  f.FORMATDIGITS = 2;
+  EXPECT_EQ(f.TEXT(Variant(3.14159)), "3.14");
+  f.TYPE = ID_DBFieldType_String;
+  EXPECT_EQ(f.TEXTHTML(Variant("a<b & \"c\"\r\nd")), "a&lt;b &amp; &quot;c&quot;<br>d");
+
+  f.TYPE = ID_DBFieldType_Enum;
+  f.MEMBERS = "r=Rot, g=Grün ,Blau";
+  EXPECT_EQ(f.TEXT(Variant("g")), "Grün");
+  EXPECT_EQ(f.TEXT(Variant("g"), 1), "g");
+  EXPECT_EQ(f.TEXT(Variant("g"), 2), "g - Grün");
+  EXPECT_EQ(f.TEXT(Variant("Blau")), "Blau");
+  EXPECT_EQ(f.TEXT(Variant("x")), "x");
+  f.TYPE = ID_DBFieldType_EnumMulti;
+  EXPECT_EQ(f.TEXT(Variant("r,Blau")), "Rot, Blau");
+  f.TYPE = ID_DBFieldType_EnumNumeric;
+  f.MEMBERS = "Klein,Mittel,Groß";
+  EXPECT_EQ(f.TEXT(Variant(2)), "Mittel");
+  EXPECT_TRUE(f.VALUECONVERT(Variant("3")).type() == VarType::Long);
+  f.TYPE = ID_DBFieldType_Long;
+  EXPECT_TRUE(f.VALUECONVERT(Variant("abc")).isEmpty());
+  EXPECT_EQ(CLng(f.VALUECONVERT(Variant("12"))), 12);
+}
+
+namespace {
+
+// Sorting values by their sort texts gives the order of the values themselves, both ways round.
+template <class T, class Less>
+void hExpectSortOrder(const cls_DBField& f, std::vector<T> values, std::function<Variant(const T&)> make, Less less) {
+  std::vector<std::pair<std::string, T>> keyed;
+  for (const auto& v : values) keyed.emplace_back(f.TEXTSORT(make(v)), v);
+  std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (size_t i = 1; i < keyed.size(); ++i) EXPECT_FALSE(less(keyed[i].second, keyed[i - 1].second)) << i;
+  keyed.clear();
+  for (const auto& v : values) keyed.emplace_back(f.TEXTSORT(make(v), false, true), v);
+  std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (size_t i = 1; i < keyed.size(); ++i) EXPECT_FALSE(less(keyed[i - 1].second, keyed[i].second)) << i;
+}
+
+}  // namespace
+
+TEST(cls_DBField, SortTextsOrderRandomValuesOfEveryType) {
+  std::mt19937 gen(7);
+  cls_DBField f;
+
+  f.TYPE = ID_DBFieldType_Double;
+  std::vector<double> ds = {0, -0.0, 1e-300, -1e-300, 1e300, -1e300, 0.5, -0.5};
+  std::uniform_real_distribution<double> ud(-1e6, 1e6);
+  for (int i = 0; i < 2000; ++i) ds.push_back(i % 3 ? ud(gen) : std::round(ud(gen) / 1000));
+  hExpectSortOrder<double>(f, ds, [](const double& d) { return Variant(d); }, std::less<double>());
+
+  f.TYPE = ID_DBFieldType_Long;
+  std::uniform_int_distribution<int32_t> ui(-2000000000, 2000000000);
+  std::vector<int32_t> ls = {0, -1, 1, 2147483647, -2147483647};
+  for (int i = 0; i < 2000; ++i) ls.push_back(ui(gen) / (i % 5 + 1));
+  hExpectSortOrder<int32_t>(f, ls, [](const int32_t& v) { return Variant(v); }, std::less<int32_t>());
+
+  f.TYPE = ID_DBFieldType_Date;
+  std::uniform_real_distribution<double> udate(-600000, 2900000);  // years 257 .. 9839
+  std::vector<double> dates;
+  for (int i = 0; i < 2000; ++i) dates.push_back(std::round(udate(gen) * 86400) / 86400);
+  hExpectSortOrder<double>(
+      f, dates, [](const double& d) { return Variant::Date(d); },
+      [](double a, double b) {  // OLE dates before 1899 count the time of day forward
+        auto pa = date::ToParts(a), pb = date::ToParts(b);
+        return std::tie(pa.year, pa.month, pa.day, pa.hour, pa.minute, pa.second) <
+               std::tie(pb.year, pb.month, pb.day, pb.hour, pb.minute, pb.second);
+      });
+
+  f.TYPE = ID_DBFieldType_Boolean;
+  std::vector<int> bs;
+  for (int i = 0; i < 200; ++i) bs.push_back(static_cast<int>(gen() % 2));
+  hExpectSortOrder<int>(f, bs, [](const int& b) { return Variant(b != 0); }, std::less<int>());
+
+  f.TYPE = ID_DBFieldType_Enum;
+  f.MEMBERS = "z=Zebra,a=Affe,m=Maus";
+  std::vector<int> pos;
+  const char* vals[] = {"z", "a", "m"};
+  for (int i = 0; i < 300; ++i) pos.push_back(static_cast<int>(gen() % 3));
+  hExpectSortOrder<int>(f, pos, [&](const int& p) { return Variant(vals[p]); }, std::less<int>());
+
+  f.TYPE = ID_DBFieldType_String;
+  std::vector<std::string> ss = {"", "a", "A", "ab", "b", "Zz", "zz", "a b"};
+  for (int i = 0; i < 1000; ++i) {
+    std::string s;
+    for (int n = static_cast<int>(gen() % 6); n > 0; --n) s.push_back(static_cast<char>('a' + gen() % 26));
+    ss.push_back(s);
+  }
+  auto upperLess = [](const std::string& a, const std::string& b) {
+    std::string x = a, y = b;
+    for (char& c : x) c = static_cast<char>(toupper(c));
+    for (char& c : y) c = static_cast<char>(toupper(c));
+    return x < y;
+  };
+  hExpectSortOrder<std::string>(f, ss, [](const std::string& s) { return Variant(s); }, upperLess);
+
+  // Umlauts sort with their base letters, and empty values come first.
+  EXPECT_LT(f.TEXTSORT(Variant("Äpfel")), f.TEXTSORT(Variant("Birne")));
+  EXPECT_EQ(f.TEXTSORT(Variant("Straße")), "STRASSE");
+  f.TYPE = ID_DBFieldType_Long;
+  EXPECT_LT(f.TEXTSORT(Variant()), f.TEXTSORT(Variant(-5)));
+  // With the prefix flag a number sorts by its text.
+  EXPECT_LT(f.TEXTSORT(Variant(10), true), f.TEXTSORT(Variant(9), true));
+  EXPECT_GT(f.TEXTSORT(Variant(10)), f.TEXTSORT(Variant(9)));
+}
+
+}  // namespace rykel

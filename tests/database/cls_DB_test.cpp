@@ -1,0 +1,516 @@
+#include "database/cls_DB.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "database/DBEntryText.h"
+#include "frame/Convert.h"
+#include "frame/Error.h"
+#include "frame/Notifier.h"
+#include "frame/Text.h"
+
+namespace rykel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct TempDir {
+  fs::path path;
+  TempDir() {
+    path = fs::temp_directory_path() / ("rykel_db_" + std::to_string(::getpid()) + "_" + std::to_string(counter()++));
+    fs::create_directories(path);
+  }
+  ~TempDir() { fs::remove_all(path); }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+  static int& counter() { static int n = 0; return n; }
+};
+
+// Collects what the database reports through the notifier.
+struct Reports {
+  std::vector<Notification> seen;
+  Reports() {
+    SetNotifier([this](const Notification& n) { seen.push_back(n); return std::string("OK"); });
+  }
+  ~Reports() { SetNotifier({}); }
+};
+
+DBPtr hPeopleDB() {
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NAME", ID_DBFieldType_String, "Name")->INDEXED = true;
+  db->FIELDCREATE("AGE", ID_DBFieldType_Long);
+  db->FIELDCREATE("BORN", ID_DBFieldType_Date);
+  db->FIELDCREATE("ACTIVE", ID_DBFieldType_Boolean);
+  const char* names[] = {"Anna", "Bernd", "anna", "Clara"};
+  for (int i = 0; i < 4; ++i) {
+    Variant id = db->ENTRYFREEID();
+    db->ENTRYADD(id);
+    db->ENTRYFIELD_LET(id, "NAME", names[i]);
+    db->ENTRYFIELD_LET(id, "AGE", 20 + i);
+    db->ENTRYFIELD_LET(id, "BORN", "2000-01-0" + std::to_string(i + 1));
+    db->ENTRYFIELD_LET(id, "ACTIVE", i % 2 == 0);
+  }
+  return db;
+}
+
+std::string hDump(cls_DB& db) {
+  std::string s;
+  for (const auto& id : db.ENTRYALL_IDS()) {
+    s += CStr(id) + ":";
+    for (int32_t f = 1; f <= db.FIELDS(); ++f) s += " " + db.FIELDTEXT_GET(id, f);
+    s += "\n";
+  }
+  return s;
+}
+
+}  // namespace
+
+TEST(cls_DB, ClearHeaderAndViews) {
+  cls_DB db;
+  EXPECT_EQ(db.DBICON_GET(), "database");
+  EXPECT_TRUE(db.DBNUMERIC_GET());
+  EXPECT_EQ(db.DBVERSION_GET(), 7);
+  ASSERT_EQ(db.VIEWS(), 1);
+  EXPECT_EQ(db.VIEW(1)->ID, "DEFAULT");
+  EXPECT_EQ(db.VIEW(1)->NAME, "Standard");
+
+  db.DBNAME_LET("Kunden");
+  db.DBNUMERIC_LET(false);
+  db.FIELDCREATE("a.b", ID_DBFieldType_Double);
+  db.FIELDCREATE("a_c", ID_DBFieldType_EnumMulti)->MEMBERS = "x,y";
+  auto view = db.VIEW("DEFAULT");
+  view->COLUMNADD("a.b", 80);
+  view->COLUMNS.back().SHOWVALUES = true;
+  view->COLUMNS.back().SHOWVALUEMODE = 2;
+  view->SORTFIELD = "a.b";
+  view->SORTREV = true;
+  view->SORTFIELD2 = "a_c";
+  view->FILTERS.emplace_back("a.b", "> 5");
+  view->FILTERMODE = "OR";
+  view->FORMATTING.push_back({"a.b", "< 0", "#ff0000 < 0", "#eeeeee"});
+  auto h = db.HEADERSTRUCTURE_GET();
+  EXPECT_TRUE(h->EXISTS_GET("FIELDS.A_B"));
+  EXPECT_TRUE(h->EXISTS_GET("FIELDS.A_C"));
+  std::vector<std::string> top;
+  auto header = h->ITEM_GET("HEADER").as<cls_Structure>();
+  for (int32_t i = 1; i <= header->MAX(); ++i) top.push_back(header->ID_GET(i));
+  EXPECT_EQ(top, (std::vector<std::string>{"NAME", "ID", "ICON", "DESCRIPTION", "MOVABLE", "EXTENSIBLE", "MASK",
+                                           "TYPING", "NUMERIC"}));
+
+  cls_DB other;
+  other.HEADERSTRUCTURE_LET(h);
+  EXPECT_EQ(other.DBNAME_GET(), "Kunden");
+  EXPECT_FALSE(other.DBNUMERIC_GET());
+  ASSERT_EQ(other.FIELDS(), 2);
+  EXPECT_EQ(other.FIELD(1)->ID, "A.B");  // keys are upper-cased names
+  EXPECT_EQ(other.FIELD(2)->ID, "A.C");  // "_" comes back as "."
+  EXPECT_EQ(other.FIELD(2)->MEMBERS, "x,y");
+  auto v = other.VIEW("default");
+  ASSERT_TRUE(v);
+  ASSERT_EQ(v->COLUMNS.size(), 1u);
+  EXPECT_EQ(v->COLUMNS[0].FIELD, "A.B");
+  EXPECT_EQ(v->COLUMNS[0].WIDTH, 80);
+  EXPECT_TRUE(v->COLUMNS[0].SHOWVALUES);
+  EXPECT_EQ(v->COLUMNS[0].SHOWVALUEMODE, 2);
+  EXPECT_TRUE(v->SORTREV);
+  EXPECT_EQ(v->SORTFIELD2, "a_c");
+  ASSERT_EQ(v->FILTERS.size(), 1u);
+  EXPECT_EQ(v->FILTERS[0].second, "> 5");
+  EXPECT_EQ(v->FILTERMODE, "OR");
+  ASSERT_TRUE(v->FORMAT("a_b"));
+  EXPECT_EQ(v->FORMAT("a_b")->TEXTCOLOR, "#ff0000 < 0");
+  EXPECT_EQ(CStr(v->FILTER_GET()->ITEM_GET("MODE")), "OR");
+
+  db.DBCLEAR();
+  EXPECT_EQ(db.FIELDS(), 0);
+  EXPECT_EQ(db.VIEWS(), 1);
+  EXPECT_EQ(db.DBNAME_GET(), "");
+}
+
+TEST(cls_DB, FieldOperations) {
+  cls_DB db;
+  auto f = db.FIELDCREATE("FIRST.NAME", ID_DBFieldType_String, "Vorname");
+  EXPECT_TRUE(db.FIELDSCHANGED_GET());
+  EXPECT_EQ(db.FIELDCREATE("first_name").get(), f.get());  // the existing field
+  EXPECT_EQ(db.FIELDFIND("first_name"), 1);
+  EXPECT_EQ(db.FIELDFIND("Vorname"), 1);
+  EXPECT_EQ(db.FIELDFIND("nope"), 0);
+  EXPECT_TRUE(db.FIELDEXISTS(1));
+  EXPECT_FALSE(db.FIELDEXISTS(2));
+  auto g = std::make_shared<cls_DBField>();
+  g->ID = "first.NAME";
+  EXPECT_FALSE(db.FIELDADD(g));
+  g->ID = "AGE";
+  g->INDEXED = true;
+  EXPECT_TRUE(db.FIELDADD(g));
+  EXPECT_TRUE(db.FIELDINDEXED("age"));
+  EXPECT_FALSE(db.FIELDINDEXED("FIRST.NAME"));
+  EXPECT_EQ(db.FIELD("AGE").get(), g.get());
+  EXPECT_TRUE(db.FIELDREMOVE("FIRST.NAME"));
+  EXPECT_FALSE(db.FIELDREMOVE("FIRST.NAME"));
+  EXPECT_EQ(db.FIELDFIND("AGE"), 1);
+  db.FIELDSCLEAR();
+  EXPECT_EQ(db.FIELDS(), 0);
+  EXPECT_EQ(db.FIELDDB("AGE"), nullptr);
+}
+
+TEST(cls_DB, EntriesIndexColumnsAndFreeIds) {
+  auto db = hPeopleDB();
+  EXPECT_EQ(db->ENTRYCOUNT(), 4);
+  EXPECT_EQ(hDump(*db), "1: Anna 20 01.01.2000 Ja\n2: Bernd 21 02.01.2000 Nein\n3: anna 22 03.01.2000 Ja\n"
+                        "4: Clara 23 04.01.2000 Nein\n");
+  EXPECT_TRUE(db->ENTRYEXISTS("3"));
+  EXPECT_EQ(db->ENTRYFIELD_GET(2, "AGE").type(), VarType::Long);  // stored in the field's type
+  EXPECT_TRUE(db->ENTRYFIELD_GET(2, "BORN").isDate());
+
+  auto idx = db->FIELDINDEX("NAME");
+  ASSERT_TRUE(idx);
+  EXPECT_EQ(idx->FINDALL(db->FIELD("NAME")->INDEXKEY(Variant("Anna"))).size(), 1u);  // exact, case counts
+  std::string walk;
+  for (const auto& id : idx->WALK()) walk += CStr(id);
+  EXPECT_EQ(walk, "1324");  // Anna, anna, Bernd, Clara
+  db->ENTRYFIELD_LET(1, "NAME", "Zora");
+  db->ENTRYREMOVE(3);
+  walk.clear();
+  for (const auto& id : idx->WALK()) walk += CStr(id);
+  EXPECT_EQ(walk, "241");
+  EXPECT_TRUE(db->DBCHECKINDEX());
+
+  // Changes behind the index show in the check.
+  db->ENTRY(2)->ITEMBYID_LET("NAME", "Xaver");
+  EXPECT_FALSE(db->DBCHECKINDEX());
+  EXPECT_NE(db->DBCHECKINDEXREPORT_GET().find("Datenfeld Name: "), std::string::npos);
+  EXPECT_NE(db->DBCHECKINDEXREPORT_GET().find(" hat asynchronen Index"), std::string::npos);
+  db->ENTRYREINDEX();
+  EXPECT_TRUE(db->DBCHECKINDEX());
+
+  // Value columns follow entry changes.
+  const auto& col = db->FIELDCOLUMN(1);
+  ASSERT_EQ(col.size(), 3u);
+  EXPECT_EQ(CStr(col[0]), "Zora");
+  db->ENTRYFIELD_LET(4, "NAME", "Clarissa");
+  EXPECT_EQ(CStr(db->FIELDCOLUMN(1)[db->ENTRYPOSITION(4)]), "Clarissa");
+  EXPECT_EQ(CStr(db->ENTRYIDAT(db->ENTRYPOSITION(4))), "4");
+  EXPECT_EQ(db->FIELDSORTCOLUMN(1)[0], "ZORA");
+
+  // Free ids: the counter, then past the largest id when taken.
+  cls_DB ids;
+  EXPECT_EQ(CLng(ids.ENTRYFREEID()), 1);
+  ids.ENTRYADD(1);
+  ids.ENTRYADD(2);
+  ids.ENTRYADD(7);
+  EXPECT_EQ(CLng(ids.ENTRYFREEID()), 8);  // counter 2 is taken
+  EXPECT_EQ(CLng(ids.ENTRYFREEID()), 9);
+  EXPECT_EQ(CLng(ids.ENTRYFREEIDEVEN()), 8);  // 1 is taken -> 8, even and free
+  ids.ENTRYADD(8);
+  EXPECT_EQ(CLng(ids.ENTRYFREEIDEVEN()), 10);
+  ids.DBNUMERIC_LET(false);
+  std::string t = CStr(ids.ENTRYFREEID());
+  EXPECT_EQ(t.size(), 32u);
+  EXPECT_EQ(t.find_first_of("{}-"), std::string::npos);
+
+  // Write-once fields keep their first value.
+  auto w = db->FIELDCREATE("CODE");
+  w->WRITEONCE = true;
+  db->ENTRYFIELD_LET(2, "CODE", "A1");
+  SetErrorPolicy([](const ErrorContext&) { return kDecisionRaise; });
+  EXPECT_THROW(db->ENTRYFIELD_LET(2, "CODE", "B2"), Error);
+  SetErrorPolicy({});
+  EXPECT_EQ(CStr(db->ENTRYFIELD_GET(2, "CODE")), "A1");
+
+  // Many removals stay consistent across compaction.
+  cls_DB many;
+  for (int i = 1; i <= 1000; ++i) many.ENTRYFIELD_LET(i, "X", i);
+  for (int i = 1; i <= 1000; i += 2) many.ENTRYREMOVE(i);
+  EXPECT_EQ(many.ENTRYCOUNT(), 500);
+  EXPECT_EQ(CLng(many.ENTRYALL_IDS().front()), 2);
+  EXPECT_EQ(CLng(many.ENTRYFIELD_GET(998, "X")), 998);
+  EXPECT_FALSE(many.ENTRYEXISTS(999));
+}
+
+TEST(cls_DB, TextFormsValueEventAndTrack) {
+  auto db = hPeopleDB();
+  auto ref = db->FIELDCREATE("BOSS", ID_DBFieldType_ReferenceNumeric);
+  db->ENTRYFIELD_LET(1, "BOSS", 4);
+  std::string seen;
+  db->VALUEEVENT_SET([&](const cls_DBField& f, const Variant& id, Variant& rValue) {
+    seen += f.ID + "@" + CStr(id);
+    rValue = Variant("Clara");
+  });
+  EXPECT_EQ(db->FIELDTEXT_GET(1, "BOSS"), "Clara");
+  EXPECT_EQ(seen, "BOSS@1");
+  EXPECT_EQ(db->FIELDTEXT_GET(1, "NAME"), "Anna");
+  EXPECT_LT(db->FIELDTEXTSORT_GET(1, "AGE"), db->FIELDTEXTSORT_GET(2, "AGE"));
+  EXPECT_GT(db->FIELDTEXTSORT_GET(1, "AGE", false, true), db->FIELDTEXTSORT_GET(2, "AGE", false, true));
+
+  db->DEBUGTRACK_LET("ENTRYQUERY-7");
+  EXPECT_EQ(db->DEBUGTRACK_GET(), "ENTRYQUERY-7");
+  db->DEBUGTRACK_LET("ENTRYQUERY-14-1-", 3, 17);
+  EXPECT_EQ(db->DEBUGTRACK_GET(), "ENTRYQUERY-14-1-3/17");
+}
+
+TEST(cls_DB, SerializedFormsAndMerge) {
+  auto db = hPeopleDB();
+  db->ENTRYFIELD_LET(2, "NAME", "B<ernd");
+  std::string s = db->SERIALIZE();
+  ASSERT_EQ(s.rfind("DBS1:", 0), 0u);
+  size_t at = s.find('@');
+  std::string sep = s.substr(5, at - 5);
+  EXPECT_GE(sep.size(), 3u);  // "<" occurs in a text: a longer separator
+  EXPECT_EQ(sep.front(), '<');
+  EXPECT_EQ(sep.back(), '>');
+  EXPECT_EQ(text::Split(s, sep).size(), 2u * 4 + 3);  // "DBS1:", "@", header, 4 x (id, entry)
+
+  cls_DB copy;
+  EXPECT_FALSE(copy.UNSERIALIZE("XYZ"));
+  EXPECT_FALSE(copy.UNSERIALIZE("DBS1:<>"));
+  EXPECT_TRUE(copy.UNSERIALIZE(s));
+  EXPECT_EQ(hDump(copy), hDump(*db));
+  EXPECT_EQ(copy.FIELDS(), db->FIELDS());
+  EXPECT_TRUE(copy.FIELDINDEXED("NAME"));
+  EXPECT_EQ(copy.FIELDINDEX("NAME")->COUNT(), 4);
+
+  // The older line form.
+  cls_DB old;
+  std::string line = "DBS0:|@" + hEntryText(db->HEADERSTRUCTURE_GET()) + "|5:" +
+                     text::Replace(hEntryText(db->ENTRY(1)), "\r", "\\r") + "|6:a:1:{s:4:\"NAME\";s:3:\"a\\/b\";}";
+  EXPECT_TRUE(old.UNSERIALIZE(line));
+  EXPECT_EQ(old.ENTRYCOUNT(), 2);
+  EXPECT_EQ(CStr(old.ENTRYFIELD_GET(5, "NAME")), "Anna");
+  EXPECT_EQ(CStr(old.ENTRYFIELD_GET(6, "NAME")), "a\\b");
+
+  // Merging: without overwrite only new ids come in.
+  auto other = std::make_shared<cls_DB>();
+  other->ENTRYFIELD_LET(1, "NAME", "Neu");
+  other->ENTRYFIELD_LET(9, "NAME", "Ida");
+  cls_DB target;
+  EXPECT_TRUE(target.DBCOPY(db));
+  EXPECT_EQ(hDump(target), hDump(*db));
+  target.ENTRYFIELD_LET(1, "NAME", "Changed");
+  EXPECT_EQ(CStr(db->ENTRYFIELD_GET(1, "NAME")), "Anna");  // copies do not share entries
+  target.DBMERGE(other, false);
+  EXPECT_EQ(CStr(target.ENTRYFIELD_GET(1, "NAME")), "Changed");
+  EXPECT_EQ(CStr(target.ENTRYFIELD_GET(9, "NAME")), "Ida");
+  target.DBMERGE(other, true);
+  EXPECT_EQ(CStr(target.ENTRYFIELD_GET(1, "NAME")), "Neu");
+}
+
+TEST(cls_DB, OpenMessages) {
+  TempDir dir;
+  Reports reports;
+  cls_DB db;
+  std::string D = dir / "x.db", H = dir / "x.header";
+
+  EXPECT_FALSE(db.DBOPEN(D, H));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "Header '" + H + "' does not exist");
+  ASSERT_EQ(reports.seen.size(), 1u);
+  EXPECT_EQ(reports.seen[0].caption, "Database error");
+  EXPECT_EQ(reports.seen[0].text.rfind("A database engine error has occured while trying to open a database:\r\n"
+                                       "Database: " + D + "\r\nHeader: " + H + "\r\nError: Header '" + H +
+                                           "' does not exist\r\nStructure Info", 0),
+            0u);
+
+  EXPECT_FALSE(db.DBOPENREADONLY(D, ""));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "DB file '" + D + "' does not exist (Read-only)");
+  EXPECT_FALSE(fs::exists(D));
+
+  EXPECT_FALSE(db.DBOPEN(dir / "no/such/dir.db", ""));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "DB file '" + (dir / "no/such/dir.db") + "' does not exist and cannot be created!");
+
+  { std::ofstream(H) << "garbage"; }
+  EXPECT_FALSE(db.DBOPEN(D, H));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "Header file ('" + H + "') invalid!");
+
+  auto good = hPeopleDB();
+  ASSERT_TRUE(good->HEADERSAVE(H));
+  { std::ofstream(D) << "not a database"; }
+  EXPECT_FALSE(db.DBOPEN(D, H));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "DB entry file ('" + D + "') invalid!");
+  std::string B = dir / "x.ry-dbb";
+  { std::ofstream(B) << "not a database"; }
+  EXPECT_FALSE(db.DBOPEN(B, H));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "DB entry file ('" + B + "') invalid!");
+
+  // Without a header file the header is located by the name the database file holds.
+  std::string B2 = dir / "y.RY-DBB";
+  ASSERT_TRUE(good->HEADERSAVE(dir / "people.header"));
+  {
+    cls_DB w;
+    ASSERT_TRUE(w.DBOPEN(B2, dir / "people.header"));
+    w.DBCOPY(good);
+    ASSERT_TRUE(w.DBCLOSE());
+  }
+  fs::rename(dir / "people.header", dir / "moved.header");
+  EXPECT_FALSE(db.DBOPEN(B2, ""));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "Header 'people.header' could not be located!");
+  fs::create_directories(dir / "hdr");
+  fs::rename(dir / "moved.header", dir / "hdr/people.header");
+  { std::ofstream(dir / "hdr2.header") << "bad"; }
+  db.HEADERLOCATIONS_GET()->ADD(dir / "hdr");
+  EXPECT_TRUE(db.DBOPEN(B2, ""));
+  EXPECT_EQ(db.HEADERFILE_GET(), dir / "hdr/people.header");
+  EXPECT_EQ(hDump(db), hDump(*good));
+  db.DBCLOSE();
+  fs::remove(dir / "hdr/people.header");
+  { std::ofstream(dir / "hdr/people.header") << "bad"; }
+  EXPECT_FALSE(db.DBOPEN(B2, ""));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "Header file ('" + (dir / "hdr/people.header") + "') invalid!");
+
+  // Raising on request.
+  SetErrorPolicy([](const ErrorContext&) { return kDecisionRaise; });
+  try {
+    db.DBOPEN(dir / "missing.db", dir / "missing.header", true);
+    ADD_FAILURE() << "no error";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.source, "cls_DB.DBOPEN");
+    EXPECT_EQ(e.description, "Header '" + (dir / "missing.header") + "' does not exist");
+  }
+  SetErrorPolicy({});
+}
+
+TEST(cls_DB, SaveAndReopenInBothForms) {
+  TempDir dir;
+  Reports reports;
+  auto good = hPeopleDB();
+  std::string H = dir / "info.header";
+  ASSERT_TRUE(good->HEADERSAVE(H));
+  for (std::string name : {"p.ry-dbb", "p.Ry-Dbb.tmp", "p.db"}) {
+    std::string D = dir / name;
+    cls_DB db;
+    ASSERT_TRUE(db.DBOPEN(D, H));
+    EXPECT_EQ(db.CACHEFILE_GET(), D + ".cache");
+    EXPECT_TRUE(db.DBOPEN(D, H));  // the same file again: nothing reloaded
+    EXPECT_TRUE(db.DBCOPY(good));
+    EXPECT_TRUE(db.ENTRYCHANGED_GET());
+    EXPECT_TRUE(db.DBSAVE());
+    EXPECT_FALSE(db.ENTRYCHANGED_GET());
+    EXPECT_FALSE(db.DBSAVE());  // nothing changed
+    db.DBCLOSE();
+    std::string head = hReadFile(D).substr(0, 40);
+    bool binary = name != "p.db";
+    EXPECT_EQ(head.find("Morvandil KEL DB Binary") != std::string::npos, binary) << name;
+
+    cls_DB back;
+    ASSERT_TRUE(back.DBOPEN(D, "")) << back.DBOPENERROR_GET();  // header found beside the file
+    EXPECT_EQ(hDump(back), hDump(*good)) << name;
+    EXPECT_TRUE(back.FIELDINDEXED("NAME"));
+    EXPECT_EQ(back.FIELDINDEX("NAME")->COUNT(), 4);
+  }
+  EXPECT_TRUE(reports.seen.empty());
+
+  // Text ids do not survive the binary form: "a.b" is written "a_b" and read as 0.
+  cls_DB text;
+  text.DBNUMERIC_LET(false);
+  text.HEADERSAVE(dir / "text.header");
+  ASSERT_TRUE(text.DBOPEN(dir / "t.ry-dbb", dir / "text.header"));
+  text.ENTRYFIELD_LET("a.b", "X", "1");
+  ASSERT_TRUE(text.DBCLOSE());
+  std::string raw = hReadFile(dir / "t.ry-dbb");
+  EXPECT_NE(raw.find("a_b"), std::string::npos);
+  cls_DB textBack;
+  ASSERT_TRUE(textBack.DBOPEN(dir / "t.ry-dbb", dir / "text.header"));
+  auto ids = textBack.ENTRYALL_IDS();
+  ASSERT_EQ(ids.size(), 1u);
+  EXPECT_TRUE(ids[0].isNumber());
+  EXPECT_EQ(CLng(ids[0]), 0);
+  cls_DB located;  // the header, found by name after the entries were read, keeps them
+  ASSERT_TRUE(located.DBOPEN(dir / "t.ry-dbb", ""));
+  EXPECT_FALSE(located.DBNUMERIC_GET());
+  ASSERT_EQ(located.ENTRYCOUNT(), 1);
+  EXPECT_EQ(CStr(located.ENTRYFIELD_GET(0, "X")), "1");
+
+  // A read-only database is never written.
+  std::string D = dir / "p.db";
+  auto before = hReadFile(D);
+  cls_DB ro;
+  ASSERT_TRUE(ro.DBOPENREADONLY(D, H));
+  ro.ENTRYFIELD_LET(1, "NAME", "Nobody");
+  EXPECT_FALSE(ro.DBSAVE());
+  EXPECT_TRUE(ro.DBCLOSE());
+  EXPECT_EQ(hReadFile(D), before);
+
+  // Every truncation of a binary file is a clear open failure.
+  std::string bin = hReadFile(dir / "p.ry-dbb");
+  for (size_t cut : {size_t(1), size_t(10), bin.size() / 2, bin.size() - 1}) {
+    std::ofstream(dir / "cut.ry-dbb", std::ios::binary).write(bin.data(), static_cast<std::streamsize>(cut));
+    cls_DB c;
+    EXPECT_FALSE(c.DBOPEN(dir / "cut.ry-dbb", H));
+    EXPECT_EQ(c.DBOPENERROR_GET(), "DB entry file ('" + (dir / "cut.ry-dbb") + "') invalid!");
+  }
+
+  // A failed save (the file size limit stops the write) leaves the old file and ENTRYCHANGED set.
+  {
+    std::string R = dir / "r.ry-dbb";
+    cls_DB r;
+    ASSERT_TRUE(r.DBOPEN(R, H));
+    r.DBCOPY(good);
+    for (int i = 10; i < 400; ++i) r.ENTRYFIELD_LET(i, "NAME", "Name " + std::to_string(i));
+    ASSERT_TRUE(r.DBSAVE());
+    std::string saved = hReadFile(R);
+    r.ENTRYFIELD_LET(1, "NAME", "Later");
+    struct rlimit old {};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    auto oldHandler = ::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit small = old;
+    small.rlim_cur = 4096;
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    bool ok = r.DBSAVE();
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    ::signal(SIGXFSZ, oldHandler);
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(r.ENTRYCHANGED_GET());
+    EXPECT_EQ(hReadFile(R), saved);
+    size_t files = 0;
+    for (const auto& e : fs::directory_iterator(dir.path)) files += e.path().string().find(".~") != std::string::npos;
+    EXPECT_EQ(files, 0u);  // the temporary file is gone
+    EXPECT_TRUE(r.DBSAVE());
+    EXPECT_NE(hReadFile(R), saved);
+  }
+}
+
+TEST(cls_DB, KilledSavesLeaveOldOrNewFile) {
+  TempDir dir;
+  Reports reports;
+  std::string H = dir / "info.header", D = dir / "big.ry-dbb";
+  cls_DB db;
+  db.FIELDCREATE("NAME");
+  db.FIELDCREATE("N", ID_DBFieldType_Long);
+  ASSERT_TRUE(db.HEADERSAVE(H));
+  ASSERT_TRUE(db.DBOPEN(D, H));
+  for (int i = 1; i <= 20000; ++i) {
+    db.ENTRYFIELD_LET(i, "NAME", "Name " + std::to_string(i));
+    db.ENTRYFIELD_LET(i, "N", 0);
+  }
+  ASSERT_TRUE(db.DBSAVE());
+  std::mt19937 gen(3);
+  for (int round = 0; round < 12; ++round) {
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      // Save again and again, each time with every N set to the round number.
+      for (int gen2 = 1;; ++gen2) {
+        for (int i = 1; i <= 20000; i += 997) db.ENTRYFIELD_LET(i, "N", gen2);
+        db.DBSAVE();
+      }
+    }
+    ::usleep(5000 + gen() % 60000);
+    ::kill(child, SIGKILL);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    cls_DB check;
+    ASSERT_TRUE(check.DBOPENREADONLY(D, H)) << check.DBOPENERROR_GET();
+    ASSERT_EQ(check.ENTRYCOUNT(), 20000);
+    int32_t n = CLng(check.ENTRYFIELD_GET(1, "N"));
+    for (int i = 1; i <= 20000; i += 997) ASSERT_EQ(CLng(check.ENTRYFIELD_GET(i, "N")), n);
+  }
+}
+
+}  // namespace rykel

@@ -1,0 +1,101 @@
+import datetime
+import os
+import tempfile
+import unittest
+
+import rykel
+
+
+class DatabaseTest(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.header = os.path.join(self.dir.name, "info.header")
+
+    def tearDown(self):
+        self.dir.cleanup()
+
+    def make(self, name):
+        db = rykel.cls_DB()
+        db.FIELDCREATE("NAME", rykel.ID_DBFieldType_String, "Name").INDEXED = True
+        db.FIELDCREATE("AGE", rykel.ID_DBFieldType_Long)
+        db.FIELDCREATE("BORN", rykel.ID_DBFieldType_Date)
+        db.FIELDCREATE("SCORE", rykel.ID_DBFieldType_Double)
+        self.assertTrue(db.HEADERSAVE(self.header))
+        path = os.path.join(self.dir.name, name)
+        self.assertTrue(db.DBOPEN(path, self.header, False))
+        return db, path
+
+    def test_create_save_reopen_both_forms(self):
+        for name in ("people.ry-dbb", "people.db"):
+            db, path = self.make(name)
+            first = db.ENTRYFREEID()
+            db.ENTRYADD(first)
+            db.ENTRYFIELD_LET(first, "NAME", "Anna")
+            db.ENTRYFIELD_LET(first, "AGE", "42")
+            db.ENTRYFIELD_LET(first, "BORN", datetime.datetime(1982, 5, 17))
+            db.ENTRYFIELD_LET(first, "SCORE", 1.5)
+            second = db.ENTRYFREEID()
+            db.ENTRYFIELD_LET(second, "NAME", "Bernd")
+            self.assertEqual((first, second), (1, 2))
+            self.assertTrue(db.DBCLOSE())
+            self.assertFalse(db.DBOPENED_GET())
+
+            back = rykel.cls_DB()
+            self.assertTrue(back.DBOPEN(path, "", False))
+            self.assertEqual(back.ENTRYALL_IDS(), [1, 2])
+            self.assertEqual(back.ENTRYFIELD_GET(1, "AGE"), 42)
+            self.assertEqual(back.ENTRYFIELD_GET(1, "BORN"), datetime.datetime(1982, 5, 17))
+            self.assertEqual(back.ENTRYFIELD_GET(1, "SCORE"), 1.5)
+            self.assertEqual(back.FIELDTEXT_GET(1, "BORN"), "17.05.1982")
+            self.assertEqual(back.FIELDCOLUMN(1), ["Anna", "Bernd"])
+            self.assertTrue(back.FIELDINDEXED("NAME"))
+            self.assertTrue(back.DBCHECKINDEX())
+            back.DBCLOSE()
+
+    def test_missing_files_and_raise(self):
+        seen = []
+        rykel.SetNotifier(lambda *n: seen.append(n) or "OK")
+        self.addCleanup(rykel.SetNotifier, None)
+        db = rykel.cls_DB()
+        missing = os.path.join(self.dir.name, "none.header")
+        self.assertFalse(db.DBOPEN(os.path.join(self.dir.name, "x.db"), missing, False))
+        self.assertEqual(db.DBOPENERROR_GET(), "Header '" + missing + "' does not exist")
+        self.assertEqual(len(seen), 1)
+        self.assertIn("Database error", str(seen[0]))
+        with self.assertRaises(Exception) as ctx:
+            db.DBOPEN(os.path.join(self.dir.name, "x.db"), missing, True)
+        self.assertIn("does not exist", str(ctx.exception))
+
+    def test_fields_views_and_text_forms(self):
+        field = rykel.cls_DBField()
+        self.assertEqual(rykel.cls_DBField.TYPETEXT(10, True), "Mehrfachauswahl")
+        self.assertEqual(rykel.cls_DBField.TYPEMEMBERS()[0], "LONG")
+        field.TYPE = rykel.ID_DBFieldType_Enum
+        field.MEMBERS = "r=Rot,g=Grün"
+        self.assertEqual(field.TEXT("g"), "Grün")
+        self.assertEqual(field.TEXT("g", 2), "g - Grün")
+        self.assertLess(field.TEXTSORT("r"), field.TEXTSORT("g"))
+        keys = field.STRUCTURE_GET()
+        self.assertEqual(keys.ITEM_GET("MEMBERS"), "r=Rot,g=Grün")
+
+        db = rykel.cls_DB()
+        self.assertEqual(db.VIEWS(), 1)
+        view = db.VIEW("DEFAULT")
+        self.assertEqual(view.NAME, "Standard")
+        view.COLUMNADD("NAME", 150)
+        self.assertEqual(view.WIDTH(), 150)
+        db.FIELDCREATE("BOSS", rykel.ID_DBFieldType_Reference)
+        db.ENTRYFIELD_LET(7, "BOSS", "x")
+        db.VALUEEVENT_SET(lambda f, i, v: f.ID + ":" + str(i) + ":" + v)
+        self.assertEqual(db.FIELDTEXT_GET(7, "BOSS"), "BOSS:7:x")
+        text = db.SERIALIZE()
+        self.assertTrue(text.startswith("DBS1:<"))
+        other = rykel.cls_DB()
+        self.assertTrue(other.UNSERIALIZE(text))
+        self.assertEqual(other.ENTRYFIELD_GET(7, "BOSS"), "x")
+        self.assertFalse(other.UNSERIALIZE("nothing"))
+        self.assertIsInstance(rykel.CreateObject("RyKEL.cls_DB"), rykel.cls_DB)
+
+
+if __name__ == "__main__":
+    unittest.main()
