@@ -6,6 +6,8 @@
 #include "frame/Error.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
+#include "interpreter/cls_KEL.h"
+#include "modules/cls_KELModules.h"
 #include "tools/cls_DBTool.h"
 
 namespace rykel {
@@ -41,6 +43,9 @@ const std::vector<Creatable>& hCreatables() {
       {"cls_Structure", [] { return ObjectPtr(cls_Structure::New()); }},
       {"cls_StructureTools", [] { return ObjectPtr(std::make_shared<cls_StructureTools>()); }},
       {"cls_DBTool", [] { return ObjectPtr(std::make_shared<cls_DBTool>()); }},
+      {"cls_KEL", [] { return ObjectPtr(std::make_shared<cls_KEL>()); }},
+      {"cls_KELModules", [] { return ObjectPtr(std::make_shared<cls_KELModules>()); }},
+      {"cls_KELModule", [] { return ObjectPtr(std::make_shared<cls_KELModule>()); }},
   };
   return rows;
 }
