@@ -152,7 +152,8 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
         out += result;
         break;
       }
-      if (result.find('{') == std::string::npos) {
+      // Error texts are never scanned again (their titles may hold braces).
+      if (result.find('{') == std::string::npos || result.compare(0, 4, "ERR:") == 0) {
         out += result;
         pos = after;
       } else {

@@ -4,7 +4,7 @@
 //
 // The scan resumes where the replaced command began: a result without "{" is appended to the output
 // and the scan goes on after the command; only a result holding "{" is put back in front of the rest
-// of the text to be scanned again. So a text with few commands costs time linear in its size.
+// of the text to be scanned again. An error text ("ERR:...") is never scanned again. So a text with few commands costs time linear in its size.
 #pragma once
 
 #include <string>

@@ -67,6 +67,12 @@ void hSplitWord(std::string_view s, size_t start, size_t end, std::vector<KELTok
     while (j < end && cls_KELTokenizer::IsOperatorChar(s[j])) ++j;
     out.push_back({enm_KELToken::Operator, s.substr(i, j - i), static_cast<uint32_t>(i)});
     i = wordStart = j;
+    // "NAME=2024-01-05": a date or time after the operator stays whole.
+    std::string_view restWord = s.substr(j, end - j);
+    if (mdl_Global::hIsDate(restWord) || hIsTimeText(restWord)) {
+      out.push_back({enm_KELToken::Word, restWord, static_cast<uint32_t>(j)});
+      return;
+    }
   }
   flushWord(end);
 }
