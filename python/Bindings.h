@@ -11,4 +11,5 @@ namespace rykel::py {
 void BindFrame(pyb::module_& m);
 void BindStructure(pyb::module_& m);
 void BindTools(pyb::module_& m);
+void BindKEL(pyb::module_& m);
 }  // namespace rykel::py

@@ -8,4 +8,5 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindFrame(m);
   rykel::py::BindStructure(m);
   rykel::py::BindTools(m);
+  rykel::py::BindKEL(m);
 }
