@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   rykel::cli::AddClassesCommand(app);
   rykel::cli::AddStructCommands(app);
+  rykel::cli::AddRenderCommand(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
