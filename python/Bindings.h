@@ -10,6 +10,7 @@
 namespace rykel::py {
 void BindFrame(pyb::module_& m);
 void BindStructure(pyb::module_& m);
+void BindStructureText(pyb::module_& m);  // after BindStructure: adds to its classes
 void BindTools(pyb::module_& m);
 void BindKEL(pyb::module_& m);
 }  // namespace rykel::py

@@ -109,6 +109,31 @@ void BindStructure(pyb::module_& m) {
       .def("ISEMPTY", &S::ISEMPTY)
       .def("SELF", &S::SELF)
       // ---- serialized and compact forms
+      .def("SERIALIZE", &S::SERIALIZE)
+      .def("UNSERIALIZE", [](S& s, const std::string& t) { s.UNSERIALIZE(t); }, arg("rSerialData"))
+      .def("UNSERIALIZE2",
+           [](S& s, const std::string& t, int64_t rIndex) {
+             Variant v = s.UNSERIALIZE2(t, rIndex);
+             return pyb::make_tuple(v, rIndex);
+           },
+           arg("rSerialData"), arg("rIndex") = 0,
+           "Reads one value at the byte offset rIndex; returns (scalar or None, rIndex after it).")
+      .def("SERIALIZEBINARY", &S::SERIALIZEBINARY)
+      .def("SERIALIZEBINARYBUFFER",
+           [](S& s, std::vector<std::string> rBuffer, int64_t rIndex) {
+             s.SERIALIZEBINARYBUFFER(rBuffer, rIndex);
+             return pyb::make_tuple(rBuffer, rIndex);
+           },
+           arg("rBuffer") = std::vector<std::string>(), arg("rIndex") = 0,
+           "Writes the compact pieces into rBuffer from rIndex on; returns (rBuffer, rIndex after them).")
+      .def("SERIALIZEBINARYCOUNT", &S::SERIALIZEBINARYCOUNT)
+      .def("UNSERIALIZEBINARY", [](S& s, const std::string& t) { s.UNSERIALIZEBINARY(t); }, arg("rSerialData"))
+      .def("UNSERIALIZEBINARYBUFFER",
+           [](S& s, const std::vector<std::string>& pBuffer, int64_t rIndex) {
+             s.UNSERIALIZEBINARYBUFFER(pBuffer, rIndex);
+             return rIndex;
+           },
+           arg("pBuffer"), arg("rIndex") = 0, "Reads one structure's pieces at rIndex; returns rIndex after them.")
       // ---- script, text and parameter forms, structure files
       // ---- whole-tree operations
       ;
@@ -116,6 +141,7 @@ void BindStructure(pyb::module_& m) {
   using T = cls_StructureTools;
   pyb::class_<T, Object, std::shared_ptr<T>>(m, "cls_StructureTools")
       .def(pyb::init([] { return std::make_shared<T>(); }))
+      .def("UNSERIALIZE", [](T& t, const std::string& d) { return t.UNSERIALIZE(d); }, arg("rSerialData"))
       .def("CAST", &T::CAST, arg("pValue"))
       .def("ISSTRUCT", &T::ISSTRUCT, arg("pValue"))
       .def("ISFILLEDSTRUCT", &T::ISFILLEDSTRUCT, arg("pValue"))

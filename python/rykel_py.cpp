@@ -7,6 +7,7 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindVariantSupport(m);
   rykel::py::BindFrame(m);
   rykel::py::BindStructure(m);
+  rykel::py::BindStructureText(m);
   rykel::py::BindTools(m);
   rykel::py::BindKEL(m);
 }

@@ -107,8 +107,53 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
   StructurePtr SELF() { return shared_from_this(); }
 
   // ---- serialized and compact forms ------------------------------------------------------------
+  std::string SERIALIZE() { return MANAGER->SERIALIZE(SID); }
+  void UNSERIALIZE(std::string_view rSerialData) { MANAGER->UNSERIALIZE(SID, rSerialData); }
+  Variant UNSERIALIZE2(std::string_view rSerialData, int64_t& rIndex) {
+    return MANAGER->UNSERIALIZE2(SID, rSerialData, rIndex);
+  }
+  std::string SERIALIZEBINARY() { return MANAGER->SERIALIZEBINARY(SID); }
+  void SERIALIZEBINARYBUFFER(std::vector<std::string>& rBuffer, int64_t& rIndex) {
+    MANAGER->SERIALIZEBINARYBUFFER(SID, rBuffer, rIndex);
+  }
+  int64_t SERIALIZEBINARYCOUNT() { return MANAGER->SERIALIZEBINARYCOUNT(SID); }
+  void UNSERIALIZEBINARY(std::string_view rSerialData) { MANAGER->UNSERIALIZEBINARY(SID, rSerialData); }
+  void UNSERIALIZEBINARYBUFFER(const std::vector<std::string>& pBuffer, int64_t& rIndex) {
+    MANAGER->UNSERIALIZEBINARYBUFFER(SID, pBuffer, rIndex);
+  }
 
   // ---- script, text and parameter forms, structure files ---------------------------------------
+  std::string SCRIPT(int32_t pIndentation = 0) { return MANAGER->SCRIPT(SID, pIndentation); }
+  std::string SCRIPTNOTEMPTY(int32_t pIndentation = 0) { return MANAGER->SCRIPTNOTEMPTY(SID, pIndentation); }
+  void PARSE(std::string_view pText) { MANAGER->PARSE(SID, pText); }
+  bool SAVE(const std::string& pFile) { return MANAGER->SAVE(SID, pFile); }
+  bool LOAD(const std::string& pFile) { return MANAGER->LOAD(SID, pFile); }
+  bool LOADEX(const std::string& pFile) { return MANAGER->LOADEX(SID, pFile); }
+  bool SAVESIGNATURE(const std::string& pFile, const Variant& pSignature, const Variant& pVersion) {
+    return MANAGER->SAVESIGNATURE(SID, pFile, pSignature, pVersion);
+  }
+  bool LOADSIGNATURE(const std::string& pFile, const Variant& pSignature, const Variant& pVersionMin = {},
+                     const Variant& pVersionMax = {}) {
+    return MANAGER->LOADSIGNATURE(SID, pFile, pSignature, pVersionMin, pVersionMax);
+  }
+  std::string TEXT(int32_t pIndent = 0) { return MANAGER->TEXT(SID, pIndent); }
+  std::string TEXTNOTEMPTY(int32_t pIndent = 0) { return MANAGER->TEXTNOTEMPTY(SID, pIndent); }
+  std::string TEXTSHORT(int32_t pCut = 100) { return MANAGER->TEXTSHORT(SID, pCut); }
+  std::string TEXTVALUES(std::string_view pDelimeter = "\r\n") { return MANAGER->TEXTVALUES(SID, pDelimeter); }
+  std::string HTML() { return MANAGER->HTML(SID); }
+  std::string ENCODE() { return MANAGER->ENCODE(SID); }
+  void DECODE(std::string_view pText) { MANAGER->DECODE(SID, pText); }
+  std::string PARAMETERS(std::string_view pDelimeter = "&") { return MANAGER->PARAMETERS(SID, pDelimeter); }
+  std::string PARAMETERSSTRUCTURED(std::string_view pDelimeter = "&") {
+    return MANAGER->PARAMETERSSTRUCTURED(SID, pDelimeter);
+  }
+  std::string PARAMETERSSTRUCTUREDINDENT(std::string_view pIndent = "\t", std::string_view pDelimeter = "\r\n") {
+    return MANAGER->PARAMETERSSTRUCTUREDINDENT(SID, pIndent, pDelimeter);
+  }
+  std::string VALUELISTTEXT(std::string_view pDelimeter = ", ", int32_t pMaxCount = 0, int32_t pStartI = 0,
+                            std::string_view pAdditional = "") {
+    return MANAGER->VALUELISTTEXT(SID, pDelimeter, pMaxCount, pStartI, pAdditional);
+  }
 
   // ---- whole-tree operations -------------------------------------------------------------------
 

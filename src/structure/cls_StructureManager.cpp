@@ -17,19 +17,32 @@ namespace {
 constexpr const char* kClass = "cls_StructureManager";
 constexpr size_t kIndexMinSlots = 33;  // nodes up to this size are scanned, bigger ones indexed
 
-// Keys are upper-cased once; already upper-case ASCII keys are used as they are.
+// Keys are upper-cased once; already upper-case ASCII keys are used as they are, short ASCII
+// keys are upper-cased on the stack.
 struct UpperKey {
   std::string_view view;
   std::string buf;
+  char small[48];
   explicit UpperKey(std::string_view s) {
-    for (unsigned char c : s) {
-      if ((c >= 'a' && c <= 'z') || c >= 0x80) {
-        buf = text::UCase(s);
-        view = buf;
-        return;
-      }
+    size_t i = 0;
+    for (; i < s.size(); ++i) {
+      unsigned char c = static_cast<unsigned char>(s[i]);
+      if ((c >= 'a' && c <= 'z') || c >= 0x80) break;
     }
-    view = s;
+    if (i == s.size()) {
+      view = s;
+      return;
+    }
+    if (s.size() <= sizeof small && text::IsAscii(s)) {
+      for (size_t k = 0; k < s.size(); ++k) {
+        char c = s[k];
+        small[k] = (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c;
+      }
+      view = std::string_view(small, s.size());
+      return;
+    }
+    buf = text::UCase(s);
+    view = buf;
   }
 };
 
@@ -135,7 +148,7 @@ cls_StructureManager::~cls_StructureManager() = default;
 // ---- node store ------------------------------------------------------------------------------
 
 cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) {
-  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size() || nodes_[pID].items.empty())
+  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size() || !nodes_[pID].live)
     Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
   return nodes_[pID];
 }
@@ -145,7 +158,13 @@ const cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) const
 }
 
 bool cls_StructureManager::Valid(int32_t pID) const {
-  return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && !nodes_[pID].items.empty();
+  return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && nodes_[pID].live;
+}
+
+const std::vector<cls_StructureManager::Item>& cls_StructureManager::Items(int32_t pID) const {
+  static const std::vector<Item> kSlotZeroOnly(1);
+  const Node& n = hNode(pID);
+  return n.items.empty() ? kSlotZeroOnly : n.items;
 }
 
 int32_t cls_StructureManager::Alloc() {
@@ -175,8 +194,9 @@ int32_t cls_StructureManager::Alloc() {
     }
     Node& node = nodes_[id];
     node.refs = 1;
-    node.items.assign(1, Item{});
+    node.items.clear();  // slot 0 is implied until something is written
     node.unused = 0;
+    node.live = true;
     return id;
   });
 }
@@ -201,13 +221,36 @@ void cls_StructureManager::Release(int32_t pID) {
 
 // Frees a node whose count reached zero, and depth first in index order every sub-structure
 // whose count reaches zero with it. An explicit stack: deep trees cannot overflow the C stack.
+// Empties a node whose count reached zero and puts its id on the free list.
+void cls_StructureManager::hPushFree(int32_t id) {
+  Node& done = nodes_[id];
+  std::vector<Item>().swap(done.items);
+  std::unique_ptr<Extra> extra = std::move(done.extra);
+  done.flags = 0;
+  done.boundKind = 1;  // the bound value reads as the integer 0 after a release
+  done.unused = 0;
+  done.live = false;
+  ++freeCount_;
+  if (freeCount_ > static_cast<int32_t>(free_.size()) - 1) {
+    int32_t grow = std::clamp(static_cast<int32_t>(nodes_.size() - 1) / 100, 10, 5000);
+    free_.resize(free_.size() + grow, 0);
+  }
+  free_[freeCount_] = id;
+  // extra goes last: a bound object's destructor may release other nodes of this manager
+}
+
+// Frees a node whose count reached zero, and depth first in index order every sub-structure
+// whose count reaches zero with it. An explicit stack: deep trees cannot overflow the C stack.
 void cls_StructureManager::hFree(int32_t pID) {
+  nodes_[pID].flags &= static_cast<uint8_t>(~kDefaultMode);
+  bool leaf = true;
+  for (const Item& it : nodes_[pID].items) leaf = leaf && !(it.used && it.isStruct);
+  if (leaf) return hPushFree(pID);
   struct Frame {
     int32_t id;
     size_t next;
   };
   std::vector<Frame> stack{{pID, 0}};
-  nodes_[pID].flags &= static_cast<uint8_t>(~kDefaultMode);
   while (!stack.empty()) {
     Frame& f = stack.back();
     Node& n = nodes_[f.id];
@@ -229,18 +272,7 @@ void cls_StructureManager::hFree(int32_t pID) {
     if (descended) continue;
     int32_t id = f.id;
     stack.pop_back();
-    Node& done = nodes_[id];
-    std::vector<Item>().swap(done.items);
-    done.extra.reset();
-    done.flags = 0;
-    done.boundKind = 1;  // the bound value reads as the integer 0 after a release
-    done.unused = 0;
-    ++freeCount_;
-    if (freeCount_ > static_cast<int32_t>(free_.size()) - 1) {
-      int32_t grow = std::clamp(static_cast<int32_t>(nodes_.size() - 1) / 100, 10, 5000);
-      free_.resize(free_.size() + grow, 0);
-    }
-    free_[freeCount_] = id;
+    hPushFree(id);
   }
 }
 
@@ -275,17 +307,18 @@ std::string cls_StructureManager::USAGEINFO() const {
     if (id > 1) out += "\r\n";
     out += "#" + std::to_string(id) + ": ";
     const Node& n = nodes_[id];
-    if (freeIds.count(id) || n.items.empty()) {
+    if (freeIds.count(id) || !n.live) {
       out += "Unused";
       continue;
     }
-    out += "  Ref: " + std::to_string(n.refs) + "  Max: " + std::to_string(n.items.size() - 1) +
+    out += "  Ref: " + std::to_string(n.refs) + "  Max: " + std::to_string(hMax(n)) +
            "  Flags: ";
     for (uint8_t f : {kDefaultMode, kHasZero, kChanged, kAllowNothing}) out += (n.flags & f) ? '1' : '0';
     out += "  Bound: ";
     out += (n.extra && n.extra->boundObject) ? "1" : "-";
-    for (size_t i = 0; i < n.items.size(); ++i) {
-      const Item& it = n.items[i];
+    const std::vector<Item>& items = n.items.empty() ? Items(id) : n.items;
+    for (size_t i = 0; i < items.size(); ++i) {
+      const Item& it = items[i];
       out += "  Item " + std::to_string(i) + ": ";
       if (!it.used) out += "Unused";
       else if (it.isStruct) out.append(names_.Name(it.name)).append(" = -> ").append(std::to_string(it.child));
@@ -411,16 +444,20 @@ void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
   }
 }
 
+void cls_StructureManager::hDropIndex(Node& n) {
+  if (n.extra) n.extra->index.reset();
+}
+
 int32_t cls_StructureManager::hLastUnused(const Node& n) const {
   if (n.unused > 0)
     for (size_t i = n.items.size() - 1; i >= 1; --i)
       if (!n.items[i].used) return static_cast<int32_t>(i);
-  if ((n.flags & kHasZero) && !n.items[0].used) return 0;
+  if ((n.flags & kHasZero) && (n.items.empty() || !n.items[0].used)) return 0;
   return -1;
 }
 
 void cls_StructureManager::hResize(Node& n, int32_t newMax) {
-  int32_t oldMax = static_cast<int32_t>(n.items.size()) - 1;
+  int32_t oldMax = hMax(n);
   if (newMax < 0) newMax = 0;
   if (newMax < oldMax) {
     for (int32_t i = oldMax; i > newMax; --i) {
@@ -454,6 +491,7 @@ void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pVal
     }
   }
   Node& n = hNode(pID);
+  if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
   Item& it = n.items[slot];
   int32_t oldChild = it.isStruct ? it.child : 0;
   if (!it.used) {
@@ -539,7 +577,7 @@ void cls_StructureManager::hLetIndex(int32_t pID, int64_t index, const Variant& 
   if (index == 0) n.flags |= kHasZero;
   const bool dm = n.flags & kDefaultMode;
   const int64_t base = (n.flags & kHasZero) ? 0 : 1;
-  const int64_t max = static_cast<int64_t>(n.items.size()) - 1;
+  const int64_t max = hMax(n);
   if (index >= base && index <= max) {
     if (dm && n.items[index].used) return;
     hStore(pID, static_cast<int32_t>(index), pValue);
@@ -584,10 +622,8 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     if (slot >= 0 && last && dm) return;  // a default never overwrites
     if (slot < 0) {
       slot = hLastUnused(*n);
-      if (slot < 0) {
-        slot = static_cast<int32_t>(n->items.size());
-        hResize(*n, slot);
-      }
+      if (slot < 0) slot = hMax(*n) + 1;
+      if (static_cast<size_t>(slot) >= n->items.size()) hResize(*n, slot);
       n->items[slot].name = atom;
     }
     if (last) {
@@ -644,7 +680,7 @@ void cls_StructureManager::DEFAULT(int32_t pID, const Variant& pKey, const Varia
 }
 
 int32_t cls_StructureManager::BASE(int32_t pID) const { return (hNode(pID).flags & kHasZero) ? 0 : 1; }
-int32_t cls_StructureManager::MAX(int32_t pID) const { return static_cast<int32_t>(hNode(pID).items.size()) - 1; }
+int32_t cls_StructureManager::MAX(int32_t pID) const { return hMax(hNode(pID)); }
 int32_t cls_StructureManager::COUNT(int32_t pID) const { return MAX(pID) - BASE(pID) + 1; }
 
 int32_t cls_StructureManager::ADD(int32_t pID, const Variant& pValue) {
@@ -670,7 +706,7 @@ void cls_StructureManager::CLEAR(int32_t pID) {
   GuardVoid(kClass, "CLEAR", [&] {
     Node& n = hNode(pID);
     n.flags = 0;
-    n.items.assign(1, Item{});
+    n.items.clear();
     n.unused = 0;
     if (n.extra) {
       n.extra->index.reset();
@@ -823,10 +859,8 @@ void cls_StructureManager::ITEMBYID_LET(int32_t pID, std::string_view pItemID, c
     if (slot >= 0 && (n.flags & kDefaultMode)) return;
     if (slot < 0) {
       slot = hLastUnused(n);
-      if (slot < 0) {
-        slot = static_cast<int32_t>(n.items.size());
-        hResize(n, slot);
-      }
+      if (slot < 0) slot = hMax(n) + 1;
+      if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
       n.items[slot].name = atom;
     }
     hStore(pID, slot, pValue);

@@ -168,8 +168,103 @@ class cls_StructureManager : public Object,
   bool ISEMPTY(int32_t pID);  // no used item
 
   // ---- serialized and compact forms ------------------------------------------------------------
+  // (defined in cls_StructureSerializer.cpp and cls_StructureCompact.cpp, which hold the grammars)
+  // The serialized text of the node and its subtree: "a:2:{s:4:\"NAME\";s:4:\"Anna\";...}".
+  // Raises kInvalidData for a tree nested deeper than 100 levels.
+  std::string SERIALIZE(int32_t pID);
+  // Empties the node (releasing its sub-structures), then fills it from the text. Text beginning
+  // "QS" is the compact form (UNSERIALIZEBINARY); blank text leaves the node empty; anything else
+  // must be one serialized array (or object) and resets the thread's depth counter first.
+  // Raises kInvalidData "Serialized data invalid" or "Invalid data type found: X" (operation
+  // UNSERIALIZE2); the node is left empty then.
+  void UNSERIALIZE(int32_t pID, std::string_view rSerialData);
+  // Reads one value at the byte offset rIndex and moves rIndex past it: an array's items are
+  // appended to the node (result Empty), a scalar is returned. Nesting deeper than 100 raises.
+  Variant UNSERIALIZE2(int32_t pID, std::string_view rSerialData, int64_t& rIndex);
+  // "QS1:" + separator + ":" + pieces: keeps types, flags, empty names and unused slots.
+  std::string SERIALIZEBINARY(int32_t pID);
+  // Writes the node's pieces into rBuffer from rIndex on (growing it as needed); rIndex moves past
+  // them. rBuffer is the host's list: it can collect several structures one after the other.
+  void SERIALIZEBINARYBUFFER(int32_t pID, std::vector<std::string>& rBuffer, int64_t& rIndex);
+  // The number of pieces SERIALIZEBINARYBUFFER writes for the node.
+  int64_t SERIALIZEBINARYCOUNT(int32_t pID);
+  // Empties the node and fills it from a compact text. Raises kInvalidData "Serialized data
+  // invalid" (operation UNSERIALIZEBINARY) and leaves the node empty on bad input.
+  void UNSERIALIZEBINARY(int32_t pID, std::string_view rSerialData);
+  // Empties the node and reads one node's pieces from pBuffer at rIndex; rIndex moves past them.
+  void UNSERIALIZEBINARYBUFFER(int32_t pID, const std::vector<std::string>& pBuffer, int64_t& rIndex);
+
+ private:
+  friend class cls_StructureSerializer;
+  friend class cls_StructureCompact;
+  friend class SerializedReader;
+  friend class CompactReader;
+  struct Node;
+  // Empties a node for a reader: sub-structures released, slots dropped, HASZERO and DEFAULTMODE
+  // cleared, CHANGED set; the bound value and object stay.
+  void hEmpty(int32_t pID);
+  // Forgets a node's name index (rebuilt on the next lookup) after its slots were rewritten.
+  void hDropIndex(Node& n);
+
+ public:
 
   // ---- script, text and parameter forms, structure files ---------------------------------------
+  // The forms are described in mdl_StructureScript.h (script) and mdl_StructureText.h (the others).
+  // Script form: one line per used item, "\r\n" after each, one tab per level from pIndentation.
+  // Raises 1000 for a tree nested deeper than 1000 levels (or holding itself).
+  std::string SCRIPT(int32_t pID, int32_t pIndentation = 0);
+  // SCRIPT without items whose value is Empty, Null, "" or a numeric zero, and without blocks
+  // left empty by that.
+  std::string SCRIPTNOTEMPTY(int32_t pID, int32_t pIndentation = 0);
+  // Adds the items of a script text to the node (existing items are overwritten or extended, not
+  // cleared). Raises 1000 "Script data invalid (line N): ..." on bad input; the items before the
+  // bad line stay written.
+  void PARSE(int32_t pID, std::string_view pText);
+  // Writes the script form to the file (UTF-8, atomically: temporary file, fsync, rename).
+  // Returns true; raises 52-76 on file failures, leaving an existing file as it was.
+  bool SAVE(int32_t pID, const std::string& pFile);
+  // Replaces the node's content by the file's items. Raises 53 for a missing file, 1000 for an
+  // invalid one; on failure the node is unchanged. Lines starting "//" are skipped.
+  bool LOAD(int32_t pID, const std::string& pFile);
+  // LOAD that returns false instead of raising (missing, unreadable or invalid file); the node is
+  // unchanged then.
+  bool LOADEX(int32_t pID, const std::string& pFile);
+  // SAVE with two lines first: "// " + signature and "// Version = " + version.
+  bool SAVESIGNATURE(int32_t pID, const std::string& pFile, const Variant& pSignature, const Variant& pVersion);
+  // LOAD of a file written by SAVESIGNATURE: raises 1000 when the first line is not "// " +
+  // pSignature or the version lies outside pVersionMin..pVersionMax (an Empty bound is open;
+  // numeric versions compare as numbers, others as texts).
+  bool LOADSIGNATURE(int32_t pID, const std::string& pFile, const Variant& pSignature,
+                     const Variant& pVersionMin = {}, const Variant& pVersionMax = {});
+  // Readable multi-line text: "NAME: value" per item, "NAME:" then the items two blanks deeper for
+  // a sub-structure, "[i]: value" for unnamed items; lines joined by "\r\n". pIndent: levels of
+  // two blanks before every line.
+  std::string TEXT(int32_t pID, int32_t pIndent = 0);
+  // TEXT without empty values (as SCRIPTNOTEMPTY).
+  std::string TEXTNOTEMPTY(int32_t pID, int32_t pIndent = 0);
+  // One line: "NAME: Anna, AGE: 7, SUB: (X: True)"; unnamed items give their value only. Longer
+  // than pCut characters: cut to pCut - 3 characters plus "..." (pCut <= 0: never cut).
+  std::string TEXTSHORT(int32_t pID, int32_t pCut = 100);
+  // Every scalar value of the tree, depth first in index order, joined by pDelimeter.
+  std::string TEXTVALUES(int32_t pID, std::string_view pDelimeter = "\r\n");
+  // A nested HTML list: <ul><li><b>NAME</b>: value</li>...</ul>; names and values HTML-escaped,
+  // braces as &#123; &#125; so that template output is never read as a command.
+  std::string HTML(int32_t pID);
+  // A reversible URL-safe query string: "NAME=Anna&SUB.X=True&CODE=%22007%22".
+  std::string ENCODE(int32_t pID);
+  // Adds the items of an ENCODE text to the node. Raises 1000 on bad input.
+  void DECODE(int32_t pID, std::string_view pText);
+  // "NAME=Anna&AGE=7": this node's items, plain text values, sub-structures as "(...)" short text.
+  std::string PARAMETERS(int32_t pID, std::string_view pDelimeter = "&");
+  // Every scalar of the tree under its dotted path: "NAME=Anna&SUB.X=True".
+  std::string PARAMETERSSTRUCTURED(int32_t pID, std::string_view pDelimeter = "&");
+  // PARAMETERSSTRUCTURED one per line, each indented by pIndent once per nesting level.
+  std::string PARAMETERSSTRUCTUREDINDENT(int32_t pID, std::string_view pIndent = "\t",
+                                         std::string_view pDelimeter = "\r\n");
+  // The values of this node's items from index pStartI (at least BASE), at most pMaxCount of them
+  // (0: all), joined by pDelimeter; pAdditional is appended when values were left out.
+  std::string VALUELISTTEXT(int32_t pID, std::string_view pDelimeter = ", ", int32_t pMaxCount = 0,
+                            int32_t pStartI = 0, std::string_view pAdditional = "");
 
   // ---- whole-tree operations -------------------------------------------------------------------
 
@@ -181,8 +276,8 @@ class cls_StructureManager : public Object,
     bool used = false;
     bool isStruct = false;
   };
-  // The slots of a node, index = item index. REQUIRES: a node in use.
-  const std::vector<Item>& Items(int32_t pID) const { return nodes_[pID].items; }
+  // The slots of a node, index = item index (always at least slot 0). REQUIRES: a node in use.
+  const std::vector<Item>& Items(int32_t pID) const;
   const NameTable& Names() const { return names_; }
   NameTable& Names() { return names_; }
   bool Valid(int32_t pID) const;
@@ -193,13 +288,15 @@ class cls_StructureManager : public Object,
   struct NameIndex;
   struct Extra;
   struct Node {
-    std::vector<Item> items;
+    std::vector<Item> items;       // empty for a fresh node: slot 0 is then implied
     std::unique_ptr<Extra> extra;  // bound value / object, name index: only when used
     int32_t unused = 0;            // unused slots between 1 and MAX
     int16_t refs = 0;
     uint8_t flags = 0;
     uint8_t boundKind = 0;         // bound value without extra: 0 Empty, 1 integer 0, 2 ""
+    bool live = false;             // allocated and not yet freed
   };
+  static int32_t hMax(const Node& n) { return n.items.empty() ? 0 : static_cast<int32_t>(n.items.size()) - 1; }
 
   Node& hNode(int32_t pID);
   const Node& hNode(int32_t pID) const;
@@ -219,6 +316,7 @@ class cls_StructureManager : public Object,
   void hRemove(int32_t pID, int32_t slot);
   int32_t hLastUnused(const Node& n) const;
   void hFree(int32_t pID);
+  void hPushFree(int32_t id);
 
   std::vector<Node> nodes_;       // upper bound = size() - 1
   std::vector<int32_t> free_;     // upper bound = size() - 1, used from index 1

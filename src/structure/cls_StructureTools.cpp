@@ -2,6 +2,7 @@
 
 #include "frame/Error.h"
 #include "frame/mdl_Global.h"
+#include "structure/cls_StructureSerializer.h"
 
 namespace rykel {
 
@@ -26,6 +27,14 @@ bool cls_StructureTools::ISFILLEDSTRUCT(const Variant& pValue) {
   return Guard(kClass, "ISFILLEDSTRUCT", [&] {
     auto s = pValue.as<cls_Structure>();
     return s && s->COUNT() != 0;
+  });
+}
+
+StructurePtr cls_StructureTools::UNSERIALIZE(std::string_view rSerialData) {
+  return Guard("cls_StructureManager", "STRUCTURE.UNSERIALIZE", [&] {
+    auto s = cls_Structure::New();
+    cls_StructureSerializer(*s->MANAGER_GET()).Unserialize(s->SID_GET(), rSerialData);
+    return s;
   });
 }
 

@@ -24,6 +24,9 @@ class cls_StructureTools : public Object {
   bool ISSTRUCT(const Variant& pValue);
   // True for a structure whose COUNT is not 0.
   bool ISFILLEDSTRUCT(const Variant& pValue);
+  // A new structure filled from serialized (or compact) text by UNSERIALIZE. Errors are reported
+  // as "STRUCTURE.UNSERIALIZE" of cls_StructureManager.
+  StructurePtr UNSERIALIZE(std::string_view rSerialData);
   // rTarget = pValue (objects shared, other values copied).
   void VARSET(Variant& rTarget, const Variant& pValue);
 

@@ -1,0 +1,75 @@
+// Node store and items: build a flat node of N named items and read each back by name, the same
+// through 3-level dotted paths, and create/release 1,000,000 nodes through handles.
+// Prints one line per measurement: "name seconds bytes_per_item" (bytes from the heap in use).
+#include <malloc.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "frame/Convert.h"
+#include "frame/mdl_Global.h"
+#include "structure/cls_Structure.h"
+
+using namespace rykel;
+
+namespace {
+
+double Now() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+size_t Heap() { return mallinfo2().uordblks; }
+
+template <class F>
+double Best(int runs, F&& f) {
+  double best = 1e9;
+  for (int r = 0; r < runs; ++r) {
+    double t0 = Now();
+    f();
+    best = std::min(best, Now() - t0);
+  }
+  return best;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int n = argc > 1 ? std::atoi(argv[1]) : 100000;
+  std::vector<std::string> flat(n), paths(n);
+  for (int i = 0; i < n; ++i) {
+    flat[i] = "KEY" + std::to_string(i);  // the same keys as the PHP side
+    paths[i] = "L1_" + std::to_string(i % 100) + ".L2_" + std::to_string(i / 100 % 100) + ".L3_" + std::to_string(i);
+  }
+  std::vector<Variant> flatKeys(flat.begin(), flat.end()), pathKeys(paths.begin(), paths.end());
+
+  for (int pass = 0; pass < 2; ++pass) {
+    auto& keys = pass == 0 ? flatKeys : pathKeys;
+    const char* name = pass == 0 ? "flat" : "paths";
+    size_t before = Heap();
+    StructurePtr kept;
+    double build = Best(5, [&] {
+      auto s = cls_Structure::New();
+      for (int i = 0; i < n; ++i) s->ITEM_LET(keys[i], Variant(i));
+      kept = s;
+    });
+    size_t bytes = Heap() - before;
+    long sum = 0;
+    double read = Best(5, [&] {
+      sum = 0;
+      for (int i = 0; i < n; ++i) sum += kept->ITEM_GET(keys[i]).rawLong();
+    });
+    if (sum != static_cast<long>(n) * (n - 1) / 2) std::fprintf(stderr, "wrong sum %ld\n", sum);
+    std::printf("%s_build %.6f %.1f\n", name, build, static_cast<double>(bytes) / n);
+    std::printf("%s_read %.6f\n", name, read);
+  }
+
+  const int nodes = 1000000;
+  double handles = Best(3, [&] {
+    std::vector<StructurePtr> v;
+    v.reserve(nodes);
+    for (int i = 0; i < nodes; ++i) v.push_back(cls_Structure::New());
+  });
+  std::printf("handles_1M %.6f\n", handles);
+  return 0;
+}

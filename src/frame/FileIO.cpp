@@ -1,0 +1,139 @@
+#include "frame/FileIO.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <mutex>
+
+#include "frame/Error.h"
+
+namespace rykel::fileio {
+
+namespace {
+
+WriteHook& hHook() {
+  static WriteHook hook;
+  return hook;
+}
+
+// The file error of the classic runtime that best names an errno value.
+[[noreturn]] void hRaiseErrno(int e, const std::string& what, const std::string& file) {
+  std::string text = what + " '" + file + "': " + std::strerror(e);
+  switch (e) {
+    case ENOENT: Raise(err::kPathNotFound, text);
+    case EACCES:
+    case EPERM:
+    case EROFS: Raise(err::kPermissionDenied, text);
+    case ENOSPC:
+    case EDQUOT: Raise(err::kDiskFull, text);
+    case EISDIR:
+    case ENOTDIR: Raise(err::kPathFileAccess, text);
+    default: Raise(err::kFileIO, text);
+  }
+}
+
+mode_t hNewFileMode() {
+  static std::once_flag once;
+  static mode_t mask = 022;
+  std::call_once(once, [] {
+    mask = ::umask(0);
+    ::umask(mask);
+  });
+  return 0666 & ~mask;
+}
+
+}  // namespace
+
+void SetWriteHook(WriteHook pHook) { hHook() = std::move(pHook); }
+
+std::string ReadFile(const std::string& pFile) {
+  int fd = ::open(pFile.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    int e = errno;
+    if (e == ENOENT) {
+      std::filesystem::path folder = std::filesystem::path(pFile).parent_path();
+      std::error_code ec;
+      if (folder.empty() || std::filesystem::is_directory(folder, ec))
+        Raise(err::kFileNotFound, "File not found: '" + pFile + "'");
+    }
+    hRaiseErrno(e, "Cannot open", pFile);
+  }
+  struct stat st {};
+  if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+    ::close(fd);
+    Raise(err::kPathFileAccess, "Not a file: '" + pFile + "'");
+  }
+  std::string data;
+  if (st.st_size > 0) data.reserve(static_cast<size_t>(st.st_size));
+  char buf[65536];
+  for (;;) {
+    ssize_t n = ::read(fd, buf, sizeof buf);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      int e = errno;
+      ::close(fd);
+      hRaiseErrno(e, "Cannot read", pFile);
+    }
+    if (n == 0) break;
+    data.append(buf, static_cast<size_t>(n));
+  }
+  ::close(fd);
+  return data;
+}
+
+void WriteFileAtomic(const std::string& pFile, std::string_view pData) {
+  namespace fs = std::filesystem;
+  fs::path target(pFile);
+  fs::path folder = target.parent_path();
+  std::error_code ec;
+  if (!folder.empty() && !fs::is_directory(folder, ec))
+    Raise(err::kPathNotFound, "Path not found: '" + folder.string() + "'");
+  if (fs::is_directory(target, ec)) Raise(err::kPathFileAccess, "Not a file: '" + pFile + "'");
+
+  std::string temp = pFile + ".XXXXXX";
+  int fd = ::mkstemp(temp.data());
+  if (fd < 0) hRaiseErrno(errno, "Cannot create a temporary file for", pFile);
+
+  // Everything below removes the temporary file before it raises.
+  auto fail = [&](int e, const char* what) {
+    if (fd >= 0) ::close(fd);
+    ::unlink(temp.c_str());
+    hRaiseErrno(e, what, pFile);
+  };
+  struct stat old {};
+  mode_t mode = ::stat(pFile.c_str(), &old) == 0 ? (old.st_mode & 07777) : hNewFileMode();
+  if (::fchmod(fd, mode) != 0) fail(errno, "Cannot set the permissions of");
+
+  const WriteHook& hook = hHook();
+  size_t done = 0;
+  while (done < pData.size()) {
+    ssize_t n = hook ? hook(fd, pData.data() + done, pData.size() - done)
+                     : ::write(fd, pData.data() + done, pData.size() - done);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      fail(errno, "Cannot write");
+    }
+    if (n == 0) fail(EIO, "Cannot write");
+    done += static_cast<size_t>(n);
+  }
+  if (::fsync(fd) != 0) fail(errno, "Cannot flush");
+  if (::close(fd) != 0) {
+    fd = -1;
+    fail(errno, "Cannot close");
+  }
+  fd = -1;
+  if (::rename(temp.c_str(), pFile.c_str()) != 0) fail(errno, "Cannot replace");
+
+  // Make the rename itself durable; a failure here leaves a complete file, so it is not an error.
+  int dfd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dfd >= 0) {
+    ::fsync(dfd);
+    ::close(dfd);
+  }
+}
+
+}  // namespace rykel::fileio

@@ -1,0 +1,30 @@
+// Whole-file reads and crash-safe whole-file writes, with the classic file error numbers.
+//
+// WriteFileAtomic never leaves a half-written file behind: the data goes to a temporary file in the
+// target's folder, is flushed to disk (fsync) and then renamed over the target. On any failure the
+// temporary file is removed and the previous file, if there was one, stays as it was.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include <sys/types.h>
+
+namespace rykel::fileio {
+
+// The whole content of a file. Raises 53 (file not found), 76 (path not found), 70 (permission
+// denied), 75 (a folder or otherwise not a readable file) or 57 (I/O error).
+std::string ReadFile(const std::string& pFile);
+
+// Replaces the file's content by pData (see the header comment). A new file gets the permissions
+// 0666 minus the umask; an existing file keeps its permissions. Raises 76 when the folder does not
+// exist, 70 when it is not writable, 61 when the disk is full, 57 or 75 for other failures.
+void WriteFileAtomic(const std::string& pFile, std::string_view pData);
+
+// Test hook: replaces the write(2) call of WriteFileAtomic (an empty function restores it). A hook
+// that returns -1 with errno set simulates a failing device.
+using WriteHook = std::function<ssize_t(int fd, const char* data, size_t size)>;
+void SetWriteHook(WriteHook pHook);
+
+}  // namespace rykel::fileio

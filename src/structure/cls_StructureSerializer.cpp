@@ -1,0 +1,664 @@
+#include "structure/cls_StructureSerializer.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/Text.h"
+#include "structure/cls_StructureCompact.h"
+
+namespace rykel {
+
+namespace {
+
+using Item = cls_StructureManager::Item;
+constexpr const char* kClass = "cls_StructureManager";
+
+[[noreturn]] void hInvalid() { Raise(err::kInvalidData, "Serialized data invalid"); }
+
+// True when the n bytes at p are all ASCII (eight at a time).
+inline bool hAscii(const char* p, size_t n) {
+  size_t i = 0;
+  for (; i + 8 <= n; i += 8) {
+    uint64_t w;
+    std::memcpy(&w, p + i, 8);
+    if (w & 0x8080808080808080ull) return false;
+  }
+  for (; i < n; ++i)
+    if (static_cast<unsigned char>(p[i]) >= 0x80) return false;
+  return true;
+}
+
+// An output buffer that grows geometrically and is written through raw pointers.
+class Out {
+ public:
+  char* Room(size_t n) {
+    if (len_ + n > buf_.size()) buf_.resize(std::max(buf_.size() * 2, len_ + n + 256));
+    return buf_.data() + len_;
+  }
+  void Commit(size_t n) { len_ += n; }
+  void Put(const char* p, size_t n) {
+    std::memcpy(Room(n), p, n);
+    len_ += n;
+  }
+  void Put(std::string_view s) { Put(s.data(), s.size()); }
+  void Int(int64_t v) {
+    char* p = Room(24);
+    len_ += static_cast<size_t>(std::to_chars(p, p + 24, v).ptr - p);
+  }
+  std::string Take() {
+    buf_.resize(len_);
+    return std::move(buf_);
+  }
+
+ private:
+  std::string buf_;
+  size_t len_ = 0;
+};
+
+// "s:" chars ":\"" text "\";"
+void hPutString(Out& out, std::string_view s) {
+  char* p = out.Room(s.size() + 32);
+  char* q = p;
+  *q++ = 's';
+  *q++ = ':';
+  q = std::to_chars(q, q + 20, cls_StructureSerializer::CharCount(s)).ptr;
+  *q++ = ':';
+  *q++ = '"';
+  if (!s.empty()) std::memcpy(q, s.data(), s.size());
+  q += s.size();
+  *q++ = '"';
+  *q++ = ';';
+  out.Commit(static_cast<size_t>(q - p));
+}
+
+// "yyyy-mm-dd HH:MM:SS"
+void hPutDate(Out& out, double ole) {
+  date::Parts d = date::ToParts(ole);
+  char buf[40];
+  auto two = [](char* p, int v) {
+    p[0] = static_cast<char>('0' + v / 10 % 10);
+    p[1] = static_cast<char>('0' + v % 10);
+  };
+  int y = d.year;
+  buf[0] = static_cast<char>('0' + y / 1000 % 10);
+  buf[1] = static_cast<char>('0' + y / 100 % 10);
+  two(buf + 2, y % 100);
+  buf[4] = '-';
+  two(buf + 5, d.month);
+  buf[7] = '-';
+  two(buf + 8, d.day);
+  buf[10] = ' ';
+  two(buf + 11, d.hour);
+  buf[13] = ':';
+  two(buf + 14, d.minute);
+  buf[16] = ':';
+  two(buf + 17, d.second);
+  hPutString(out, std::string_view(buf, 19));
+}
+
+class Writer {
+ public:
+  explicit Writer(const cls_StructureManager& m) : m_(m) {}
+
+  void Node(int32_t id, int depth) {
+    if (depth > cls_StructureSerializer::kMaxDepth)
+      Raise(err::kInvalidData, "Structure nested deeper than " +
+                                   std::to_string(cls_StructureSerializer::kMaxDepth) +
+                                   " levels (does it hold itself?)");
+    const std::vector<Item>& items = m_.Items(id);
+    const size_t base = m_.HASZERO_GET(id) ? 0 : 1;
+    int64_t used = 0;
+    for (size_t i = base; i < items.size(); ++i) used += items[i].used;
+    out_.Put("a:", 2);
+    out_.Int(used);
+    out_.Put(":{", 2);
+    for (size_t i = base; i < items.size(); ++i) {
+      const Item& it = items[i];
+      if (!it.used) continue;
+      Key(it.name);
+      if (it.isStruct) Node(it.child, depth + 1);
+      else Value(it.value);
+    }
+    out_.Put("}", 1);
+  }
+
+  std::string Take() { return out_.Take(); }
+
+ private:
+  // Key pieces are made once per name and copied from then on.
+  void Key(uint32_t atom) {
+    if (atom >= keys_.size()) keys_.resize(m_.Names().Count(), {0, 0});
+    auto& k = keys_[atom];
+    if (k.second == 0) {
+      Out tmp;
+      hPutString(tmp, m_.Names().Name(atom));
+      std::string piece = tmp.Take();
+      k = {static_cast<uint32_t>(arena_.size()), static_cast<uint32_t>(piece.size())};
+      arena_ += piece;
+    }
+    out_.Put(arena_.data() + k.first, k.second);
+  }
+
+  void Value(const Variant& v) {
+    char buf[48];
+    switch (v.type()) {
+      case VarType::Null: out_.Put("n:0;", 4); return;
+      case VarType::Integer: hNumber('i', buf, std::to_chars(buf, buf + 24, v.rawInteger()).ptr - buf); return;
+      case VarType::Long: hNumber('i', buf, std::to_chars(buf, buf + 24, v.rawLong()).ptr - buf); return;
+      case VarType::Single: {
+        // the float's own shortest text, as the classic writer gave it ("0.1", not 0.100000001...)
+        auto r = std::to_chars(buf, buf + 40, v.rawSingle());
+        std::string_view t(buf, static_cast<size_t>(r.ptr - buf));
+        double d = 0;
+        std::from_chars(t.data(), t.data() + t.size(), d);
+        hNumber('d', buf, cls_StructureSerializer::DoubleText(d, buf));
+        return;
+      }
+      case VarType::Double: hNumber('d', buf, cls_StructureSerializer::DoubleText(v.rawDouble(), buf)); return;
+      case VarType::Currency: {
+        std::string t = CurrencyText(v.rawCurrency());
+        for (char& c : t)
+          if (c == ',') c = '.';
+        hNumber('d', t.data(), t.size());
+        return;
+      }
+      case VarType::Date: hPutDate(out_, v.rawDouble()); return;
+      case VarType::String: hPutString(out_, v.str()); return;
+      case VarType::Boolean: out_.Put(v.rawBool() ? "b:1;" : "b:0;", 4); return;
+      default: out_.Put("i:0;", 4); return;
+    }
+  }
+
+  void hNumber(char tag, const char* p, size_t n) {
+    char* q = out_.Room(n + 3);
+    q[0] = tag;
+    q[1] = ':';
+    std::memcpy(q + 2, p, n);
+    q[n + 2] = ';';
+    out_.Commit(n + 3);
+  }
+
+  const cls_StructureManager& m_;
+  Out out_;
+  std::vector<std::pair<uint32_t, uint32_t>> keys_;  // atom -> (offset, length) in arena_
+  std::string arena_;
+};
+
+thread_local int tDepth = 0;
+
+}  // namespace
+
+// ---- the reader ----------------------------------------------------------------------------
+// Recursive descent over a string_view with one cursor; every step checks the end first, so no
+// input reads past it. Items go straight into the node's slots (see Put).
+class SerializedReader {
+  using Node = cls_StructureManager::Node;
+
+ public:
+  SerializedReader(cls_StructureManager& m, std::string_view text, size_t pos)
+      : m_(m), begin_(text.data()), p_(text.data() + pos), end_(text.data() + text.size()) {
+    // unused slots opened by numbered keys: enough for any honest text, bounded for hostile ones
+    gapBudget_ = (int64_t{1} << 20) + 16 * static_cast<int64_t>(text.size());
+  }
+
+  size_t Pos() const { return static_cast<size_t>(p_ - begin_); }
+  bool AtEnd() const { return p_ >= end_; }
+
+  // value -> "a:" ... | "O:" ... | scalar. Arrays fill pID; scalars are returned.
+  Variant Value(int32_t pID) {
+    if (p_ >= end_) hInvalid();
+    char tag = *p_;
+    if (tag == 'a') {
+      ++p_;
+      Expect(':');
+      Array(pID);
+      return {};
+    }
+    if (tag == 'O') {
+      ++p_;
+      Expect(':');
+      ClassName();
+      Array(pID);
+      return {};
+    }
+    return Scalar();
+  }
+
+ private:
+  struct Key {
+    bool isIndex = false;
+    int64_t index = 0;
+    uint32_t atom = 0;
+  };
+
+  void Expect(char c) {
+    if (p_ >= end_ || *p_ != c) hInvalid();
+    ++p_;
+  }
+
+  // decimal -> ["-" | "+"] digit {digit}, followed by the terminator
+  int64_t Int(char term) {
+    bool neg = false;
+    if (p_ < end_ && (*p_ == '-' || *p_ == '+')) neg = *p_++ == '-';
+    const char* start = p_;
+    uint64_t v = 0;
+    while (p_ < end_ && *p_ >= '0' && *p_ <= '9') {
+      if (v > (std::numeric_limits<uint64_t>::max() - 9) / 10) hInvalid();  // beyond 64 bits
+      v = v * 10 + static_cast<uint64_t>(*p_ - '0');
+      ++p_;
+    }
+    if (p_ == start || v > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) hInvalid();
+    Expect(term);
+    return neg ? -static_cast<int64_t>(v) : static_cast<int64_t>(v);
+  }
+
+  // After "s:": chars ":\"" text "\";" (or "\":" when a count follows, for class names).
+  // The length counts characters; when that does not end on the closing quote, bytes.
+  std::string_view Str(char closer = ';') {
+    int64_t n = Int(':');
+    if (n < 0) hInvalid();
+    Expect('"');
+    const char* s = p_;
+    const size_t avail = static_cast<size_t>(end_ - s);
+    auto closes = [&](size_t bytes) {
+      return bytes + 2 <= avail && s[bytes] == '"' && s[bytes + 1] == closer;
+    };
+    size_t bytes;
+    if (static_cast<uint64_t>(n) > avail) hInvalid();
+    if (hAscii(s, static_cast<size_t>(n))) {
+      bytes = static_cast<size_t>(n);  // characters and bytes agree
+      if (!closes(bytes)) hInvalid();
+    } else {
+      bytes = text::ByteOffset(std::string_view(s, avail), static_cast<size_t>(n));
+      if (!closes(bytes)) {
+        bytes = static_cast<size_t>(n);
+        if (!closes(bytes)) hInvalid();
+      }
+    }
+    p_ = s + bytes + 2;
+    return {s, bytes};
+  }
+
+  // After "O:": the class name. Any class is read as a structure of its properties.
+  void ClassName() { Str(':'); }
+
+  // key -> "s:" ... | "i:" decimal ";"
+  Key ReadKey() {
+    if (p_ >= end_) hInvalid();
+    char tag = *p_++;
+    Key k;
+    if (tag == 's') {
+      Expect(':');
+      std::string_view name = Str();
+      // private and protected properties of objects carry "\0Class\0" or "\0*\0" in front
+      if (!name.empty() && name[0] == '\0') {
+        size_t second = name.find('\0', 1);
+        if (second != std::string_view::npos) name.remove_prefix(second + 1);
+      }
+      k.atom = Intern(name);
+      return k;
+    }
+    if (tag == 'i') {
+      Expect(':');
+      int64_t idx = Int(';');
+      if (idx < 0 || idx > std::numeric_limits<int32_t>::max() - 1) {
+        // no slot can hold it: the number's text becomes the name
+        k.atom = Intern(std::to_string(idx));
+        return k;
+      }
+      k.isIndex = true;
+      k.index = idx;
+      return k;
+    }
+    hBadType(tag, "asiObdnN");
+  }
+
+  [[noreturn]] void hBadType(char tag, const char* known) {
+    if (std::strchr(known, tag) && tag != '\0') hInvalid();
+    std::string letter;
+    unsigned char c = static_cast<unsigned char>(tag);
+    if (c >= 0x20 && c < 0x7F) letter.assign(1, tag);
+    else letter = "chr(" + std::to_string(c) + ")";
+    Raise(err::kInvalidData, "Invalid data type found: " + letter);
+  }
+
+  // Names repeat from record to record: a small cache from the name as written (it stays in the
+  // text being read) to its atom spares upper-casing and interning it again.
+  uint32_t Intern(std::string_view name) {
+    if (name.size() > 64) return hInternUpper(name);
+    uint32_t h = 2166136261u;
+    for (unsigned char c : name) h = (h ^ c) * 16777619u;
+    CacheEntry& e = cache_[(h ^ (h >> 11)) & (kCacheSize - 1)];
+    if (e.p && e.n == name.size() && std::memcmp(e.p, name.data(), name.size()) == 0) return e.atom;
+    uint32_t atom = hInternUpper(name);
+    e = {name.data(), static_cast<uint32_t>(name.size()), atom};
+    return atom;
+  }
+
+  uint32_t hInternUpper(std::string_view name) {
+    for (const char* q = name.data(); q < name.data() + name.size(); ++q) {
+      unsigned char c = static_cast<unsigned char>(*q);
+      if ((c >= 'a' && c <= 'z') || c >= 0x80) return m_.Names().Intern(text::UCase(name));
+    }
+    return m_.Names().Intern(name);
+  }
+
+  // array -> count ":{" { key value } "}"   (after "a:" or after the class name of "O:")
+  void Array(int32_t pID) {
+    int64_t count = Int(':');
+    Expect('{');
+    if (count < 0) hInvalid();
+    if (++tDepth > cls_StructureSerializer::kMaxDepth) hInvalid();
+    {
+      // every pair takes at least 8 bytes ("i:0;N;" plus the closing brace): never trust the count
+      int64_t room = (end_ - p_) / 6;
+      Node& n = m_.nodes_[pID];
+      n.items.reserve(n.items.size() + static_cast<size_t>(std::min(count, room)));
+    }
+    for (int64_t i = 0; i < count; ++i) {
+      Key k = ReadKey();
+      if (p_ >= end_) hInvalid();
+      char tag = *p_;
+      if (tag == 'a' || tag == 'O') {
+        int32_t child = m_.Alloc();  // may move the node table: slots are found afterwards
+        Put(pID, k, Variant(), child);
+        Value(child);
+      } else {
+        Put(pID, k, Scalar(), 0);
+      }
+    }
+    Expect('}');
+    --tDepth;
+  }
+
+  // scalar -> "s:" ... | "i:" ... | "d:" ... | "b:" ... | "n:" ... ";" | "N;"
+  Variant Scalar() {
+    char tag = *p_++;
+    switch (tag) {
+      case 's': {
+        Expect(':');
+        std::string_view s = Str();
+        return StringValue(s);
+      }
+      case 'i': {
+        Expect(':');
+        int64_t v = Int(';');
+        return Variant(static_cast<long long>(v));
+      }
+      case 'd': {
+        Expect(':');
+        const char* start = p_;
+        const char* semi = static_cast<const char*>(std::memchr(p_, ';', static_cast<size_t>(end_ - p_)));
+        if (!semi) hInvalid();
+        std::string_view t(start, static_cast<size_t>(semi - start));
+        p_ = semi + 1;
+        return Variant(hDouble(t));
+      }
+      case 'b': {
+        Expect(':');
+        if (p_ >= end_ || (*p_ != '0' && *p_ != '1')) hInvalid();
+        bool b = *p_++ == '1';
+        Expect(';');
+        return Variant(b);
+      }
+      case 'n': {
+        Expect(':');
+        while (p_ < end_ && *p_ >= '0' && *p_ <= '9') ++p_;
+        Expect(';');
+        return Variant::Null();
+      }
+      case 'N':
+        Expect(';');
+        return Variant::Null();
+      default:
+        hBadType(tag, "asiObdnN");
+    }
+  }
+
+  static double hDouble(std::string_view t) {
+    if (t == "INF" || t == "+INF") return std::numeric_limits<double>::infinity();
+    if (t == "-INF") return -std::numeric_limits<double>::infinity();
+    if (t == "NAN") return std::numeric_limits<double>::quiet_NaN();
+    if (!t.empty() && t[0] == '+') t.remove_prefix(1);
+    if (t.empty() || !((t[0] >= '0' && t[0] <= '9') || t[0] == '-' || t[0] == '.')) hInvalid();
+    double d = 0;
+    auto r = std::from_chars(t.data(), t.data() + t.size(), d);
+    if (r.ec == std::errc::result_out_of_range) {
+      // beyond the range of a double: PHP gives infinity or zero
+      d = std::strtod(std::string(t).c_str(), nullptr);
+    } else if (r.ec != std::errc() || r.ptr != t.data() + t.size()) {
+      hInvalid();
+    }
+    return d;
+  }
+
+  // A text whose 5th and 8th characters are "-" comes back as a date when it reads as one.
+  static Variant StringValue(std::string_view s) {
+    if (s.size() >= 8 && hAscii(s.data(), 8) && s[4] == '-' && s[7] == '-') {
+      double d;
+      if (date::Parse(s, d)) return Variant::Date(d);
+    }
+    return Variant(s);
+  }
+
+  // Stores a read item: a name appends a new slot (lookups keep finding the first slot with a
+  // name), "" appends a numbered slot, a numbered key takes its own slot.
+  void Put(int32_t pID, const Key& k, Variant&& v, int32_t child) {
+    Node& n = m_.nodes_[pID];
+    int32_t slot;
+    if (k.isIndex) {
+      if (k.index == 0 && !(n.flags & cls_StructureManager::kHasZero)) {
+        n.flags |= cls_StructureManager::kHasZero;
+        m_.hDropIndex(n);  // the base decides what lookups see
+      }
+      const int64_t max = static_cast<int64_t>(n.items.size()) - 1;
+      if (k.index > max) {
+        gapBudget_ -= k.index - max - 1;
+        if (gapBudget_ < 0) hInvalid();
+        m_.hResize(n, static_cast<int32_t>(k.index));
+      }
+      slot = static_cast<int32_t>(k.index);
+    } else {
+      slot = static_cast<int32_t>(n.items.size());
+      if (slot == std::numeric_limits<int32_t>::max()) hInvalid();
+      n.items.emplace_back();
+      n.items.back().name = k.atom;
+      n.items.back().used = true;
+      m_.hIndexInsert(n, k.atom, slot);
+    }
+    Item& it = n.items[slot];
+    int32_t old = it.used && it.isStruct ? it.child : 0;
+    if (!it.used) {
+      it.used = true;
+      if (slot >= 1) --n.unused;
+      m_.hIndexInsert(n, it.name, slot);
+    }
+    if (child) {
+      it.isStruct = true;
+      it.child = child;
+      it.value = Variant();
+    } else {
+      it.isStruct = false;
+      it.child = 0;
+      it.value = std::move(v);
+    }
+    if (old) m_.Release(old);
+  }
+
+  struct CacheEntry {
+    const char* p = nullptr;
+    uint32_t n = 0;
+    uint32_t atom = 0;
+  };
+  static constexpr size_t kCacheSize = 256;
+  std::array<CacheEntry, kCacheSize> cache_{};
+  cls_StructureManager& m_;
+  const char* begin_;
+  const char* p_;
+  const char* end_;
+  int64_t gapBudget_;
+};
+
+// ---- public face ---------------------------------------------------------------------------
+
+int& cls_StructureSerializer::Depth() { return tDepth; }
+
+size_t cls_StructureSerializer::CharCount(std::string_view s) {
+  if (hAscii(s.data(), s.size())) return s.size();
+  return text::Len(s);
+}
+
+size_t cls_StructureSerializer::DoubleText(double d, char* buf) {
+  if (std::isnan(d)) {
+    std::memcpy(buf, "NAN", 3);
+    return 3;
+  }
+  if (std::isinf(d)) {
+    if (d > 0) {
+      std::memcpy(buf, "INF", 3);
+      return 3;
+    }
+    std::memcpy(buf, "-INF", 4);
+    return 4;
+  }
+  char* q = buf;
+  if (std::signbit(d)) {
+    *q++ = '-';
+    d = -d;
+  }
+  if (d == 0) {
+    *q++ = '0';
+    return static_cast<size_t>(q - buf);
+  }
+  // shortest round-trip digits and the decimal exponent, from the scientific form "d.ddde+XX"
+  char sci[40];
+  auto r = std::to_chars(sci, sci + sizeof sci, d, std::chars_format::scientific);
+  char digits[24];
+  int nd = 0;
+  const char* s = sci;
+  for (; s < r.ptr && *s != 'e'; ++s)
+    if (*s != '.') digits[nd++] = *s;
+  int exp10 = 0;
+  std::from_chars(s + 1 + (s[1] == '+'), r.ptr, exp10);
+  while (nd > 1 && digits[nd - 1] == '0') --nd;
+  const int decpt = exp10 + 1;  // value = 0.digits x 10^decpt
+  if (decpt < -3 || decpt > 17) {
+    // exponent form: "1.0E+25", "1.5E-7"
+    *q++ = digits[0];
+    *q++ = '.';
+    if (nd == 1) *q++ = '0';
+    for (int i = 1; i < nd; ++i) *q++ = digits[i];
+    *q++ = 'E';
+    *q++ = exp10 < 0 ? '-' : '+';
+    q = std::to_chars(q, q + 8, exp10 < 0 ? -exp10 : exp10).ptr;
+  } else if (decpt <= 0) {
+    *q++ = '0';
+    *q++ = '.';
+    for (int i = decpt; i < 0; ++i) *q++ = '0';
+    for (int i = 0; i < nd; ++i) *q++ = digits[i];
+  } else {
+    for (int i = 0; i < decpt; ++i) *q++ = i < nd ? digits[i] : '0';
+    if (nd > decpt) {
+      *q++ = '.';
+      for (int i = decpt; i < nd; ++i) *q++ = digits[i];
+    }
+  }
+  return static_cast<size_t>(q - buf);
+}
+
+std::string cls_StructureSerializer::Write(int32_t pID) {
+  if (!m_.Valid(pID)) Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
+  Writer w(m_);
+  w.Node(pID, 1);
+  return w.Take();
+}
+
+Variant cls_StructureSerializer::ReadValue(int32_t pID, std::string_view pText, int64_t& rPos) {
+  if (!m_.Valid(pID)) Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
+  if (rPos < 0 || static_cast<uint64_t>(rPos) > pText.size()) hInvalid();
+  const int depth = tDepth;
+  try {
+    SerializedReader r(m_, pText, static_cast<size_t>(rPos));
+    Variant v = r.Value(pID);
+    rPos = static_cast<int64_t>(r.Pos());
+    tDepth = depth;
+    return v;
+  } catch (...) {
+    tDepth = 0;
+    throw;
+  }
+}
+
+void cls_StructureSerializer::Unserialize(int32_t pID, std::string_view pText) {
+  if (pText.size() >= 2 && pText[0] == 'Q' && pText[1] == 'S') {
+    cls_StructureCompact(m_).Read(pID, pText);
+    return;
+  }
+  tDepth = 0;
+  m_.hEmpty(pID);
+  try {
+    hUnserialize(pID, pText);
+  } catch (...) {
+    tDepth = 0;
+    m_.hEmpty(pID);  // no half-read tree
+    throw;
+  }
+}
+
+void cls_StructureSerializer::hUnserialize(int32_t pID, std::string_view pText) {
+  size_t start = 0;
+  auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  while (start < pText.size() && blank(pText[start])) ++start;
+  if (start == pText.size()) return;
+  if (pText[start] != 'a' && pText[start] != 'O') {
+    // one scalar is no structure; an unknown letter still names itself
+    SerializedReader probe(m_, pText, start);
+    probe.Value(pID);
+    hInvalid();
+  }
+  int64_t pos = static_cast<int64_t>(start);
+  ReadValue(pID, pText, pos);
+  for (size_t i = static_cast<size_t>(pos); i < pText.size(); ++i)
+    if (!blank(pText[i])) hInvalid();
+}
+
+// ---- the manager's members for this form ---------------------------------------------------
+
+void cls_StructureManager::hEmpty(int32_t pID) {
+  Node& n = hNode(pID);
+  std::vector<int32_t> children;
+  for (const Item& it : n.items)
+    if (it.used && it.isStruct) children.push_back(it.child);
+  n.items.assign(1, Item{});
+  n.unused = 0;
+  n.flags = static_cast<uint8_t>((n.flags & ~(kHasZero | kDefaultMode)) | kChanged);
+  hDropIndex(n);
+  for (int32_t c : children) Release(c);
+}
+
+std::string cls_StructureManager::SERIALIZE(int32_t pID) {
+  return Guard(kClass, "SERIALIZE", [&] { return cls_StructureSerializer(*this).Write(pID); });
+}
+
+void cls_StructureManager::UNSERIALIZE(int32_t pID, std::string_view rSerialData) {
+  if (rSerialData.size() >= 2 && rSerialData[0] == 'Q' && rSerialData[1] == 'S') {
+    UNSERIALIZEBINARY(pID, rSerialData);
+    return;
+  }
+  // the reader's failures are reported under the name of the routine that reads
+  GuardVoid(kClass, "UNSERIALIZE2", [&] { cls_StructureSerializer(*this).Unserialize(pID, rSerialData); });
+}
+
+Variant cls_StructureManager::UNSERIALIZE2(int32_t pID, std::string_view rSerialData, int64_t& rIndex) {
+  return Guard(kClass, "UNSERIALIZE2",
+               [&] { return cls_StructureSerializer(*this).ReadValue(pID, rSerialData, rIndex); });
+}
+
+}  // namespace rykel

@@ -1,0 +1,73 @@
+// cls_StructureSerializer: the serialized text form of a structure (the text of PHP's serialize for
+// nested arrays), written and read straight on the manager's node table.
+//
+// Grammar of what the writer produces (no separators between the pieces, strings never escaped):
+//   node   -> "a:" used-count ":{" { key value } "}"
+//   key    -> "s:" chars ":\"" name "\";"               every item, numbered ones with name ""
+//   value  -> node                                        a sub-structure
+//           | "n:0;"                                      Null
+//           | "i:" decimal ";"                            Integer, Long
+//           | "d:" number ";"                             Single, Double, Currency
+//           | "b:" ("1" | "0") ";"                        Boolean
+//           | "s:" chars ":\"" text "\";"                 String; a Date as "yyyy-mm-dd HH:MM:SS"
+//           | "i:0;"                                      Empty, Object, Error
+//   chars  -> the length of the text in characters (UTF-8 code points), not bytes
+//   number -> PHP's shortest round-trip form: "0.1", "100", "-0", "1.0E+25", "1.5E-7", "INF",
+//             "-INF", "NAN"; exponent form when the decimal exponent is above 17 or below -4
+//
+// The reader also takes what PHP writes:
+//   value  -> "N;"                                        null
+//           | "O:" chars ":\"" class "\":" count ":{" { key value } "}"   an object's properties
+//   key    -> "i:" decimal ";"                            a numbered item at that index
+//   chars  -> a byte count, when the character count does not end on "\";"
+// A key "" appends a numbered item; a string value whose 5th and 8th characters are "-" becomes a
+// Date when it reads as one. Nesting deeper than kMaxDepth arrays raises "Serialized data invalid".
+//
+// Threads: the depth counter is per thread; a serializer works on one manager of that thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "frame/Variant.h"
+#include "structure/cls_StructureManager.h"
+
+namespace rykel {
+
+class cls_StructureSerializer {
+ public:
+  static constexpr int kMaxDepth = 100;
+
+  explicit cls_StructureSerializer(cls_StructureManager& pManager) : m_(pManager) {}
+
+  // The serialized text of the node and its subtree. Raises kInvalidData when the tree is nested
+  // deeper than kMaxDepth (a structure that holds itself is the usual cause).
+  std::string Write(int32_t pID);
+
+  // Empties the node, then fills it from the text: compact text ("QS...") goes to the compact
+  // reader, blank text leaves the node empty, anything else must be one array or object followed
+  // by nothing but blanks and line breaks. Resets the thread's depth counter first.
+  // Raises kInvalidData with "Serialized data invalid" or "Invalid data type found: " + letter.
+  void Unserialize(int32_t pID, std::string_view pText);
+
+  // Reads one value at rPos (a byte offset) and moves rPos past it. An array or object appends its
+  // items to the node and gives Empty; a scalar is returned and the node is left alone.
+  Variant ReadValue(int32_t pID, std::string_view pText, int64_t& rPos);
+
+  // The reader's nesting depth on this thread (reset by Unserialize and after every error).
+  static int& Depth();
+
+  // The PHP text of a double ("0.1", "1.0E+25", "-0", "INF"); writes into buf, returns the length.
+  // REQUIRES: buf holds at least 32 characters.
+  static size_t DoubleText(double pValue, char* buf);
+  // The length of a text in characters, as the writer counts it.
+  static size_t CharCount(std::string_view pText);
+
+ private:
+  void hUnserialize(int32_t pID, std::string_view pText);
+
+  cls_StructureManager& m_;
+};
+
+}  // namespace rykel

@@ -1,0 +1,736 @@
+#include "structure/mdl_StructureScript.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/FileIO.h"
+#include "frame/Text.h"
+#include "structure/cls_Structure.h"
+#include "structure/cls_StructureManager.h"
+
+namespace rykel {
+namespace mdl_StructureScript {
+
+namespace {
+
+constexpr int32_t kMaxIndexGap = 1024;  // a "[i]" name may skip at most this many unused slots
+
+bool hIsBlank(char c) { return c == ' ' || c == '\t'; }
+
+// Offset of the first line break at or after from (npos when none). A plain loop: find_first_of
+// with a set of characters calls memchr once per character of the text.
+size_t hLineEnd(std::string_view s, size_t from = 0) {
+  for (size_t i = from; i < s.size(); ++i)
+    if (s[i] == '\r' || s[i] == '\n') return i;
+  return std::string_view::npos;
+}
+
+std::string_view hTrimWs(std::string_view s) {
+  while (!s.empty() && hIsBlank(s.front())) s.remove_prefix(1);
+  while (!s.empty() && hIsBlank(s.back())) s.remove_suffix(1);
+  return s;
+}
+
+bool hIEquals(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    char x = a[i], y = b[i];
+    if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 32);
+    if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 32);
+    if (x != y) return false;
+  }
+  return true;
+}
+
+void hAppendDouble(std::string& out, double d, bool single) {
+  char buf[64];
+  auto r = single ? std::to_chars(buf, buf + sizeof buf, static_cast<float>(d))
+                  : std::to_chars(buf, buf + sizeof buf, d);
+  std::string_view t(buf, static_cast<size_t>(r.ptr - buf));
+  size_t start = out.size();
+  out.append(t);
+  bool hasMark = false;
+  for (size_t i = start; i < out.size(); ++i) {
+    if (out[i] == 'e') out[i] = 'E';
+    if (out[i] == '.' || out[i] == 'E' || out[i] == 'n' || out[i] == 'i') hasMark = true;
+  }
+  if (!hasMark) out += ".0";
+}
+
+// An integer text: optional "-" and 1..20 digits.
+bool hIntText(std::string_view s, int64_t& out) {
+  size_t i = (!s.empty() && (s[0] == '-' || s[0] == '+')) ? 1 : 0;
+  if (i == s.size() || s.size() - i > 18) return false;
+  int64_t v = 0;
+  for (size_t k = i; k < s.size(); ++k) {
+    if (s[k] < '0' || s[k] > '9') return false;
+    v = v * 10 + (s[k] - '0');
+  }
+  out = s[0] == '-' ? -v : v;
+  return true;
+}
+
+// A real number text in the "C" form ("1.5", "-2E+10", ".5"); the whole text must be used.
+bool hRealText(std::string_view s, double& out) {
+  if (s.empty()) return false;
+  char c = s[0];
+  if (!(c == '-' || c == '+' || c == '.' || (c >= '0' && c <= '9'))) return false;
+  if (c == '+') s.remove_prefix(1);
+  if (s.empty()) return false;
+  auto r = std::from_chars(s.data(), s.data() + s.size(), out);
+  return r.ec == std::errc() && r.ptr == s.data() + s.size();
+}
+
+// A decimal text with at most four decimals as a currency value scaled by 10,000.
+bool hCurrencyText(std::string_view s, int64_t& out) {
+  bool neg = !s.empty() && s[0] == '-';
+  if (neg) s.remove_prefix(1);
+  size_t dot = s.find('.');
+  std::string_view whole = s.substr(0, dot);
+  std::string_view frac = dot == std::string_view::npos ? std::string_view() : s.substr(dot + 1);
+  if (whole.empty() || whole.size() > 15 || frac.size() > 4) return false;
+  int64_t w = 0, f = 0;
+  if (!hIntText(whole, w) || whole[0] == '-' || whole[0] == '+') return false;
+  for (size_t i = 0; i < 4; ++i) {
+    char d = i < frac.size() ? frac[i] : '0';
+    if (d < '0' || d > '9') return false;
+    f = f * 10 + (d - '0');
+  }
+  out = w * 10000 + f;
+  if (neg) out = -out;
+  return true;
+}
+
+int hHex(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+// Reads a quoted text starting at s[0] == '"'; rEnd is the offset after the closing quote.
+bool hReadQuoted(std::string_view s, std::string& rOut, size_t& rEnd, std::string& rError) {
+  rOut.clear();
+  size_t i = 1;
+  while (i < s.size()) {
+    size_t stop = i;
+    while (stop < s.size() && s[stop] != '"' && s[stop] != '\\') ++stop;
+    if (stop == s.size()) break;
+    rOut.append(s.data() + i, stop - i);
+    i = stop;
+    if (s[i] == '"') {
+      rEnd = i + 1;
+      return true;
+    }
+    if (++i == s.size()) break;
+    switch (s[i]) {
+      case '\\': rOut += '\\'; break;
+      case '"': rOut += '"'; break;
+      case 'r': rOut += '\r'; break;
+      case 'n': rOut += '\n'; break;
+      case 't': rOut += '\t'; break;
+      case 'x': {
+        int h1 = i + 1 < s.size() ? hHex(s[i + 1]) : -1;
+        int h2 = i + 2 < s.size() ? hHex(s[i + 2]) : -1;
+        if (h1 < 0 || h2 < 0) {
+          rError = "'\\x' needs two hexadecimal digits";
+          return false;
+        }
+        rOut += static_cast<char>(h1 * 16 + h2);
+        i += 2;
+        break;
+      }
+      default:
+        rError = std::string("unknown escape '\\") + s[i] + "'";
+        return false;
+    }
+    ++i;
+  }
+  rError = "unfinished string (closing '\"' expected)";
+  return false;
+}
+
+bool hNeedsQuotes(std::string_view s) {
+  for (unsigned char c : s)
+    if (c < 0x20 || c == 0x7f || c == '"' || c == '\\') return true;
+  return false;
+}
+
+// True when the bare text of s would be read back as exactly the string s.
+bool hBareStringSafe(std::string_view s) {
+  if (s.empty() || hIsBlank(s.front()) || hIsBlank(s.back()) || hNeedsQuotes(s)) return false;
+  if (s[0] == '#' || s[0] == '{') return false;
+  Variant v;
+  bool emptyStruct = false;
+  std::string e;
+  return ReadLiteral(s, v, emptyStruct, e) && v.isString() && !emptyStruct;
+}
+
+// ---- the writer ---------------------------------------------------------------------------------
+
+struct Writer {
+  cls_StructureManager& m;
+  bool notEmpty;
+  std::string out;
+
+  // Returns false when nothing was written (SCRIPTNOTEMPTY leaves out empty blocks).
+  bool Node(int32_t id, int32_t level, int depth) {
+    if (depth > kMaxDepth)
+      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(kMaxDepth) +
+                                   " levels (or holding itself)");
+    const auto& items = m.Items(id);
+    bool any = false;
+    for (size_t i = m.HASZERO_GET(id) ? 0 : 1; i < items.size(); ++i) {
+      const auto& it = items[i];
+      if (!it.used) continue;
+      if (it.isStruct) {
+        size_t mark = out.size();
+        out.append(static_cast<size_t>(level), '\t');
+        AppendName(out, m.Names().Name(it.name), static_cast<int32_t>(i));
+        out += " {\r\n";
+        bool inner = Node(it.child, level + 1, depth + 1);
+        if (notEmpty && !inner) {
+          out.resize(mark);
+          continue;
+        }
+        out.append(static_cast<size_t>(level), '\t');
+        out += "}\r\n";
+        any = true;
+        continue;
+      }
+      if (notEmpty && IsEmptyValue(it.value)) continue;
+      out.append(static_cast<size_t>(level), '\t');
+      AppendName(out, m.Names().Name(it.name), static_cast<int32_t>(i));
+      out += " = ";
+      ValueLiteral(out, it.value);
+      out += "\r\n";
+      any = true;
+    }
+    return any;
+  }
+};
+
+// ---- the reader ---------------------------------------------------------------------------------
+
+using Part = PathPart;
+
+struct Block {
+  StructurePtr handle;  // keeps the node alive while it is open
+  int32_t id;
+  std::string name;
+  size_t line;
+  size_t depth;  // nesting level of the block's node (the top node is 0)
+};
+
+[[noreturn]] void hFailAt(size_t line, const std::string& what) {
+  if (line == 0) Raise(err::kInvalidData, "Data invalid: " + what);
+  Raise(err::kInvalidData, "Script data invalid (line " + std::to_string(line) + "): " + what);
+}
+
+void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Variant& value, size_t line) {
+  if (p.index < 0) {
+    m.ITEMBYID_LET(node, p.name, value);
+    return;
+  }
+  if (p.index > static_cast<int64_t>(m.MAX(node)) + kMaxIndexGap)
+    hFailAt(line, "index [" + std::to_string(p.index) + "] skips more than " + std::to_string(kMaxIndexGap) +
+                      " unused items");
+  m.ITEM_LET(node, Variant(static_cast<int32_t>(p.index)), value, true);
+}
+
+// A new empty sub-structure under the part (replacing what was there).
+int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep,
+                    size_t line) {
+  StructurePtr h = m.CONVERT(m.Alloc());
+  hAssignPart(m, node, p, Variant(h), line);
+  int32_t id = h->SID_GET();
+  keep.push_back(std::move(h));
+  return id;
+}
+
+// The sub-structure under the part, created when missing or a scalar.
+int32_t hChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep,
+                 size_t line) {
+  Variant v = p.index >= 0 ? m.ITEM_GET(node, Variant(static_cast<int32_t>(p.index)), {}, true)
+                           : m.ITEMBYID_GET(node, p.name);
+  if (auto h = v.as<cls_Structure>()) {
+    int32_t id = h->SID_GET();
+    keep.push_back(std::move(h));
+    return id;
+  }
+  return hNewChildOf(m, node, p, keep, line);
+}
+
+class Parser {
+ public:
+  Parser(cls_StructureManager& m, int32_t id) : m_(m) { stack_.push_back({nullptr, id, "", 0, 0}); }
+
+  void Line(std::string_view raw, size_t lineNo) {
+    line_ = lineNo;
+    keep_.clear();
+    std::string_view s = hTrimWs(raw);
+    if (s.empty() || s[0] == '#' || s.substr(0, 2) == "//") return;
+    if (s == "}") {
+      if (stack_.size() == 1) hFail("'}' without an open block");
+      stack_.pop_back();
+      return;
+    }
+    // name
+    std::vector<Part>& parts = parts_;
+    parts.clear();
+    size_t pos = 0;
+    if (s[0] == '"') {
+      Part p;
+      std::string err;
+      if (!hReadQuoted(s, p.name, pos, err)) hFail(err);
+      if (p.name.empty()) hFail("empty name");
+      parts.push_back(std::move(p));
+    } else if (s[0] != '{') {
+      while (pos < s.size() && s[pos] != '=' && s[pos] != '{') ++pos;
+      hSplitName(hTrimWs(s.substr(0, pos)), parts);
+    }
+    std::string_view rest = hTrimWs(s.substr(pos));
+    if (rest.empty()) hFail("'=' or '{' expected after the name");
+    if (rest[0] == '{') {
+      if (rest.size() > 1) hFail("nothing may follow '{' on its line");
+      hOpen(parts);
+      return;
+    }
+    if (rest[0] != '=') hFail("'=' or '{' expected after the name");
+    rest = hTrimWs(rest.substr(1));
+    if (rest == "{") {
+      hOpen(parts);
+      return;
+    }
+    if (parts.empty()) hFail("a value needs a name");
+    Variant value;
+    bool emptyStruct = false;
+    if (!ReadLiteral(rest, value, emptyStruct, err_)) hFail(err_);
+    int32_t node = hWalk(parts, parts.size() - 1);
+    if (emptyStruct) {
+      hNewChild(node, parts.back());
+      return;
+    }
+    hAssign(node, parts.back(), value);
+  }
+
+  void Finish() {
+    if (stack_.size() > 1) {
+      const Block& b = stack_.back();
+      line_ = 0;
+      Raise(err::kInvalidData, "Script data invalid: '}' expected (to close '" + b.name + "' at line " +
+                                   std::to_string(b.line) + ")");
+    }
+  }
+
+ private:
+  [[noreturn]] void hFail(const std::string& what) { hFailAt(line_, what); }
+
+  // Splits a bare name at single dots; ".." is a literal dot; "[i]" parts are indexes.
+  void hSplitName(std::string_view s, std::vector<Part>& parts) {
+    if (s.empty()) hFail("empty name");
+    Part cur;
+    for (size_t i = 0; i < s.size(); ++i) {
+      char c = s[i];
+      if (c == '.') {
+        if (i + 1 < s.size() && s[i + 1] == '.') {
+          cur.name += '.';
+          ++i;
+          continue;
+        }
+        hFinishPart(cur, parts);
+        cur = Part();
+        continue;
+      }
+      if (c == '"' || c == '}' || static_cast<unsigned char>(c) < 0x20) hFail("invalid character in the name");
+      cur.name += c;
+    }
+    hFinishPart(cur, parts);
+  }
+
+  void hFinishPart(Part& p, std::vector<Part>& parts) {
+    std::string_view t = hTrimWs(p.name);
+    if (t.empty()) hFail("empty part in the name (a literal '.' is written '..')");
+    if (t.front() == '[' && t.back() == ']') {
+      int64_t n;
+      if (!hIntText(t.substr(1, t.size() - 2), n) || n < 0) hFail("'[' index ']' expected");
+      p.index = n;
+      p.name.clear();
+    } else {
+      p.name = std::string(t);
+    }
+    parts.push_back(std::move(p));
+  }
+
+  void hDepthCheck(size_t extra) {
+    if (stack_.back().depth + extra > static_cast<size_t>(kMaxDepth))
+      hFail("nested deeper than " + std::to_string(kMaxDepth) + " levels");
+  }
+
+  // The node that holds the last part: walks (creating) the sub-structures of the parts before it.
+  int32_t hWalk(const std::vector<Part>& parts, size_t upTo) {
+    hDepthCheck(upTo + 1);
+    int32_t node = stack_.back().id;
+    for (size_t i = 0; i < upTo; ++i) node = hChild(node, parts[i]);
+    return node;
+  }
+
+  int32_t hChild(int32_t node, const Part& p) { return hChildOf(m_, node, p, keep_, line_); }
+  int32_t hNewChild(int32_t node, const Part& p) { return hNewChildOf(m_, node, p, keep_, line_); }
+  void hAssign(int32_t node, const Part& p, const Variant& value) { hAssignPart(m_, node, p, value, line_); }
+
+  void hOpen(const std::vector<Part>& parts) {
+    size_t levels = parts.empty() ? 1 : parts.size();
+    hDepthCheck(levels);
+    int32_t child;
+    std::string name;
+    if (parts.empty()) {
+      // "{" alone: a new unnamed sub-structure appended to the open block
+      StructurePtr h = m_.CONVERT(m_.Alloc());
+      m_.ADD(stack_.back().id, Variant(h));
+      child = h->SID_GET();
+      keep_.push_back(std::move(h));
+      name = "{";
+    } else {
+      int32_t node = hWalk(parts, parts.size() - 1);
+      child = hChild(node, parts.back());
+      const Part& last = parts.back();
+      name = last.index >= 0 ? "[" + std::to_string(last.index) + "]" : last.name;
+    }
+    stack_.push_back({keep_.back(), child, std::move(name), line_, stack_.back().depth + levels});
+    keep_.clear();
+  }
+
+  cls_StructureManager& m_;
+  std::vector<Block> stack_;
+  std::vector<StructurePtr> keep_;  // handles met on the current line
+  std::vector<Part> parts_;         // the name of the current line
+  std::string err_;
+  size_t line_ = 0;
+};
+
+}  // namespace
+
+// ---- value literals -----------------------------------------------------------------------------
+
+void AppendQuoted(std::string& rOut, std::string_view s) {
+  rOut += '"';
+  for (char c : s) {
+    switch (c) {
+      case '"': rOut += "\\\""; break;
+      case '\\': rOut += "\\\\"; break;
+      case '\r': rOut += "\\r"; break;
+      case '\n': rOut += "\\n"; break;
+      case '\t': rOut += "\\t"; break;
+      default:
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
+          static const char* kHex = "0123456789ABCDEF";
+          rOut += "\\x";
+          rOut += kHex[(c >> 4) & 15];
+          rOut += kHex[c & 15];
+        } else {
+          rOut += c;
+        }
+    }
+  }
+  rOut += '"';
+}
+
+void ValueLiteral(std::string& rOut, const Variant& v, bool pBareStrings) {
+  switch (v.type()) {
+    case VarType::Null: rOut += "NULL"; break;
+    case VarType::Integer: rOut += std::to_string(v.rawInteger()); rOut += '%'; break;
+    case VarType::Long: rOut += std::to_string(v.rawLong()); break;
+    case VarType::Single:
+      if (!std::isfinite(v.rawSingle())) { AppendQuoted(rOut, NumberText(v.rawSingle())); break; }
+      hAppendDouble(rOut, v.rawSingle(), true);
+      rOut += '!';
+      break;
+    case VarType::Double:
+      if (!std::isfinite(v.rawDouble())) { AppendQuoted(rOut, NumberText(v.rawDouble())); break; }
+      hAppendDouble(rOut, v.rawDouble(), false);
+      break;
+    case VarType::Currency: rOut += CurrencyText(v.rawCurrency()); rOut += '@'; break;
+    case VarType::Date: rOut += '#'; rOut += date::ToIso(v.rawDouble()); rOut += '#'; break;
+    case VarType::Boolean: rOut += v.rawBool() ? "True" : "False"; break;
+    case VarType::String:
+      if (pBareStrings && hBareStringSafe(v.str()))
+        rOut += v.str();
+      else
+        AppendQuoted(rOut, v.str());
+      break;
+    default: break;  // Empty, objects and error values: nothing
+  }
+}
+
+bool ReadLiteral(std::string_view s, Variant& rValue, bool& rEmptyStruct, std::string& rError) {
+  rEmptyStruct = false;
+  rValue = Variant();
+  if (s.empty()) return true;
+  if (s[0] == '"') {
+    std::string t;
+    size_t end = 0;
+    if (!hReadQuoted(s, t, end, rError)) return false;
+    if (!hTrimWs(s.substr(end)).empty()) {
+      rError = "nothing may follow the closing '\"'";
+      return false;
+    }
+    rValue = Variant(t);
+    return true;
+  }
+  if (s == "{}") {
+    rEmptyStruct = true;
+    return true;
+  }
+  if (s.size() >= 2 && s.front() == '#' && s.back() == '#') {
+    double d;
+    if (!date::Parse(s.substr(1, s.size() - 2), d)) {
+      rError = "invalid date '" + std::string(s) + "'";
+      return false;
+    }
+    rValue = Variant::Date(d);
+    return true;
+  }
+  if (hIEquals(s, "NULL")) { rValue = Variant::Null(); return true; }
+  if (hIEquals(s, "TRUE")) { rValue = Variant(true); return true; }
+  if (hIEquals(s, "FALSE")) { rValue = Variant(false); return true; }
+  char first = s[0];
+  if (first == '-' || first == '+' || first == '.' || (first >= '0' && first <= '9')) {
+    char suffix = s.back();
+    std::string_view body = s.substr(0, s.size() - 1);
+    int64_t n;
+    double d;
+    switch (suffix) {
+      case '%':
+        if (hIntText(body, n) && n >= -32768 && n <= 32767) { rValue = Variant(static_cast<int16_t>(n)); return true; }
+        break;
+      case '&':
+        if (hIntText(body, n) && n >= INT32_MIN && n <= INT32_MAX) { rValue = Variant(static_cast<int32_t>(n)); return true; }
+        break;
+      case '!':
+        if (hRealText(body, d)) { rValue = Variant(static_cast<float>(d)); return true; }
+        break;
+      case '@':
+        if (hCurrencyText(body, n)) { rValue = Variant::Currency(n); return true; }
+        break;
+      default:
+        if (hIntText(s, n) && n >= INT32_MIN && n <= INT32_MAX) { rValue = Variant(static_cast<int32_t>(n)); return true; }
+        if (hRealText(s, d)) { rValue = Variant(d); return true; }
+    }
+  }
+  rValue = Variant(s);  // bare text
+  return true;
+}
+
+bool IsEmptyValue(const Variant& v) {
+  switch (v.type()) {
+    case VarType::Empty:
+    case VarType::Null: return true;
+    case VarType::String: return v.str().empty();
+    case VarType::Integer: return v.rawInteger() == 0;
+    case VarType::Long: return v.rawLong() == 0;
+    case VarType::Single: return v.rawSingle() == 0;
+    case VarType::Double: return v.rawDouble() == 0;
+    case VarType::Currency: return v.rawCurrency() == 0;
+    default: return false;
+  }
+}
+
+void AppendName(std::string& rOut, std::string_view pName, int32_t pIndex) {
+  if (pName.empty()) {
+    rOut += '[';
+    rOut += std::to_string(pIndex);
+    rOut += ']';
+    return;
+  }
+  bool quote = hNeedsQuotes(pName) || hIsBlank(pName.front()) || hIsBlank(pName.back()) ||
+               pName[0] == '#' || pName[0] == '[' || pName.substr(0, 2) == "//" ||
+               pName.find_first_of("={}") != std::string_view::npos;
+  if (quote) {
+    AppendQuoted(rOut, pName);
+    return;
+  }
+  for (char c : pName) {
+    rOut += c;
+    if (c == '.') rOut += '.';
+  }
+}
+
+// ---- writer, reader, content moves --------------------------------------------------------------
+
+std::string Write(cls_StructureManager& m, int32_t pID, int32_t pIndentation, bool pNotEmpty) {
+  Writer w{m, pNotEmpty, {}};
+  w.Node(pID, pIndentation < 0 ? 0 : pIndentation, 0);
+  return std::move(w.out);
+}
+
+void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
+  if (pText.substr(0, 3) == "\xEF\xBB\xBF") pText.remove_prefix(3);  // UTF-8 byte order mark
+  Parser p(m, pID);
+  size_t lineNo = 0;
+  while (!pText.empty()) {
+    size_t end = hLineEnd(pText);
+    std::string_view line = pText.substr(0, end);
+    ++lineNo;
+    p.Line(line, lineNo);
+    if (end == std::string_view::npos) break;
+    size_t skip = (pText[end] == '\r' && end + 1 < pText.size() && pText[end + 1] == '\n') ? 2 : 1;
+    pText.remove_prefix(end + skip);
+  }
+  p.Finish();
+}
+
+void AssignPath(cls_StructureManager& m, int32_t pID, const std::vector<PathPart>& pPath, const Variant& pValue,
+                bool pEmptyStruct) {
+  if (pPath.empty()) hFailAt(0, "empty name");
+  if (pPath.size() > static_cast<size_t>(kMaxDepth))
+    hFailAt(0, "nested deeper than " + std::to_string(kMaxDepth) + " levels");
+  std::vector<StructurePtr> keep;
+  int32_t node = pID;
+  for (size_t i = 0; i + 1 < pPath.size(); ++i) node = hChildOf(m, node, pPath[i], keep, 0);
+  if (pEmptyStruct)
+    hNewChildOf(m, node, pPath.back(), keep, 0);
+  else
+    hAssignPart(m, node, pPath.back(), pValue, 0);
+}
+
+void Empty(cls_StructureManager& m, int32_t pID) {
+  const auto& items = m.Items(pID);
+  if (!items.empty() && items[0].used && items[0].isStruct) m.ITEMDIRECT_LET(pID, 0, "", Variant());
+  m.RESIZE(pID, 0);
+  m.CLEAR(pID);
+  m.CHANGED_LET(pID, true);
+}
+
+void MoveContent(cls_StructureManager& m, int32_t pFrom, int32_t pTo) {
+  if (m.HASZERO_GET(pFrom)) m.HASZERO_LET(pTo, true);
+  const size_t n = m.Items(pFrom).size();
+  for (size_t i = m.HASZERO_GET(pFrom) ? 0 : 1; i < n; ++i) {
+    const auto& it = m.Items(pFrom)[i];
+    if (!it.used) continue;
+    Variant v = it.isStruct ? Variant(m.Ref(it.child)) : it.value;
+    std::string name(m.Names().Name(it.name));
+    m.ITEMDIRECT_LET(pTo, static_cast<int32_t>(i), name, v);
+  }
+}
+
+}  // namespace mdl_StructureScript
+
+// ---- the manager's script form and structure files ----------------------------------------------
+
+namespace {
+constexpr const char* kClass = "cls_StructureManager";
+
+std::string hFirstLine(std::string_view& rText) {
+  size_t end = rText.find('\n');
+  if (size_t cr = rText.substr(0, end).find('\r'); cr != std::string_view::npos) end = cr;
+  std::string line(rText.substr(0, end));
+  if (end == std::string_view::npos) {
+    rText = {};
+  } else {
+    size_t skip = (rText[end] == '\r' && end + 1 < rText.size() && rText[end + 1] == '\n') ? 2 : 1;
+    rText.remove_prefix(end + skip);
+  }
+  while (!line.empty() && (line.back() == ' ' || line.back() == '\t')) line.pop_back();
+  return line;
+}
+
+// Reads the file into a fresh node and, only when that succeeds, replaces the node's content.
+void hLoadInto(cls_StructureManager& m, int32_t pID, std::string_view text) {
+  StructurePtr temp = m.CONVERT(m.Alloc());
+  mdl_StructureScript::Parse(m, temp->SID_GET(), text);
+  mdl_StructureScript::Empty(m, pID);
+  mdl_StructureScript::MoveContent(m, temp->SID_GET(), pID);
+}
+
+int hCompareVersion(const Variant& a, const Variant& b) {
+  double x, y;
+  if (IsNumeric(a) && IsNumeric(b)) {
+    x = CDbl(a);
+    y = CDbl(b);
+    return x < y ? -1 : (x > y ? 1 : 0);
+  }
+  std::string s = CStr(a), t = CStr(b);
+  return s < t ? -1 : (s > t ? 1 : 0);
+}
+}  // namespace
+
+std::string cls_StructureManager::SCRIPT(int32_t pID, int32_t pIndentation) {
+  return Guard(kClass, "SCRIPT", [&] { return mdl_StructureScript::Write(*this, pID, pIndentation, false); });
+}
+
+std::string cls_StructureManager::SCRIPTNOTEMPTY(int32_t pID, int32_t pIndentation) {
+  return Guard(kClass, "SCRIPTNOTEMPTY", [&] { return mdl_StructureScript::Write(*this, pID, pIndentation, true); });
+}
+
+void cls_StructureManager::PARSE(int32_t pID, std::string_view pText) {
+  GuardVoid(kClass, "PARSE", [&] { mdl_StructureScript::Parse(*this, pID, pText); });
+}
+
+bool cls_StructureManager::SAVE(int32_t pID, const std::string& pFile) {
+  return Guard(kClass, "SAVE", [&] {
+    fileio::WriteFileAtomic(pFile, mdl_StructureScript::Write(*this, pID, 0, false));
+    return true;
+  });
+}
+
+bool cls_StructureManager::LOAD(int32_t pID, const std::string& pFile) {
+  return Guard(kClass, "LOAD", [&] {
+    hLoadInto(*this, pID, fileio::ReadFile(pFile));
+    return true;
+  });
+}
+
+bool cls_StructureManager::LOADEX(int32_t pID, const std::string& pFile) {
+  return Guard(kClass, "LOADEX", [&] {
+    std::string text;
+    try {
+      text = fileio::ReadFile(pFile);
+      hLoadInto(*this, pID, text);
+    } catch (const Error&) {
+      return false;  // missing, unreadable or invalid: the node stays as it was
+    }
+    return true;
+  });
+}
+
+bool cls_StructureManager::SAVESIGNATURE(int32_t pID, const std::string& pFile, const Variant& pSignature,
+                                         const Variant& pVersion) {
+  return Guard(kClass, "SAVESIGNATURE", [&] {
+    std::string text = "// " + CStr(pSignature) + "\r\n// Version = " + CStr(pVersion) + "\r\n";
+    text += mdl_StructureScript::Write(*this, pID, 0, false);
+    fileio::WriteFileAtomic(pFile, text);
+    return true;
+  });
+}
+
+bool cls_StructureManager::LOADSIGNATURE(int32_t pID, const std::string& pFile, const Variant& pSignature,
+                                         const Variant& pVersionMin, const Variant& pVersionMax) {
+  return Guard(kClass, "LOADSIGNATURE", [&] {
+    std::string data = fileio::ReadFile(pFile);
+    std::string_view rest(data);
+    if (rest.substr(0, 3) == "\xEF\xBB\xBF") rest.remove_prefix(3);
+    std::string first = hFirstLine(rest), second = hFirstLine(rest);
+    std::string want = "// " + CStr(pSignature);
+    if (first != want)
+      Raise(err::kInvalidData, "File '" + pFile + "' has not the signature '" + CStr(pSignature) + "'");
+    constexpr std::string_view kVersion = "// Version = ";
+    if (second.compare(0, kVersion.size(), kVersion) != 0)
+      Raise(err::kInvalidData, "File '" + pFile + "' has no '// Version = ' line");
+    Variant version(std::string_view(second).substr(kVersion.size()));
+    if ((!pVersionMin.isEmpty() && hCompareVersion(version, pVersionMin) < 0) ||
+        (!pVersionMax.isEmpty() && hCompareVersion(version, pVersionMax) > 0))
+      Raise(err::kInvalidData, "File '" + pFile + "' has version " + CStr(version) + ", expected " +
+                                   (pVersionMin.isEmpty() ? std::string("any") : CStr(pVersionMin)) + " to " +
+                                   (pVersionMax.isEmpty() ? std::string("any") : CStr(pVersionMax)));
+    hLoadInto(*this, pID, rest);
+    return true;
+  });
+}
+
+}  // namespace rykel

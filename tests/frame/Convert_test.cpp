@@ -1,0 +1,127 @@
+#include "frame/Convert.h"
+
+#include <gtest/gtest.h>
+
+#include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/Variant.h"
+
+namespace rykel {
+
+TEST(Variant, CopiesShareTextAndKeepTypes) {
+  static_assert(sizeof(Variant) == 16);
+  Variant a("Grüße");
+  Variant b = a;
+  EXPECT_EQ(a.str().data(), b.str().data());  // shared, not copied
+  Variant c = std::move(b);
+  EXPECT_TRUE(b.isEmpty());
+  EXPECT_EQ(c.str(), "Grüße");
+  EXPECT_EQ(Variant(int16_t{3}).type(), VarType::Integer);
+  EXPECT_EQ(Variant(3).type(), VarType::Long);
+  EXPECT_EQ(Variant(5000000000LL).type(), VarType::Double);
+  EXPECT_EQ(Variant(true).vartype(), 11);
+  EXPECT_EQ(Variant::Null().vartype(), 1);
+  c = a;
+  c = c;  // self-assignment keeps the value
+  EXPECT_EQ(c.str(), "Grüße");
+}
+
+TEST(Convert, TextOfValues) {
+  EXPECT_EQ(CStr(Variant()), "");
+  EXPECT_EQ(CStr(Variant(true)), "True");
+  EXPECT_EQ(CStr(Variant(false)), "False");
+  EXPECT_EQ(CStr(Variant(1.5)), "1.5");
+  EXPECT_EQ(CStr(Variant(-3.0)), "-3");
+  EXPECT_EQ(CStr(Variant(0.1 + 0.2)), "0.3");  // 15 significant digits
+  EXPECT_EQ(CStr(Variant(1e20)), "1E+20");
+  EXPECT_EQ(CStr(Variant(123456789012345.0)), "123456789012345");
+  EXPECT_EQ(CStr(Variant(0.00001)), "0.00001");
+  EXPECT_EQ(CStr(Variant(0.000001)), "1E-06");
+  EXPECT_EQ(CStr(Variant(2.5f)), "2.5");
+  EXPECT_EQ(CStr(Variant::Currency(-12345)), "-1.2345");
+  EXPECT_EQ(CStr(Variant::Currency(20000)), "2");
+  double d;
+  ASSERT_TRUE(date::Parse("2024-02-29 10:05:09", d));
+  EXPECT_EQ(CStr(Variant::Date(d)), "29.02.2024 10:05:09");
+  ASSERT_TRUE(date::Parse("2024-02-29", d));
+  EXPECT_EQ(CStr(Variant::Date(d)), "29.02.2024");
+}
+
+TEST(Convert, NumbersFromTextAcceptCommaOrPoint) {
+  EXPECT_DOUBLE_EQ(CDbl(Variant("1,5")), 1.5);
+  EXPECT_DOUBLE_EQ(CDbl(Variant(" 1.5 ")), 1.5);
+  EXPECT_DOUBLE_EQ(CDbl(Variant("1.234,5")), 1234.5);
+  EXPECT_DOUBLE_EQ(CDbl(Variant("1,234.5")), 1234.5);
+  EXPECT_DOUBLE_EQ(CDbl(Variant("-2e3")), -2000);
+  EXPECT_DOUBLE_EQ(CDbl(Variant("&HFF")), 255);
+  EXPECT_DOUBLE_EQ(CDbl(Variant(true)), -1);
+  EXPECT_DOUBLE_EQ(CDbl(Variant()), 0);
+  for (const char* bad : {"", "abc", "1.2.3x", "--1", "1e", ",", "1 2"}) {
+    EXPECT_FALSE(IsNumeric(Variant(bad))) << bad;
+    try {
+      CDbl(Variant(bad));
+      ADD_FAILURE() << "no error for " << bad;
+    } catch (const Error& e) {
+      EXPECT_EQ(e.number, err::kTypeMismatch);
+    }
+  }
+  EXPECT_TRUE(IsNumeric(Variant()));  // as the classic runtime says
+  EXPECT_FALSE(IsNumeric(Variant::Null()));
+}
+
+TEST(Convert, WholeNumbersRoundHalfToEvenAndOverflow) {
+  EXPECT_EQ(CLng(Variant(2.5)), 2);
+  EXPECT_EQ(CLng(Variant(3.5)), 4);
+  EXPECT_EQ(CLng(Variant(-2.5)), -2);
+  EXPECT_EQ(CInt(Variant("32767")), 32767);
+  EXPECT_THROW(CInt(Variant(32768)), Error);
+  EXPECT_THROW(CLng(Variant(3e9)), Error);
+  EXPECT_THROW(CLng(Variant::Null()), Error);
+  EXPECT_EQ(CCur(Variant(1.23456)), 12346);
+}
+
+TEST(Convert, TruthAndDates) {
+  EXPECT_TRUE(CBool(Variant("true")));
+  EXPECT_FALSE(CBool(Variant("False")));
+  EXPECT_TRUE(CBool(Variant("-1")));
+  EXPECT_FALSE(CBool(Variant(0.0)));
+  EXPECT_THROW(CBool(Variant("ja")), Error);
+  double d;
+  ASSERT_TRUE(date::Parse("1.3.2024", d));
+  EXPECT_DOUBLE_EQ(CDate(Variant("2024-03-01")), d);
+  EXPECT_DOUBLE_EQ(CDate(Variant(45000)), 45000);
+  EXPECT_THROW(CDate(Variant("morgen")), Error);
+}
+
+TEST(DateTime, ReadsItsFormsAndRejectsOthers) {
+  double d;
+  EXPECT_TRUE(date::Parse("1899-12-30", d));
+  EXPECT_DOUBLE_EQ(d, 0);
+  EXPECT_TRUE(date::Parse("2000-01-01 12:00:00", d));
+  EXPECT_DOUBLE_EQ(d, 36526.5);
+  EXPECT_TRUE(date::Parse("31.12.1999 23:59", d));
+  EXPECT_TRUE(date::Parse("12:30", d));
+  EXPECT_DOUBLE_EQ(d, 0.5 + 1.0 / 48);
+  for (const char* bad : {"2024-02-30", "2023-02-29", "1.5", "2024-13-01", "32.1.2024", "2024-01-01 24:00",
+                          "12:61", "2024-1-1x", "", "1.1.24"})
+    EXPECT_FALSE(date::Parse(bad, d)) << bad;
+  EXPECT_TRUE(date::Parse("2024-02-29", d));
+}
+
+TEST(DateTime, FormatsAndRoundTripsBefore1900) {
+  double d;
+  ASSERT_TRUE(date::Parse("2024-03-05 07:08:09", d));
+  EXPECT_EQ(date::ToIso(d), "2024-03-05 07:08:09");
+  EXPECT_EQ(date::Format(d, "dd.mm.yyyy HH:MM"), "05.03.2024 07:08");
+  EXPECT_EQ(date::Format(d, "d. mmmm yyyy, dddd"), "5. März 2024, Dienstag");
+  EXPECT_EQ(date::Format(d, "yy/m/d h:n:s"), "24/3/5 7:8:9");
+  EXPECT_EQ(date::Format(d, "\"Jahr\" yyyy"), "Jahr 2024");
+  // before 1899-12-30 the whole part is negative and the time still counts forward
+  ASSERT_TRUE(date::Parse("1899-12-29 06:00:00", d));
+  EXPECT_DOUBLE_EQ(d, -1.25);
+  EXPECT_EQ(date::ToIso(d), "1899-12-29 06:00:00");
+  ASSERT_TRUE(date::Parse("0100-01-01", d));
+  EXPECT_EQ(date::ToIso(d), "0100-01-01 00:00:00");
+}
+
+}  // namespace rykel

@@ -1,0 +1,265 @@
+#include "structure/cls_StructureManager.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+
+#include "frame/Convert.h"
+#include "frame/Error.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+
+namespace {
+std::shared_ptr<cls_StructureManager> Fresh() { return std::make_shared<cls_StructureManager>(); }
+}  // namespace
+
+TEST(StructureManager, AllocationOrderAndGrowth) {
+  auto m = Fresh();
+  EXPECT_EQ(m->Alloc(), 1);
+  EXPECT_EQ(m->INFO(), "Used: 1, Buffer: 10, Free: 9");
+  for (int expected = 10; expected >= 2; --expected) EXPECT_EQ(m->Alloc(), expected);
+  EXPECT_EQ(m->Alloc(), 11);
+  EXPECT_EQ(m->BUFFER(), 20);
+  // a released id is the next one handed out
+  m->Release(5);
+  EXPECT_EQ(m->USAGEFREE(), 10);
+  EXPECT_EQ(m->Alloc(), 5);
+  // growth is a tenth of the table rounded half to even: 3425 grows by 342 (not 343) to 3767
+  while (m->BUFFER() < 3425) m->Alloc();
+  EXPECT_EQ(m->BUFFER(), 3425);
+  while (m->USAGEFREE() > 0) m->Alloc();
+  EXPECT_EQ(m->Alloc(), 3426);
+  EXPECT_EQ(m->BUFFER(), 3767);
+  EXPECT_EQ(m->Alloc(), 3767);  // the highest new id comes first
+}
+
+TEST(StructureManager, LargeTablesGrowInBigSteps) {
+  auto m = Fresh();
+  while (m->BUFFER() < 99321) m->Alloc();
+  EXPECT_EQ(m->BUFFER(), 99321);
+  while (m->USAGEFREE() > 0) m->Alloc();
+  m->Alloc();
+  EXPECT_EQ(m->BUFFER(), 104321);  // capped at 5,000 per step below 100,000
+  while (m->USAGEFREE() > 0) m->Alloc();
+  m->Alloc();
+  EXPECT_EQ(m->BUFFER(), 154321);  // then 50,000 per step
+  while (m->BUFFER() < 500000) {
+    while (m->USAGEFREE() > 0) m->Alloc();
+    m->Alloc();
+  }
+  EXPECT_EQ(m->BUFFER(), 504321);
+  while (m->USAGEFREE() > 0) m->Alloc();
+  m->Alloc();
+  EXPECT_EQ(m->BUFFER(), 1400000);
+}
+
+TEST(StructureManager, ReleaseFreesSubtreesButNotSharedNodes) {
+  auto m = Fresh();
+  int32_t root = m->Alloc();
+  m->ITEM_LET(root, "A.B.C", 1);
+  m->ITEM_LET(root, "D.E", 2);
+  int32_t a = m->ITEM_GET(root, "A").as<cls_Structure>()->SID_GET();
+  auto d = m->Ref(CLng(Variant(m->ITEM_GET(root, "D").as<cls_Structure>()->SID_GET())));  // a handle keeps D
+  int32_t used = m->USAGE();
+  m->Release(root);
+  EXPECT_EQ(m->USAGE(), used - 3);  // root, A and B; D survives
+  EXPECT_EQ(m->REFCOUNT(a), 0);
+  EXPECT_EQ(d->ITEM_GET("E").rawLong(), 2);
+  EXPECT_EQ(m->REFCOUNT(d->SID_GET()), 1);
+  m->Release(root);  // already free: ignored
+  EXPECT_THROW(m->Release(999999), Error);
+  // a very deep chain is released without recursion
+  int32_t deep = m->Alloc();
+  std::string path = "X";
+  for (int i = 0; i < 20000; ++i) path += ".X";
+  m->ITEM_LET(deep, path, 1);
+  m->Release(deep);
+}
+
+TEST(StructureHandle, RefConnectIdentical) {
+  auto a = cls_Structure::New();
+  auto b = cls_Structure::New();
+  EXPECT_FALSE(a->IDENTICAL(*b));
+  auto a2 = a->Ref();
+  EXPECT_TRUE(a->IDENTICAL(*a2));
+  auto& m = *a->MANAGER_GET();
+  EXPECT_EQ(m.REFCOUNT(a->SID_GET()), 2);
+  int32_t bId = b->SID_GET();
+  m.AddRef(a->SID_GET());
+  b->CONNECT(a->SID_GET());  // releases b's node, takes over the reference
+  EXPECT_EQ(m.REFCOUNT(bId), 0);
+  EXPECT_EQ(m.REFCOUNT(a->SID_GET()), 3);
+  EXPECT_EQ(a->SELF().get(), a.get());
+}
+
+TEST(StructureItems, NamesPathsAndCount) {
+  auto s = cls_Structure::New();
+  s->ITEM_LET("name", "Anna");
+  EXPECT_EQ(s->ITEM_GET("NAME").str(), "Anna");
+  EXPECT_EQ(s->ID_GET(1), "NAME");
+  s->ITEM_LET("a.b.c", 5);
+  EXPECT_EQ(s->ITEM_GET("A.COUNT").rawLong(), 1);
+  EXPECT_EQ(s->ITEM_GET("a.b.c").rawLong(), 5);
+  EXPECT_EQ(s->ITEM_GET("a.b.missing", "d").str(), "d");
+  EXPECT_EQ(s->ITEM_GET("name.x", "d").str(), "d");  // path through a scalar
+  EXPECT_EQ(s->ITEM_GET("", "d").str(), "d");
+  s->ITEM_LET("name.first", "Anna");  // a scalar in the way becomes a structure
+  EXPECT_TRUE(s->ITEM_GET("NAME").as<cls_Structure>());
+  s->ITEM_LET("count", 7);  // can be written, not read back by name
+  EXPECT_EQ(s->ITEM_GET("COUNT").rawLong(), s->COUNT());
+  EXPECT_EQ(s->FIND("name"), 0);
+  EXPECT_EQ(s->FIND("NAME"), 1);
+  EXPECT_EQ(s->ITEM_GET("grüße", "d").str(), "d");
+  s->ITEM_LET("grüße", 1);
+  EXPECT_EQ(s->ID_GET(s->ITEMINDEX_GET("GRÜßE")), "GRÜßE");
+}
+
+TEST(StructureItems, IndexesBaseAndForce) {
+  auto z = cls_Structure::New();
+  z->ITEM_LET(0, "zero");
+  EXPECT_EQ(z->BASE(), 0);
+  EXPECT_TRUE(z->HASZERO_GET());
+  auto one = cls_Structure::New();
+  one->ITEM_LET(1, "x");  // index 1 beyond MAX 0 without force: a name "1" at index 1
+  EXPECT_EQ(one->BASE(), 1);
+  EXPECT_EQ(one->COUNT(), one->MAX());
+  auto f = cls_Structure::New();
+  f->ITEM_LET(5, "five", true);
+  EXPECT_EQ(f->COUNT(), 5);
+  EXPECT_EQ(f->ITEM_GET(5).str(), "five");
+  EXPECT_EQ(f->ITEM_GET(3, "unused").str(), "unused");
+  auto n = cls_Structure::New();
+  n->ITEM_LET(5, "five");
+  EXPECT_EQ(n->MAX(), 1);
+  EXPECT_EQ(n->ID_GET(1), "5");
+  EXPECT_EQ(n->ITEM_GET("5").str(), "five");
+  EXPECT_EQ(n->ITEM_GET("1", "no", true).str(), "five");  // forced: the text is an index
+  EXPECT_EQ(n->ADD("six"), 2);
+  EXPECT_EQ(n->ITEM_GET(2).str(), "six");
+  EXPECT_TRUE(n->CHANGED_GET());
+}
+
+TEST(StructureItems, DefaultsNeverOverwrite) {
+  auto s = cls_Structure::New();
+  s->ITEM_LET("A", 1);
+  s->DEFAULT("A", 2);
+  s->DEFAULT("B.C", 3);
+  s->DEFAULT("B.C", 4);
+  EXPECT_EQ(s->ITEM_GET("A").rawLong(), 1);
+  EXPECT_EQ(s->ITEM_GET("B.C").rawLong(), 3);
+  EXPECT_FALSE(s->DEFAULTMODE_GET());
+}
+
+TEST(StructureItems, ClearAndRemove) {
+  auto s = cls_Structure::New();
+  s->ITEM_LET(0, "zero");
+  s->ITEM_LET("sub.x", 1);
+  auto& m = *s->MANAGER_GET();
+  int32_t sub = s->ITEM_GET("SUB").as<cls_Structure>()->SID_GET();
+  int32_t used = m.USAGE();
+  s->CLEAR();
+  EXPECT_FALSE(s->HASZERO_GET());
+  EXPECT_EQ(s->COUNT(), 0);
+  EXPECT_EQ(m.USAGE(), used);  // the dropped sub-structure stays allocated
+  EXPECT_EQ(m.REFCOUNT(sub), 1);
+  EXPECT_EQ(s->VALUEBOUND_GET().str(), "");
+
+  auto r = cls_Structure::New();
+  r->ITEM_LET("a", 1);
+  r->ITEM_LET("b.c", 2);
+  r->ITEM_LET("d", 3);
+  r->CHANGED_LET(false);
+  EXPECT_FALSE(r->REMOVE(0));
+  EXPECT_FALSE(r->REMOVE("missing"));
+  EXPECT_TRUE(r->CHANGED_GET());
+  EXPECT_TRUE(r->REMOVE("B.C"));
+  EXPECT_EQ(r->ITEM_GET("B.COUNT").rawLong(), 0);
+  EXPECT_TRUE(r->REMOVE(1));
+  EXPECT_EQ(r->COUNT(), 3);  // the slot stays, unused
+  EXPECT_EQ(r->ITEM_GET("D").rawLong(), 3);
+  r->ITEM_LET("e", 4);  // reuses the unused slot
+  EXPECT_EQ(r->ITEMINDEX_GET("E"), 1);
+  EXPECT_TRUE(r->REMOVE("D"));
+  EXPECT_EQ(r->MAX(), 2);  // trailing unused slots are dropped
+}
+
+// A big node keeps a name index; compare it with a plain map under random writes and removals.
+TEST(StructureItems, BigNodesAgreeWithAModel) {
+  auto s = cls_Structure::New();
+  std::map<std::string, int> model;
+  std::mt19937 rng(7);
+  for (int step = 0; step < 20000; ++step) {
+    std::string key = "K" + std::to_string(rng() % 300);
+    if (rng() % 3 == 0) {
+      EXPECT_EQ(s->REMOVE(key), model.erase(key) == 1);
+    } else {
+      int v = static_cast<int>(rng() % 1000);
+      s->ITEM_LET(key, v);
+      model[key] = v;
+    }
+  }
+  for (int k = 0; k < 300; ++k) {
+    std::string key = "k" + std::to_string(k);
+    std::string upper = key;
+    upper[0] = 'K';
+    auto it = model.find(upper);
+    Variant got = s->ITEM_GET(key, -1);
+    EXPECT_EQ(CLng(got), it == model.end() ? -1 : it->second) << key;
+  }
+  int used = 0;
+  while (s->INDEX(used + 1) >= 0) ++used;
+  EXPECT_EQ(used, static_cast<int>(model.size()));
+  // renames keep the index right, duplicates resolve to the first slot
+  int32_t first = s->INDEX(1), second = s->INDEX(2);
+  std::string name = s->ID_GET(second);
+  s->ID_LET(first, name);
+  EXPECT_EQ(s->ITEMINDEX_GET(name), first);
+  s->REMOVE(first);
+  EXPECT_EQ(s->ITEMINDEX_GET(name), second);
+}
+
+TEST(StructureItems, FurtherOperations) {
+  auto s = cls_Structure::New();
+  s->ITEM_LET("a.b.target", "deep");
+  s->ITEM_LET("x", 1.5);
+  s->ITEMBYID_LET("dotted.name", "kept whole");
+  EXPECT_EQ(s->ITEMBYID_GET("DOTTED.NAME").str(), "kept whole");
+  EXPECT_TRUE(s->EXISTSBYID_GET("dotted.name"));
+  EXPECT_FALSE(s->EXISTS_GET("dotted.name"));  // a path: DOTTED does not exist
+  EXPECT_EQ(s->ITEMRECURSIVE_GET("target").str(), "deep");
+  EXPECT_TRUE(s->EXISTSVALUE_GET("1.5"));
+  EXPECT_FALSE(s->EXISTSVALUE_GET("deep"));  // only this level
+  EXPECT_EQ(s->COUNTSUBSTRUCTS(), 1);
+  EXPECT_EQ(s->COUNTALL(), 5);
+  EXPECT_EQ(s->ITEMPARENT_GET("a.b.target").as<cls_Structure>()->ITEM_GET("TARGET").str(), "deep");
+  EXPECT_TRUE(s->ITEMPARENT_GET("a.missing.target").isEmpty());
+  s->RESIZE(1);
+  EXPECT_EQ(s->COUNT(), 1);
+  EXPECT_FALSE(s->ISEMPTY());
+  s->ITEMDIRECT_LET(4, "direct", 9);
+  EXPECT_EQ(s->ITEM_GET("DIRECT").rawLong(), 9);
+  EXPECT_EQ(s->INDEX(2), 4);
+  // a structure stored in itself does not hang the recursive walks
+  s->ITEM_LET("self", Variant(s));
+  EXPECT_EQ(s->ITEMRECURSIVE_GET("nowhere", "none").str(), "none");
+  EXPECT_GT(s->COUNTALL(), 0);
+  s->REMOVE("self");
+}
+
+TEST(StructureManager, UsageInfo) {
+  auto m = Fresh();
+  int32_t id = m->Alloc();
+  m->ITEM_LET(id, "A", 1);
+  m->ITEM_LET(id, "S.X", true);
+  std::string info = m->USAGEINFO();
+  EXPECT_EQ(info.substr(0, info.find("\r\n")),
+            "#1:   Ref: 1  Max: 2  Flags: 0010  Bound: -  Item 0: Unused  Item 1: A = 1  Item 2: S = -> 10");
+  EXPECT_NE(info.find("#9: Unused"), std::string::npos);
+  m->PERFORMANCE("LOAD", 0.25);
+  m->PERFORMANCE("LOAD", 0.75);
+  EXPECT_EQ(m->PERFORMANCEINFO(), "LOAD\t2\t1.00\t0.50");
+}
+
+}  // namespace rykel

@@ -1,0 +1,317 @@
+#include "structure/mdl_StructureScript.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/FileIO.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Runs f and returns the error it raised ("" and number 0 when none).
+template <class F>
+std::pair<int, std::string> Failure(F&& f) {
+  try {
+    f();
+  } catch (const Error& e) {
+    return {e.number, e.description};
+  }
+  return {0, ""};
+}
+
+std::string ReadAll(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+struct TempDir {
+  fs::path path;
+  TempDir() {
+    std::string t = (fs::temp_directory_path() / "rykel_script_XXXXXX").string();
+    path = ::mkdtemp(t.data());
+  }
+  ~TempDir() {
+    std::error_code ec;
+    fs::permissions(path, fs::perms::owner_all, fs::perm_options::add, ec);
+    fs::remove_all(path, ec);
+  }
+  size_t Count() const { return static_cast<size_t>(std::distance(fs::directory_iterator(path), {})); }
+};
+
+StructurePtr Sample() {
+  auto s = cls_Structure::New();
+  s->ITEM_LET("NAME", "Anna");
+  s->ITEM_LET("AGE", 7);
+  s->ITEM_LET("SUB.X", true);
+  return s;
+}
+
+TEST(StructureScript, WritesOneLinePerItemWithTabsPerLevel) {
+  auto s = Sample();
+  s->ITEM_LET("SUB.DEEP.Y", 1.5);
+  EXPECT_EQ(s->SCRIPT(),
+            "NAME = \"Anna\"\r\nAGE = 7\r\nSUB {\r\n\tX = True\r\n\tDEEP {\r\n\t\tY = 1.5\r\n\t}\r\n}\r\n");
+  EXPECT_EQ(s->SCRIPT(1).substr(0, 15), "\tNAME = \"Anna\"\r");
+  EXPECT_EQ(cls_Structure::New()->SCRIPT(), "");
+}
+
+TEST(StructureScript, RoundTripKeepsValuesAndTypes) {
+  auto s = cls_Structure::New();
+  double when;
+  ASSERT_TRUE(date::Parse("2024-05-01 12:30:00", when));
+  s->ITEM_LET("LONG", -2147483647 - 1);
+  s->ITEM_LET("INT", static_cast<int16_t>(-5));
+  s->ITEM_LET("DBL", 0.1 + 0.2);
+  s->ITEM_LET("WHOLE", 3.0);
+  s->ITEM_LET("BIG", 1e300);
+  s->ITEM_LET("SGL", 1.25f);
+  s->ITEM_LET("CUR", Variant::Currency(-123456789));
+  s->ITEM_LET("WHEN", Variant::Date(when));
+  s->ITEM_LET("YES", true);
+  s->ITEM_LET("NOTHING", Variant::Null());
+  s->ITEM_LET("EMPTY", Variant());
+  s->ITEM_LET("NUMTEXT", "007");
+  s->ITEM_LET("BOOLTEXT", "True");
+  s->ITEM_LET("BLANKTEXT", "");
+  s->ITEM_LET("ODD", " a \"q\" \\ {x} = # \t\x01 ");
+  s->ITEM_LET("LINES", "one\r\ntwo\nthree");
+  s->ITEM_LET("UMLAUT", "Grüße");
+  s->ITEMBYID_LET("A.B", "dot");           // one name holding a dot
+  s->ITEMBYID_LET("X = {Y}", "special");   // a name that needs quotes
+  s->ITEM_LET("EMPTYSUB", cls_Structure::New());
+  auto list = cls_Structure::New();
+  list->ITEM_LET(0, "zero", true);
+  list->ADD("one");
+  list->ITEM_LET(4, "four", true);  // leaves unused slots 2 and 3
+  s->ITEM_LET("LIST", list);
+
+  const std::string text = s->SCRIPT();
+  auto back = cls_Structure::New();
+  back->PARSE(text);
+  EXPECT_EQ(back->SCRIPT(), text);
+
+  const char* keys[] = {"LONG", "INT", "DBL", "WHOLE", "BIG", "SGL", "CUR", "WHEN", "YES", "NOTHING",
+                        "EMPTY", "NUMTEXT", "BOOLTEXT", "BLANKTEXT", "ODD", "LINES", "UMLAUT"};
+  for (const char* k : keys) {
+    Variant a = s->ITEM_GET(k), b = back->ITEM_GET(k, "missing");
+    EXPECT_EQ(a.vartype(), b.vartype()) << k;
+    EXPECT_EQ(CStr(a), CStr(b)) << k;
+  }
+  EXPECT_EQ(back->ITEM_GET("DBL").rawDouble(), 0.1 + 0.2);
+  EXPECT_EQ(back->ITEMBYID_GET("A.B").str(), "dot");
+  EXPECT_EQ(back->ITEMBYID_GET("X = {Y}").str(), "special");
+  EXPECT_TRUE(back->ITEM_GET("EMPTYSUB").isObject());
+  auto list2 = back->ITEM_GET("LIST").as<cls_Structure>();
+  ASSERT_TRUE(list2);
+  EXPECT_EQ(list2->BASE(), 0);
+  EXPECT_EQ(list2->MAX(), 4);
+  EXPECT_EQ(list2->ITEM_GET(4).str(), "four");
+  EXPECT_FALSE(list2->EXISTS_GET(2));
+  EXPECT_NE(text.find("A..B = \"dot\""), std::string::npos);
+  EXPECT_NE(text.find("\"X = {Y}\" = \"special\""), std::string::npos);
+  EXPECT_NE(text.find("[0] = \"zero\""), std::string::npos);
+}
+
+TEST(StructureScript, ParseAcceptsTheHandWrittenForms) {
+  auto s = cls_Structure::New();
+  s->PARSE(
+      "# comment\r"
+      "// another comment\n"
+      "  name = Anna Maria  \r\n"
+      "A.B.C = 5\n"
+      "blk = {\n"
+      "\tx = 1\n"
+      "}\n"
+      "blk2={\n"
+      "y = \"two\"\n"
+      "}\n"
+      "blk3 {\n"
+      "z = #2024-01-02#\n"
+      "}\n"
+      "blk {\n"
+      "  more = 1,5\n"
+      "}\n"
+      "v..w = dot\n"
+      "{\n"
+      "n = 1\n"
+      "}\n"
+      "real = -2.5E3\n"
+      "list.[0] = first\n"
+      "big = 99999999999\n");
+  EXPECT_EQ(s->ITEM_GET("NAME").str(), "Anna Maria");
+  EXPECT_EQ(s->ITEM_GET("A.B.C").rawLong(), 5);
+  EXPECT_EQ(s->ITEM_GET("BLK.X").rawLong(), 1);
+  EXPECT_EQ(s->ITEM_GET("BLK.MORE").str(), "1,5");  // a reopened block keeps its items
+  EXPECT_EQ(s->ITEM_GET("BLK2.Y").str(), "two");
+  EXPECT_TRUE(s->ITEM_GET("BLK3.Z").isDate());
+  EXPECT_EQ(s->ITEMBYID_GET("V.W").str(), "dot");
+  EXPECT_EQ(s->ITEM_GET("REAL").rawDouble(), -2500.0);
+  EXPECT_EQ(s->ITEM_GET("BIG").type(), VarType::Double);
+  auto anon = s->ITEM_GET(s->MAX() - 3).as<cls_Structure>();  // "{" alone appends a sub-structure
+  ASSERT_TRUE(anon);
+  EXPECT_EQ(anon->ITEM_GET("N").rawLong(), 1);
+  auto list = s->ITEM_GET("LIST").as<cls_Structure>();
+  ASSERT_TRUE(list);
+  EXPECT_EQ(list->BASE(), 0);
+  EXPECT_EQ(list->ITEM_GET(0).str(), "first");
+
+  // a scalar in the way of a path becomes a sub-structure
+  s->PARSE("NAME.FIRST = Anna\n");
+  EXPECT_EQ(s->ITEM_GET("NAME.FIRST").str(), "Anna");
+}
+
+TEST(StructureScript, ParseRejectsBadInputWithLineNumbers) {
+  struct Case {
+    const char* text;
+    const char* message;
+  } cases[] = {
+      {"a = 1\n}\n", "Script data invalid (line 2): '}' without an open block"},
+      {"a {\nb = 1\n", "Script data invalid: '}' expected (to close 'a' at line 1)"},
+      {"just words\n", "Script data invalid (line 1): '=' or '{' expected after the name"},
+      {"a = \"open\n", "Script data invalid (line 1): unfinished string (closing '\"' expected)"},
+      {"a = \"x\\q\"", "Script data invalid (line 1): unknown escape '\\q'"},
+      {"a = \"x\" y", "Script data invalid (line 1): nothing may follow the closing '\"'"},
+      {"a..b. = 1", "Script data invalid (line 1): empty part in the name (a literal '.' is written '..')"},
+      {"a = #2024-13-45#", "Script data invalid (line 1): invalid date '#2024-13-45#'"},
+      {"a { b\n}", "Script data invalid (line 1): nothing may follow '{' on its line"},
+      {"[99999] = 1", "Script data invalid (line 1): index [99999] skips more than 1024 unused items"},
+      {"= 1", "Script data invalid (line 1): empty name"},
+  };
+  for (const auto& c : cases) {
+    auto s = cls_Structure::New();
+    auto [number, message] = Failure([&] { s->PARSE(c.text); });
+    EXPECT_EQ(number, err::kInvalidData) << c.text;
+    EXPECT_EQ(message, c.message) << c.text;
+  }
+}
+
+TEST(StructureScript, DepthIsLimitedForReadingAndWriting) {
+  std::string deep;
+  for (int i = 0; i < 5000; ++i) deep += "a {\n";
+  auto s = cls_Structure::New();
+  auto [n1, m1] = Failure([&] { s->PARSE(deep); });
+  EXPECT_EQ(n1, err::kInvalidData);
+  EXPECT_NE(m1.find("nested deeper than 1000 levels"), std::string::npos);
+
+  std::string path = "a";
+  for (int i = 0; i < 5000; ++i) path += ".a";
+  auto [n2, m2] = Failure([&] { cls_Structure::New()->PARSE(path + " = 1"); });
+  EXPECT_EQ(n2, err::kInvalidData);
+
+  // a structure holding itself is refused, not followed for ever
+  auto loop = cls_Structure::New();
+  loop->ITEM_LET("SELF", loop);
+  auto [n3, m3] = Failure([&] { loop->SCRIPT(); });
+  EXPECT_EQ(n3, err::kInvalidData);
+  loop->REMOVE("SELF");
+}
+
+TEST(StructureScript, NotEmptyLeavesOutEmptyValuesAndBlocks) {
+  auto s = cls_Structure::New();
+  s->ITEM_LET("A", "");
+  s->ITEM_LET("B", 0);
+  s->ITEM_LET("C", 0.0);
+  s->ITEM_LET("D", Variant::Null());
+  s->ITEM_LET("E", Variant());
+  s->ITEM_LET("F", false);
+  s->ITEM_LET("G", "0");
+  s->ITEM_LET("SUB.X", "");
+  s->ITEM_LET("SUB2.Y", 1);
+  EXPECT_EQ(s->SCRIPTNOTEMPTY(), "F = False\r\nG = \"0\"\r\nSUB2 {\r\n\tY = 1\r\n}\r\n");
+}
+
+TEST(StructureFile, SaveLoadAndSignatures) {
+  TempDir dir;
+  const std::string file = (dir.path / "data.kel.txt").string();
+  auto s = Sample();
+  EXPECT_TRUE(s->SAVE(file));
+  EXPECT_EQ(ReadAll(file), s->SCRIPT());
+
+  auto back = cls_Structure::New();
+  back->ITEM_LET("OLD", 1);
+  EXPECT_TRUE(back->LOAD(file));
+  EXPECT_EQ(back->SCRIPT(), s->SCRIPT());  // LOAD replaces the content
+
+  EXPECT_TRUE(s->SAVESIGNATURE(file, "Test DB", 2));
+  EXPECT_EQ(ReadAll(file).substr(0, 32), "// Test DB\r\n// Version = 2\r\nNAME");
+  auto sig = cls_Structure::New();
+  EXPECT_TRUE(sig->LOADSIGNATURE(file, "Test DB", 1, 3));
+  EXPECT_EQ(sig->SCRIPT(), s->SCRIPT());
+  EXPECT_TRUE(cls_Structure::New()->LOAD(file));  // LOAD skips the "//" lines
+
+  auto [n1, m1] = Failure([&] { sig->LOADSIGNATURE(file, "Other", 1, 3); });
+  EXPECT_EQ(n1, err::kInvalidData);
+  EXPECT_NE(m1.find("has not the signature 'Other'"), std::string::npos);
+  auto [n2, m2] = Failure([&] { sig->LOADSIGNATURE(file, "Test DB", 3, 10); });
+  EXPECT_EQ(n2, err::kInvalidData);
+  EXPECT_NE(m2.find("has version 2, expected 3 to 10"), std::string::npos);
+  EXPECT_TRUE(sig->LOADSIGNATURE(file, "Test DB"));  // no bounds
+
+  // invalid file: LOAD raises and leaves the node; LOADEX answers false
+  {
+    std::ofstream(dir.path / "bad.txt") << "A = 1\nB {\n";
+  }
+  auto keep = Sample();
+  auto [n3, m3] = Failure([&] { keep->LOAD((dir.path / "bad.txt").string()); });
+  EXPECT_EQ(n3, err::kInvalidData);
+  EXPECT_EQ(keep->SCRIPT(), Sample()->SCRIPT());
+  EXPECT_FALSE(keep->LOADEX((dir.path / "bad.txt").string()));
+  EXPECT_FALSE(keep->LOADEX((dir.path / "missing.txt").string()));
+  EXPECT_EQ(keep->SCRIPT(), Sample()->SCRIPT());
+  EXPECT_EQ(Failure([&] { keep->LOAD((dir.path / "missing.txt").string()); }).first, err::kFileNotFound);
+  EXPECT_TRUE(keep->LOADEX(file));
+}
+
+TEST(StructureFile, FailedWritesRaiseFileErrorsAndKeepTheOldFile) {
+  TempDir dir;
+  const std::string file = (dir.path / "keep.txt").string();
+  auto s = Sample();
+  ASSERT_TRUE(s->SAVE(file));
+  const std::string before = ReadAll(file);
+
+  // a path in a missing folder
+  EXPECT_EQ(Failure([&] { s->SAVE((dir.path / "no" / "such.txt").string()); }).first, err::kPathNotFound);
+
+  // the device fills up half way: disk full, the old file whole, no temporary file left
+  fileio::SetWriteHook([](int fd, const char* data, size_t size) -> ssize_t {
+    if (size > 4) return ::write(fd, data, 4);
+    errno = ENOSPC;
+    return -1;
+  });
+  auto big = cls_Structure::New();
+  big->ITEM_LET("OTHER", "a longer text than four bytes");
+  auto [number, message] = Failure([&] { big->SAVE(file); });
+  fileio::SetWriteHook({});
+  EXPECT_EQ(number, err::kDiskFull);
+  EXPECT_NE(message.find("keep.txt"), std::string::npos);
+  EXPECT_EQ(ReadAll(file), before);
+  EXPECT_EQ(dir.Count(), 1u);
+
+  // a folder we may not write to (root may write anyway: then there is nothing to test)
+  fs::permissions(dir.path, fs::perms::owner_write, fs::perm_options::remove);
+  if (::access(dir.path.c_str(), W_OK) != 0) {
+    EXPECT_EQ(Failure([&] { big->SAVE(file); }).first, err::kPermissionDenied);
+    EXPECT_EQ(ReadAll(file), before);
+  }
+  fs::permissions(dir.path, fs::perms::owner_write, fs::perm_options::add);
+
+  // the target is a folder
+  EXPECT_EQ(Failure([&] { s->SAVE(dir.path.string()); }).first, err::kPathFileAccess);
+}
+
+}  // namespace
+}  // namespace rykel
