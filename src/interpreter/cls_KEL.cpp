@@ -59,6 +59,15 @@ int32_t cls_KEL::hSettingInt(std::string_view pKey, int32_t pDefault) {
   return d < 1 ? pDefault : (d > 2e9 ? 2000000000 : static_cast<int32_t>(d));
 }
 
+void cls_KEL::hReadSettings() {
+  run_.commandsMax = hSettingInt("SYS.COMMANDS.MAX", 100);
+  run_.nestingMax = hSettingInt("SYS.NESTING.MAX", 50);
+  run_.html = hSetting("SYS.OUTPUT.HTML", false);
+  run_.debug = hSetting("DEVELOPER.DEBUG", false);
+  run_.noexec = hSetting("SYS.NOEXEC", false);
+  run_.confined = hSetting("SYS.LOCATE.CONFINED", false);
+}
+
 // ---- decoding ----------------------------------------------------------------------------------
 
 Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const Variant& pAdd,
@@ -73,7 +82,7 @@ Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const V
       return Variant(out);
     }
     case enm_KELParamKind::Other:
-      if (pAllowExec && !hSetting("SYS.NOEXEC", false)) return EXECUTE(pPara.str(), pData);
+      if (pAllowExec && !(depth_ > 0 ? run_.noexec : hSetting("SYS.NOEXEC", false))) return EXECUTE(pPara.str(), pData);
       return p.value;
     default:
       return p.value;
@@ -87,7 +96,7 @@ std::string cls_KEL::ENCODE(const Variant& pValue, bool pQuoteText) {
 std::string cls_KEL::hToText(const Variant& pValue) {
   if (pValue.isString()) return std::string(pValue.str());
   if (pValue.isObject()) {
-    bool html = hSetting("SYS.OUTPUT.HTML", false);
+    bool html = depth_ > 0 ? run_.html : hSetting("SYS.OUTPUT.HTML", false);
     return mdl_KELStructText::Text(pValue, html ? mdl_KELStructText::Form::Html
                                                 : mdl_KELStructText::Form::Text);
   }

@@ -151,6 +151,14 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   };
 
   bool hSetting(std::string_view pKey, bool pDefault);
+  // The settings the interpreter itself reads, taken from SETTINGS when an outermost PROCESS (or a
+  // host's EXECUTE) starts; nested levels use them as they were then.
+  struct RunSettings {
+    int32_t commandsMax = 100, nestingMax = 50;
+    bool html = false, debug = false, noexec = false, confined = false;
+  };
+  void hReadSettings();
+  RunSettings run_;
   int32_t hSettingInt(std::string_view pKey, int32_t pDefault);
 
   bool quit_ = false;

@@ -129,9 +129,13 @@ KELParam cls_KELDecoder::ClassifyUncached(std::string_view s) {
 }
 
 KELParam cls_KELDecoder::Classify(std::string_view pText) {
-  thread_local std::unordered_map<std::string, KELParam> cache;
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+  };
+  thread_local std::unordered_map<std::string, KELParam, Hash, std::equal_to<>> cache;
   constexpr size_t kLimit = 8192;
-  if (auto it = cache.find(std::string(pText)); it != cache.end()) return it->second;
+  if (auto it = cache.find(pText); it != cache.end()) return it->second;
   if (cache.size() >= kLimit) cache.clear();
   return cache.emplace(std::string(pText), ClassifyUncached(pText)).first->second;
 }

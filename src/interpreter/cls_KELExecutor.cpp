@@ -114,7 +114,13 @@ Variant hEvalText(Ctx& c, std::string_view s) {
 
 // A block parameter's output: a "{...}" group is processed as template text.
 std::string hBlock(Ctx& c, const KELToken& t) {
-  if (t.kind == enm_KELToken::Braces) return c.k.PROCESS(hInner(t), c.data);
+  if (t.kind == enm_KELToken::Braces) {
+    std::string_view inner = hInner(t);
+    // Text without commands and without script or style sections comes out as it is.
+    if (inner.find('{') == std::string_view::npos && inner.find("<s") == std::string_view::npos)
+      return std::string(inner);
+    return c.k.PROCESS(inner, c.data);
+  }
   return hText(c.k, hValue(c, t));
 }
 
@@ -724,11 +730,14 @@ enm_KELOperator cls_KELExecutor::OperatorOf(std::string_view pText) {
 int cls_KELExecutor::Level(enm_KELOperator pOp) { return kLevels[static_cast<size_t>(pOp)]; }
 
 Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
-  if (k.depth_ == 0) k.quit_ = false;
+  if (k.depth_ == 0) {
+    k.quit_ = false;
+    k.hReadSettings();
+  }
   ++k.calls_;
   std::string_view s = pCmd;
   try {
-    k.RECURSIONS->ITEM_LET(Variant("CALLS"), Variant(static_cast<double>(k.calls_)));
+    k.RECURSIONS->ITEMDIRECT_LET(1, "CALLS", Variant(static_cast<double>(k.calls_)));
     while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);
     while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front()) && s.front() != ',' && s.front() != ';')
       s.remove_prefix(1);

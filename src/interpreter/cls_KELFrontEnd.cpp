@@ -80,8 +80,9 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
   if (outermost) {
     k.quit_ = false;
     k.master_.clear();
+    k.hReadSettings();
   }
-  const int32_t maxDepth = k.hSettingInt("SYS.NESTING.MAX", 50);
+  const int32_t maxDepth = k.run_.nestingMax;
   if (k.depth_ >= maxDepth) {
     bool go = true;
     if (k.WARNING) k.WARNING("Nesting too deep", go);
@@ -96,11 +97,17 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
 
   std::string out;
   try {
-    std::string work(pText);
-    Encapsulate(work, "<script", "</script>");
-    Encapsulate(work, "<style", "</style>");
+    // work views the text being scanned: the text handed in, or owned once it had to change.
+    std::string owned;
+    std::string_view work = pText;
+    if (work.find("<s") != std::string_view::npos) {
+      owned = pText;
+      Encapsulate(owned, "<script", "</script>");
+      Encapsulate(owned, "<style", "</style>");
+      work = owned;
+    }
 
-    const int32_t limit = k.hSettingInt("SYS.COMMANDS.MAX", 100);
+    const int32_t limit = k.run_.commandsMax;
     // Origin of a position in work within the text handed in (for error places): positions in a
     // result put back in front map to the command it replaced.
     size_t headLen = 0, headOrigin = 0, tailOrigin = 0;
@@ -111,13 +118,13 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
     std::string failure, failureDetail;
     while (true) {
       size_t open = work.find('{', pos);
-      if (open == std::string::npos) {
-        out.append(work, pos, std::string::npos);
+      if (open == std::string_view::npos) {
+        out.append(work.substr(pos));
         break;
       }
       if (++count > limit) {
         failure = "Not parseable";
-        failureDetail = work.substr(open);
+        failureDetail = std::string(work.substr(open));
         break;
       }
       // Find the matching "}"; quotes jump to their partner.
@@ -128,7 +135,7 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
         char c = work[i];
         if (c == '"' || c == '\'') {
           size_t q = work.find(c, i + 1);
-          if (q == std::string::npos) { unclosed = c; break; }
+          if (q == std::string_view::npos) { unclosed = c; break; }
           i = q + 1;
           continue;
         }
@@ -138,10 +145,10 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
       }
       if (unclosed) {
         failure = "Syntax error";
-        failureDetail = std::string("Unclosed ") + unclosed + ": " + work.substr(open);
+        failureDetail = std::string("Unclosed ") + unclosed + ": " + std::string(work.substr(open));
         break;
       }
-      out.append(work, pos, open - pos);
+      out.append(work.substr(pos, open - pos));
       if (k.quit_) break;
       size_t close = i;  // work.size() when the "}" is missing: the rest is the command
       std::string_view cmd(work.data() + open + 1, (close < work.size() ? close : work.size()) - open - 1);
@@ -158,7 +165,11 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
         pos = after;
       } else {
         size_t newHeadOrigin = origin(open), newTailOrigin = origin(after);
-        work = result + work.substr(after);
+        std::string next;
+        next.reserve(result.size() + work.size() - after);
+        next.append(result).append(work.substr(after));
+        owned = std::move(next);
+        work = owned;
         headLen = result.size();
         headOrigin = newHeadOrigin;
         tailOrigin = newTailOrigin;
@@ -169,7 +180,7 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
       bool go = true;
       if (failure == "Not parseable" && k.WARNING) k.WARNING("Not parseable", go);
       if (!go) k.quit_ = true;
-      if (k.hSetting("DEVELOPER.DEBUG", false))
+      if (k.run_.debug)
         out = k.ERRORS(failure, failureDetail);
       else
         out.clear();
@@ -257,7 +268,7 @@ bool cls_KELFrontEnd::SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::s
 std::string cls_KELFrontEnd::Locate(cls_KEL& k, std::string_view pFile, std::string_view pDefault) {
   std::string file = hSlashes(pFile);
   if (file.empty()) return std::string(pDefault);
-  bool confined = k.hSetting("SYS.LOCATE.CONFINED", false);
+  bool confined = k.depth_ > 0 ? k.run_.confined : k.hSetting("SYS.LOCATE.CONFINED", false);
   if (confined) {
     if (hEscapes(file)) return std::string(pDefault);
   } else if (mdl_FileTools::FILEEXISTS(file)) {
@@ -276,7 +287,7 @@ std::vector<std::string> cls_KELFrontEnd::LocateAll(cls_KEL& k, std::string_view
   std::vector<std::string> found;
   std::string file = hSlashes(pFile);
   if (file.empty()) return found;
-  bool confined = k.hSetting("SYS.LOCATE.CONFINED", false);
+  bool confined = k.depth_ > 0 ? k.run_.confined : k.hSetting("SYS.LOCATE.CONFINED", false);
   if (confined && hEscapes(file)) return found;
   if (!confined && mdl_FileTools::FILEEXISTS(file)) found.push_back(file);
   auto& dirs = *k.DIRECTORIES;

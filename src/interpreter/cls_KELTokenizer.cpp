@@ -116,10 +116,14 @@ std::vector<KELToken> cls_KELTokenizer::Tokenize(std::string_view s) {
 
 std::shared_ptr<const cls_KELTokenizer::Cached> cls_KELTokenizer::TokenizeCached(std::string_view pText) {
   // Per thread, bounded: cleared whole when it grows past its limit.
-  thread_local std::unordered_map<std::string, std::shared_ptr<const Cached>> cache;
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+  };
+  thread_local std::unordered_map<std::string, std::shared_ptr<const Cached>, Hash, std::equal_to<>> cache;
   constexpr size_t kLimit = 4096;
+  if (auto it = cache.find(pText); it != cache.end()) return it->second;
   std::string key(pText);
-  if (auto it = cache.find(key); it != cache.end()) return it->second;
   auto c = std::make_shared<Cached>();
   c->text = key;
   c->tokens = Tokenize(c->text);
