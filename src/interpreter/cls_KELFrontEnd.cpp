@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <unordered_map>
 
 #include "frame/Convert.h"
 #include "frame/Error.h"
@@ -47,6 +48,74 @@ std::string hJoin(const std::string& dir, const std::string& file) {
   if (dir.empty() || dir.back() == '/') return dir + file;
   return dir + "/" + file;
 }
+
+// From the "{" at open, the index of its matching "}" (text size when there is none); quotes jump
+// to their partner, and a quote without one sets rUnclosed.
+size_t hMatch(std::string_view work, size_t open, char& rUnclosed) {
+  size_t i = open + 1;
+  int depth = 1;
+  rUnclosed = 0;
+  while (i < work.size()) {
+    char c = work[i];
+    if (c == '"' || c == '\'') {
+      size_t q = work.find(c, i + 1);
+      if (q == std::string_view::npos) {
+        rUnclosed = c;
+        return i;
+      }
+      i = q + 1;
+      continue;
+    }
+    if (c == '{') ++depth;
+    else if (c == '}' && --depth == 0) return i;
+    ++i;
+  }
+  return work.size();
+}
+
+// A template text prepared once: script and style sections protected, and the commands found by
+// the scan that runs when no result has to be scanned again. A pure function of the text.
+struct Prepared {
+  std::string text;
+  struct Span {
+    size_t open, close;
+    char unclosed;
+  };
+  std::vector<Span> spans;
+};
+
+std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+  };
+  thread_local std::unordered_map<std::string, std::shared_ptr<const Prepared>, Hash, std::equal_to<>> cache;
+  constexpr size_t kLimit = 2048;
+  if (auto it = cache.find(pText); it != cache.end()) return it->second;
+  auto p = std::make_shared<Prepared>();
+  p->text = pText;
+  if (p->text.find("<s") != std::string::npos) {
+    cls_KELFrontEnd::Encapsulate(p->text, "<script", "</script>");
+    cls_KELFrontEnd::Encapsulate(p->text, "<style", "</style>");
+  }
+  std::string_view w = p->text;
+  size_t pos = 0;
+  while (true) {
+    size_t open = w.find('{', pos);
+    if (open == std::string_view::npos) break;
+    char unclosed;
+    size_t close = hMatch(w, open, unclosed);
+    p->spans.push_back({open, close, unclosed});
+    if (unclosed || close >= w.size()) break;
+    pos = close + 1;
+  }
+  if (cache.size() >= kLimit) cache.clear();
+  cache.emplace(std::string(pText), p);
+  return p;
+}
+
+// Texts up to this size are prepared once and kept; longer ones are scanned as they come.
+constexpr size_t kPrepareLimit = 16384;
 
 }  // namespace
 
@@ -100,7 +169,12 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
     // work views the text being scanned: the text handed in, or owned once it had to change.
     std::string owned;
     std::string_view work = pText;
-    if (work.find("<s") != std::string_view::npos) {
+    std::shared_ptr<const Prepared> prepared;
+    size_t nextSpan = 0;
+    if (pText.size() <= kPrepareLimit) {
+      prepared = hPrepare(pText);
+      work = prepared->text;
+    } else if (work.find("<s") != std::string_view::npos) {
       owned = pText;
       Encapsulate(owned, "<script", "</script>");
       Encapsulate(owned, "<style", "</style>");
@@ -117,7 +191,22 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
     int32_t count = 0;
     std::string failure, failureDetail;
     while (true) {
-      size_t open = work.find('{', pos);
+      size_t open;
+      size_t i = 0;
+      char unclosed = 0;
+      if (prepared) {
+        if (nextSpan < prepared->spans.size()) {
+          const auto& sp = prepared->spans[nextSpan++];
+          open = sp.open;
+          i = sp.close;
+          unclosed = sp.unclosed;
+        } else {
+          open = std::string_view::npos;
+        }
+      } else {
+        open = work.find('{', pos);
+        if (open != std::string_view::npos) i = hMatch(work, open, unclosed);
+      }
       if (open == std::string_view::npos) {
         out.append(work.substr(pos));
         break;
@@ -126,22 +215,6 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
         failure = "Not parseable";
         failureDetail = std::string(work.substr(open));
         break;
-      }
-      // Find the matching "}"; quotes jump to their partner.
-      size_t i = open + 1;
-      int depth = 1;
-      char unclosed = 0;
-      while (i < work.size()) {
-        char c = work[i];
-        if (c == '"' || c == '\'') {
-          size_t q = work.find(c, i + 1);
-          if (q == std::string_view::npos) { unclosed = c; break; }
-          i = q + 1;
-          continue;
-        }
-        if (c == '{') ++depth;
-        else if (c == '}' && --depth == 0) break;
-        ++i;
       }
       if (unclosed) {
         failure = "Syntax error";
@@ -153,14 +226,22 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
       size_t close = i;  // work.size() when the "}" is missing: the rest is the command
       std::string_view cmd(work.data() + open + 1, (close < work.size() ? close : work.size()) - open - 1);
       if (pushed) k.sources_.back().offset = origin(open);
-      std::string result = k.hToText(k.EXECUTE(cmd, pData));
+      Variant value = k.EXECUTE(cmd, pData);
+      std::string converted;
+      std::string_view result;
+      if (value.isString()) {
+        result = value.str();
+      } else {
+        converted = k.hToText(value);
+        result = converted;
+      }
       size_t after = close < work.size() ? close + 1 : work.size();
       if (k.quit_) {
         out += result;
         break;
       }
       // Error texts are never scanned again (their titles may hold braces).
-      if (result.find('{') == std::string::npos || result.compare(0, 4, "ERR:") == 0) {
+      if (result.find('{') == std::string_view::npos || result.substr(0, 4) == "ERR:") {
         out += result;
         pos = after;
       } else {
@@ -170,6 +251,7 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
         next.append(result).append(work.substr(after));
         owned = std::move(next);
         work = owned;
+        prepared.reset();  // from here on the text is scanned as it comes
         headLen = result.size();
         headOrigin = newHeadOrigin;
         tailOrigin = newTailOrigin;
