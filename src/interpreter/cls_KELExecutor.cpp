@@ -672,7 +672,9 @@ bool hStartsWithUpper(std::string_view s, std::string_view prefix) {
 Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
   if (s.empty()) return Variant("");
   if (s.size() >= 2 && s[0] == '@' && s[1] == '@') return Variant(hDefer(k, s.substr(2)));
-  bool oneWord = s.find_first_of(" ,;\t\r\n") == std::string_view::npos;
+  bool oneWord = true;
+  for (char ch : s)
+    if (cls_KELTokenizer::IsSeparator(ch)) { oneWord = false; break; }
   if (oneWord && hStartsWithUpper(s, "VAR:")) {
     std::string_view name = s.substr(4);
     Variant v = k.VARIABLES->ITEM_GET(Variant(name), Variant::Null());
