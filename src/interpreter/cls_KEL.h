@@ -167,6 +167,7 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   std::vector<SwitchFrame> switches_;            // SWITCH blocks in progress
   SwitchFrame looseSwitch_;                      // set by a SWITCH without block
   int depth_ = 0;                                // nested PROCESS levels
+  int nest_ = 0;                                 // nested EXECUTE and expression levels
   std::vector<Source> sources_;
   std::string master_;                           // MASTER template file, applied at the end
   std::string currentCommand_;

@@ -136,6 +136,7 @@ KELParam cls_KELDecoder::Classify(std::string_view pText) {
   thread_local std::unordered_map<std::string, KELParam, Hash, std::equal_to<>> cache;
   constexpr size_t kLimit = 8192;
   if (auto it = cache.find(pText); it != cache.end()) return it->second;
+  if (pText.size() > 1024) return ClassifyUncached(pText);  // long texts are not kept
   if (cache.size() >= kLimit) cache.clear();
   return cache.emplace(std::string(pText), ClassifyUncached(pText)).first->second;
 }

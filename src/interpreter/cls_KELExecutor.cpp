@@ -106,8 +106,19 @@ std::string hText(cls_KEL& k, const Variant& v) { return k.hToText(v); }
 Variant hValue(Ctx& c, const KELToken& t);
 Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
 
+// Guards the recursion of commands in commands and expressions in expressions: a bound on the
+// nesting instead of trusting the stack (a text of 100,000 "{" or "(" must not crash).
+struct NestGuard {
+  cls_KEL& k;
+  bool ok;
+  explicit NestGuard(cls_KEL& pK) : k(pK), ok(++k.nest_ <= 4 * k.run_.nestingMax + 100) {}
+  ~NestGuard() { --k.nest_; }
+};
+
 // The text of a text of tokens, evaluated as an expression.
 Variant hEvalText(Ctx& c, std::string_view s) {
+  NestGuard guard(c.k);
+  if (!guard.ok) return Variant(c.k.ERRORS("Nesting too deep", s));
   auto cached = cls_KELTokenizer::TokenizeCached(s);
   return hEvalTokens(c, cached->tokens.data(), cached->tokens.size());
 }
@@ -745,6 +756,8 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
       s.remove_prefix(1);
     while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r' || s.back() == '\n'))
       s.remove_suffix(1);
+    NestGuard guard(k);
+    if (!guard.ok) return Variant(k.ERRORS("Nesting too deep", s));
     return hRun(k, s, pData);
   } catch (const std::exception& e) {
     return Variant(k.ERRORS("Could not execute", s));

@@ -90,7 +90,7 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
     size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
   };
   thread_local std::unordered_map<std::string, std::shared_ptr<const Prepared>, Hash, std::equal_to<>> cache;
-  constexpr size_t kLimit = 2048;
+  constexpr size_t kLimit = 512;
   if (auto it = cache.find(pText); it != cache.end()) return it->second;
   auto p = std::make_shared<Prepared>();
   p->text = pText;

@@ -121,12 +121,13 @@ std::shared_ptr<const cls_KELTokenizer::Cached> cls_KELTokenizer::TokenizeCached
     size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
   };
   thread_local std::unordered_map<std::string, std::shared_ptr<const Cached>, Hash, std::equal_to<>> cache;
-  constexpr size_t kLimit = 4096;
+  constexpr size_t kLimit = 4096, kLongest = 4096;
   if (auto it = cache.find(pText); it != cache.end()) return it->second;
   std::string key(pText);
   auto c = std::make_shared<Cached>();
   c->text = key;
   c->tokens = Tokenize(c->text);
+  if (c->text.size() > kLongest) return c;  // long texts are not kept
   if (cache.size() >= kLimit) cache.clear();
   cache.emplace(std::move(key), c);
   return c;

@@ -172,6 +172,30 @@ TEST(cls_KEL, VariablesBlocksReferences) {
   EXPECT_EQ(Render(k, "{NESTED VAR:tpl}"), "<1>");
 }
 
+TEST(cls_KEL, NestingBounds) {
+  cls_KEL k;
+  // A block that expands itself stops at the bound with an error; the text after it still comes.
+  std::string out = Render(k, "{BLOCK b {x{BLOCK:b}}}{BLOCK:b}|after");
+  EXPECT_EQ(out.substr(0, 5), "xxxxx");
+  EXPECT_NE(out.find("ERR:---Nesting too deep"), std::string::npos);
+  EXPECT_EQ(out.substr(out.size() - 6), "|after");
+  // Deeply nested brackets give an error, not a crash.
+  for (char open : {'{', '('}) {
+    cls_KEL k2;
+    std::string deep(100000, open);
+    std::string r = Render(k2, "{" + deep + "}");
+    EXPECT_GT(k2.ERRORLIST->COUNT(), 0) << open;
+    std::string r2 = Render(k2, std::string(100000, '{'));
+    EXPECT_GT(k2.ERRORLIST->COUNT(), 0) << open;
+  }
+  // Many commands in a big text: linear, and the limit can be raised.
+  std::string big;
+  for (int i = 0; i < 5000; ++i) big += std::string(200, 'a') + "{VAR:x}";
+  k.VARIABLES->ITEM_LET("X", "b");
+  k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 5000);
+  EXPECT_EQ(Render(k, big).size(), 5000u * 201u);
+}
+
 TEST(cls_KEL, Expressions) {
   cls_KEL k;
   const std::pair<const char*, const char*> cases[] = {
