@@ -13,5 +13,6 @@ std::string ReadInput(const std::string& path);
 void AddClassesCommand(CLI::App& app);
 void AddStructCommands(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
+void AddRandomCommands(CLI::App& app);
 
 }  // namespace rykel::cli

@@ -4,6 +4,8 @@
 #include <vector>
 
 #include "Commands.h"
+#include "StructJson.h"
+#include "frame/Error.h"
 #include "frame/Convert.h"
 #include "frame/mdl_Global.h"
 #include "structure/cls_Structure.h"
@@ -27,6 +29,40 @@ void hPrintTree(cls_Structure& s, int depth) {
       std::printf("%s%s = %s\n", pad.c_str(), name.c_str(), CStr(v).c_str());
     }
   }
+}
+
+// One-line forms read from a file usually end with a line break that is not part of the text.
+std::string_view hTrimEnd(std::string_view t) {
+  while (!t.empty() && (t.back() == '\n' || t.back() == '\r')) t.remove_suffix(1);
+  return t;
+}
+
+// The text forms "rykel struct convert" reads and writes, one row each.
+struct Form {
+  const char* name;
+  void (*read)(std::string_view text, cls_Structure& s);
+  std::string (*write)(cls_Structure& s);
+};
+const Form kForms[] = {
+    {"script", [](std::string_view t, cls_Structure& s) { s.PARSE(t); }, [](cls_Structure& s) { return s.SCRIPT(); }},
+    {"json", [](std::string_view t, cls_Structure& s) { JsonToStruct(t, s); },
+     [](cls_Structure& s) { return StructToJson(s); }},
+    {"php", [](std::string_view t, cls_Structure& s) { s.UNSERIALIZE(hTrimEnd(t)); },
+     [](cls_Structure& s) { return s.SERIALIZE() + "\n"; }},
+    {"compact", [](std::string_view t, cls_Structure& s) { s.UNSERIALIZEBINARY(hTrimEnd(t)); },
+     [](cls_Structure& s) { return s.SERIALIZEBINARY() + "\n"; }},
+};
+
+const Form& hForm(const std::string& name) {
+  for (const Form& f : kForms)
+    if (name == f.name) return f;
+  throw CLI::ValidationError("--from/--to", "unknown form: " + name);
+}
+
+std::vector<std::string> hFormNames() {
+  std::vector<std::string> names;
+  for (const Form& f : kForms) names.emplace_back(f.name);
+  return names;
 }
 
 }  // namespace
@@ -54,6 +90,39 @@ void AddStructCommands(CLI::App& app) {
     }
     hPrintTree(*s, 0);
     if (info) std::printf("%s\n", mdl_Global::SMAN_GET()->INFO().c_str());
+  });
+
+  static std::string from = "script", to = "json", convertFile;
+  auto* convert = st->add_subcommand(
+      "convert", "Read a structure in one text form and write it in another to standard output");
+  convert->add_option("--from", from, "form of the input")->check(CLI::IsMember(hFormNames()))->capture_default_str();
+  convert->add_option("--to", to, "form of the output")->check(CLI::IsMember(hFormNames()))->capture_default_str();
+  convert->add_option("FILE", convertFile, "input file, \"-\" for standard input")->required();
+  convert->footer(
+      "Forms: php (PHP's serialize text), script (the structure file form), compact (\"QS1:\" text),\n"
+      "json (objects for named items, arrays for numbered ones; dates as \"yyyy-mm-dd HH:MM:SS\").");
+  convert->callback([] {
+    auto s = cls_Structure::New();
+    hForm(from).read(ReadInput(convertFile), *s);
+    std::string out = hForm(to).write(*s);
+    std::fwrite(out.data(), 1, out.size(), stdout);
+  });
+
+  static std::string showFile, showFrom = "php";
+  static bool showJson = false;
+  auto* show = st->add_subcommand("show", "Print a serialized structure (or another form) as an indented tree");
+  show->add_option("FILE", showFile, "input file, \"-\" for standard input")->required();
+  show->add_option("--from", showFrom, "form of the input")->check(CLI::IsMember(hFormNames()))->capture_default_str();
+  show->add_flag("--json", showJson, "print the JSON view instead of the tree");
+  show->callback([] {
+    auto s = cls_Structure::New();
+    hForm(showFrom).read(ReadInput(showFile), *s);
+    if (showJson) {
+      std::string out = StructToJson(*s);
+      std::fwrite(out.data(), 1, out.size(), stdout);
+    } else {
+      hPrintTree(*s, 0);
+    }
   });
 }
 

@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
   rykel::cli::AddClassesCommand(app);
   rykel::cli::AddStructCommands(app);
   rykel::cli::AddRenderCommand(app);
+  rykel::cli::AddRandomCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

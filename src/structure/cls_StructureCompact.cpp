@@ -98,7 +98,15 @@ void hWriteNode(const cls_StructureManager& m, int32_t id, int depth, PieceList&
 // A separator of capital letters that occurs in no piece; its first letter appears once in it,
 // so no match can start inside a piece and run on into the separator that follows.
 std::string hSeparator(const PieceList& pieces) {
-  thread_local std::mt19937 rng{std::random_device{}()};
+  // a tiny generator: a big one in thread-local storage would not fit the module's static TLS
+  thread_local uint64_t state = 0;
+  if (state == 0) state = (static_cast<uint64_t>(std::random_device{}()) << 32 | std::random_device{}()) | 1;
+  auto rng = [] {
+    state ^= state << 13;
+    state ^= state >> 7;
+    state ^= state << 17;
+    return static_cast<uint32_t>(state >> 32);
+  };
   for (size_t len = 6;; ++len) {
     for (int attempt = 0; attempt < 8; ++attempt) {
       std::string sep(len, 'A');
@@ -281,7 +289,7 @@ int64_t cls_StructureCompact::CountPieces(int32_t pID) {
 }
 
 void cls_StructureCompact::Read(int32_t pID, std::string_view pText) {
-  if (!m_.Valid(pID)) Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
+  m_.hEmpty(pID);
   if (pText.substr(0, 4) != "QS1:") hInvalid();
   size_t colon = pText.find(':', 4);
   if (colon == std::string_view::npos || colon == 4) hInvalid();

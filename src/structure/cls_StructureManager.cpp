@@ -555,7 +555,8 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
       return hGet(pID, k.view, pForceIndex, pDefault);
     }
     if (pKey.isEmpty() || pKey.isNull() || pKey.isObject()) return pDefault;
-    UpperKey k(CStr(pKey));
+    const std::string keyText = CStr(pKey);  // UpperKey may keep a view of it
+    UpperKey k(keyText);
     return hGet(pID, k.view, pForceIndex, pDefault);
   });
 }
@@ -659,7 +660,8 @@ void cls_StructureManager::ITEM_LET(int32_t pID, const Variant& pKey, const Vari
       UpperKey k(pKey.str());
       hLet(pID, k.view, pValue, pForceIndex);
     } else {
-      UpperKey k(CStr(pKey));
+      const std::string keyText = CStr(pKey);  // UpperKey may keep a view of it
+      UpperKey k(keyText);
       hLet(pID, k.view, pValue, pForceIndex);
     }
   });
@@ -797,7 +799,8 @@ int32_t cls_StructureManager::ITEMINDEX_GET(int32_t pID, const Variant& pKey) {
       if (idx < BASE(pID) || idx >= static_cast<int64_t>(n.items.size()) || !n.items[idx].used) return -1;
       return static_cast<int32_t>(idx);
     }
-    UpperKey k(CStr(pKey));
+    const std::string keyText = CStr(pKey);  // UpperKey may keep a view of it
+    UpperKey k(keyText);
     int32_t node = pID;
     std::string_view rest = k.view;
     for (;;) {

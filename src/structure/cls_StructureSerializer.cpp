@@ -35,6 +35,40 @@ inline bool hAscii(const char* p, size_t n) {
   return true;
 }
 
+// Decodes up to `want` code points of strict UTF-8 from p (at most n bytes). Returns the bytes
+// they take, or npos when an invalid sequence comes first.
+size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr) {
+  size_t i = 0, chars = 0;
+  const auto* u = reinterpret_cast<const unsigned char*>(p);
+  while (chars < want && i < n) {
+    unsigned char c = u[i];
+    size_t len;
+    unsigned char lo = 0x80, hi = 0xBF;
+    if (c < 0x80) len = 1;
+    else if (c >= 0xC2 && c <= 0xDF) len = 2;
+    else if (c >= 0xE0 && c <= 0xEF) {
+      len = 3;
+      if (c == 0xE0) lo = 0xA0;
+      if (c == 0xED) hi = 0x9F;  // no surrogates
+    } else if (c >= 0xF0 && c <= 0xF4) {
+      len = 4;
+      if (c == 0xF0) lo = 0x90;
+      if (c == 0xF4) hi = 0x8F;
+    } else {
+      return std::string_view::npos;
+    }
+    if (i + len > n) return std::string_view::npos;
+    for (size_t k = 1; k < len; ++k) {
+      unsigned char d = u[i + k];
+      if (k == 1 ? (d < lo || d > hi) : (d < 0x80 || d > 0xBF)) return std::string_view::npos;
+    }
+    i += len;
+    ++chars;
+  }
+  if (rChars) *rChars = chars;
+  return chars == want ? i : std::string_view::npos;
+}
+
 // An output buffer that grows geometrically and is written through raw pointers.
 class Out {
  public:
@@ -276,8 +310,10 @@ class SerializedReader {
       bytes = static_cast<size_t>(n);  // characters and bytes agree
       if (!closes(bytes)) hInvalid();
     } else {
-      bytes = text::ByteOffset(std::string_view(s, avail), static_cast<size_t>(n));
-      if (!closes(bytes)) {
+      // characters of well-formed UTF-8 first; text that is not (or does not end there) was
+      // counted in bytes, as PHP and our writer for malformed text count it
+      bytes = hUtf8Span(s, avail, static_cast<size_t>(n));
+      if (bytes == std::string_view::npos || !closes(bytes)) {
         bytes = static_cast<size_t>(n);
         if (!closes(bytes)) hInvalid();
       }
@@ -317,7 +353,7 @@ class SerializedReader {
       k.index = idx;
       return k;
     }
-    hBadType(tag, "asiObdnN");
+    hBadType(tag, "asiObdnN}");
   }
 
   [[noreturn]] void hBadType(char tag, const char* known) {
@@ -360,7 +396,7 @@ class SerializedReader {
       // every pair takes at least 8 bytes ("i:0;N;" plus the closing brace): never trust the count
       int64_t room = (end_ - p_) / 6;
       Node& n = m_.nodes_[pID];
-      n.items.reserve(n.items.size() + static_cast<size_t>(std::min(count, room)));
+      n.items.reserve(std::max<size_t>(n.items.size(), 1) + static_cast<size_t>(std::min(count, room)));
     }
     for (int64_t i = 0; i < count; ++i) {
       Key k = ReadKey();
@@ -418,7 +454,7 @@ class SerializedReader {
         Expect(';');
         return Variant::Null();
       default:
-        hBadType(tag, "asiObdnN");
+        hBadType(tag, "asiObdnN}");
     }
   }
 
@@ -452,6 +488,7 @@ class SerializedReader {
   // name), "" appends a numbered slot, a numbered key takes its own slot.
   void Put(int32_t pID, const Key& k, Variant&& v, int32_t child) {
     Node& n = m_.nodes_[pID];
+    if (n.items.empty()) n.items.emplace_back();  // a fresh node leaves slot 0 implied
     int32_t slot;
     if (k.isIndex) {
       if (k.index == 0 && !(n.flags & cls_StructureManager::kHasZero)) {
@@ -466,6 +503,7 @@ class SerializedReader {
       }
       slot = static_cast<int32_t>(k.index);
     } else {
+      if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
       slot = static_cast<int32_t>(n.items.size());
       if (slot == std::numeric_limits<int32_t>::max()) hInvalid();
       n.items.emplace_back();
@@ -512,7 +550,11 @@ int& cls_StructureSerializer::Depth() { return tDepth; }
 
 size_t cls_StructureSerializer::CharCount(std::string_view s) {
   if (hAscii(s.data(), s.size())) return s.size();
-  return text::Len(s);
+  size_t chars = 0;
+  if (hUtf8Span(s.data(), s.size(), s.size(), &chars) == std::string_view::npos &&
+      hUtf8Span(s.data(), s.size(), chars) != s.size())
+    return s.size();  // malformed UTF-8: bytes
+  return chars;
 }
 
 size_t cls_StructureSerializer::DoubleText(double d, char* buf) {
@@ -636,7 +678,7 @@ void cls_StructureManager::hEmpty(int32_t pID) {
   std::vector<int32_t> children;
   for (const Item& it : n.items)
     if (it.used && it.isStruct) children.push_back(it.child);
-  n.items.assign(1, Item{});
+  n.items.clear();  // slot 0 is implied
   n.unused = 0;
   n.flags = static_cast<uint8_t>((n.flags & ~(kHasZero | kDefaultMode)) | kChanged);
   hDropIndex(n);

@@ -11,7 +11,8 @@
 //           | "b:" ("1" | "0") ";"                        Boolean
 //           | "s:" chars ":\"" text "\";"                 String; a Date as "yyyy-mm-dd HH:MM:SS"
 //           | "i:0;"                                      Empty, Object, Error
-//   chars  -> the length of the text in characters (UTF-8 code points), not bytes
+//   chars  -> the length of the text in characters (UTF-8 code points), not bytes; text that is
+//             not well-formed UTF-8 is counted in bytes
 //   number -> PHP's shortest round-trip form: "0.1", "100", "-0", "1.0E+25", "1.5E-7", "INF",
 //             "-INF", "NAN"; exponent form when the decimal exponent is above 17 or below -4
 //
@@ -61,7 +62,8 @@ class cls_StructureSerializer {
   // The PHP text of a double ("0.1", "1.0E+25", "-0", "INF"); writes into buf, returns the length.
   // REQUIRES: buf holds at least 32 characters.
   static size_t DoubleText(double pValue, char* buf);
-  // The length of a text in characters, as the writer counts it.
+  // The length of a text as the writer counts it: code points of well-formed UTF-8, bytes of
+  // anything else (the reader tries characters first, then bytes).
   static size_t CharCount(std::string_view pText);
 
  private:

@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "frame/Error.h"
+#include "frame/Random.h"
 #include "frame/Text.h"
+#include "tools/mdl_DBToolTables.h"
 
 namespace rykel {
 
@@ -47,6 +49,54 @@ std::string cls_DBTool::IDGENERATE(std::string_view pText) {
     }
     return std::string(text::Left(out, 12));
   });
+}
+
+std::string cls_DBTool::RANDOM(std::string_view pFieldOrPattern, int pType,
+                              std::string_view pMembers) {
+  return Guard(kClass, "RANDOM", [&] {
+    std::string out;
+    random_.hAppend(out, pFieldOrPattern, pType, pMembers);
+    return out;
+  });
+}
+
+void cls_DBTool::RANDOMIZE(std::optional<int64_t> pSeed) {
+  GuardVoid(kClass, "RANDOMIZE", [&] {
+    ThreadRandom().Seed(pSeed ? static_cast<uint64_t>(*pSeed) : hEntropySeed());
+  });
+}
+
+int32_t cls_DBTool::hRand(int32_t pA, int32_t pB) { return cls_DBToolRandom::hRand(pA, pB); }
+
+bool cls_DBTool::hFifty() { return cls_DBToolRandom::hFifty(); }
+
+namespace {
+std::string hOneOf(std::string_view pSet) {
+  std::string out;
+  cls_DBToolRandom::hAppendCharOf(out, pSet);
+  return out;
+}
+}  // namespace
+
+std::string cls_DBTool::CONSONANT() {
+  return Guard(kClass, "CONSONANT", [] { return hOneOf(kCharsConsonant); });
+}
+std::string cls_DBTool::VOWEL() {
+  return Guard(kClass, "VOWEL", [] { return hOneOf(kCharsVowel); });
+}
+std::string cls_DBTool::CHAR() {
+  return Guard(kClass, "CHAR", [] { return hOneOf(kCharsChar); });
+}
+std::string cls_DBTool::DIGIT() {
+  return Guard(kClass, "DIGIT", [] { return hOneOf(kCharsDigit); });
+}
+
+void cls_DBTool::hWordsToLetters() { random_.hWordsToLetters(); }
+
+std::vector<std::string> cls_DBTool::hWordsToLettersSub(std::string_view pChunk) {
+  std::vector<std::string_view> views;
+  cls_DBToolRandom::hWordsToLettersSub(pChunk, views);
+  return {views.begin(), views.end()};
 }
 
 }  // namespace rykel

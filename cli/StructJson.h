@@ -1,0 +1,24 @@
+// The JSON view of structures used by "rykel struct": a writer and a reader.
+//
+// Writing: a node whose items are all unnamed and numbered BASE, BASE+1, ... without gaps is an
+// array; any other node an object keyed by item name (an unnamed item in an object gets the key
+// "[i]"). Numbers stay numbers, Boolean true/false, Empty and Null null, dates the text
+// "yyyy-mm-dd HH:MM:SS", strings strings.
+// Reading: objects give named items, arrays numbered items from 1, whole numbers within 32 bits
+// Long and other numbers Double, null Empty. Nesting deeper than 1000 levels is refused.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "structure/cls_Structure.h"
+
+namespace rykel::cli {
+
+// Pretty-printed with two blanks per level, ending with a line break.
+std::string StructToJson(cls_Structure& pStruct);
+// Adds the items of a JSON object or array to the structure. Raises 1000 "JSON invalid at
+// offset N: ..." on bad input.
+void JsonToStruct(std::string_view pText, cls_Structure& rStruct);
+
+}  // namespace rykel::cli

@@ -1,0 +1,78 @@
+import json
+import os
+import subprocess
+import tempfile
+import unittest
+
+CLI = os.environ.get("RYKEL_CLI", "rykel")
+
+
+def run(*args, stdin=None):
+    return subprocess.run([CLI, *args], capture_output=True, text=True, input=stdin)
+
+
+SCRIPT = 'NAME = "Anna"\r\nAGE = 7\r\nSUB {\r\n\tX = True\r\n\tL {\r\n\t\t[1] = 1\r\n\t\t[2] = 2.5\r\n\t}\r\n}\r\n'
+
+
+class StructConvert(unittest.TestCase):
+    def test_script_json_round_trip(self):
+        r = run("struct", "convert", "--from", "script", "--to", "json", "-", stdin=SCRIPT)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual(json.loads(r.stdout), {"NAME": "Anna", "AGE": 7, "SUB": {"X": True, "L": [1, 2.5]}})
+        back = run("struct", "convert", "--from", "json", "--to", "script", "-", stdin=r.stdout)
+        self.assertEqual(back.returncode, 0, back.stderr)
+        self.assertEqual(back.stdout.replace("\r\n", "\n"), SCRIPT.replace("\r\n", "\n"))
+
+    def test_php_and_compact_forms(self):
+        php = run("struct", "convert", "--from", "script", "--to", "php", "-", stdin=SCRIPT)
+        self.assertEqual(php.returncode, 0, php.stderr)
+        self.assertEqual(php.stdout, 'a:3:{s:4:"NAME";s:4:"Anna";s:3:"AGE";i:7;s:3:"SUB";'
+                                     'a:2:{s:1:"X";b:1;s:1:"L";a:2:{s:0:"";i:1;s:0:"";d:2.5;}}}\n')
+        compact = run("struct", "convert", "--from", "php", "--to", "compact", "-", stdin=php.stdout)
+        self.assertEqual(compact.returncode, 0, compact.stderr)
+        self.assertTrue(compact.stdout.startswith("QS1:"))
+        back = run("struct", "convert", "--from", "compact", "--to", "json", "-", stdin=compact.stdout)
+        self.assertEqual(json.loads(back.stdout), {"NAME": "Anna", "AGE": 7, "SUB": {"X": True, "L": [1, 2.5]}})
+        # nested arrays of a serialized text keep their items
+        shown = run("struct", "show", "-", stdin='a:1:{s:3:"SUB";a:1:{s:1:"X";b:1;}}')
+        self.assertEqual(shown.stdout, "SUB {\n  X = True\n}\n", shown.stderr)
+        bad = run("struct", "show", "-", stdin="a:1:{s:3:")
+        self.assertNotEqual(bad.returncode, 0)
+        self.assertIn("Serialized data invalid", bad.stderr)
+
+    def test_json_reader_edge_cases(self):
+        text = '{"a": [1, 2, {"b": "x\\u00e4\\ud83d\\ude00"}], "c": null, "big": 12345678901, "s": "q\\"\\n"}'
+        r = run("struct", "convert", "--from", "json", "--to", "json", "-", stdin=text)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual(json.loads(r.stdout),
+                         {"A": [1, 2, {"B": "xä😀"}], "C": None, "BIG": 12345678901, "S": "q\"\n"})
+        for bad in ('{"a": [1, 2', '{"a" 1}', '[1,]', '{"a": tru}', '"text"', '{"a": "\\ud800"}', "[" * 5000):
+            r = run("struct", "convert", "--from", "json", "--to", "script", "-", stdin=bad)
+            self.assertNotEqual(r.returncode, 0, bad)
+            self.assertIn("JSON invalid at offset", r.stderr)
+
+    def test_files_errors_and_help(self):
+        with tempfile.TemporaryDirectory() as d:
+            f = os.path.join(d, "s.txt")
+            with open(f, "w", newline="") as fh:
+                fh.write(SCRIPT)
+            r = run("struct", "show", "--from", "script", f)
+            self.assertEqual(r.returncode, 0, r.stderr)
+            self.assertEqual(r.stdout, "NAME = Anna\nAGE = 7\nSUB {\n  X = True\n  L {\n    [1] = 1\n"
+                                       "    [2] = 2.5\n  }\n}\n")
+            self.assertEqual(json.loads(run("struct", "show", "--from", "script", "--json", f).stdout)["AGE"], 7)
+            r = run("struct", "show", os.path.join(d, "missing.txt"))
+            self.assertNotEqual(r.returncode, 0)
+            self.assertIn("missing.txt", r.stderr)
+        r = run("struct", "show", "--from", "script", "-", stdin="a {\n")
+        self.assertNotEqual(r.returncode, 0)
+        self.assertIn("'}' expected (to close 'a' at line 1)", r.stderr)
+        self.assertNotEqual(run("struct", "convert", "--to", "xml", "-", stdin="").returncode, 0)
+        h = run("struct", "convert", "--help")
+        self.assertEqual(h.returncode, 0)
+        self.assertIn("--from", h.stdout)
+        self.assertIn("json", h.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
