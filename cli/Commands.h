@@ -15,6 +15,7 @@ void AddStructCommands(CLI::App& app);
 void AddSerializedCommands(CLI::App& app);
 void AddTreeCommands(CLI::App& app);
 void AddDbCommands(CLI::App& app);
+void AddRenderCommand(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
 
 }  // namespace rykel::cli

@@ -14,4 +14,5 @@ void BindStructureText(pyb::module_& m);  // after BindStructure: adds to its cl
 void BindTools(pyb::module_& m);
 void BindCollections(pyb::module_& m);
 void BindDB(pyb::module_& m);
+void BindKEL(pyb::module_& m);
 }  // namespace rykel::py

@@ -11,4 +11,5 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindTools(m);
   rykel::py::BindCollections(m);
   rykel::py::BindDB(m);
+  rykel::py::BindKEL(m);
 }

@@ -9,6 +9,8 @@
 #include "frame/cls_CollectionValues.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
+#include "interpreter/cls_KEL.h"
+#include "modules/cls_KELModules.h"
 #include "tools/cls_DBTool.h"
 #include "database/cls_DB.h"
 
@@ -52,6 +54,9 @@ const std::vector<Creatable>& hCreatables() {
       {"cls_DBField", [] { return ObjectPtr(std::make_shared<cls_DBField>()); }},
       {"cls_DBIndex", [] { return ObjectPtr(std::make_shared<cls_DBIndex>()); }},
       {"cls_DBView", [] { return ObjectPtr(std::make_shared<cls_DBView>()); }},
+      {"cls_KEL", [] { return ObjectPtr(std::make_shared<cls_KEL>()); }},
+      {"cls_KELModules", [] { return ObjectPtr(std::make_shared<cls_KELModules>()); }},
+      {"cls_KELModule", [] { return ObjectPtr(std::make_shared<cls_KELModule>()); }},
   };
   return rows;
 }

@@ -1,0 +1,91 @@
+// KEL rendering benchmarks.
+//   KEL_W2        the 10,000-row table page (bench/kel_w2/table.kel with its header include) from the
+//                 rows in $KEL_W2_ROWS (name<TAB>city<TAB>amount<TAB>active per line); the output of one
+//                 render is written to $KEL_W2_OUT when set
+//   KEL_Flat100   a flat template of 100 variable references (commands per second)
+//   KEL_BigText   1 MB of text with 10 commands (bytes per second)
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include "frame/Text.h"
+#include "interpreter/cls_KEL.h"
+
+namespace {
+
+using namespace rykel;
+
+std::string hRead(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+StructurePtr hRows(const std::string& path) {
+  auto rows = cls_Structure::New();
+  std::ifstream in(path, std::ios::binary);
+  std::string line;
+  while (std::getline(in, line)) {
+    auto f = text::Split(line, "\t");
+    if (f.size() != 4) continue;
+    auto row = cls_Structure::New();
+    row->ITEM_LET("NAME", f[0]);
+    row->ITEM_LET("CITY", f[1]);
+    row->ITEM_LET("AMOUNT", f[2]);  // the amount's text as the data gives it
+    row->ITEM_LET("ACTIVE", f[3] == "1");
+    rows->ADD(Variant(row));
+  }
+  return rows;
+}
+
+void KEL_W2(benchmark::State& state) {
+  const char* rowsPath = std::getenv("KEL_W2_ROWS");
+  if (!rowsPath) {
+    state.SkipWithError("KEL_W2_ROWS not set");
+    return;
+  }
+  std::string dir = std::filesystem::path(__FILE__).parent_path().string() + "/kel_w2";
+  std::string page = hRead(dir + "/table.kel");
+  cls_KEL k;
+  k.DIRECTORIES->ADD(dir);
+  k.VARIABLES->ITEM_LET("TITLE", "Personen");
+  k.VARIABLES->ITEM_LET("ROWS", Variant(hRows(rowsPath)));
+  std::string out = k.PROCESS(page, nullptr);  // warm-up
+  if (k.ERRORLIST->COUNT() > 0) state.SkipWithError("the page recorded errors");
+  if (const char* o = std::getenv("KEL_W2_OUT")) std::ofstream(o, std::ios::binary) << out;
+  for (auto _ : state) benchmark::DoNotOptimize(k.PROCESS(page, nullptr));
+  state.counters["bytes_out"] = static_cast<double>(out.size());
+}
+BENCHMARK(KEL_W2)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+void KEL_Flat100(benchmark::State& state) {
+  cls_KEL k;
+  k.VARIABLES->ITEM_LET("X", "value");
+  std::string page;
+  for (int i = 0; i < 100; ++i) page += "<td>{VAR:x}</td>";
+  for (auto _ : state) benchmark::DoNotOptimize(k.PROCESS(page, nullptr));
+  state.counters["commands_per_s"] =
+      benchmark::Counter(100.0 * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+BENCHMARK(KEL_Flat100)->Unit(benchmark::kMicrosecond);
+
+void KEL_BigText(benchmark::State& state) {
+  cls_KEL k;
+  k.VARIABLES->ITEM_LET("X", "value");
+  std::string filler(100000, 'a');
+  for (size_t i = 80; i < filler.size(); i += 81) filler[i] = '\n';
+  std::string page;
+  for (int i = 0; i < 10; ++i) page += filler + "{VAR:x}";
+  for (auto _ : state) benchmark::DoNotOptimize(k.PROCESS(page, nullptr));
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(page.size()));
+}
+BENCHMARK(KEL_BigText)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,86 @@
+// rykel render ...: process a KEL template and print its output.
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "frame/Convert.h"
+#include "interpreter/cls_KEL.h"
+
+namespace rykel::cli {
+
+namespace {
+
+struct RenderOptions {
+  std::string file, expression;
+  std::vector<std::string> directories, variables, settings;
+  bool errors = false;
+};
+
+// "NAME=VALUE": the value as a number when it is one, else as text.
+bool hAssign(cls_Structure& s, const std::string& a) {
+  auto eq = a.find('=');
+  if (eq == std::string::npos || eq == 0) return false;
+  std::string value = a.substr(eq + 1);
+  double d;
+  if (IsNumericText(value) && ParseNumber(value, d))
+    s.ITEM_LET(a.substr(0, eq), d);
+  else
+    s.ITEM_LET(a.substr(0, eq), value);
+  return true;
+}
+
+}  // namespace
+
+void AddRenderCommand(CLI::App& app) {
+  static RenderOptions o;
+  auto* r = app.add_subcommand("render", "Process a KEL template and print the output");
+  auto* fileOpt = r->add_option("file", o.file, "template file (- for standard input)");
+  auto* exprOpt = r->add_option("-e,--expression", o.expression, "template text given on the command line");
+  fileOpt->excludes(exprOpt);
+  r->add_option("-d,--directory", o.directories, "directory searched for templates (repeatable)");
+  r->add_option("-v,--var", o.variables, "NAME=VALUE: a template variable (repeatable)");
+  r->add_option("-s,--setting", o.settings, "KEY=VALUE: an interpreter setting (repeatable)");
+  r->add_flag("--errors", o.errors, "print the error list to standard error");
+  r->callback([] {
+    if (o.file.empty() && o.expression.empty())
+      throw CLI::ValidationError("render", "give a template file or -e TEXT");
+    auto k = std::make_shared<cls_KEL>();
+    std::string text = o.expression;
+    if (!o.file.empty()) {
+      text = ReadInput(o.file);
+      if (o.file != "-") {
+        // The template's own folder is searched first, so its includes are found.
+        std::string dir = std::filesystem::path(o.file).parent_path().string();
+        k->DIRECTORIES->ADD(dir.empty() ? std::string(".") : dir);
+      }
+    }
+    for (const auto& d : o.directories) k->DIRECTORIES->ADD(d);
+    for (const auto& v : o.variables)
+      if (!hAssign(*k->VARIABLES, v)) throw CLI::ValidationError("--var", "expected NAME=VALUE: " + v);
+    for (const auto& s : o.settings)
+      if (!hAssign(*k->SETTINGS, s)) throw CLI::ValidationError("--setting", "expected KEY=VALUE: " + s);
+    std::string out = k->PROCESS(text, nullptr);
+    std::fwrite(out.data(), 1, out.size(), stdout);
+    std::fflush(stdout);
+    int32_t count = k->ERRORLIST->COUNT();
+    if (count > 0 && k->ERRORLIST->ISEMPTY()) count = 0;
+    if (o.errors) {
+      for (int32_t i = k->ERRORLIST->BASE(); i <= k->ERRORLIST->MAX(); ++i) {
+        if (!k->ERRORLIST->EXISTS_GET(i)) continue;
+        std::string line = CStr(k->ERRORLIST->ITEM_GET(i));
+        auto place = k->ERRORPLACES->ITEM_GET(i).as<cls_Structure>();
+        if (place && CLng(place->ITEM_GET("LINE")) > 0) {
+          std::string file = CStr(place->ITEM_GET("FILE"));
+          line = (file.empty() ? std::string("<text>") : file) + ":" + CStr(place->ITEM_GET("LINE")) + ":" +
+                 CStr(place->ITEM_GET("COLUMN")) + ": " + line;
+        }
+        std::fprintf(stderr, "%s\n", line.c_str());
+      }
+    }
+    if (count > 0) throw CLI::RuntimeError(1);
+  });
+}
+
+}  // namespace rykel::cli

@@ -1,0 +1,179 @@
+// cls_KEL: the KEL template interpreter. Holds its state in public structures and runs templates
+// through PROCESS (front end), EXECUTE (one command), DECODE (one parameter) and the error list.
+//
+// Nothing escapes PROCESS: every failure becomes an error text ("ERR:---title: detail---") in the
+// output and an HTML line in ERRORLIST. The public structures belong to the interpreter; a host may
+// fill DIRECTORIES, SETTINGS and VARIABLES before PROCESS and read any of them afterwards.
+// Settings read (all optional):
+//   SYS.OUTPUT.HTML     false  structures are output in their HTML text form
+//   DEVELOPER.DEBUG     false  "Not parseable" / "Syntax error" are reported instead of empty output
+//   SYS.COMMANDS.MAX    100    commands per PROCESS call (each nested call counts on its own)
+//   SYS.NESTING.MAX     50     nested PROCESS levels (blocks, includes) before "Nesting too deep"
+//   SYS.LOCATE.CONFINED false  INCLUDE and LOCATE find files only inside DIRECTORIES
+//   SYS.NOEXEC          false  DECODE never runs a parameter as a command
+// Threads: one thread only, the one that created it (its structures live in that thread's manager).
+//
+//   rykel::cls_KEL k;
+//   std::string out = k.PROCESS("{VAR x 5}{VAR:x}", nullptr);   // "5"
+//   int errors = k.ERRORLIST->COUNT();
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "frame/Object.h"
+#include "frame/Variant.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+
+class cls_KELModules;
+class cls_KELExecutor;
+class cls_KELFrontEnd;
+class cls_KELErrorList;
+
+// Signals passed to the modules by SIGNAL (do not renumber: hosts compare them).
+enum enm_KELSignal : int32_t {
+  kelSignalNone = 0,
+  kelSignalProcessStart = 1,  // an outermost PROCESS begins
+  kelSignalProcessEnd = 2,    // an outermost PROCESS ends
+  kelSignalReset = 3,         // sent by a host
+};
+
+class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
+ public:
+  cls_KEL();
+  ~cls_KEL() override;
+  cls_KEL(const cls_KEL&) = delete;
+  cls_KEL& operator=(const cls_KEL&) = delete;
+  std::string TypeName() const override { return "cls_KEL"; }
+
+  // ---- public state ----------------------------------------------------------------------------
+  StructurePtr DIRECTORIES, DEVELOPER, TRACE, VARIABLES, BLOCKS, FUNCTIONS, RECURSIONS, SETTINGS,
+      DISPOSELIST, ERRORLIST, LATER;
+  // Beside ERRORLIST, one sub-structure per error with FILE (the template file, "" for text handed to
+  // PROCESS), LINE and COLUMN (1-based, of the command that was running; 0 when unknown).
+  StructurePtr ERRORPLACES;
+  std::shared_ptr<cls_KELModules> MODULES;
+
+  // ---- events (set by the host; unset ones are not raised) -------------------------------------
+  // A bound was hit (command limit, nesting); clearing rContinue stops processing (QUITEXEC).
+  std::function<void(const std::string& pMessage, bool& rContinue)> WARNING;
+  // Raised by SIGNAL after the modules: the interpreter, a done flag and the signal as pFlags.
+  std::function<void(cls_KEL& pKEL, bool& rDone, const Variant& pFlags)> SIGNALED;
+  // Raised by ERRORLISTSHOW with ERRORLIST.
+  std::function<void(const StructurePtr& pErrors)> CRITICALERRORS;
+
+  // ---- decoding --------------------------------------------------------------------------------
+  // The value of one parameter text (see cls_KELDecoder for the rules). A non-string comes back as
+  // it is. pAdd is accepted for compatibility and not used. With pAllowExec an unrecognised text is
+  // run through EXECUTE and its result (objects kept) is the value; SYS.NOEXEC turns that off.
+  Variant DECODE(const Variant& pPara, const StructurePtr& pData = nullptr, const Variant& pAdd = {},
+                 bool pAllowExec = false);
+  // Parameter text that DECODE reads back to the value.
+  std::string ENCODE(const Variant& pValue, bool pQuoteText = false);
+  // Output text of a value: structures by their HTML form when SYS.OUTPUT.HTML, else their TEXT form.
+  std::string hToText(const Variant& pValue);
+  // True when some element equals the value (numbers by value, texts exactly, objects by identity).
+  static bool hInArray(const Variant& pValue, const std::vector<Variant>& pArray);
+  // Operator and truth word normalisation ("AND" -> "&&", "TRUE" -> "1"); other text unchanged.
+  std::string LITERAL(std::string_view pText);
+
+  // ---- executor --------------------------------------------------------------------------------
+  // Runs one command (without its braces) with the parameter structure pData; the result is the
+  // command's value (usually text; structures stay objects). Raises RECURSIONS by one. Never raises.
+  Variant EXECUTE(std::string_view pCmd, const StructurePtr& pData = nullptr);
+
+  // ---- front end -------------------------------------------------------------------------------
+  // The output of a whole template. Never raises; failures are recorded (see ERRORS).
+  std::string PROCESS(std::string_view pText, const StructurePtr& pData = nullptr);
+  // Inside every stretch from pStartTag to pEndTag: "{" -> "[[", "}" -> "]]", then "[[$" -> "{$" and
+  // "$]]" -> "$}". Returns true.
+  bool ENCAPSULATE(std::string& rData, std::string_view pStartTag, std::string_view pEndTag);
+  // Stops the running PROCESS after the command in hand (and every level above it).
+  void QUITEXEC() { quit_ = true; }
+  bool QUIT_GET() const { return quit_; }
+  // Completes rValue with the wanted parameters ("A,B,C=''": C defaults to ""). A wanted name that
+  // is missing takes the numbered item at its position in the list, else its default. Returns false
+  // and records "The command ... needs other parameters: ..." when one stays missing.
+  bool SYNTAXCHECK(const StructurePtr& rValue, std::string_view pParaWanted);
+  // "\" becomes "/"; the file itself when it exists, else the first DIRECTORIES entry + file that
+  // exists, else pDefault. With SYS.LOCATE.CONFINED only DIRECTORIES entries count and ".." parts or
+  // absolute paths give pDefault.
+  std::string LOCATE(std::string_view pFile, std::string_view pDefault = {});
+  // Every existing path of the file: itself, then each DIRECTORIES entry + file.
+  std::vector<std::string> LOCATEALL(std::string_view pFile);
+
+  // ---- error list ------------------------------------------------------------------------------
+  // Records one error and returns its error text "ERR:---title[: detail]---".
+  std::string ERRORS(std::string_view pTitle, std::string_view pDetail = {}, bool pCritical = false);
+  // "ERR:---Module not found: OTHER---" -> "Module not found: OTHER".
+  std::string ERRORTEXT(std::string_view pErrMsg);
+  // True for a string beginning "ERR:".
+  bool ISERROR(const Variant& pValue);
+  // Sets the quit flag and shows a critical message box.
+  void CRITICAL(std::string_view pTitle, std::string_view pText);
+  // Raises CRITICALERRORS with ERRORLIST.
+  void ERRORLISTSHOW();
+
+  // ---- host helpers ----------------------------------------------------------------------------
+  void SIGNAL(int32_t pSignal, const Variant& pParameters = {});
+  void VARSET(Variant& rDest, const Variant& pSource) { rDest = pSource; }
+  // Starts / ends a named timing; TRACEEND appends "name: 0.000 s" to TRACE.
+  void TRACESTART(std::string_view pName);
+  void TRACEEND(std::string_view pName);
+  // EXECUTE of one command text / of each element, results joined as output text.
+  Variant EXE(std::string_view pCmd) { return EXECUTE(pCmd, nullptr); }
+  std::string EXEARRAY(const std::vector<std::string>& pCmds);
+
+  // Where the running command comes from, for ERRORPLACES.
+  struct Source {
+    std::string file;
+    std::shared_ptr<const std::string> text;  // the file's (or call's) original text
+    size_t offset = 0;                        // byte offset of the running command in text
+  };
+
+  // The command name SYNTAXCHECK reports (the module command being run).
+  const std::string& hCurrentCommand() const { return currentCommand_; }
+
+ // ---- internal state of the executor and front end (not for hosts) ---------------------------
+
+  struct SwitchFrame {
+    Variant value;
+    bool matched = false;
+  };
+
+  bool hSetting(std::string_view pKey, bool pDefault);
+  // The settings the interpreter itself reads, taken from SETTINGS when an outermost PROCESS (or a
+  // host's EXECUTE) starts; nested levels use them as they were then.
+  struct RunSettings {
+    int32_t commandsMax = 100, nestingMax = 50;
+    bool html = false, debug = false, noexec = false, confined = false;
+  };
+  void hReadSettings();
+  RunSettings run_;
+  int32_t hSettingInt(std::string_view pKey, int32_t pDefault);
+
+  bool quit_ = false;
+  int64_t calls_ = 0;                            // the count mirrored in RECURSIONS
+  std::map<int64_t, bool> chain_;                // IF chains: counter value -> branch taken
+  std::vector<SwitchFrame> switches_;            // SWITCH blocks in progress
+  SwitchFrame looseSwitch_;                      // set by a SWITCH without block
+  int depth_ = 0;                                // nested PROCESS levels
+  int nest_ = 0;                                 // nested EXECUTE and expression levels
+  std::vector<Source> sources_;
+  std::string master_;                           // MASTER template file, applied at the end
+  std::string currentCommand_;
+  std::map<std::string, std::chrono::steady_clock::time_point, std::less<>> traceStarts_;
+ private:
+  std::unique_ptr<cls_KELErrorList> errorList_;
+};
+
+}  // namespace rykel

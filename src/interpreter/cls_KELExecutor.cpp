@@ -1,0 +1,767 @@
+#include "interpreter/cls_KELExecutor.h"
+
+#include <cmath>
+#include <iterator>
+#include <string>
+
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/Text.h"
+#include "frame/mdl_Global.h"
+#include "interpreter/cls_KEL.h"
+#include "interpreter/cls_KELDecoder.h"
+#include "interpreter/cls_KELFrontEnd.h"
+#include "interpreter/cls_KELTokenizer.h"
+#include "modules/cls_KELModules.h"
+
+namespace rykel {
+
+namespace {
+
+// The operator list: "0" is a filler so that each operator's position is its number.
+constexpr std::string_view kOperators[] = {"0", "^", "*", "/", "+", "-", ">=", "<=", "!=", "==",
+                                           "<", ">", "||", "&&", ":="};
+static_assert(std::size(kOperators) == static_cast<size_t>(enm_KELOperator::Count_));
+// Binding level per operator (lower binds tighter); same order as kOperators.
+constexpr int kLevels[] = {99, 1, 2, 2, 3, 3, 4, 4, 4, 4, 4, 4, 5, 6, 7};
+static_assert(std::size(kLevels) == std::size(kOperators));
+constexpr int kLowestLevel = 7;
+// Letters tell names from numbers and operators.
+constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+// Loops stop after this many rounds unless SYS.LOOP.MAX says otherwise.
+constexpr int32_t kDefaultLoopMax = 100000;
+
+struct Ctx {
+  cls_KEL& k;
+  const StructurePtr& data;
+  std::string_view text;  // the prepared command text
+  const KELToken* params;
+  size_t count;
+};
+
+bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
+bool hIsLetter(char c) { return kLetters.find(c) != std::string_view::npos; }
+
+std::string_view hInner(const KELToken& t) {
+  std::string_view s = t.text;
+  if (s.size() >= 2 && ((s.front() == '{' && s.back() == '}') || (s.front() == '(' && s.back() == ')') ||
+                        ((s.front() == '"' || s.front() == '\'') && s.back() == s.front())))
+    return s.substr(1, s.size() - 2);
+  return s.substr(1);
+}
+
+// A parameter text that names something to run: "VAR:x", "IO:DATE", "%1", "@@...".
+bool hIsReference(std::string_view w) {
+  if (w.size() >= 2 && w[0] == '%' && hIsDigit(w[1])) return true;
+  if (w.size() >= 2 && w[0] == '@' && w[1] == '@') return true;
+  size_t colon = w.find(':');
+  return colon != std::string_view::npos && colon > 0 && hIsLetter(w[0]);
+}
+
+// A bare name: a letter or "_" first, then letters, digits, "_" and ".".
+bool hIsName(std::string_view w) {
+  if (w.empty() || !(hIsLetter(w[0]) || w[0] == '_')) return false;
+  for (char c : w)
+    if (!(hIsLetter(c) || hIsDigit(c) || c == '_' || c == '.' || static_cast<unsigned char>(c) >= 0x80))
+      return false;
+  return true;
+}
+
+// The inner text of a block holds exactly one command: "{...}" from its first to its last character.
+bool hIsOneCommand(std::string_view s) {
+  if (s.size() < 2 || s.front() != '{' || s.back() != '}') return false;
+  int depth = 0;
+  for (size_t i = 0; i < s.size(); ++i) {
+    char c = s[i];
+    if (c == '"' || c == '\'') {
+      size_t q = s.find(c, i + 1);
+      if (q == std::string_view::npos) return false;
+      i = q;
+      continue;
+    }
+    if (c == '{') ++depth;
+    else if (c == '}' && --depth == 0) return i == s.size() - 1;
+  }
+  return false;
+}
+
+bool hNumber(const Variant& v, double& d) {
+  if (v.isEmpty()) { d = 0; return true; }
+  if (v.isString()) return IsNumericText(v.str()) && ParseNumber(v.str(), d);
+  return NumericValue(v, d);
+}
+
+bool hTruth(const Variant& v) {
+  if (v.isObject()) return static_cast<bool>(v.obj());
+  double d;
+  if (!v.isString() && NumericValue(v, d)) return d != 0;
+  if (v.isEmpty() || v.isNull()) return false;
+  if (v.isString()) return mdl_Global::hCBool(v);
+  return true;
+}
+
+std::string hText(cls_KEL& k, const Variant& v) { return k.hToText(v); }
+
+Variant hValue(Ctx& c, const KELToken& t);
+Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
+
+// Guards the recursion of commands in commands and expressions in expressions: a bound on the
+// nesting instead of trusting the stack (a text of 100,000 "{" or "(" must not crash).
+struct NestGuard {
+  cls_KEL& k;
+  bool ok;
+  explicit NestGuard(cls_KEL& pK) : k(pK), ok(++k.nest_ <= 4 * k.run_.nestingMax + 100) {}
+  ~NestGuard() { --k.nest_; }
+};
+
+// The text of a text of tokens, evaluated as an expression.
+Variant hEvalText(Ctx& c, std::string_view s) {
+  NestGuard guard(c.k);
+  if (!guard.ok) return Variant(c.k.ERRORS("Nesting too deep", s));
+  auto cached = cls_KELTokenizer::TokenizeCached(s);
+  return hEvalTokens(c, cached->tokens.data(), cached->tokens.size());
+}
+
+// A block parameter's output: a "{...}" group is processed as template text.
+std::string hBlock(Ctx& c, const KELToken& t) {
+  if (t.kind == enm_KELToken::Braces) {
+    std::string_view inner = hInner(t);
+    // Text without commands and without script or style sections comes out as it is.
+    if (inner.find('{') == std::string_view::npos && inner.find("<s") == std::string_view::npos)
+      return std::string(inner);
+    return c.k.PROCESS(inner, c.data);
+  }
+  return hText(c.k, hValue(c, t));
+}
+
+// The value of one parameter token.
+Variant hValue(Ctx& c, const KELToken& t) {
+  switch (t.kind) {
+    case enm_KELToken::Parens:
+      return hEvalText(c, hInner(t));
+    case enm_KELToken::Braces: {
+      std::string_view inner = hInner(t);
+      if (inner.size() >= 1 && inner[0] == '$') return c.k.DECODE(Variant(t.text), c.data);
+      if (hIsOneCommand(inner)) return c.k.EXECUTE(inner.substr(1, inner.size() - 2), c.data);
+      return Variant(c.k.PROCESS(inner, c.data));
+    }
+    case enm_KELToken::Quoted:
+      return c.k.DECODE(Variant(t.text), c.data);
+    case enm_KELToken::Operator:
+      return Variant(t.text);
+    case enm_KELToken::Word:
+    default:
+      return c.k.DECODE(Variant(t.text), c.data, {}, hIsReference(t.text));
+  }
+}
+
+// An operand of an expression: truth words, then variables by bare name, then the parameter value.
+Variant hOperand(Ctx& c, const KELToken& t) {
+  if (t.kind == enm_KELToken::Word) {
+    if (cls_KELDecoder::IsLiteralWord(t.text)) return Variant(cls_KELDecoder::LITERAL(t.text));
+    if (hIsName(t.text)) {
+      Variant v = c.k.VARIABLES->ITEM_GET(Variant(t.text), Variant::Null());
+      if (!v.isNull()) return v;
+      return Variant(t.text);
+    }
+  }
+  return hValue(c, t);
+}
+
+// ---- expressions -------------------------------------------------------------------------------
+
+struct Val {
+  Variant v;
+  std::string_view name;  // the operand's bare name, for ":="
+};
+
+struct Expr {
+  Ctx& c;
+  const KELToken* t;
+  size_t n;
+  size_t i = 0;
+  bool unsignNext = false;  // the next operand is a "-5" word whose sign was taken as an operator
+
+  Variant hFail(std::string_view op) {
+    return Variant(c.k.ERRORS("Operator failed", "Operator implementation failed: " + std::string(op)));
+  }
+
+  // primary -> ("-" | "!") primary | operand
+  Val Primary() {
+    if (i >= n) return {};
+    const KELToken& tok = t[i++];
+    if (unsignNext) {
+      unsignNext = false;
+      return {c.k.DECODE(Variant(tok.text.substr(1)), c.data), {}};
+    }
+    if (tok.kind == enm_KELToken::Operator) {
+      if (tok.text == "-") {
+        Val v = Primary();
+        double d;
+        if (!hNumber(v.v, d)) return {hFail("-"), {}};
+        return {Variant(-d), {}};
+      }
+      if (tok.text == "!") return {Variant(hTruth(Primary().v) ? 0 : 1), {}};
+      return {hFail(tok.text), {}};
+    }
+    return {hOperand(c, tok), tok.kind == enm_KELToken::Word ? tok.text : std::string_view()};
+  }
+
+  // expr(level) -> primary { op primary }, taking operators of this level or tighter;
+  // left-associative, ":=" right-associative.
+  Val Parse(int maxLevel) {
+    Val lhs = Primary();
+    while (i < n) {
+      const KELToken& tok = t[i];
+      std::string opText;
+      bool signWord = false;
+      if (tok.kind == enm_KELToken::Operator) {
+        opText = cls_KELDecoder::LITERAL(tok.text);
+      } else if (tok.kind == enm_KELToken::Word && cls_KELDecoder::IsLiteralWord(tok.text) &&
+                 (cls_KELDecoder::LITERAL(tok.text) == "&&" || cls_KELDecoder::LITERAL(tok.text) == "||")) {
+        opText = cls_KELDecoder::LITERAL(tok.text);
+      } else if (tok.kind == enm_KELToken::Word && tok.text.size() >= 2 &&
+                 (tok.text[0] == '-' || tok.text[0] == '+') && hIsDigit(tok.text[1])) {
+        opText = std::string(1, tok.text[0]);
+        signWord = true;
+      } else {
+        break;  // two operands side by side: the expression ends here
+      }
+      enm_KELOperator op = cls_KELExecutor::OperatorOf(opText);
+      if (op == enm_KELOperator::None) {
+        ++i;
+        lhs = {hFail(tok.text), {}};
+        continue;
+      }
+      int level = cls_KELExecutor::Level(op);
+      if (level > maxLevel) break;
+      if (signWord) unsignNext = true; else ++i;
+      Val rhs = Parse(op == enm_KELOperator::Assign ? level : level - 1);
+      lhs = {Apply(op, opText, lhs, rhs), {}};
+    }
+    return lhs;
+  }
+
+  Variant Apply(enm_KELOperator op, std::string_view opText, const Val& l, const Val& r) {
+    double a = 0, b = 0;
+    bool num = hNumber(l.v, a) && hNumber(r.v, b);
+    auto flag = [](bool x) { return Variant(x ? 1 : 0); };
+    switch (op) {
+      case enm_KELOperator::Assign:
+        if (l.name.empty()) return hFail(opText);
+        c.k.VARIABLES->ITEM_LET(Variant(l.name), r.v);
+        return r.v;
+      case enm_KELOperator::Add:
+        if (num) return Variant(a + b);
+        return Variant(hText(c.k, l.v) + hText(c.k, r.v));
+      case enm_KELOperator::Subtract:
+        return num ? Variant(a - b) : hFail(opText);
+      case enm_KELOperator::Multiply:
+        return num ? Variant(a * b) : hFail(opText);
+      case enm_KELOperator::Divide:
+        return num && b != 0 ? Variant(a / b) : hFail(opText);
+      case enm_KELOperator::Power: {
+        if (!num) return hFail(opText);
+        double p = std::pow(a, b);
+        return std::isfinite(p) ? Variant(p) : hFail(opText);
+      }
+      case enm_KELOperator::Or:
+        return flag(hTruth(l.v) || hTruth(r.v));
+      case enm_KELOperator::And:
+        return flag(hTruth(l.v) && hTruth(r.v));
+      default:
+        break;
+    }
+    int cmp;
+    if (num) {
+      cmp = a < b ? -1 : (a > b ? 1 : 0);
+    } else {
+      std::string x = hText(c.k, l.v), y = hText(c.k, r.v);
+      cmp = x.compare(y) < 0 ? -1 : (x == y ? 0 : 1);
+    }
+    switch (op) {
+      case enm_KELOperator::GreaterEqual: return flag(cmp >= 0);
+      case enm_KELOperator::LessEqual: return flag(cmp <= 0);
+      case enm_KELOperator::NotEqual: return flag(cmp != 0);
+      case enm_KELOperator::Equal: return flag(cmp == 0);
+      case enm_KELOperator::Less: return flag(cmp < 0);
+      case enm_KELOperator::Greater: return flag(cmp > 0);
+      default: return hFail(opText);
+    }
+  }
+};
+
+Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n) {
+  if (n == 0) return Variant("");
+  Expr e{c, t, n};
+  return e.Parse(kLowestLevel).v;
+}
+
+bool hCondition(Ctx& c, const KELToken& t) { return hTruth(hEvalTokens(c, &t, 1)); }
+
+bool hEquals(Ctx& c, const Variant& a, const Variant& b) {
+  double x, y;
+  if (hNumber(a, x) && hNumber(b, y)) return x == y;
+  return hText(c.k, a) == hText(c.k, b);
+}
+
+Variant hCountError(Ctx& c, std::string_view head, std::string_view tail = " were given!") {
+  return Variant(c.k.ERRORS(std::string(head) + std::to_string(c.count) + std::string(tail), c.text));
+}
+
+int32_t hLoopMax(cls_KEL& k) {
+  Variant v = k.SETTINGS->ITEM_GET(Variant("SYS.LOOP.MAX"));
+  double d;
+  if (!v.isEmpty() && hNumber(v, d) && d >= 1) return d > 2e9 ? 2000000000 : static_cast<int32_t>(d);
+  return kDefaultLoopMax;
+}
+
+// The rest of the command text after the command word, trimmed and unquoted.
+std::string hRest(Ctx& c) {
+  std::string_view s = c.text;
+  size_t i = 0;
+  while (i < s.size() && !cls_KELTokenizer::IsSeparator(s[i])) ++i;
+  s = s.substr(i);
+  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front())) s.remove_prefix(1);
+  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.back())) s.remove_suffix(1);
+  if (s.size() >= 2 && (s.front() == '"' || s.front() == '\'') && s.back() == s.front())
+    s = s.substr(1, s.size() - 2);
+  if (s.find('{') != std::string_view::npos) return c.k.PROCESS(s, c.data);
+  return std::string(s);
+}
+
+std::string hNameOf(const KELToken& t) {
+  if (t.kind == enm_KELToken::Quoted) return std::string(hInner(t));
+  return std::string(t.text);
+}
+
+// Parameters of a module or user command: NAME = value triples become named items, the others
+// numbered items in order.
+StructurePtr hParamStruct(Ctx& c) {
+  auto s = cls_Structure::New();
+  for (size_t i = 0; i < c.count; ++i) {
+    const KELToken& t = c.params[i];
+    if (t.kind == enm_KELToken::Word && i + 2 < c.count && c.params[i + 1].kind == enm_KELToken::Operator &&
+        c.params[i + 1].text == "=") {
+      s->ITEMBYID_LET(text::UCase(t.text), hValue(c, c.params[i + 2]));
+      i += 2;
+      continue;
+    }
+    s->ADD(hValue(c, t));
+  }
+  return s;
+}
+
+// Remembers the outcome of an IF chain for the command that comes next at this level.
+void hChainSet(cls_KEL& k, int64_t calls, bool taken);
+
+// ---- the commands ------------------------------------------------------------------------------
+
+struct KELCommand {
+  std::string_view name;
+  Variant (*run)(Ctx&);
+};
+
+Variant hIf(Ctx& c);
+Variant hElseIf(Ctx& c);
+Variant hElse(Ctx& c);
+Variant hWhile(Ctx& c);
+Variant hDo(Ctx& c);
+Variant hSwitch(Ctx& c);
+Variant hCase(Ctx& c);
+Variant hDefault(Ctx& c);
+Variant hFor(Ctx& c);
+Variant hIterate(Ctx& c);
+Variant hVar(Ctx& c);
+Variant hBlockCmd(Ctx& c);
+Variant hLater(Ctx& c);
+Variant hStruct(Ctx& c);
+Variant hInclude(Ctx& c);
+Variant hDispose(Ctx& c);
+Variant hComment(Ctx&) { return Variant(""); }
+Variant hMute(Ctx& c);
+Variant hNested(Ctx& c);
+Variant hNow(Ctx&) { return Variant::Date(date::Now()); }
+Variant hLocate(Ctx& c) { return Variant(c.k.LOCATE(hRest(c), "")); }
+Variant hMaster(Ctx& c);
+
+constexpr KELCommand kCommands[] = {
+    {"IF", hIf},         {"ELSEIF", hElseIf},   {"ELSE", hElse},       {"WHILE", hWhile},
+    {"DO", hDo},         {"SWITCH", hSwitch},   {"CASE", hCase},       {"DEFAULT", hDefault},
+    {"FOR", hFor},       {"ITERATE", hIterate}, {"VAR", hVar},         {"BLOCK", hBlockCmd},
+    {"LATER", hLater},   {"STRUCT", hStruct},   {"STRUCTURE", hStruct}, {"INCLUDE", hInclude},
+    {"DISPOSE", hDispose}, {"COMMENT", hComment}, {"MUTE", hMute},    {"NESTED", hNested},
+    {"NOW", hNow},       {"LOCATE", hLocate},   {"MASTER", hMaster},
+};
+
+const KELCommand* hFindCommand(std::string_view word) {
+  if (word.size() > 9) return nullptr;
+  char up[9];
+  for (size_t i = 0; i < word.size(); ++i) up[i] = (word[i] >= 'a' && word[i] <= 'z') ? word[i] - 32 : word[i];
+  std::string_view u(up, word.size());
+  for (const auto& row : kCommands)
+    if (row.name == u) return &row;
+  return nullptr;
+}
+
+void hChainSet(cls_KEL& k, int64_t calls, bool taken);
+
+// IF (cond) {then} [{else}]
+Variant hIfLike(Ctx& c, std::string_view name) {
+  if (c.count != 2 && c.count != 3)
+    return hCountError(c, std::string(name) + " requires 2 or 3 parameters, ");
+  bool taken = hCondition(c, c.params[0]);
+  std::string out;
+  if (taken) out = hBlock(c, c.params[1]);
+  else if (c.count == 3) out = hBlock(c, c.params[2]);
+  hChainSet(c.k, c.k.calls_, taken || c.count == 3);
+  return Variant(out);
+}
+
+Variant hIf(Ctx& c) { return hIfLike(c, "IF"); }
+
+// The chain record left for this command by the IF or ELSEIF before it; -1 when there is none.
+int hChainGet(cls_KEL& k) {
+  auto it = k.chain_.find(k.calls_);
+  if (it == k.chain_.end()) return -1;
+  int taken = it->second ? 1 : 0;
+  k.chain_.erase(it);
+  return taken;
+}
+
+Variant hElseIf(Ctx& c) {
+  if (c.count != 2 && c.count != 3) return hCountError(c, "ELSEIF requires 2 or 3 parameters, ");
+  int before = hChainGet(c.k);
+  if (before < 0) return Variant(c.k.ERRORS("ELSEIF without IF", c.text));
+  if (before == 1) {
+    hChainSet(c.k, c.k.calls_, true);
+    return Variant("");
+  }
+  return hIfLike(c, "ELSEIF");
+}
+
+Variant hElse(Ctx& c) {
+  int before = hChainGet(c.k);
+  if (before < 0) return Variant(c.k.ERRORS("ELSE without IF", c.text));
+  if (before == 1 || c.count == 0) return Variant("");
+  return Variant(hBlock(c, c.params[0]));
+}
+
+// WHILE (cond) {block}
+Variant hWhile(Ctx& c) {
+  if (c.count != 2)
+    return hCountError(c, "WHILE requires 2 parameters, ",
+                       " were given! Try encapsulating the conditon like WHILE (i < 10) {...};");
+  std::string out;
+  int32_t max = hLoopMax(c.k), rounds = 0;
+  while (!c.k.quit_ && hCondition(c, c.params[0])) {
+    if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    out += hBlock(c, c.params[1]);
+  }
+  return Variant(out);
+}
+
+// DO {block} WHILE|UNTIL (cond)
+Variant hDo(Ctx& c) {
+  if (c.count != 3)
+    return hCountError(c, "DO requires 3 parameters, ",
+                       " were given! Try encapsulating the conditon like DO {...} WHILE (i < 10);");
+  std::string ending = text::UCase(c.params[1].text);
+  if (ending != "WHILE" && ending != "UNTIL") return Variant(c.k.ERRORS("Wrong ending for DO loop", c.text));
+  bool until = ending == "UNTIL";
+  std::string out;
+  int32_t max = hLoopMax(c.k), rounds = 0;
+  do {
+    if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    out += hBlock(c, c.params[0]);
+  } while (!c.k.quit_ && hCondition(c, c.params[2]) != until);
+  return Variant(out);
+}
+
+// SWITCH value [{CASE ... DEFAULT ...}]
+Variant hSwitch(Ctx& c) {
+  if (c.count != 1 && c.count != 2) return hCountError(c, "SWITCH requires 1 or 2 parameters, ");
+  Variant value = hEvalTokens(c, &c.params[0], 1);
+  if (c.count == 1) {
+    c.k.looseSwitch_ = {value, false};
+    return Variant("");
+  }
+  c.k.switches_.push_back({value, false});
+  std::string out;
+  try {
+    out = hBlock(c, c.params[1]);
+  } catch (...) {
+    c.k.switches_.pop_back();
+    throw;
+  }
+  c.k.switches_.pop_back();
+  return Variant(out);
+}
+
+cls_KEL::SwitchFrame& hSwitchFrame(cls_KEL& k) {
+  return k.switches_.empty() ? k.looseSwitch_ : k.switches_.back();
+}
+
+Variant hCase(Ctx& c) {
+  if (c.count != 2) return hCountError(c, "CASE requires 2 parameters, ");
+  auto& frame = hSwitchFrame(c.k);
+  if (frame.matched) return Variant("");
+  if (!hEquals(c, hEvalTokens(c, &c.params[0], 1), frame.value)) return Variant("");
+  hSwitchFrame(c.k).matched = true;
+  return Variant(hBlock(c, c.params[1]));
+}
+
+Variant hDefault(Ctx& c) {
+  auto& frame = hSwitchFrame(c.k);
+  if (frame.matched || c.count == 0) return Variant("");
+  frame.matched = true;
+  return Variant(hBlock(c, c.params[c.count - 1]));
+}
+
+// FOR name start end step {block}
+Variant hFor(Ctx& c) {
+  if (c.count != 5) return hCountError(c, "FOR requires 5 parameters, ");
+  std::string name = hNameOf(c.params[0]);
+  double from, to, step;
+  if (!hNumber(hEvalTokens(c, &c.params[1], 1), from) || !hNumber(hEvalTokens(c, &c.params[2], 1), to) ||
+      !hNumber(hEvalTokens(c, &c.params[3], 1), step) || step == 0)
+    return Variant(c.k.ERRORS("FOR needs numbers and a step other than 0", c.text));
+  std::string out;
+  int32_t max = hLoopMax(c.k), rounds = 0;
+  for (double i = from; step > 0 ? i <= to : i >= to; i += step) {
+    if (c.k.quit_) break;
+    if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
+    out += hBlock(c, c.params[4]);
+  }
+  return Variant(out);
+}
+
+// ITERATE name structure {block}
+Variant hIterate(Ctx& c) {
+  if (c.count != 3) return hCountError(c, "ITERATE requires 3 parameters, ");
+  std::string name = hNameOf(c.params[0]);
+  Variant sv = hEvalTokens(c, &c.params[1], 1);
+  auto s = sv.as<cls_Structure>();
+  if (!s) return Variant(c.k.ERRORS("ITERATE needs a structure", c.text));
+  std::string keyName = name + "_KEY", indexName = name + "_INDEX";
+  Variant nameV(name), keyV(keyName), indexV(indexName);
+  std::string out;
+  int32_t position = 0;
+  for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
+    if (c.k.quit_) break;
+    if (!s->EXISTS_GET(i)) continue;
+    std::string key = s->ID_GET(i);
+    c.k.VARIABLES->ITEM_LET(nameV, s->ITEM_GET(i));
+    c.k.VARIABLES->ITEM_LET(keyV, key.empty() ? Variant(i) : Variant(key));
+    c.k.VARIABLES->ITEM_LET(indexV, Variant(++position));
+    out += hBlock(c, c.params[2]);
+  }
+  return Variant(out);
+}
+
+// VAR name value
+Variant hVar(Ctx& c) {
+  if (c.count != 2) return hCountError(c, "VAR requires 2 parameters, ");
+  c.k.VARIABLES->ITEM_LET(Variant(hNameOf(c.params[0])), hValue(c, c.params[1]));
+  return Variant("");
+}
+
+// BLOCK name {text}: the text is kept as written and processed where it is used.
+Variant hBlockCmd(Ctx& c) {
+  if (c.count != 2) return hCountError(c, "BLOCK requires 2 parameters, ");
+  const KELToken& body = c.params[1];
+  std::string_view textOf =
+      body.kind == enm_KELToken::Braces || body.kind == enm_KELToken::Quoted ? hInner(body) : body.text;
+  c.k.BLOCKS->ITEMBYID_LET(text::UCase(hNameOf(c.params[0])), Variant(textOf));
+  return Variant("");
+}
+
+std::string hDefer(cls_KEL& k, std::string_view cmd) {
+  int32_t n = k.LATER->ADD(Variant(cmd));
+  return "@@__LATER__" + std::to_string(n) + "@@";
+}
+
+// LATER {command}
+Variant hLater(Ctx& c) {
+  if (c.count != 1) return hCountError(c, "LATER requires 1 parameter, ");
+  const KELToken& t = c.params[0];
+  std::string_view cmd = t.kind == enm_KELToken::Braces || t.kind == enm_KELToken::Quoted ? hInner(t) : t.text;
+  return Variant(hDefer(c.k, cmd));
+}
+
+// STRUCT [name] [KEY = value ...]: a new structure; stored as variable name when one is given.
+Variant hStruct(Ctx& c) {
+  std::string name;
+  Ctx rest = c;
+  if (c.count >= 1 && !(c.count >= 2 && c.params[1].kind == enm_KELToken::Operator && c.params[1].text == "=")) {
+    name = hNameOf(c.params[0]);
+    rest.params = c.params + 1;
+    rest.count = c.count - 1;
+  }
+  StructurePtr s = hParamStruct(rest);
+  if (name.empty()) return Variant(s);
+  c.k.VARIABLES->ITEM_LET(Variant(name), Variant(s));
+  return Variant("");
+}
+
+Variant hInclude(Ctx& c) { return Variant(cls_KELFrontEnd::Include(c.k, hRest(c), c.data)); }
+
+// DISPOSE name ...: removes the variables and lists their names in DISPOSELIST. Without names it
+// removes every variable DISPOSELIST names and empties the list.
+Variant hDispose(Ctx& c) {
+  if (c.count == 0) {
+    auto& list = *c.k.DISPOSELIST;
+    for (int32_t i = list.BASE(); i <= list.MAX(); ++i)
+      if (list.EXISTS_GET(i)) c.k.VARIABLES->REMOVE(list.ITEM_GET(i));
+    list.CLEAR();
+    return Variant("");
+  }
+  for (size_t i = 0; i < c.count; ++i) {
+    std::string name = hNameOf(c.params[i]);
+    c.k.VARIABLES->REMOVE(Variant(name));
+    c.k.DISPOSELIST->ADD(Variant(name));
+  }
+  return Variant("");
+}
+
+// MUTE {block} ...: runs the blocks for their effects, yields nothing.
+Variant hMute(Ctx& c) {
+  for (size_t i = 0; i < c.count; ++i) hBlock(c, c.params[i]);
+  return Variant("");
+}
+
+// NESTED value: the value's text is processed once more as a template.
+Variant hNested(Ctx& c) {
+  std::string out;
+  for (size_t i = 0; i < c.count; ++i) out += c.k.PROCESS(hText(c.k, hValue(c, c.params[i])), c.data);
+  return Variant(out);
+}
+
+// MASTER file: when the outermost PROCESS ends, its output becomes the variable CONTENT and the file
+// (found as INCLUDE finds it) is processed in its place.
+Variant hMaster(Ctx& c) {
+  c.k.master_ = hRest(c);
+  return Variant("");
+}
+
+void hChainSet(cls_KEL& k, int64_t calls, bool taken) {
+  // Records can only be read by a later command: drop the ones whose counter value is past.
+  k.chain_.erase(k.chain_.begin(), k.chain_.upper_bound(calls));
+  k.chain_[calls + 1] = taken;
+}
+
+// "%n": the n-th item of the parameter structure.
+Variant hPlaceholder(cls_KEL& k, std::string_view s, const StructurePtr& data) {
+  if (!data) return Variant(k.ERRORS("No parameter delivered - " + std::string(s) + " unavailable"));
+  double d = 0;
+  ParseNumber(s.substr(1), d);
+  int32_t n = static_cast<int32_t>(d);
+  int32_t available = data->MAX() - data->BASE() + 1;
+  if (n < 1 || n > available) {
+    std::string list;
+    for (int32_t i = data->BASE(); i <= data->MAX(); ++i) {
+      if (!list.empty()) list += ", ";
+      list += cls_KELDecoder::ENCODE(data->ITEM_GET(i), true);
+    }
+    return Variant(k.ERRORS("Missing parameter - " + std::string(s) + ". Available: " + list));
+  }
+  return data->ITEM_GET(data->BASE() + n - 1);
+}
+
+bool hStartsWithUpper(std::string_view s, std::string_view prefix) {
+  if (s.size() < prefix.size()) return false;
+  for (size_t i = 0; i < prefix.size(); ++i) {
+    char c = s[i];
+    if (c >= 'a' && c <= 'z') c -= 32;
+    if (c != prefix[i]) return false;
+  }
+  return true;
+}
+
+Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
+  if (s.empty()) return Variant("");
+  if (s.size() >= 2 && s[0] == '@' && s[1] == '@') return Variant(hDefer(k, s.substr(2)));
+  bool oneWord = true;
+  for (char ch : s)
+    if (cls_KELTokenizer::IsSeparator(ch)) { oneWord = false; break; }
+  if (oneWord && hStartsWithUpper(s, "VAR:")) {
+    std::string_view name = s.substr(4);
+    Variant v = k.VARIABLES->ITEM_GET(Variant(name), Variant::Null());
+    if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
+    return v;
+  }
+  if (oneWord && hStartsWithUpper(s, "BLOCK:")) {
+    std::string_view name = s.substr(6);
+    Variant v = k.BLOCKS->ITEMBYID_GET(text::UCase(name), Variant::Null());
+    if (v.isNull()) return Variant(k.ERRORS("BLOCK not found", name));
+    return Variant(k.PROCESS(CStr(v), data));
+  }
+  if (oneWord && s.size() >= 2 && s[0] == '%' && IsNumericText(s.substr(1))) return hPlaceholder(k, s, data);
+
+  auto cached = cls_KELTokenizer::TokenizeCached(s);
+  const auto& tokens = cached->tokens;
+  if (tokens.empty()) return Variant("");
+  Ctx c{k, data, cached->text, tokens.data() + 1, tokens.size() - 1};
+  const KELToken& word = tokens[0];
+  if (word.kind == enm_KELToken::Word) {
+    if (const KELCommand* cmd = hFindCommand(word.text)) return cmd->run(c);
+  }
+  if (word.kind != enm_KELToken::Word || (tokens.size() >= 2 && tokens[1].kind == enm_KELToken::Operator))
+    return hEvalTokens(c, tokens.data(), tokens.size());
+
+  std::string upper = text::UCase(word.text);
+  if (upper.find(':') != std::string::npos) {
+    StructurePtr params = hParamStruct(c);
+    std::string saved = std::move(k.currentCommand_);
+    k.currentCommand_ = upper;
+    Variant r = k.MODULES->EXECUTE(k, upper, params);
+    k.currentCommand_ = std::move(saved);
+    return r;
+  }
+  Variant body = k.FUNCTIONS->ITEMBYID_GET(upper, Variant::Null());
+  if (!body.isNull()) return Variant(k.PROCESS(CStr(body), hParamStruct(c)));
+
+  StructurePtr params = hParamStruct(c);
+  Variant r;
+  k.currentCommand_ = "OTHER:" + upper;
+  bool taken = k.MODULES->hRoute(k, "OTHER:" + upper, params, nullptr, r);
+  k.currentCommand_.clear();
+  if (!taken) return Variant(k.ERRORS("Cannot execute", s));
+  return r;
+}
+
+}  // namespace
+
+enm_KELOperator cls_KELExecutor::OperatorOf(std::string_view pText) {
+  for (size_t i = 1; i < std::size(kOperators); ++i)
+    if (kOperators[i] == pText) return static_cast<enm_KELOperator>(i);
+  return enm_KELOperator::None;
+}
+
+int cls_KELExecutor::Level(enm_KELOperator pOp) { return kLevels[static_cast<size_t>(pOp)]; }
+
+Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
+  if (k.depth_ == 0) {
+    k.quit_ = false;
+    k.hReadSettings();
+  }
+  ++k.calls_;
+  std::string_view s = pCmd;
+  try {
+    k.RECURSIONS->ITEMDIRECT_LET(1, "CALLS", Variant(static_cast<double>(k.calls_)));
+    while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);
+    while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front()) && s.front() != ',' && s.front() != ';')
+      s.remove_prefix(1);
+    while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r' || s.back() == '\n'))
+      s.remove_suffix(1);
+    NestGuard guard(k);
+    if (!guard.ok) return Variant(k.ERRORS("Nesting too deep", s));
+    return hRun(k, s, pData);
+  } catch (const std::exception& e) {
+    return Variant(k.ERRORS("Could not execute", s));
+  }
+}
+
+}  // namespace rykel

@@ -1,0 +1,404 @@
+#include "interpreter/cls_KELFrontEnd.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <unordered_map>
+
+#include "frame/Convert.h"
+#include "frame/Error.h"
+#include "frame/Notifier.h"
+#include "frame/Text.h"
+#include "frame/mdl_Global.h"
+#include "interpreter/cls_KEL.h"
+#include "interpreter/cls_KELExecutor.h"
+
+namespace rykel {
+
+namespace {
+
+// Restores the nesting level and the error place when a PROCESS level ends, however it ends.
+struct LevelGuard {
+  cls_KEL& k;
+  int& depth;
+  std::vector<cls_KEL::Source>* sources;
+  bool pushed;
+  ~LevelGuard() {
+    --depth;
+    if (pushed) sources->pop_back();
+  }
+};
+
+std::string hSlashes(std::string_view p) {
+  std::string s(p);
+  for (char& c : s)
+    if (c == '\\') c = '/';
+  return s;
+}
+
+bool hEscapes(const std::string& p) {
+  if (!p.empty() && p[0] == '/') return true;
+  std::filesystem::path path(p);
+  for (const auto& part : path)
+    if (part == "..") return true;
+  return false;
+}
+
+std::string hJoin(const std::string& dir, const std::string& file) {
+  if (dir.empty() || dir.back() == '/') return dir + file;
+  return dir + "/" + file;
+}
+
+// From the "{" at open, the index of its matching "}" (text size when there is none); quotes jump
+// to their partner, and a quote without one sets rUnclosed.
+size_t hMatch(std::string_view work, size_t open, char& rUnclosed) {
+  size_t i = open + 1;
+  int depth = 1;
+  rUnclosed = 0;
+  while (i < work.size()) {
+    char c = work[i];
+    if (c == '"' || c == '\'') {
+      size_t q = work.find(c, i + 1);
+      if (q == std::string_view::npos) {
+        rUnclosed = c;
+        return i;
+      }
+      i = q + 1;
+      continue;
+    }
+    if (c == '{') ++depth;
+    else if (c == '}' && --depth == 0) return i;
+    ++i;
+  }
+  return work.size();
+}
+
+// A template text prepared once: script and style sections protected, and the commands found by
+// the scan that runs when no result has to be scanned again. A pure function of the text.
+struct Prepared {
+  std::string text;
+  struct Span {
+    size_t open, close;
+    char unclosed;
+  };
+  std::vector<Span> spans;
+};
+
+std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+  };
+  thread_local std::unordered_map<std::string, std::shared_ptr<const Prepared>, Hash, std::equal_to<>> cache;
+  constexpr size_t kLimit = 512;
+  if (auto it = cache.find(pText); it != cache.end()) return it->second;
+  auto p = std::make_shared<Prepared>();
+  p->text = pText;
+  if (p->text.find("<s") != std::string::npos) {
+    cls_KELFrontEnd::Encapsulate(p->text, "<script", "</script>");
+    cls_KELFrontEnd::Encapsulate(p->text, "<style", "</style>");
+  }
+  std::string_view w = p->text;
+  size_t pos = 0;
+  while (true) {
+    size_t open = w.find('{', pos);
+    if (open == std::string_view::npos) break;
+    char unclosed;
+    size_t close = hMatch(w, open, unclosed);
+    p->spans.push_back({open, close, unclosed});
+    if (unclosed || close >= w.size()) break;
+    pos = close + 1;
+  }
+  if (cache.size() >= kLimit) cache.clear();
+  cache.emplace(std::string(pText), p);
+  return p;
+}
+
+// Texts up to this size are prepared once and kept; longer ones are scanned as they come.
+constexpr size_t kPrepareLimit = 16384;
+
+}  // namespace
+
+bool cls_KELFrontEnd::Encapsulate(std::string& rData, std::string_view pStartTag,
+                                  std::string_view pEndTag) {
+  if (pStartTag.empty()) return true;
+  size_t p = rData.find(pStartTag);
+  while (p != std::string::npos) {
+    size_t e = rData.find(pEndTag, p + pStartTag.size());
+    size_t end = e == std::string::npos ? rData.size() : e + pEndTag.size();
+    std::string_view stretch(rData.data() + p, end - p);
+    if (stretch.find_first_of("{}") != std::string_view::npos) {
+      std::string s;
+      s.reserve(stretch.size() + 16);
+      for (char c : stretch) {
+        if (c == '{') s += "[[";
+        else if (c == '}') s += "]]";
+        else s += c;
+      }
+      s = text::Replace(text::Replace(s, "[[$", "{$"), "$]]", "$}");
+      rData.replace(p, end - p, s);
+    }
+    p = rData.find(pStartTag, p + 1);
+  }
+  return true;
+}
+
+std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const StructurePtr& pData,
+                                     const std::string& pFile, bool pNewSource) {
+  const bool outermost = k.depth_ == 0;
+  if (outermost) {
+    k.quit_ = false;
+    k.master_.clear();
+    k.hReadSettings();
+  }
+  const int32_t maxDepth = k.run_.nestingMax;
+  if (k.depth_ >= maxDepth) {
+    bool go = true;
+    if (k.WARNING) k.WARNING("Nesting too deep", go);
+    if (!go) k.quit_ = true;
+    return k.ERRORS("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
+  }
+  ++k.depth_;
+  bool pushed = pNewSource || k.sources_.empty();
+  if (pushed) k.sources_.push_back({pFile, std::make_shared<const std::string>(pText), 0});
+  LevelGuard guard{k, k.depth_, &k.sources_, pushed};
+  if (outermost) k.SIGNAL(kelSignalProcessStart);
+
+  std::string out;
+  try {
+    // work views the text being scanned: the text handed in, or owned once it had to change.
+    std::string owned;
+    std::string_view work = pText;
+    std::shared_ptr<const Prepared> prepared;
+    size_t nextSpan = 0;
+    if (pText.size() <= kPrepareLimit) {
+      prepared = hPrepare(pText);
+      work = prepared->text;
+    } else if (work.find("<s") != std::string_view::npos) {
+      owned = pText;
+      Encapsulate(owned, "<script", "</script>");
+      Encapsulate(owned, "<style", "</style>");
+      work = owned;
+    }
+
+    const int32_t limit = k.run_.commandsMax;
+    // Origin of a position in work within the text handed in (for error places): positions in a
+    // result put back in front map to the command it replaced.
+    size_t headLen = 0, headOrigin = 0, tailOrigin = 0;
+    auto origin = [&](size_t p) { return p < headLen ? headOrigin : tailOrigin + (p - headLen); };
+
+    size_t pos = 0;
+    int32_t count = 0;
+    std::string failure, failureDetail;
+    while (true) {
+      size_t open;
+      size_t i = 0;
+      char unclosed = 0;
+      if (prepared) {
+        if (nextSpan < prepared->spans.size()) {
+          const auto& sp = prepared->spans[nextSpan++];
+          open = sp.open;
+          i = sp.close;
+          unclosed = sp.unclosed;
+        } else {
+          open = std::string_view::npos;
+        }
+      } else {
+        open = work.find('{', pos);
+        if (open != std::string_view::npos) i = hMatch(work, open, unclosed);
+      }
+      if (open == std::string_view::npos) {
+        out.append(work.substr(pos));
+        break;
+      }
+      if (++count > limit) {
+        failure = "Not parseable";
+        failureDetail = std::string(work.substr(open));
+        break;
+      }
+      if (unclosed) {
+        failure = "Syntax error";
+        failureDetail = std::string("Unclosed ") + unclosed + ": " + std::string(work.substr(open));
+        break;
+      }
+      out.append(work.substr(pos, open - pos));
+      if (k.quit_) break;
+      size_t close = i;  // work.size() when the "}" is missing: the rest is the command
+      std::string_view cmd(work.data() + open + 1, (close < work.size() ? close : work.size()) - open - 1);
+      if (pushed) k.sources_.back().offset = origin(open);
+      Variant value = k.EXECUTE(cmd, pData);
+      std::string converted;
+      std::string_view result;
+      if (value.isString()) {
+        result = value.str();
+      } else {
+        converted = k.hToText(value);
+        result = converted;
+      }
+      size_t after = close < work.size() ? close + 1 : work.size();
+      if (k.quit_) {
+        out += result;
+        break;
+      }
+      // Error texts are never scanned again (their titles may hold braces).
+      if (result.find('{') == std::string_view::npos || result.substr(0, 4) == "ERR:") {
+        out += result;
+        pos = after;
+      } else {
+        size_t newHeadOrigin = origin(open), newTailOrigin = origin(after);
+        std::string next;
+        next.reserve(result.size() + work.size() - after);
+        next.append(result).append(work.substr(after));
+        owned = std::move(next);
+        work = owned;
+        prepared.reset();  // from here on the text is scanned as it comes
+        headLen = result.size();
+        headOrigin = newHeadOrigin;
+        tailOrigin = newTailOrigin;
+        pos = 0;
+      }
+    }
+    if (!failure.empty()) {
+      bool go = true;
+      if (failure == "Not parseable" && k.WARNING) k.WARNING("Not parseable", go);
+      if (!go) k.quit_ = true;
+      if (k.run_.debug)
+        out = k.ERRORS(failure, failureDetail);
+      else
+        out.clear();
+    }
+  } catch (const std::exception& e) {
+    out += k.ERRORS("Could not execute", e.what());
+  }
+
+  if (outermost) {
+    try {
+      if (k.LATER->COUNT() > 0 && !k.LATER->ISEMPTY()) {
+        Notify({"KEL", "Later", "OK", "Information"});
+        // Deferred commands run once, in the order deferred; each result replaces its marker.
+        auto entries = k.LATER;
+        k.LATER = cls_Structure::New();
+        for (int32_t n = entries->BASE(); n <= entries->MAX(); ++n) {
+          if (!entries->EXISTS_GET(n)) continue;
+          std::string marker = "@@__LATER__" + std::to_string(n) + "@@";
+          std::string cmd = CStr(entries->ITEM_GET(n));
+          ++k.depth_;
+          std::string r = Process(k, "{" + cmd + "}", pData, std::string(), false);
+          --k.depth_;
+          size_t at = out.find(marker);
+          if (at != std::string::npos) out.replace(at, marker.size(), r);
+        }
+      }
+      if (!k.master_.empty()) {
+        std::string master = k.master_;
+        k.master_.clear();
+        k.VARIABLES->ITEM_LET("CONTENT", out);
+        ++k.depth_;
+        out = Include(k, master, pData);
+        --k.depth_;
+      }
+    } catch (const std::exception& e) {
+      out += k.ERRORS("Could not execute", e.what());
+    }
+    k.SIGNAL(kelSignalProcessEnd);
+  }
+  return out;
+}
+
+bool cls_KELFrontEnd::SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::string_view pParaWanted) {
+  if (!rValue) return false;
+  // What was delivered, before completion: names, or positions for numbered items.
+  std::string delivered;
+  for (int32_t i = rValue->BASE(); i <= rValue->MAX(); ++i) {
+    if (!rValue->EXISTS_GET(i)) continue;
+    std::string name = rValue->ID_GET(i);
+    if (!delivered.empty()) delivered += ",";
+    delivered += name.empty() ? std::to_string(i) : name;
+  }
+  bool ok = true;
+  std::string required;
+  int32_t position = 0;
+  for (const auto& raw : text::Split(pParaWanted, ",")) {
+    std::string_view entry = text::Trim(raw);
+    if (entry.empty()) continue;
+    ++position;
+    size_t eq = entry.find('=');
+    std::string name = text::UCase(text::Trim(entry.substr(0, eq)));
+    if (!required.empty()) required += ",";
+    required += name;
+    if (rValue->EXISTSBYID_GET(name)) continue;
+    Variant value("__ERR__");
+    int32_t slot = rValue->BASE() + position - 1;
+    if (slot >= rValue->BASE() && slot <= rValue->MAX() && rValue->EXISTS_GET(slot) &&
+        rValue->ID_GET(slot).empty()) {
+      value = rValue->ITEM_GET(slot);
+    } else if (eq != std::string_view::npos) {
+      std::string_view def = text::Trim(entry.substr(eq + 1));
+      if (def.size() >= 2 && (def.front() == '\'' || def.front() == '"') && def.back() == def.front())
+        def = def.substr(1, def.size() - 2);
+      value = Variant(def);
+    }
+    if (value.isString() && value.str() == "__ERR__") ok = false;
+    rValue->ITEMBYID_LET(name, value);
+  }
+  if (!ok)
+    k.ERRORS("The command " + k.hCurrentCommand() + " needs other parameters: " + required +
+             " required, " + delivered + " delivered");
+  return ok;
+}
+
+std::string cls_KELFrontEnd::Locate(cls_KEL& k, std::string_view pFile, std::string_view pDefault) {
+  std::string file = hSlashes(pFile);
+  if (file.empty()) return std::string(pDefault);
+  bool confined = k.depth_ > 0 ? k.run_.confined : k.hSetting("SYS.LOCATE.CONFINED", false);
+  if (confined) {
+    if (hEscapes(file)) return std::string(pDefault);
+  } else if (mdl_FileTools::FILEEXISTS(file)) {
+    return file;
+  }
+  auto& dirs = *k.DIRECTORIES;
+  for (int32_t i = dirs.BASE(); i <= dirs.MAX(); ++i) {
+    if (!dirs.EXISTS_GET(i)) continue;
+    std::string path = hJoin(hSlashes(CStr(dirs.ITEM_GET(i))), file);
+    if (mdl_FileTools::FILEEXISTS(path)) return path;
+  }
+  return std::string(pDefault);
+}
+
+std::vector<std::string> cls_KELFrontEnd::LocateAll(cls_KEL& k, std::string_view pFile) {
+  std::vector<std::string> found;
+  std::string file = hSlashes(pFile);
+  if (file.empty()) return found;
+  bool confined = k.depth_ > 0 ? k.run_.confined : k.hSetting("SYS.LOCATE.CONFINED", false);
+  if (confined && hEscapes(file)) return found;
+  if (!confined && mdl_FileTools::FILEEXISTS(file)) found.push_back(file);
+  auto& dirs = *k.DIRECTORIES;
+  for (int32_t i = dirs.BASE(); i <= dirs.MAX(); ++i) {
+    if (!dirs.EXISTS_GET(i)) continue;
+    std::string path = hJoin(hSlashes(CStr(dirs.ITEM_GET(i))), file);
+    if (mdl_FileTools::FILEEXISTS(path)) found.push_back(path);
+  }
+  return found;
+}
+
+std::string cls_KELFrontEnd::Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData) {
+  std::string name(pName);
+  std::string base = std::filesystem::path(hSlashes(name)).filename().string();
+  if (base.find('.') == std::string::npos) name += ".kel";
+  std::string path = Locate(k, name, "");
+  if (path.empty()) path = Locate(k, "pages/" + name, "");
+  if (path.empty()) path = Locate(k, "inc/" + name, "");
+  if (path.empty()) {
+    k.ERRORS("Could not include '" + std::string(pName) + "'");
+    return "";
+  }
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    k.ERRORS("Could not include '" + std::string(pName) + "'");
+    return "";
+  }
+  std::string textIn((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  return Process(k, textIn, pData, path, true);
+}
+
+}  // namespace rykel

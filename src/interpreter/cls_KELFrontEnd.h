@@ -1,0 +1,35 @@
+// cls_KELFrontEnd: whole templates. Finds each command ("{" to its matching "}"), has it executed
+// and puts its text in its place; protects script and style sections; finds template files; checks
+// the named parameters of module commands.
+//
+// The scan resumes where the replaced command began: a result without "{" is appended to the output
+// and the scan goes on after the command; only a result holding "{" is put back in front of the rest
+// of the text to be scanned again. An error text ("ERR:...") is never scanned again. So a text with few commands costs time linear in its size.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+
+class cls_KEL;
+
+class cls_KELFrontEnd {
+ public:
+  // PROCESS. pFile names the template file the text comes from ("" for text handed in); with
+  // pNewSource the text becomes the place errors are reported in (outermost calls and includes).
+  static std::string Process(cls_KEL& k, std::string_view pText, const StructurePtr& pData,
+                             const std::string& pFile, bool pNewSource);
+  static bool Encapsulate(std::string& rData, std::string_view pStartTag, std::string_view pEndTag);
+  static bool SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::string_view pParaWanted);
+  static std::string Locate(cls_KEL& k, std::string_view pFile, std::string_view pDefault);
+  static std::vector<std::string> LocateAll(cls_KEL& k, std::string_view pFile);
+  // INCLUDE: name (".kel" added when it has no extension), then "pages/" + name, then "inc/" + name;
+  // processes the file found. Records "Could not include '<name>'" and yields "" when none is found.
+  static std::string Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData);
+};
+
+}  // namespace rykel

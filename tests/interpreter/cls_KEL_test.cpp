@@ -1,0 +1,323 @@
+// The interpreter end to end: decoding, the error list, the front end and the executor's commands.
+#include "interpreter/cls_KEL.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "frame/Convert.h"
+#include "interpreter/cls_KELDecoder.h"
+#include "modules/cls_KELModules.h"
+
+namespace rykel {
+namespace {
+
+std::string Render(cls_KEL& k, std::string_view t) { return k.PROCESS(t, nullptr); }
+std::string LastError(cls_KEL& k) {
+  return k.ERRORLIST->COUNT() ? CStr(k.ERRORLIST->ITEM_GET(k.ERRORLIST->MAX())) : std::string();
+}
+
+TEST(cls_KEL, DecodeRules) {
+  cls_KEL k;
+  EXPECT_EQ(k.DECODE(Variant("2024-01-05")).type(), VarType::Date);
+  EXPECT_EQ(k.DECODE(Variant("\"2024-01-05\"")).type(), VarType::Date);
+  EXPECT_EQ(k.DECODE(Variant("'x y'")).str(), "x y");
+  // Times stay text, quoted or not.
+  EXPECT_EQ(k.DECODE(Variant("12:30")).str(), "12:30");
+  EXPECT_EQ(k.DECODE(Variant("12:30:15")).str(), "12:30:15");
+  EXPECT_EQ(k.DECODE(Variant("\"12:30\"")).str(), "12:30");
+  EXPECT_EQ(k.DECODE(Variant("{$VAR:x}")).str(), "VAR:x");
+  EXPECT_EQ(k.DECODE(Variant("5.1.2024")).type(), VarType::Date);
+  Variant n = k.DECODE(Variant("1.5"));
+  EXPECT_EQ(n.type(), VarType::Double);
+  EXPECT_DOUBLE_EQ(n.rawDouble(), 1.5);
+  EXPECT_DOUBLE_EQ(k.DECODE(Variant("1,5")).rawDouble(), 1.5);
+  EXPECT_DOUBLE_EQ(k.DECODE(Variant("1234567890")).rawDouble(), 1234567890.0);
+  EXPECT_EQ(k.DECODE(Variant("12345678901")).type(), VarType::String);  // 11 characters
+  EXPECT_EQ(k.DECODE(Variant("#ff")).rawLong(), 255);
+  EXPECT_EQ(k.DECODE(Variant("#FF")).rawLong(), 255);
+  EXPECT_EQ(k.DECODE(Variant("#FFFFFFFF")).rawLong(), -1);
+  EXPECT_EQ(k.DECODE(Variant("#fg")).str(), "#fg");
+  EXPECT_EQ(k.DECODE(Variant("TRUE")).str(), "1");
+  EXPECT_EQ(k.DECODE(Variant("falsch")).str(), "0");
+  EXPECT_EQ(k.ERRORLIST->COUNT(), 0);
+  // Execution only when allowed; "#fg" then runs as a command.
+  EXPECT_EQ(k.DECODE(Variant("#fg"), nullptr, {}, true).str(), "ERR:---Cannot execute: #fg---");
+  k.VARIABLES->ITEM_LET("X", 7);
+  EXPECT_EQ(CStr(k.DECODE(Variant("VAR:x"), nullptr, {}, true)), "7");
+  // A quoted template is processed.
+  EXPECT_EQ(k.DECODE(Variant("\"<{VAR:x}>\"")).str(), "<7>");
+  EXPECT_EQ(k.DECODE(Variant("\"a:{x}\"")).str(), "a:{x}");
+  EXPECT_EQ(k.DECODE(Variant(5)).rawLong(), 5);
+}
+
+TEST(cls_KEL, EncodeAndLiteral) {
+  cls_KEL k;
+  EXPECT_EQ(k.ENCODE(Variant(1.5), false), "1.5");
+  EXPECT_EQ(k.ENCODE(Variant("ab"), true), "\"ab\"");
+  EXPECT_EQ(k.ENCODE(Variant("a\"b"), true), "'a\"b'");
+  EXPECT_EQ(k.ENCODE(Variant("a\"b'c"), true), "\"a'b'c\"");
+  EXPECT_EQ(k.ENCODE(Variant("a\"b"), false), "a\"b");
+  EXPECT_EQ(k.ENCODE(Variant(true), false), "True");
+  Variant d = k.DECODE(Variant("2024-01-05 10:20:30"));
+  EXPECT_EQ(k.ENCODE(d, false), "2024-01-05 10:20:30");
+  EXPECT_EQ(k.ENCODE(d, true), "\"2024-01-05 10:20:30\"");
+  // What ENCODE gives, DECODE reads back.
+  for (Variant v : {Variant(2.25), Variant("x y"), Variant("a\"b"), d}) {
+    Variant back = k.DECODE(Variant(k.ENCODE(v, true)));
+    EXPECT_EQ(CStr(back), CStr(v));
+  }
+  const std::pair<const char*, const char*> words[] = {
+      {"=", "=="}, {"=>", ">="}, {"=<", "<="}, {"<>", "!="}, {"=!", "!="}, {"=!=", "!="}, {"&", "&&"},
+      {"and", "&&"}, {"|", "||"}, {"Or", "||"}, {"wahr", "1"}, {"TRUE", "1"}, {"FALSCH", "0"},
+      {"false", "0"}, {"xand", "xand"}, {"==", "=="}};
+  for (auto [from, to] : words) EXPECT_EQ(k.LITERAL(from), to) << from;
+}
+
+TEST(cls_KEL, ErrorList) {
+  cls_KEL k;
+  EXPECT_EQ(k.ERRORS("Title", "", false), "ERR:---Title---");
+  EXPECT_EQ(LastError(k), "<b>Title</b>");
+  EXPECT_EQ(k.ERRORS("T", "a{b}c", false), "ERR:---T: a(b)c---");
+  EXPECT_EQ(LastError(k), "<b>T</b>: a(b)c<br/>");
+  std::string d100(100, 'x'), d101(101, 'x');
+  EXPECT_EQ(k.ERRORS("T", d100), "ERR:---T: " + d100 + "---");
+  EXPECT_EQ(k.ERRORS("T", d101), "ERR:---T: " + d100 + " (...)---");
+  // 100 characters, not bytes.
+  std::string umlauts;
+  for (int i = 0; i < 101; ++i) umlauts += "ä";
+  EXPECT_EQ(k.ERRORS("T", umlauts), "ERR:---T: " + umlauts.substr(0, 200) + " (...)---");
+  k.TRACE->ADD("one");
+  k.TRACE->ADD("two");
+  k.ERRORS("T", "d");
+  EXPECT_EQ(LastError(k), "<b>T</b>: d<br/><hr><ul><li>one</li><li>two</li></ul>");
+  EXPECT_EQ(k.ERRORLIST->COUNT(), 6);
+  EXPECT_EQ(k.ERRORTEXT("ERR:---Module not found: OTHER---"), "Module not found: OTHER");
+  EXPECT_EQ(k.ERRORTEXT("--x--"), "x");
+  EXPECT_TRUE(k.ISERROR(Variant("ERR:")));
+  EXPECT_FALSE(k.ISERROR(Variant("ERR")));
+  EXPECT_FALSE(k.ISERROR(Variant(5)));
+  int shown = 0;
+  k.CRITICALERRORS = [&](const StructurePtr& e) { shown = e->COUNT(); };
+  k.ERRORLISTSHOW();
+  EXPECT_EQ(shown, 6);
+  EXPECT_FALSE(k.QUIT_GET());
+  k.ERRORS("Bad", "", true);
+  EXPECT_TRUE(k.QUIT_GET());
+}
+
+TEST(cls_KEL, FrontEnd) {
+  cls_KEL k;
+  EXPECT_EQ(Render(k, "plain text"), "plain text");
+  EXPECT_EQ(Render(k, "<script>if (a) { b(); }</script>"), "<script>if (a) [[ b(); ]]</script>");
+  EXPECT_EQ(Render(k, "<style>p { x: {$VAR x 1$} }</style>{VAR:x}"), "<style>p [[ x:  ]]</style>1");
+  // A result holding a command is executed too.
+  k.VARIABLES->ITEM_LET("T", "{VAR:U}");
+  k.VARIABLES->ITEM_LET("U", "inner");
+  EXPECT_EQ(Render(k, "a{VAR:t}b"), "ainnerb");
+  // 100 commands pass, the 101st ends the call with empty output.
+  std::string hundred;
+  for (int i = 0; i < 100; ++i) hundred += "{COMMENT}";
+  EXPECT_EQ(Render(k, hundred + "x"), "x");
+  EXPECT_EQ(Render(k, hundred + "{COMMENT}x"), "");
+  k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 200);
+  EXPECT_EQ(Render(k, hundred + "{COMMENT}x"), "x");
+  // Unclosed quote: empty, or reported with DEVELOPER.DEBUG.
+  EXPECT_EQ(Render(k, "a{VAR x \"b}"), "");
+  k.SETTINGS->ITEM_LET("DEVELOPER.DEBUG", true);
+  EXPECT_EQ(Render(k, "a{VAR x \"b}"), "ERR:---Syntax error: Unclosed \": (VAR x \"b)---");
+  k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 1);
+  EXPECT_EQ(Render(k, "{COMMENT}{COMMENT}"), "ERR:---Not parseable: (COMMENT)---");
+  // A missing "}" makes the rest the command.
+  cls_KEL k2;
+  EXPECT_EQ(Render(k2, "a{VAR:x"), "aERR:---VAR not found: x---");
+  // "$" around a command.
+  EXPECT_EQ(Render(k2, "{$VAR y 3$}{$VAR:y$}"), "3");
+  // QUITEXEC stops after the command in hand.
+  EXPECT_EQ(Render(k2, "a{IO:DIE}b{VAR z 1}"), "a");
+  EXPECT_EQ(Render(k2, "c{VAR:y}"), "c3");
+  std::string s = "x<script>{a}</script>y<script>{$b$}";
+  EXPECT_TRUE(k2.ENCAPSULATE(s, "<script", "</script>"));
+  EXPECT_EQ(s, "x<script>[[a]]</script>y<script>{$b$}");
+}
+
+TEST(cls_KEL, VariablesBlocksReferences) {
+  cls_KEL k;
+  EXPECT_EQ(Render(k, "{VAR x 5}{VAR:x}"), "5");
+  EXPECT_EQ(Render(k, "{VAR s \"a b\"}[{VAR:s}]"), "[a b]");
+  EXPECT_EQ(Render(k, "{VAR n (2 + 3 * 4)}{VAR:n}"), "14");
+  EXPECT_EQ(Render(k, "{VAR c VAR:n}{VAR:c}"), "14");
+  EXPECT_EQ(Render(k, "{BLOCK b {<{VAR:x}>}}{BLOCK:b}{VAR x 6}{BLOCK:b}"), "<5><6>");
+  EXPECT_EQ(Render(k, "{BLOCK:nope}"), "ERR:---BLOCK not found: nope---");
+  EXPECT_EQ(Render(k, "{VAR:nope}"), "ERR:---VAR not found: nope---");
+  EXPECT_EQ(Render(k, "{VAR x}"), "ERR:---VAR requires 2 parameters, 1 were given!: VAR x---");
+  EXPECT_EQ(Render(k, "{BLOCK b}"), "ERR:---BLOCK requires 2 parameters, 1 were given!: BLOCK b---");
+  EXPECT_EQ(Render(k, "{LATER}"), "ERR:---LATER requires 1 parameter, 0 were given!: LATER---");
+  auto data = cls_Structure::New();
+  data->ADD("first");
+  data->ADD(2);
+  EXPECT_EQ(k.PROCESS("{%1}-{%2}", data), "first-2");
+  EXPECT_EQ(k.PROCESS("{%3}", data), "ERR:---Missing parameter - %3. Available: \"first\", 2---");
+  EXPECT_EQ(k.PROCESS("{%1}", nullptr), "ERR:---No parameter delivered - %1 unavailable---");
+  EXPECT_EQ(Render(k, "{x := 4}{VAR:x}"), "44");
+  EXPECT_EQ(Render(k, "{DISPOSE x}{VAR:x}"), "ERR:---VAR not found: x---");
+  EXPECT_EQ(CStr(k.DISPOSELIST->ITEM_GET(1)), "x");
+  EXPECT_EQ(Render(k, "{NOTHING here}"), "ERR:---Cannot execute: NOTHING here---");
+  EXPECT_EQ(Render(k, "{OTHER:X}"), "ERR:---Module not found: OTHER---");
+  EXPECT_EQ(Render(k, "{COMMENT anything {at all}}x"), "x");
+  EXPECT_EQ(Render(k, "{MUTE {{VAR m 1}shown?}}{VAR:m}"), "1");
+  k.VARIABLES->ITEM_LET("TPL", "<{VAR:m}>");
+  EXPECT_EQ(Render(k, "{NESTED VAR:tpl}"), "<1>");
+}
+
+TEST(cls_KEL, NestingBounds) {
+  cls_KEL k;
+  // A block that expands itself stops at the bound with an error; the text after it still comes.
+  std::string out = Render(k, "{BLOCK b {x{BLOCK:b}}}{BLOCK:b}|after");
+  EXPECT_EQ(out.substr(0, 5), "xxxxx");
+  EXPECT_NE(out.find("ERR:---Nesting too deep"), std::string::npos);
+  EXPECT_EQ(out.substr(out.size() - 6), "|after");
+  // Deeply nested brackets give an error, not a crash.
+  for (char open : {'{', '('}) {
+    cls_KEL k2;
+    std::string deep(100000, open);
+    std::string r = Render(k2, "{" + deep + "}");
+    EXPECT_GT(k2.ERRORLIST->COUNT(), 0) << open;
+    std::string r2 = Render(k2, std::string(100000, '{'));
+    EXPECT_GT(k2.ERRORLIST->COUNT(), 0) << open;
+  }
+  // Many commands in a big text: linear, and the limit can be raised.
+  std::string big;
+  for (int i = 0; i < 5000; ++i) big += std::string(200, 'a') + "{VAR:x}";
+  k.VARIABLES->ITEM_LET("X", "b");
+  k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 5000);
+  EXPECT_EQ(Render(k, big).size(), 5000u * 201u);
+}
+
+TEST(cls_KEL, Expressions) {
+  cls_KEL k;
+  const std::pair<const char*, const char*> cases[] = {
+      {"{(1 + 2)}", "3"},        {"{(10 - 2 + 3)}", "11"},    {"{(2 * 3 ^ 2)}", "18"},
+      {"{(8 / 4 / 2)}", "1"},    {"{(1<2)}", "1"},            {"{(2 <= 1)}", "0"},
+      {"{(3 = 3)}", "1"},        {"{(3 <> 3)}", "0"},         {"{(a == a)}", "1"},
+      {"{(TRUE AND FALSE)}", "0"}, {"{(WAHR OR FALSCH)}", "1"},
+      // "||" binds before "&&": 0 && (1 || 1)... read as (0 || 1) && 0 -> 0 with list order.
+      {"{(1 || 0 && 0)}", "0"},  {"{(0 && 0 || 1)}", "0"},
+      {"{(5 -1)}", "4"},         {"{(-2 + 5)}", "3"},         {"{(\"a\" + \"b\")}", "ab"},
+      {"{((1 + 2) * 3)}", "9"},
+  };
+  for (auto [t, want] : cases) EXPECT_EQ(Render(k, t), want) << t;
+  EXPECT_EQ(k.ERRORLIST->COUNT(), 0);
+  EXPECT_EQ(Render(k, "{(1 / 0)}"), "ERR:---Operator failed: Operator implementation failed: /---");
+  EXPECT_EQ(Render(k, "{(1 << 2)}").substr(0, 20), "ERR:---Operator fail");
+  EXPECT_EQ(Render(k, "{VAR i 3}{(i * 2)}"), "6");
+}
+
+TEST(cls_KEL, Conditions) {
+  cls_KEL k;
+  EXPECT_EQ(Render(k, "{IF (1 < 2) {yes}}"), "yes");
+  EXPECT_EQ(Render(k, "{IF (1 > 2) {yes} {no}}"), "no");
+  EXPECT_EQ(Render(k, "{IF (1)}"), "ERR:---IF requires 2 or 3 parameters, 1 were given!: IF (1)---");
+  EXPECT_EQ(Render(k, "{IF 1 < 2 {x}}"), "ERR:---IF requires 2 or 3 parameters, 4 were given!: IF 1 < 2 (x)---");
+  const char* chain = "{IF (v == 1) {one}}{ELSEIF (v == 2) {two}}{ELSE {other}}";
+  for (auto [v, want] : {std::pair{1, "one"}, {2, "two"}, {3, "other"}}) {
+    k.VARIABLES->ITEM_LET("V", v);
+    EXPECT_EQ(Render(k, chain), want);
+  }
+  // The chain is found through nested commands in the taken block.
+  EXPECT_EQ(Render(k, "{IF (1) {{VAR:v}{IF (0) {a}}{ELSE {b}}}}{ELSE {no}}"), "3b");
+  EXPECT_EQ(Render(k, "{ELSE {x}}"), "ERR:---ELSE without IF: ELSE (x)---");
+  EXPECT_EQ(Render(k, "{SWITCH 2 {{CASE 1 {one}}{CASE 2 {two}}{DEFAULT {many}}}}"), "two");
+  EXPECT_EQ(Render(k, "{SWITCH 9 {{CASE 1 {one}}{CASE 2 {two}}{DEFAULT {many}}}}"), "many");
+  EXPECT_EQ(Render(k, "{SWITCH b}{CASE a {A}}{CASE b {B}}{DEFAULT {D}}"), "B");
+  EXPECT_EQ(Render(k, "{SWITCH}"), "ERR:---SWITCH requires 1 or 2 parameters, 0 were given!: SWITCH---");
+  EXPECT_EQ(Render(k, "{SWITCH 1}{CASE 1}"), "ERR:---CASE requires 2 parameters, 1 were given!: CASE 1---");
+}
+
+TEST(cls_KEL, Loops) {
+  cls_KEL k;
+  EXPECT_EQ(Render(k, "{VAR i 0}{WHILE (i < 3) {{i := i + 1}}}"), "123");
+  EXPECT_EQ(Render(k, "{WHILE i < 3 {x}}"),
+            "ERR:---WHILE requires 2 parameters, 4 were given! Try encapsulating the conditon like WHILE "
+            "(i < 10) {...};: WHILE i < 3 (x)---");
+  EXPECT_EQ(Render(k, "{VAR i 0}{DO {{i := i + 1}} WHILE (i < 3)}"), "123");
+  EXPECT_EQ(Render(k, "{VAR i 0}{DO {{i := i + 1}} UNTIL (i >= 2)}"), "12");
+  EXPECT_EQ(Render(k, "{VAR i 5}{DO {once} WHILE (i < 3)}"), "once");
+  EXPECT_EQ(Render(k, "{DO {x} FOREVER (1)}"), "ERR:---Wrong ending for DO loop: DO (x) FOREVER (1)---");
+  EXPECT_EQ(Render(k, "{DO {x}}").substr(0, 39), "ERR:---DO requires 3 parameters, 1 were");
+  EXPECT_EQ(Render(k, "{FOR i 1 5 2 {[{VAR:i}]}}"), "[1][3][5]");
+  EXPECT_EQ(Render(k, "{FOR i 3 1 -1 {{VAR:i}}}"), "321");
+  EXPECT_EQ(Render(k, "{FOR i 1 3 {x}}"), "ERR:---FOR requires 5 parameters, 4 were given!: FOR i 1 3 (x)---");
+  EXPECT_EQ(Render(k, "{ITERATE x STRUCT:TESTLINEAR {{VAR:x_KEY}={VAR:x};}}"), "ALPHA=1;BETA=4;GAMMA=6;");
+  EXPECT_EQ(Render(k, "{ITERATE x {a}}"), "ERR:---ITERATE requires 3 parameters, 2 were given!: ITERATE x (a)---");
+  k.SETTINGS->ITEM_LET("SYS.LOOP.MAX", 3);
+  EXPECT_EQ(Render(k, "{WHILE (1) {x}}"), "xxxERR:---Loop limit reached: WHILE (1) (x)---");
+}
+
+TEST(cls_KEL, StructLaterMaster) {
+  cls_KEL k;
+  EXPECT_EQ(Render(k, "{STRUCT p NAME=\"Anna\" AGE=30}{VAR:p.name} {VAR:p.age}"), "Anna 30");
+  EXPECT_EQ(Render(k, "{STRUCT:GET VAR:p NAME}|{STRUCT:GET VAR:p MISSING}|{STRUCT:GET VAR:p MISSING DEFAULT=x}"),
+            "Anna||x");
+  EXPECT_EQ(Render(k, "{VAR total 0}a{LATER VAR:total}b{VAR total 9}"), "a9b");
+  EXPECT_EQ(k.LATER->COUNT(), 0);
+  EXPECT_EQ(Render(k, "x{@@VAR:total}"), "x9");
+  EXPECT_NE(Render(k, "{NOW}").find('.'), std::string::npos);
+}
+
+TEST(cls_KEL, IncludeAndLocate) {
+  namespace fs = std::filesystem;
+  fs::path dir = fs::path(RYKEL_BINARY_DIR) / "kel_include_test";
+  fs::remove_all(dir);
+  fs::create_directories(dir / "inc");
+  fs::create_directories(dir / "pages");
+  std::ofstream(dir / "inc" / "head.kel") << "<h>{VAR:title}</h>";
+  std::ofstream(dir / "pages" / "page.kel") << "P{INCLUDE head}";
+  std::ofstream(dir / "self.kel") << "s{INCLUDE self}";
+  std::ofstream(dir / "bad.kel") << "line1\n  {VAR:missing}";
+  cls_KEL k;
+  k.DIRECTORIES->ADD(dir.string());
+  k.VARIABLES->ITEM_LET("TITLE", "T");
+  EXPECT_EQ(Render(k, "{INCLUDE page}"), "P<h>T</h>");
+  EXPECT_EQ(Render(k, "{INCLUDE inc\\head.kel}"), "<h>T</h>");
+  EXPECT_EQ(Render(k, "{INCLUDE nothere}"), "");
+  EXPECT_EQ(LastError(k), "<b>Could not include 'nothere'</b>");
+  EXPECT_EQ(k.LOCATE("inc\\head.kel", "none"), (dir / "inc/head.kel").string());
+  EXPECT_EQ(k.LOCATE("nope.kel", "none"), "none");
+  EXPECT_EQ(k.LOCATEALL("inc/head.kel").size(), 1u);
+  // A self-including file stops at the nesting bound with an error; processing goes on.
+  k.SETTINGS->ITEM_LET("SYS.NESTING.MAX", 5);
+  std::string out = Render(k, "{INCLUDE self}!");
+  EXPECT_EQ(out.substr(0, 4), "ssss");
+  EXPECT_NE(out.find("Nesting too deep"), std::string::npos);
+  EXPECT_EQ(out.back(), '!');
+  // Error places: the included file, its line and column.
+  int before = k.ERRORLIST->COUNT();
+  Render(k, "x\n{INCLUDE bad}");
+  ASSERT_EQ(k.ERRORLIST->COUNT(), before + 1);
+  auto place = k.ERRORPLACES->ITEM_GET(k.ERRORPLACES->MAX()).as<cls_Structure>();
+  ASSERT_TRUE(place);
+  EXPECT_EQ(CStr(place->ITEM_GET("FILE")), (dir / "bad.kel").string());
+  EXPECT_EQ(CLng(place->ITEM_GET("LINE")), 2);
+  EXPECT_EQ(CLng(place->ITEM_GET("COLUMN")), 3);
+  Render(k, "ab\ncd {VAR:nope}");
+  place = k.ERRORPLACES->ITEM_GET(k.ERRORPLACES->MAX()).as<cls_Structure>();
+  EXPECT_EQ(CStr(place->ITEM_GET("FILE")), "");
+  EXPECT_EQ(CLng(place->ITEM_GET("LINE")), 2);
+  EXPECT_EQ(CLng(place->ITEM_GET("COLUMN")), 4);
+  // Confined: only inside DIRECTORIES, no way out with "..".
+  fs::path outside = dir.parent_path() / "kel_outside.kel";
+  std::ofstream(outside) << "secret";
+  EXPECT_EQ(k.LOCATE(outside.string(), ""), outside.string());
+  k.SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
+  EXPECT_EQ(k.LOCATE(outside.string(), ""), "");
+  EXPECT_EQ(k.LOCATE("../kel_outside.kel", ""), "");
+  EXPECT_EQ(k.LOCATE("inc/head.kel", ""), (dir / "inc/head.kel").string());
+  fs::remove_all(dir);
+  fs::remove(outside);
+}
+
+}  // namespace
+}  // namespace rykel

@@ -1,0 +1,120 @@
+// The module registry's routing, and the IO and structure modules' commands.
+#include "modules/cls_KELModules.h"
+
+#include <gtest/gtest.h>
+
+#include "frame/Convert.h"
+#include "interpreter/cls_KEL.h"
+#include "modules/mod_KELIO.h"
+
+namespace rykel {
+namespace {
+
+// A host module: answers "id:cmd" for the commands it knows, refuses the rest.
+class EchoModule : public cls_KELModuleInterface {
+ public:
+  EchoModule(std::string id, bool first, bool all, std::string knows) : knows_(std::move(knows)) {
+    m_->ID_LET(id);
+    m_->CATCHFIRST_LET(first);
+    m_->CATCHALL_LET(all);
+    m_->EXECUTEEVENT = [this](const StructurePtr&, bool& rDone, Variant& rValue, const std::string& pCmd,
+                              const StructurePtr& p, cls_KEL&) {
+      ++calls;
+      if (pCmd.find(knows_) == std::string::npos) { rDone = false; return; }
+      if (knows_ == "SILENT") return;
+      rValue = Variant(m_->ID_GET() + ":" + pCmd + "/" + std::to_string(p->COUNT()));
+    };
+  }
+  std::shared_ptr<cls_KELModule> MODULE_GET() override { return m_; }
+  int calls = 0;
+
+ private:
+  std::shared_ptr<cls_KELModule> m_ = std::make_shared<cls_KELModule>();
+  std::string knows_;
+};
+
+TEST(cls_KELModules, LookupAndRouting) {
+  cls_KEL k;
+  auto& reg = *k.MODULES;
+  ASSERT_EQ(reg.COUNT(), 2);
+  EXPECT_EQ(reg.MODULE(Variant(1))->MODULE_GET()->ID_GET(), "IO");
+  EXPECT_EQ(reg.MODULE(Variant("struct"))->MODULE_GET()->ID_GET(), "STRUCTURE");
+  EXPECT_EQ(reg.ITEM(Variant("io")), reg.MODULE(Variant(1)));
+  EXPECT_FALSE(reg.MODULE(Variant(0)));
+  EXPECT_FALSE(reg.MODULE(Variant(-1)));
+  EXPECT_FALSE(reg.MODULE(Variant(3)));
+  EXPECT_FALSE(reg.MODULE(Variant("nope")));
+
+  EXPECT_EQ(k.PROCESS("{HELLO:X}", nullptr), "ERR:---Module not found: HELLO---");
+  auto hello = std::make_shared<EchoModule>("Hello", false, false, "X");
+  reg.ADD(hello);  // the next EXECUTE sees it
+  EXPECT_EQ(k.PROCESS("{hello:x 1 2}", nullptr), "Hello:X/2");
+  EXPECT_EQ(k.PROCESS("{HELLO:Y}", nullptr), "ERR:---Module 'Hello' does not support command 'Y'---");
+  // A handler that keeps the done flag and sets nothing gives empty output, no error.
+  auto silent = std::make_shared<EchoModule>("QUIET", false, false, "SILENT");
+  reg.ADD(silent);
+  int errors = k.ERRORLIST->COUNT();
+  EXPECT_EQ(k.PROCESS("[{QUIET:SILENT}]", nullptr), "[]");
+  EXPECT_EQ(k.ERRORLIST->COUNT(), errors);
+
+  // Unknown commands go to a catch-all module as OTHER:...; without one they cannot execute.
+  EXPECT_EQ(k.PROCESS("{FOO 1}", nullptr), "ERR:---Cannot execute: FOO 1---");
+  auto all = std::make_shared<EchoModule>("ALL", false, true, "FOO");
+  reg.ADD(all);
+  EXPECT_EQ(k.PROCESS("{foo 1}", nullptr), "ALL:OTHER:FOO/1");
+  // Catch-first sees commands before the alias lookup, and the alias module is not asked twice.
+  auto first = std::make_shared<EchoModule>("FIRST", true, false, "TAB");
+  reg.ADD(first);
+  EXPECT_EQ(k.PROCESS("{IO:TAB}", nullptr), "FIRST:IO:TAB/0");
+  EXPECT_EQ(k.PROCESS("{IO:CRLF}", nullptr), "\r\n");
+  EXPECT_EQ(k.PROCESS("{FIRST:TAB}", nullptr), "FIRST:FIRST:TAB/0");
+  int before = first->calls;
+  EXPECT_EQ(k.PROCESS("{FIRST:ZZ}", nullptr), "ERR:---Module not found: FIRST---");
+  EXPECT_EQ(first->calls, before + 1);
+  reg.INDEXCLEAR();
+  EXPECT_EQ(reg.FIND("hello"), hello);  // rebuilt on demand
+}
+
+TEST(cls_KELModules, IOModule) {
+  cls_KEL k;
+  auto P = [&](std::string_view t) { return k.PROCESS(t, nullptr); };
+  EXPECT_EQ(P("{IO:TAB}|{IO:CRLF}|{IO:LOG x}"), "\t|\r\n|");
+  EXPECT_EQ(P("{IO:YEAR 2024-05-06}"), "2024");
+  EXPECT_EQ(P("{IO:YEAR DATE=5.6.2023}"), "2023");
+  EXPECT_EQ(P("{IO:OUT \"first\" second}"), "first");
+  EXPECT_EQ(P("{IO:TELNORM \" 0711 / 12 34o \"}"), "0711---12-340");
+  EXPECT_EQ(mod_KELIO::TELNORM("o89/1"), "089-1");
+  EXPECT_EQ(P("{IO:DATEFORMAT 2024-05-06 \"dd.mm.yyyy\"}"), "06.05.2024");
+  EXPECT_EQ(P("{IO:DATEFORMAT FORMAT=\"yyyy\" DATE=2024-05-06}"), "2024");
+  EXPECT_EQ(P("{IO:LEFT \"Grüße\" 3}"), "Grü");
+  EXPECT_EQ(P("{IO:LEFT STRING=Hallo LEFT=0}"), "");
+  EXPECT_EQ(P("{IO:DATE}").size(), 10u);
+  EXPECT_EQ(P("{IO:TIME}").size(), 8u);
+  EXPECT_EQ(P("{IO:DATEVAL 2024-05-06}"), "06.05.2024");
+  EXPECT_EQ(P("{IO:NOPE}"), "ERR:---IO function not supported: NOPE---");
+  EXPECT_EQ(P("{IO:LEFT}"), "");
+  EXPECT_EQ(CStr(k.ERRORLIST->ITEM_GET(k.ERRORLIST->MAX())),
+            "<b>The command IO:LEFT needs other parameters: STRING,LEFT required,  delivered</b>");
+  EXPECT_EQ(P("a{IO:DIE}b"), "a");
+  auto s = cls_Structure::New();
+  s->ITEM_LET("A", 1);
+  EXPECT_TRUE(k.SYNTAXCHECK(s, "A, B='', C=x"));
+  EXPECT_EQ(CStr(s->ITEM_GET("B")), "");
+  EXPECT_EQ(CStr(s->ITEM_GET("C")), "x");
+}
+
+TEST(cls_KELModules, StructureModule) {
+  cls_KEL k;
+  auto P = [&](std::string_view t) { return k.PROCESS(t, nullptr); };
+  EXPECT_EQ(P("{VAR t STRUCT:TEST}{STRUCT:GET VAR:t ALPHA.A}{STRUCT:GET VAR:t BETA}{STRUCT:GET VAR:t GAMMA.B}"), "146");
+  EXPECT_EQ(P("{VAR l STRUCTURE:TESTLINEAR}{STRUCT:GET VAR:l ALPHA}{STRUCT:GET VAR:l BETA}{STRUCT:GET VAR:l GAMMA}"),
+            "146");
+  EXPECT_EQ(P("[{STRUCT:GET VAR:l DELTA}]"), "[]");
+  EXPECT_EQ(P("{STRUCT:GETINDEX VAR:l 2}|{STRUCT:GETINDEX VAR:l 9 none}"), "4|none");
+  EXPECT_EQ(P("{VAR p {{STRUCT:SPLIT \"a,b,c\" \",\"}}}{STRUCT:GETINDEX VAR:p 3}"), "c");
+  EXPECT_EQ(P("{VAR p {{STRUCT:SPLIT abc}}}{STRUCT:GETINDEX VAR:p 2}"), "b");
+  EXPECT_EQ(P("{STRUCT:NOPE}"), "ERR:---STRUCTURE function not supported: NOPE---");
+}
+
+}  // namespace
+}  // namespace rykel

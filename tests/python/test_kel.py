@@ -1,0 +1,122 @@
+"""The interpreter from Python: processing, decoding, in-place parameters, host modules and events."""
+import os
+import tempfile
+import unittest
+
+import rykel
+
+
+class TestKEL(unittest.TestCase):
+    def test_process_and_errors(self):
+        k = rykel.cls_KEL()
+        self.assertEqual(k.PROCESS("{VAR x 5}{VAR:x}", None), "5")
+        self.assertEqual(k.ERRORLIST.COUNT(), 0)
+        self.assertEqual(k.PROCESS("{VAR:nope}"), "ERR:---VAR not found: nope---")
+        self.assertEqual(k.ERRORLIST.COUNT(), 1)
+        self.assertEqual(k.ERRORLIST.ITEM_GET(1), "<b>VAR not found</b>: nope<br/>")
+        place = k.ERRORPLACES.ITEM_GET(1)
+        self.assertEqual((place.ITEM_GET("LINE"), place.ITEM_GET("COLUMN")), (1, 1))
+        self.assertTrue(k.ISERROR("ERR:x"))
+        self.assertFalse(k.ISERROR("ERR"))
+        self.assertEqual(k.ERRORTEXT("ERR:---a: b---"), "a: b")
+        data = rykel.cls_Structure()
+        data.ADD("Anna")
+        self.assertEqual(k.PROCESS("Hallo {%1}!", data), "Hallo Anna!")
+        k.VARIABLES.ITEM_LET("n", 3)
+        self.assertEqual(k.PROCESS("{IF (n > 2) {big} {small}}"), "big")
+
+    def test_decode_encode_execute(self):
+        k = rykel.cls_KEL()
+        self.assertEqual(k.LITERAL("AND"), "&&")
+        self.assertEqual(k.DECODE("#ff"), 255)
+        self.assertEqual(k.DECODE("12:30"), "12:30")
+        self.assertEqual(k.DECODE("TRUE"), "1")
+        self.assertEqual(k.DECODE("1,5"), 1.5)
+        self.assertEqual(k.DECODE("2024-01-05").year, 2024)
+        self.assertEqual(k.ENCODE("a\"b'c", True), "\"a'b'c\"")
+        self.assertEqual(k.ENCODE(1.5), "1.5")
+        self.assertEqual(k.EXECUTE("(2 * 21)"), 42)
+        s = k.EXECUTE("STRUCT:TESTLINEAR")
+        self.assertIsInstance(s, rykel.cls_Structure)
+        self.assertEqual(s.ITEM_GET("GAMMA"), 6)
+        self.assertTrue(rykel.cls_KEL.hInArray(2, [1, 2.0, "x"]))
+        self.assertFalse(rykel.cls_KEL.hInArray("y", [1, "x"]))
+
+    def test_in_place_parameters(self):
+        k = rykel.cls_KEL()
+        ok, data = k.ENCAPSULATE("<style>a{b}</style>", "<style", "</style>")
+        self.assertTrue(ok)
+        self.assertEqual(data, "<style>a[[b]]</style>")
+        p = rykel.cls_Structure()
+        p.ITEM_LET("A", 1)
+        ok, p2 = k.SYNTAXCHECK(p, "A,B=''")
+        self.assertTrue(ok)
+        self.assertEqual(p2.ITEM_GET("B"), "")
+        ok, _ = k.SYNTAXCHECK(rykel.cls_Structure(), "NEEDED")
+        self.assertFalse(ok)
+        self.assertEqual(k.VARSET(None, 5), 5)
+
+    def test_python_module(self):
+        class Shout:
+            ID = "SHOUT"
+            ALIASES = ["LOUD"]
+            CATCHFIRST = False
+            CATCHALL = True
+
+            def __init__(self):
+                self.seen = []
+
+            def MODULE_EXECUTE(self, rResult, rDone, rValue, pCmd, pParameters, pKEL):
+                self.seen.append(pCmd)
+                if pCmd.startswith("OTHER:"):
+                    if pCmd != "OTHER:HELLO":
+                        return (False, rValue)
+                    return (True, "hello from python")
+                return (True, str(pParameters.ITEM_GET(1)).upper() + "!")
+
+        k = rykel.cls_KEL()
+        m = Shout()
+        k.MODULES.ADD(m)
+        self.assertEqual(k.MODULES.COUNT(), 3)
+        self.assertEqual(k.PROCESS('{SHOUT:IT "hey"} {loud:x abc}'), "HEY! ABC!")
+        self.assertEqual(k.PROCESS("{hello}"), "hello from python")
+        self.assertEqual(k.PROCESS("{bye}"), "ERR:---Cannot execute: bye---")
+        self.assertEqual(m.seen, ["IT", "X", "OTHER:HELLO", "OTHER:BYE"])
+        self.assertEqual(k.MODULES.MODULE("loud").MODULE_GET().ID_GET(), "SHOUT")
+
+    def test_events(self):
+        k = rykel.cls_KEL()
+        shown = []
+        k.CRITICALERRORS = lambda errors: shown.append(errors.COUNT())
+        k.PROCESS("{VAR:a}{VAR:b}")
+        k.ERRORLISTSHOW()
+        self.assertEqual(shown, [2])
+        warnings = []
+
+        def warn(message, go):
+            warnings.append(message)
+            return False
+
+        k.WARNING = warn
+        k.SETTINGS.ITEM_LET("SYS.COMMANDS.MAX", 2)
+        self.assertEqual(k.PROCESS("{COMMENT}{COMMENT}{COMMENT}"), "")
+        self.assertEqual(warnings, ["Not parseable"])
+        signals = []
+        k.SIGNALED = lambda kel, done, flags: signals.append(flags)
+        k.PROCESS("x")
+        self.assertEqual(signals, [1, 2])
+
+    def test_include_from_directories(self):
+        with tempfile.TemporaryDirectory() as d:
+            os.makedirs(os.path.join(d, "inc"))
+            with open(os.path.join(d, "inc", "head.kel"), "w", encoding="utf-8") as f:
+                f.write("<h1>{VAR:title}</h1>")
+            k = rykel.cls_KEL()
+            k.DIRECTORIES.ADD(d)
+            k.VARIABLES.ITEM_LET("title", "Grüße")
+            self.assertEqual(k.PROCESS("{INCLUDE head}"), "<h1>Grüße</h1>")
+            self.assertEqual(k.LOCATE("inc\\head.kel"), os.path.join(d, "inc/head.kel"))
+
+
+if __name__ == "__main__":
+    unittest.main()
