@@ -565,6 +565,21 @@ const std::vector<std::string>& cls_DB::FIELDSORTCOLUMN(int32_t pFieldNo) {
   return c.sortTexts;
 }
 
+const std::vector<std::string>& cls_DB::FIELDUPPERCOLUMN(int32_t pFieldNo) {
+  const auto& values = FIELDCOLUMN(pFieldNo);
+  Column& c = columns_[static_cast<size_t>(pFieldNo - 1)];
+  if (c.upperGeneration == generation_) return c.upperTexts;
+  c.upperTexts.resize(values.size());
+  for (size_t p = 0; p < values.size(); ++p) {
+    const Variant& v = values[p];
+    if (v.isString()) c.upperTexts[p] = text::UCase(v.str());
+    else if (v.isObject()) c.upperTexts[p].clear();
+    else c.upperTexts[p] = text::UCase(CStr(v));
+  }
+  c.upperGeneration = generation_;
+  return c.upperTexts;
+}
+
 const Variant& cls_DB::ENTRYIDAT(int32_t pPosition) {
   const auto& all = entries_.Entries();
   if (pPosition < 0 || static_cast<size_t>(pPosition) >= all.size())

@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -187,6 +188,8 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   // Per-field value columns (fields by 1-based number), aligned with ENTRYIDAT positions.
   const std::vector<Variant>& FIELDCOLUMN(int32_t pFieldNo);
   const std::vector<std::string>& FIELDSORTCOLUMN(int32_t pFieldNo);
+  // Upper-cased text of each value (numbers and dates by their text form, structures "").
+  const std::vector<std::string>& FIELDUPPERCOLUMN(int32_t pFieldNo);
   const Variant& ENTRYIDAT(int32_t pPosition);
   int32_t ENTRYPOSITION(const Variant& pID);
   // Bumped by every entry change; a column is valid while it matches.
@@ -213,10 +216,60 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   std::string DEBUGTRACK_GET() const;
 
   // ---- queries -------------------------------------------------------------------------------
+  // An id list: entry ids in a chosen order. Where a list is optional, none means every entry.
+  using IdList = std::vector<Variant>;
+
+  // Every id in table order; with pSortBy ordered by that field ("&" prefix: by display text).
+  IdList ENTRYALL(const std::string& pSortBy = "", bool pSortRev = false);
+  // Ids of the entries (of pList, in its order) whose values' text holds the search: words and
+  // "quoted phrases" must all occur; "|", " OR ", " ODER " separate alternatives; "(" ")" group;
+  // "-" excludes; "^" anchors a term to the start of a value. Case-blind. Raises 5 for groups
+  // nested deeper than 32.
+  IdList ENTRYSEARCH(const std::string& pSearch, const std::optional<IdList>& pList = std::nullopt);
+  // Ids of the entries (of pList, in its order) whose value of pField (name or 1-based number)
+  // meets the condition pOp + pValue (the condition language: docs/API.md). An unknown operator
+  // matches nothing; an unknown field compares as empty text. Never sorts.
+  IdList ENTRYQUERY(const Variant& pField, const std::string& pOp, const Variant& pValue,
+                    const std::optional<IdList>& pList = std::nullopt);
 
   // ---- filters -------------------------------------------------------------------------------
+  // ENTRYFILTERADVANCED without a second sort field.
+  IdList ENTRYFILTER(const Variant& pView, const StructurePtr& pFilters, const std::string& pSort = "",
+                     bool pSortRev = false, const std::optional<IdList>& pList = std::nullopt);
+  // Applies the view's filter items and then pFilters (items keyed by field, values condition
+  // texts; "MODE" "AND" narrows, "OR" merges without doubles), then sorts. Sort fields left empty
+  // come from the view. An unknown view filters nothing and sorts by the given fields only.
+  IdList ENTRYFILTERADVANCED(const Variant& pView, const std::string& pSortField, const std::string& pSortField2,
+                             bool pSortRev2, const StructurePtr& pFilters,
+                             const std::optional<IdList>& pList = std::nullopt, bool pSortRev = false);
+  // One condition matching what either of two conditions on one field matches ("IN a,b",
+  // "CONTAINSONE a,b"), or "" when the pair cannot be merged.
+  static std::string FILTERCOMBINE(const std::string& pFilter1, const std::string& pFilter2);
+  // FIELDFILTERVALUESADVANCED with default settings.
+  StructurePtr FIELDFILTERVALUES(const Variant& pField, const std::optional<IdList>& pList = std::nullopt);
+  // Filter choices for a field: items label -> condition text. Settings: "SORT" (labels in
+  // order), "SHOW.USAGE" (label + " (" + count + ")"), "LIST" (return the labels only, numbered).
+  // Unknown field: an empty structure.
+  StructurePtr FIELDFILTERVALUESADVANCED(const Variant& pField, const std::optional<IdList>& pList = std::nullopt,
+                                         const StructurePtr& pSettings = nullptr);
+  // How many entries of the list meet the condition; at 0 the notifier is told so.
+  int32_t FIELDFILTERCOUNT(const Variant& pField, const std::string& pCondition,
+                           const std::optional<IdList>& pList = std::nullopt);
+  // Chooses a field: the host's chooser (title "Datenfeld auswählen", the field names, the
+  // preselected name) decides; without one the preselected field's name ("" when absent).
+  using FieldChooser = std::function<std::string(const std::string& pTitle, const std::vector<std::string>& pNames,
+                                                 const std::string& pPreselect)>;
+  void FIELDCHOOSER_SET(FieldChooser pChooser) { fieldChooser_ = std::move(pChooser); }
+  std::string FIELDSELECT(const std::string& pPreselect = "");
 
   // ---- sorting -------------------------------------------------------------------------------
+  // ENTRYSORTADVANCED with one field; pBase empty sorts every entry.
+  IdList ENTRYSORT(const std::string& pField, bool pRev = false, const IdList& pBase = {});
+  // Orders the list (every entry when none) by the fields' sort texts: pField, then pFieldSecond.
+  // A name led by "&" sorts by display text. Equal keys keep their order. Under a descending first
+  // field the second still runs its own direction.
+  IdList ENTRYSORTADVANCED(const std::string& pField, bool pRev = false, const std::string& pFieldSecond = "",
+                           const std::optional<IdList>& pList = std::nullopt, bool pRevSecond = false);
 
   // ---- exports -------------------------------------------------------------------------------
 
@@ -261,12 +314,15 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
     std::vector<Variant> values;
     uint64_t sortGeneration = ~0ULL;
     std::vector<std::string> sortTexts;
+    uint64_t upperGeneration = ~0ULL;
+    std::vector<std::string> upperTexts;
   };
   std::vector<Column> columns_;  // per field
   uint64_t generation_ = 0;
   std::vector<std::pair<std::string, std::shared_ptr<cls_DB>>> refDBs_;
 
   ValueEvent valueEvent_;
+  FieldChooser fieldChooser_;
   const char* track_ = "";
   int32_t trackA_ = -1, trackB_ = -1;
 };

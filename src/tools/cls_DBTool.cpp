@@ -5,12 +5,22 @@
 #include "frame/Error.h"
 #include "frame/Random.h"
 #include "frame/Text.h"
+#include "query/cls_DBCondition.h"
 #include "tools/mdl_DBToolTables.h"
 
 namespace rykel {
 
 namespace {
 constexpr const char* kClass = "cls_DBTool";
+}
+
+bool cls_DBTool::FILTER(const Variant& pValue, const std::string& pCondition) {
+  return Guard(kClass, "FILTER", [&] {
+    cls_DBCondition cond;
+    cond.READ("", Variant(pCondition));
+    cond.PREPARE(cls_DBCondition::hTypeOf(pValue));
+    return cond.TEST(pValue);
+  });
 }
 
 int cls_DBTool::SORTDECODE(std::string_view pType) {

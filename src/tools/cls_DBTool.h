@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "frame/Object.h"
+#include "frame/Variant.h"
 #include "tools/cls_DBToolRandom.h"
 
 namespace rykel {
@@ -22,6 +23,10 @@ class cls_DBTool : public Object {
  public:
   std::string TypeName() const override { return "cls_DBTool"; }
 
+  // True when the value meets the condition text, read and tested exactly as cls_DB::ENTRYQUERY
+  // reads and tests it for a field of the value's own type (a number as LONG or DOUBLE, a date as
+  // DATE, a text as STRING): FILTER("abc", "!IN x,y") is true, FILTER(5, ">= 3") is true.
+  bool FILTER(const Variant& pValue, const std::string& pCondition);
   // Field type code of a type word ("INT" 0, "STRING" and "CURRENCY" 1, "DATE" 2, ...); an unknown
   // word gives 1 (text), the type that can hold anything.
   int SORTDECODE(std::string_view pType);
