@@ -1,0 +1,219 @@
+// Queries, search, filters and sorting of cls_DB on a small database of known entries.
+#include <gtest/gtest.h>
+
+#include "database/cls_DB.h"
+#include "frame/Convert.h"
+#include "frame/Error.h"
+#include "frame/Notifier.h"
+
+namespace rykel {
+
+namespace {
+
+// Ids as one text "1,2,3" for whole-state comparisons.
+std::string Ids(const cls_DB::IdList& ids) {
+  std::string out;
+  for (const auto& id : ids) out += (out.empty() ? "" : ",") + CStr(id);
+  return out;
+}
+
+struct People {
+  std::shared_ptr<cls_DB> db = std::make_shared<cls_DB>();
+  People() {
+    db->FIELDCREATE("NAME", ID_DBFieldType_String)->INDEXED = true;
+    db->FIELDCREATE("CITY", ID_DBFieldType_String);
+    db->FIELDCREATE("AGE", ID_DBFieldType_Long)->INDEXED = true;
+    db->FIELDCREATE("BORN", ID_DBFieldType_Date);
+    auto tags = db->FIELDCREATE("TAGS", ID_DBFieldType_EnumMulti);
+    tags->MEMBERS = "a=Alpha,b=Beta,ab=AlphaBeta";
+    db->FIELDCREATE("DATA", ID_DBFieldType_Structure);
+    db->FIELDCREATE("ADDR.ZIP", ID_DBFieldType_String);
+    struct Row { const char* name; const char* city; int age; const char* born; const char* tags; const char* zip; };
+    const Row rows[] = {
+        {"Meier", "Hamburg", 40, "1984-05-01 13:30:00", "a,b", "20095"},
+        {"meier", "Bad Homburg", 12, "2012-01-31", "ab", "61348"},
+        {"Müller", "München", 40, "1984-05-02", "b", "80331"},
+        {"Schmidt", "Hamburg-Altona", -3, "1850-03-01 18:00:00", "", "22765"},
+        {"Anna Maria", "", 7, "", "a", ""},
+    };
+    int id = 1;
+    for (const auto& r : rows) {
+      db->ENTRYADD(id);
+      db->ENTRYFIELD_LET(id, "NAME", r.name);
+      db->ENTRYFIELD_LET(id, "CITY", r.city);
+      db->ENTRYFIELD_LET(id, "AGE", r.age);
+      db->ENTRYFIELD_LET(id, "BORN", r.born);
+      db->ENTRYFIELD_LET(id, "TAGS", r.tags);
+      db->ENTRYFIELD_LET(id, "ADDR.ZIP", r.zip);
+      ++id;
+    }
+    auto data = cls_Structure::New();
+    data->ITEM_LET("KEY1", 1);
+    db->ENTRYFIELD_LET(1, "DATA", Variant(data));
+  }
+  std::string Q(const Variant& field, const std::string& op, const Variant& v) { return Ids(db->ENTRYQUERY(field, op, v)); }
+};
+
+}  // namespace
+
+TEST(cls_DB_query, DefaultIsCaseBlindAndExactEqualityUsesTheIndex) {
+  People p;
+  EXPECT_EQ(p.Q("NAME", "", "MEIER"), "1,2");
+  EXPECT_EQ(p.db->DEBUGTRACK_GET().rfind("ENTRYQUERY-15", 0), 0u);  // scanned
+  EXPECT_EQ(p.Q("NAME", "==", "Meier"), "1");
+  EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYQUERY-7");                // answered by the index
+  EXPECT_EQ(p.Q("NAME", "", "==meier"), "2");
+  EXPECT_EQ(p.Q("NAME", "", "$==meier"), "1,2");
+  EXPECT_EQ(p.Q("AGE", "", 40), "1,3");                            // a number: "==" from the index
+  EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYQUERY-7");
+  // With a list the index is not used, and the list's order is kept.
+  EXPECT_EQ(Ids(p.db->ENTRYQUERY("AGE", "=", 40, cls_DB::IdList{3, 99, 1})), "3,1");
+  EXPECT_EQ(p.Q("NAME", "", "Anna Maria"), "");  // read as the operator "Anna": unknown
+  EXPECT_EQ(p.Q("NAME", "", "= Anna Maria"), "5");
+}
+
+TEST(cls_DB_query, FieldsByNumberUnderscoreAndUnknown) {
+  People p;
+  EXPECT_EQ(p.Q(2, "", "$BEGINS ham"), "1,4");
+  EXPECT_EQ(p.Q("ADDR_ZIP", "BEGINS", "2"), "1,4");
+  EXPECT_EQ(p.Q("addr.zip", "", "BEGINS 2"), "1,4");
+  EXPECT_EQ(p.Q("NOSUCH", "", "="), "1,2,3,4,5");  // compares as empty text
+  EXPECT_EQ(p.Q("NOSUCH", "", "x"), "");
+  EXPECT_EQ(p.Q("NAME", "", "LIKE x"), "");
+}
+
+TEST(cls_DB_query, OperatorsOnTypedFields) {
+  People p;
+  EXPECT_EQ(p.Q("AGE", "", ">= 12"), "1,2,3");
+  EXPECT_EQ(p.Q("AGE", "", "< 0"), "4");
+  EXPECT_EQ(p.Q("AGE", "", "[] 7 12"), "2,5");
+  EXPECT_EQ(p.Q("AGE", "", "][ 7 12"), "");
+  EXPECT_EQ(p.Q("AGE", "", "IN 7,40"), "1,3,5");
+  EXPECT_EQ(p.Q("BORN", "", "= 1984-05-01"), "1");  // date part only
+  EXPECT_EQ(p.Q("BORN", "", "[] 1984-05-01 1984-05-02"), "1,3");
+  EXPECT_EQ(p.Q("BORN", "", "< 1900-01-01"), "4");
+  EXPECT_EQ(p.Q("BORN", "", "="), "5");
+  EXPECT_EQ(p.Q("CITY", "", "CONTAINS burg"), "1,2,4");
+  EXPECT_EQ(p.Q("CITY", "", "!CONTAINS burg"), "3,5");
+  EXPECT_EQ(p.Q("CITY", "", "$!CONTAINS BURG"), p.Q("CITY", "", "!$CONTAINS BURG"));
+  EXPECT_EQ(p.Q("CITY", "", "CONTAINSWORD Homburg"), "2");
+  // Multiple choice: whole members only; structures: item names.
+  EXPECT_EQ(p.Q("TAGS", "", "CONTAINSONE a"), "1,5");
+  EXPECT_EQ(p.Q("TAGS", "", "CONTAINSONE ab,x"), "2");
+  EXPECT_EQ(p.Q("TAGS", "", "CONTAINS a"), "1,2,5");
+  EXPECT_EQ(p.Q("DATA", "", "CONTAINSONE x,key1"), "1");
+}
+
+TEST(cls_DB_query, ColumnsFollowEntryChanges) {
+  People p;
+  EXPECT_EQ(p.Q("CITY", "", "$CONTAINS BURG"), "1,2,4");
+  p.db->ENTRYFIELD_LET(3, "CITY", "Freiburg");
+  p.db->ENTRYREMOVE(1);
+  EXPECT_EQ(p.Q("CITY", "", "$CONTAINS BURG"), "2,3,4");
+  EXPECT_EQ(p.Q("NAME", "==", "Meier"), "");
+}
+
+TEST(cls_DB_query, Search) {
+  People p;
+  auto S = [&](const std::string& s) { return Ids(p.db->ENTRYSEARCH(s)); };
+  EXPECT_EQ(S("hamburg"), "1,4");
+  EXPECT_EQ(S("hamburg meier"), "1");
+  EXPECT_EQ(S("hamburg -bad"), "1,4");
+  EXPECT_EQ(S("\"bad homburg\""), "2");
+  EXPECT_EQ(S("müller | schmidt"), "3,4");
+  EXPECT_EQ(S("müller OR schmidt ODER anna"), "3,4,5");
+  EXPECT_EQ(S("^ham"), "1,4");                 // at the start of a value
+  EXPECT_EQ(S("meier -(bad | 40)"), "");
+  EXPECT_EQ(S("(meier | müller) -münchen"), "1,2");
+  EXPECT_EQ(S(""), "1,2,3,4,5");
+  EXPECT_EQ(Ids(p.db->ENTRYSEARCH("meier", cls_DB::IdList{2, 1})), "2,1");
+  std::string deep(40, '(');
+  EXPECT_THROW(p.db->ENTRYSEARCH(deep + "x"), Error);
+  EXPECT_EQ(S(std::string(33, ')') + "anna"), "5");
+}
+
+TEST(cls_DB_query, Sorting) {
+  People p;
+  EXPECT_EQ(Ids(p.db->ENTRYSORT("CITY")), "5,2,1,4,3");
+  EXPECT_EQ(Ids(p.db->ENTRYSORT("AGE", true)), "1,3,2,5,4");  // index walk: equal keys in added order
+  EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYFILTER-ADVANCED-7");
+  EXPECT_EQ(Ids(p.db->ENTRYSORT("&AGE", true)), "5,1,3,2,4");  // display text, no index
+  EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYFILTER-ADVANCED-10");
+  EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("", false, "CITY")), "5,2,1,4,3");        // shifted
+  EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("CITY", false, "")), "5,2,1,4,3");
+  // Descending first, ascending second: groups high to low, inside them low to high.
+  EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("AGE", true, "CITY", std::nullopt, false)), "1,3,2,5,4");
+  EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("AGE", true, "CITY", std::nullopt, true)), "3,1,2,5,4");
+  EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("AGE", false, "NAME", cls_DB::IdList{3, 4, 1}, true)), "4,3,1");
+  EXPECT_EQ(Ids(p.db->ENTRYSORT("", false, {3, 1})), "3,1");
+  EXPECT_EQ(Ids(p.db->ENTRYALL("NAME")), "5,1,2,3,4");
+  EXPECT_EQ(Ids(p.db->ENTRYALL()), "1,2,3,4,5");
+}
+
+TEST(cls_DB_query, Filters) {
+  People p;
+  auto f = cls_Structure::New();
+  f->ITEMBYID_LET("CITY", "$CONTAINS BURG");
+  f->ITEMBYID_LET("AGE", "> 20");
+  EXPECT_EQ(Ids(p.db->ENTRYFILTER("", f)), "1");
+  f->ITEMBYID_LET("MODE", "or");
+  EXPECT_EQ(Ids(p.db->ENTRYFILTER("", f, "AGE")), "4,2,1,3");  // 1 matches both, listed once
+  auto onlyMode = cls_Structure::New();
+  onlyMode->ITEMBYID_LET("MODE", "AND");
+  EXPECT_EQ(Ids(p.db->ENTRYFILTER("", onlyMode, "NAME", true)), "4,3,2,1,5");
+  EXPECT_EQ(Ids(p.db->ENTRYFILTER("NOVIEW", onlyMode)), "");
+  // The view's own filter comes first, and its sort fields are used when none are given.
+  auto view = p.db->VIEW(1);
+  view->FILTERS = {{"AGE", ">= 0"}};
+  view->SORTFIELD = "AGE";
+  view->SORTREV = true;
+  auto g = cls_Structure::New();
+  g->ITEMBYID_LET("NAME", "!= Müller");
+  EXPECT_EQ(Ids(p.db->ENTRYFILTERADVANCED(1, "", "", false, g)), "1,2,5");
+  EXPECT_EQ(Ids(p.db->ENTRYFILTERADVANCED(1, "NAME", "", false, g, cls_DB::IdList{5, 2, 4})), "5,2");
+}
+
+TEST(cls_DB_query, FilterCombine) {
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("IN a,b", "IN b,c"), "IN a,b,c");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("=a", "= b"), "IN a,b");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("==a", "==b"), "IN a,b");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("IN a,b", "= c"), "IN a,b,c");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("== c", "IN a,b"), "IN a,b,c");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("CONTAINS x", "CONTAINS y"), "CONTAINSONE x,y");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("CONTAINSONE x,y", "CONTAINS z"), "CONTAINSONE x,y,z");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("CONTAINS z", "CONTAINSONE x,y"), "CONTAINSONE x,y,z");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("= a", "== b"), "");
+  EXPECT_EQ(cls_DB::FILTERCOMBINE("> 1", "< 5"), "");
+}
+
+TEST(cls_DB_query, FilterChoicesCountAndSelect) {
+  People p;
+  auto v = p.db->FIELDFILTERVALUES("NAME");
+  EXPECT_EQ(CStr(v->ITEMBYID_GET("M")), "$BEGINS M");
+  EXPECT_EQ(CStr(v->ITEMBYID_GET("-Nicht leer-")), "!=");
+  auto born = p.db->FIELDFILTERVALUES("BORN");
+  EXPECT_EQ(CStr(born->ITEMBYID_GET("Mai 1984")), "[[ 1984-05-01 1984-06-01");
+  EXPECT_EQ(CStr(born->ITEMBYID_GET("Jahr 2012")), "[[ 2012-01-01 2013-01-01");
+  auto settings = cls_Structure::New();
+  settings->ITEM_LET("SHOW.USAGE", true);
+  auto age = p.db->FIELDFILTERVALUESADVANCED("AGE", std::nullopt, settings);
+  EXPECT_EQ(CStr(age->ITEMBYID_GET("10 - 100 (3)")), "[[ 10 100");
+  EXPECT_EQ(CStr(age->ITEMBYID_GET("Kleiner Null (1)")), "< 0");
+
+  std::vector<std::string> said;
+  SetNotifier([&](const Notification& n) { said.push_back(n.text); return std::string("OK"); });
+  EXPECT_EQ(p.db->FIELDFILTERCOUNT("CITY", "$CONTAINS BURG"), 3);
+  EXPECT_TRUE(said.empty());
+  EXPECT_EQ(p.db->FIELDFILTERCOUNT("CITY", "Berlin"), 0);
+  SetNotifier({});
+  ASSERT_EQ(said.size(), 1u);
+  EXPECT_EQ(said[0], "Für diesen Filter gibt es in der aktuellen Liste keine passenden Einträge");
+
+  EXPECT_EQ(p.db->FIELDSELECT("city"), "CITY");
+  p.db->FIELDCHOOSER_SET([](const std::string& title, const std::vector<std::string>& names, const std::string& pre) {
+    return title + ":" + std::to_string(names.size()) + ":" + pre;
+  });
+  EXPECT_EQ(p.db->FIELDSELECT("age"), "Datenfeld auswählen:7:AGE");
+}
+
+}  // namespace rykel
