@@ -181,11 +181,17 @@ void cls_DBCondition::READ(std::string_view pOp, const Variant& pValue) {
     opText_ = std::string(s.substr(0, n));
     value = Variant(text::Trim(s.substr(n)));
   }
-  if (opText_.empty()) opText_ = value.isString() ? "$==" : "==";
+  const char* fallback = value.isString() ? "$==" : "==";
+  if (opText_.empty()) opText_ = fallback;
 
   caseBlind_ = false;
   bool negate = false;
   size_t start = hFlags(opText_, &caseBlind_, &negate);
+  // Flags alone ("!meier") stand before the default operator.
+  if (start == opText_.size()) {
+    opText_ += fallback;
+    start = hFlags(opText_, &caseBlind_, &negate);
+  }
   expected_ = !negate;
   op_ = hLookup(std::string_view(opText_).substr(start));
   kind_ = kOperatorKinds[static_cast<size_t>(op_)];

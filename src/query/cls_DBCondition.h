@@ -11,6 +11,7 @@
 //     blank-separated parts of the value ("[] 1 10");
 //   - still no operator: "$==" for a text value, "==" otherwise.
 // The operator's leading flags, in any order: "$" case-blind (both sides upper-cased), "!" negate.
+// Flags without an operator ("!meier") stand before the default operator ("!$==").
 //
 // PREPARE then fixes the value type the condition compares in (a field type code), converting the
 // bounds to that type for the comparing operators. TEST answers for one value.
