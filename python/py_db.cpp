@@ -168,6 +168,23 @@ void BindDB(pyb::module_& m) {
       .def("ENTRYFREEID", &D::ENTRYFREEID)
       .def("ENTRYFREEIDEVEN", &D::ENTRYFREEIDEVEN)
       .def("ENTRYALL_IDS", &D::ENTRYALL_IDS)
+      .def("ENTRYALL", &D::ENTRYALL, arg("pSortBy") = "", arg("pSortRev") = false)
+      .def("ENTRYSEARCH", &D::ENTRYSEARCH, arg("pSearch"), arg("pList") = pyb::none())
+      .def("ENTRYQUERY", &D::ENTRYQUERY, arg("pField"), arg("pOp"), arg("pValue"), arg("pList") = pyb::none())
+      .def("ENTRYFILTER", &D::ENTRYFILTER, arg("pView"), arg("pFilters"), arg("pSort") = "",
+           arg("pSortRev") = false, arg("pList") = pyb::none())
+      .def("ENTRYFILTERADVANCED", &D::ENTRYFILTERADVANCED, arg("pView"), arg("pSortField"), arg("pSortField2"),
+           arg("pSortRev2"), arg("pFilters"), arg("pList") = pyb::none(), arg("pSortRev") = false)
+      .def_static("FILTERCOMBINE", &D::FILTERCOMBINE, arg("pFilter1"), arg("pFilter2"))
+      .def("FIELDFILTERVALUES", &D::FIELDFILTERVALUES, arg("pField"), arg("pList") = pyb::none())
+      .def("FIELDFILTERVALUESADVANCED", &D::FIELDFILTERVALUESADVANCED, arg("pField"), arg("pList") = pyb::none(),
+           arg("pSettings") = nullptr)
+      .def("FIELDFILTERCOUNT", &D::FIELDFILTERCOUNT, arg("pField"), arg("pCondition"), arg("pList") = pyb::none())
+      .def("FIELDCHOOSER_SET", &D::FIELDCHOOSER_SET, arg("pChooser"))
+      .def("FIELDSELECT", &D::FIELDSELECT, arg("pPreselect") = "")
+      .def("ENTRYSORT", &D::ENTRYSORT, arg("pField"), arg("pRev") = false, arg("pBase") = D::IdList{})
+      .def("ENTRYSORTADVANCED", &D::ENTRYSORTADVANCED, arg("pField"), arg("pRev") = false,
+           arg("pFieldSecond") = "", arg("pList") = pyb::none(), arg("pRevSecond") = false)
       .def("FIELDCOLUMN", [](D& d, int32_t no) { return d.FIELDCOLUMN(no); }, arg("pFieldNo"))
       // The Python callback gets (field, id, value) and returns the value to show (None: unchanged).
       .def("VALUEEVENT_SET",

@@ -8,6 +8,7 @@ void BindTools(pyb::module_& m) {
   using D = cls_DBTool;
   pyb::class_<D, Object, std::shared_ptr<D>>(m, "cls_DBTool")
       .def(pyb::init([] { return std::make_shared<D>(); }))
+      .def("FILTER", &D::FILTER, pyb::arg("pValue"), pyb::arg("pCondition"))
       .def("SORTDECODE", [](D& d, const std::string& t) { return d.SORTDECODE(t); }, pyb::arg("pType"))
       .def("IDGENERATE", [](D& d, const std::string& t) { return d.IDGENERATE(t); }, pyb::arg("pText"))
       // ---- random test data
