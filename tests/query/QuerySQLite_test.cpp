@@ -135,9 +135,7 @@ Cond RandomCondition(Fixture& f) {
   std::string flags;
   if (caseBlind) flags += "$";
   if (negate) flags.insert(f.Rand(0, 1) ? flags.size() : 0, "!");
-  std::string lower = c.field == "S" || c.field == "I" ? "s" : c.field == "M" ? "m" : c.field;
-  lower[0] = static_cast<char>(std::tolower(lower[0]));
-  const std::string col = lower;
+  const std::string col(1, static_cast<char>(std::tolower(c.field[0])));
   std::string test;
 
   // Three-way comparison of the column with a bound; empty values are the least.
@@ -275,8 +273,9 @@ TEST(QuerySQLite, RandomConditionsSelectWhatSQLiteSelects) {
     Cond c = RandomCondition(f);
     std::string ours = Ids(f.db->ENTRYQUERY(c.field, "", Variant(c.text)));
     ASSERT_EQ(ours, f.Ids(c.sql)) << c.field << " " << c.text << "\nSQL: " << c.sql;
-    // The single-value filter agrees with the query for every non-empty value.
-    if (round % 10 == 0) {
+    // The single-value filter agrees with the query for every non-empty value (a multiple choice
+    // value is plain text to it: it cannot know the field's type).
+    if (round % 10 == 0 && c.field != "M") {
       for (int id = 1; id <= 300; id += 7) {
         Variant v = f.db->ENTRYFIELD_GET(id, c.field);
         if (v.isEmpty() || (v.isString() && v.str().empty())) continue;

@@ -91,7 +91,7 @@ TEST(cls_DB_query, OperatorsOnTypedFields) {
   EXPECT_EQ(p.Q("AGE", "", "IN 7,40"), "1,3,5");
   EXPECT_EQ(p.Q("BORN", "", "= 1984-05-01"), "1");  // date part only
   EXPECT_EQ(p.Q("BORN", "", "[] 1984-05-01 1984-05-02"), "1,3");
-  EXPECT_EQ(p.Q("BORN", "", "< 1900-01-01"), "4");
+  EXPECT_EQ(p.Q("BORN", "", "< 1900-01-01"), "4,5");  // an empty value is the least of all
   EXPECT_EQ(p.Q("BORN", "", "="), "5");
   EXPECT_EQ(p.Q("CITY", "", "CONTAINS burg"), "1,2,4");
   EXPECT_EQ(p.Q("CITY", "", "!CONTAINS burg"), "3,5");
