@@ -14,7 +14,7 @@ namespace {
 
 struct RenderOptions {
   std::string file, expression;
-  std::vector<std::string> directories, variables, settings;
+  std::vector<std::string> directories, variables, settings, structs;
   bool errors = false;
 };
 
@@ -39,9 +39,13 @@ void AddRenderCommand(CLI::App& app) {
   auto* fileOpt = r->add_option("file", o.file, "template file (- for standard input)");
   auto* exprOpt = r->add_option("-e,--expression", o.expression, "template text given on the command line");
   fileOpt->excludes(exprOpt);
-  r->add_option("-d,--directory", o.directories, "directory searched for templates (repeatable)");
-  r->add_option("-v,--var", o.variables, "NAME=VALUE: a template variable (repeatable)");
-  r->add_option("-s,--setting", o.settings, "KEY=VALUE: an interpreter setting (repeatable)");
+  // one value per use of a repeatable option, so a template file after it is not taken as a value
+  r->add_option("-d,--directory", o.directories, "directory searched for templates (repeatable)")->allow_extra_args(false);
+  r->add_option("-v,--var", o.variables, "NAME=VALUE: a template variable (repeatable)")->allow_extra_args(false);
+  r->add_option("-s,--setting", o.settings, "KEY=VALUE: an interpreter setting (repeatable)")->allow_extra_args(false);
+  r->add_option("--struct", o.structs,
+                "NAME=FILE: a structure variable read from a serialized (or script-form) file (repeatable)")
+      ->allow_extra_args(false);
   r->add_flag("--errors", o.errors, "print the error list to standard error");
   r->callback([] {
     if (o.file.empty() && o.expression.empty())
@@ -53,12 +57,24 @@ void AddRenderCommand(CLI::App& app) {
       if (o.file != "-") {
         // The template's own folder is searched first, so its includes are found.
         std::string dir = std::filesystem::path(o.file).parent_path().string();
-        k->DIRECTORIES->ADD(dir.empty() ? std::string(".") : dir);
+        k->DIRECTORIES->ADD((dir.empty() ? std::string(".") : dir) + "/");
       }
     }
-    for (const auto& d : o.directories) k->DIRECTORIES->ADD(d);
+    // a directory is joined to file names as it is: make sure it ends with "/"
+    for (const auto& d : o.directories) k->DIRECTORIES->ADD(d.ends_with("/") ? d : d + "/");
     for (const auto& v : o.variables)
       if (!hAssign(*k->VARIABLES, v)) throw CLI::ValidationError("--var", "expected NAME=VALUE: " + v);
+    for (const auto& a : o.structs) {
+      auto eq = a.find('=');
+      if (eq == std::string::npos || eq == 0) throw CLI::ValidationError("--struct", "expected NAME=FILE: " + a);
+      std::string content = ReadInput(a.substr(eq + 1));
+      auto value = cls_Structure::New();
+      if (content.starts_with("a:") || content.starts_with("O:") || content.starts_with("QS"))
+        value->UNSERIALIZE(content);
+      else
+        value->PARSE(content);
+      k->VARIABLES->ITEM_LET(a.substr(0, eq), Variant(value));
+    }
     for (const auto& s : o.settings)
       if (!hAssign(*k->SETTINGS, s)) throw CLI::ValidationError("--setting", "expected KEY=VALUE: " + s);
     std::string out = k->PROCESS(text, nullptr);

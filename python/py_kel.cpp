@@ -13,6 +13,12 @@ using pyb::arg;
 
 namespace {
 
+// The interpreter as a Python object (None for one a C++ host holds without a shared pointer).
+pyb::object hKelObject(cls_KEL& k) {
+  if (auto sp = k.weak_from_this().lock()) return pyb::cast(sp);
+  return pyb::none();
+}
+
 // Applies a handler's answer: None leaves both, a tuple (rDone, rValue) sets them.
 void hTakeAnswer(const pyb::object& answer, bool& rDone, Variant& rValue) {
   if (answer.is_none()) return;
@@ -31,7 +37,7 @@ cls_KELModule::ExecuteHandler hPyHandler(pyb::object fn) {
                   const StructurePtr& pParameters, cls_KEL& pKEL) {
     pyb::gil_scoped_acquire gil;
     pyb::object answer = holder->object()(rResult, rDone, FromVariant(rValue), pCmd, pParameters,
-                                          pyb::cast(pKEL.shared_from_this()));
+                                          hKelObject(pKEL));
     hTakeAnswer(answer, rDone, rValue);
   };
 }
@@ -198,7 +204,7 @@ void BindKEL(pyb::module_& m) {
             auto h = std::make_shared<PyHostObject>(std::move(fn));
             k.SIGNALED = [h](K& kel, bool& rDone, const Variant& flags) {
               pyb::gil_scoped_acquire gil;
-              pyb::object r = h->object()(pyb::cast(kel.shared_from_this()), rDone, FromVariant(flags));
+              pyb::object r = h->object()(hKelObject(kel), rDone, FromVariant(flags));
               if (!r.is_none()) rDone = pyb::bool_(r);
             };
           },

@@ -29,3 +29,18 @@ class Program(unittest.TestCase):
 
 if __name__ == "__main__":
     unittest.main()
+
+
+class Render(unittest.TestCase):
+    def test_site_with_structure_and_includes(self):
+        root = os.path.join(os.path.dirname(__file__), "..", "..", "examples", "site")
+        r = run("render", "--struct", "team=" + os.path.join(root, "data", "team.ser"), "-d", root,
+                os.path.join(root, "pages", "index.kel"), "--errors")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("<title>Unser Team</title>", r.stdout)  # from inc/header.kel
+        self.assertIn('<tr class="even"><td>Jörg Meier</td><td>Osnabrück</td>', r.stdout)
+        self.assertIn("<p>5 Mitglieder - ein großes Team.</p>", r.stdout)
+        broken = run("render", "-d", root, os.path.join(root, "pages", "broken.kel"), "--errors")
+        self.assertEqual(broken.returncode, 1)
+        self.assertIn("Could not include 'missing_page'", broken.stderr)
+        self.assertIn(":4:4: <b>Cannot execute</b>: UNKNOWNCOMMAND 1 2", broken.stderr)
