@@ -15,6 +15,8 @@ void AddStructCommands(CLI::App& app);
 void AddSerializedCommands(CLI::App& app);
 void AddTreeCommands(CLI::App& app);
 void AddDbCommands(CLI::App& app);
+// rykel db export: after AddDbCommands, under its "db" command.
+void AddDbExportCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
 

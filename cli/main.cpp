@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   rykel::cli::AddSerializedCommands(app);
   rykel::cli::AddTreeCommands(app);
   rykel::cli::AddDbCommands(app);
+  rykel::cli::AddDbExportCommand(app);
   rykel::cli::AddRenderCommand(app);
   rykel::cli::AddRandomCommands(app);
   try {
