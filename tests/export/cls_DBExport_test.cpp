@@ -15,6 +15,7 @@
 #include "export/cls_DBExportWorkbook.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "frame/Text.h"
 #include "frame/Error.h"
 
 namespace rykel {
