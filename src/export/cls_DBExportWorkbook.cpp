@@ -17,6 +17,7 @@ constexpr std::string_view kForbidden = "\\/:.,;<>?*[]'";
 constexpr size_t kMaxSheetName = 31;
 constexpr double kTitleFontSize = 18;
 constexpr size_t kMaxColumnChars = 60;
+constexpr size_t kMaxCellChars = 32767;  // the most a cell holds
 constexpr uint8_t kShortDateIndex = 14;  // the program's built-in short date
 constexpr uint8_t kTextIndex = 49;       // "@"
 
@@ -82,19 +83,30 @@ void cls_DBExportWorkbook::hBeginSheet(Sheet& rSheet, const std::string& pTitle)
   auto last = static_cast<lxw_col_t>(cols.empty() ? 0 : cols.size() - 1);
   rSheet.widths.assign(cols.size(), 0);
   uint32_t r = 0;
+  // Each row is finished before the next is begun: in constant-memory mode a row is flushed as
+  // soon as a later one is touched, and writes to it afterwards are refused.
   if (table_->titleShow) {
-    for (uint32_t band = 0; band < 3; ++band) {
-      for (lxw_col_t c = 0; c <= last; ++c) worksheet_write_blank(rSheet.ws, band, c, band_);
-    }
-    worksheet_set_row(rSheet.ws, 1, 24, nullptr);
-    worksheet_write_string(rSheet.ws, 1, 0, pTitle.c_str(), title_);
     std::string stamp = "Stand: " + date::Format(table_->stamp, "dd.mm.yyyy HH:MM");
-    if (last > 0) worksheet_write_string(rSheet.ws, 1, last, stamp.c_str(), date_);
+    for (lxw_row_t band = 0; band < 3; ++band) {
+      if (band == 1) hCheck(worksheet_set_row(rSheet.ws, band, 24, nullptr), "cannot size the title row");
+      for (lxw_col_t c = 0; c <= last; ++c) {
+        lxw_error e = LXW_NO_ERROR;
+        if (band == 1 && c == 0) {
+          e = worksheet_write_string(rSheet.ws, band, c, pTitle.c_str(), title_);
+        } else if (band == 1 && c == last) {
+          e = worksheet_write_string(rSheet.ws, band, c, stamp.c_str(), date_);
+        } else {
+          e = worksheet_write_blank(rSheet.ws, band, c, band_);
+        }
+        hCheck(e, "cannot write the title band");
+      }
+    }
     r = 3;
   }
   rSheet.headerRow = r;
   for (size_t c = 0; c < cols.size(); ++c) {
-    worksheet_write_string(rSheet.ws, r, static_cast<lxw_col_t>(c), cols[c].name.c_str(), header_);
+    hCheck(worksheet_write_string(rSheet.ws, r, static_cast<lxw_col_t>(c), cols[c].name.c_str(), header_),
+           "cannot write the column header");
     rSheet.widths[c] = text::Len(cols[c].name) + 3;  // room for the filter button
   }
   worksheet_freeze_panes(rSheet.ws, r + 1, 0);
@@ -163,13 +175,20 @@ void cls_DBExportWorkbook::hWriteRow(Sheet& rSheet, const ExportRow& pRow) {
     lxw_format* f = hFormat(cell, pRow);
     auto col = static_cast<lxw_col_t>(c);
     const Variant& v = cell.value;
+    lxw_error e;
     if (cell.format != ExportFormat::Text && (v.isDate() || v.vartype() == 5)) {
-      worksheet_write_number(rSheet.ws, r, col, v.rawDouble(), f);
+      e = worksheet_write_number(rSheet.ws, r, col, v.rawDouble(), f);
     } else if (cell.text.empty()) {
-      worksheet_write_blank(rSheet.ws, r, col, f);
+      e = worksheet_write_blank(rSheet.ws, r, col, f);
     } else {
-      worksheet_write_string(rSheet.ws, r, col, cell.text.c_str(), f);
+      e = worksheet_write_string(rSheet.ws, r, col, cell.text.c_str(), f);
+      // A cell holds at most 32,767 characters; a longer text is cut rather than lost.
+      if (e == LXW_ERROR_MAX_STRING_LENGTH_EXCEEDED) {
+        std::string cut(text::Left(cell.text, kMaxCellChars));
+        e = worksheet_write_string(rSheet.ws, r, col, cut.c_str(), f);
+      }
     }
+    if (e != LXW_NO_ERROR) hCheck(e, "cannot write row " + std::to_string(r + 1));
     size_t len = cell.format == ExportFormat::Date ? 10 : text::Len(cell.text);
     if (len > rSheet.widths[c]) rSheet.widths[c] = len;
   }

@@ -321,3 +321,80 @@ TEST(DBExportWorkbook, SheetNames) {
 }
 
 }  // namespace rykel
+
+namespace rykel {
+
+namespace {
+
+// Runs a Python script under the system interpreter with openpyxl and returns what it printed.
+bool hOpenpyxl() { return std::system("/usr/bin/python3 -c 'import openpyxl' >/dev/null 2>&1") == 0; }
+
+std::string hPython(const TempDir& dir, const std::string& script) {
+  std::string py = dir / "read.py", out = dir / "read.out";
+  {
+    std::ofstream f(py);
+    f << script;
+  }
+  std::string cmd = "/usr/bin/python3 '" + py + "' > '" + out + "' 2>&1";
+  int rc = std::system(cmd.c_str());
+  std::string text = hReadFile(out);
+  EXPECT_EQ(rc, 0) << text;
+  return text;
+}
+
+}  // namespace
+
+// From 50,000 rows the workbook goes out in constant-memory mode, where a row can no longer be
+// touched once a later one was started: the title band, header, panes, filter, column widths and
+// the split sheets must all still arrive.
+TEST(DBExportWorkbook, ConstantMemoryLargeTitleAndSplit) {
+  if (!hOpenpyxl()) GTEST_SKIP() << "/usr/bin/python3 has no openpyxl";
+  TempDir dir;
+  constexpr int kRows = 60000;
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NAME", ID_DBFieldType_String, "Name");
+  db->FIELDCREATE("CITY", ID_DBFieldType_String, "Stadt");
+  db->FIELDCREATE("AGE", ID_DBFieldType_Long, "Alter");
+  auto view = db->VIEW(1);
+  for (auto f : {"NAME", "CITY", "AGE"}) view->COLUMNADD(f, 80);
+  const char* cities[] = {"Berlin", "Köln", "Frankfurt a.M."};
+  for (int i = 1; i <= kRows; ++i) {
+    db->ENTRYADD(i);
+    db->ENTRYFIELD_LET(i, "NAME", "Person " + std::to_string(i));
+    db->ENTRYFIELD_LET(i, "CITY", cities[i % 3]);
+    db->ENTRYFIELD_LET(i, "AGE", i % 100 - 50);
+  }
+  db->ENTRYFIELD_LET(kRows, "NAME", std::string("Ende ") + std::string(30, 'x'));  // widest name, last row
+  std::string file = dir / "big.xlsx";
+  auto settings = hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Alle Leute"}, {"SUBSHEET", true}, {"TABFILTER", "CITY"}});
+  ASSERT_TRUE(db->EXPORTEXCEL(1, file, std::nullopt, settings));
+
+  std::string got = hPython(dir, R"(
+import openpyxl, sys
+wb = openpyxl.load_workbook(sys.argv[0].replace("read.py", "big.xlsx"))
+print(wb.sheetnames)
+for name in ("Alle", "Köln"):
+    ws = wb[name]
+    print(name, ws.max_row, ws["A2"].value, int(ws["A2"].font.sz), (ws["C2"].value or "")[:7])
+    print(name, [c.value for c in ws[4]], ws.freeze_panes, ws.auto_filter.ref)
+    print(name, [c.value for c in ws[5]], [c.value for c in ws[ws.max_row]])
+    wide = 30 if name == "Alle" else 12
+    print(name, ws.column_dimensions["A"].width > wide, ws.column_dimensions["B"].width > 14)
+)");
+  std::istringstream lines(got);
+  std::vector<std::string> l;
+  for (std::string s; std::getline(lines, s);) l.push_back(s);
+  ASSERT_EQ(l.size(), 9u) << got;
+  EXPECT_EQ(l[0], "['Alle', 'Berlin', 'Frankfurt aM', 'Köln']");
+  EXPECT_EQ(l[1], "Alle 60004 Alle Leute - Gesamt 18 Stand: ");
+  EXPECT_EQ(l[2], "Alle ['Name', 'Stadt', 'Alter'] A5 A4:C60004");
+  EXPECT_EQ(l[3], "Alle ['Person 1', 'Köln', -49] ['Ende " + std::string(30, 'x') + "', 'Berlin', -50]");
+  EXPECT_EQ(l[4], "Alle True True");
+  // Every third entry lives in Köln: 1, 4, ..., 59998.
+  EXPECT_EQ(l[5], "Köln 20004 Alle Leute - Köln 18 Stand: ");
+  EXPECT_EQ(l[6], "Köln ['Name', 'Stadt', 'Alter'] A5 A4:C20004");
+  EXPECT_EQ(l[7], "Köln ['Person 1', 'Köln', -49] ['Person 59998', 'Köln', 48]");
+  EXPECT_EQ(l[8], "Köln True False");  // "Frankfurt a.M." widens only its own sheets
+}
+
+}  // namespace rykel
