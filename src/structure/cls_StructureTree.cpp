@@ -102,7 +102,7 @@ int32_t cls_StructureTree::hSlotFor(int32_t node, uint32_t atom) {
   Node& n = m_.hNode(node);
   slot = m_.hLastUnused(n);
   if (slot < 0) {
-    slot = static_cast<int32_t>(n.items.size());
+    slot = M::hMax(n) + 1;
     m_.hResize(n, slot);
   }
   n.items[slot].name = atom;
@@ -141,7 +141,7 @@ void cls_StructureTree::hPutCopy(int32_t node, int32_t slot, const Item& from) {
 
 void cls_StructureTree::hAppendValue(int32_t node, const Variant& v) {
   Node& n = m_.hNode(node);
-  int32_t slot = static_cast<int32_t>(n.items.size());
+  int32_t slot = M::hMax(n) + 1;
   m_.hResize(n, slot);
   hPutValue(node, slot, v);
 }
@@ -187,7 +187,7 @@ int32_t cls_StructureTree::hCopy(int32_t src, int depth, bool clone) {
   PathMark mark(onPath_, src);
   const uint8_t flags = clone ? static_cast<uint8_t>(m_.hNode(src).flags & ~M::kDefaultMode)
                               : static_cast<uint8_t>(m_.hNode(src).flags & (M::kHasZero | M::kAllowNothing));
-  m_.hResize(m_.hNode(dst), static_cast<int32_t>(m_.hNode(src).items.size()) - 1);
+  m_.hResize(m_.hNode(dst), M::hMax(m_.hNode(src)));
   if (clone) {
     Variant bound = m_.VALUEBOUND_GET(src);
     if (!bound.isEmpty()) m_.VALUEBOUND_LET(dst, bound);
@@ -335,7 +335,7 @@ void cls_StructureTree::hMerge(int32_t dst, int32_t src, std::string_view namePr
         slot = static_cast<int32_t>(i);
       } else {
         Node& d = m_.hNode(dst);
-        slot = static_cast<int32_t>(d.items.size());
+        slot = M::hMax(d) + 1;
         m_.hResize(d, slot);
       }
     } else {
@@ -650,7 +650,7 @@ int32_t cls_StructureTree::SELECTION(int32_t pID, const Variant& pSelected) {
     m_.ITEM_LET(entry, Variant("TEXT"), Variant(hCaption(pID, static_cast<int32_t>(i))));
     m_.ITEM_LET(entry, Variant("SELECTED"), Variant(selected.count(key) > 0));
     Node& d = m_.hNode(dst);
-    int32_t slot = static_cast<int32_t>(d.items.size());
+    int32_t slot = M::hMax(d) + 1;
     m_.hResize(d, slot);
     hPutChild(dst, slot, entry);
   }
@@ -676,7 +676,7 @@ void cls_StructureTree::hMenu(int32_t dst, int32_t src, std::string& path, std::
                                      menu[path.size()] == '.');
     int32_t entry = m_.Alloc();
     Node& d = m_.hNode(dst);
-    int32_t slot = static_cast<int32_t>(d.items.size());
+    int32_t slot = M::hMax(d) + 1;
     m_.hResize(d, slot);
     hPutChild(dst, slot, entry);
     m_.ITEM_LET(entry, Variant("ID"), it.name ? Variant(key) : Variant(static_cast<int32_t>(i)));
