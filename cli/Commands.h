@@ -17,6 +17,8 @@ void AddTreeCommands(CLI::App& app);
 void AddDbCommands(CLI::App& app);
 // db query / filter / search / sort; REQUIRES: AddDbCommands ran.
 void AddQueryCommands(CLI::App& app);
+// rykel db export: after AddDbCommands, under its "db" command.
+void AddDbExportCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
 

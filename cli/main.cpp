@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
   rykel::cli::AddTreeCommands(app);
   rykel::cli::AddDbCommands(app);
   rykel::cli::AddQueryCommands(app);
+  rykel::cli::AddDbExportCommand(app);
   rykel::cli::AddRenderCommand(app);
   rykel::cli::AddRandomCommands(app);
   try {

@@ -14,5 +14,6 @@ void BindStructureText(pyb::module_& m);  // after BindStructure: adds to its cl
 void BindTools(pyb::module_& m);
 void BindCollections(pyb::module_& m);
 void BindDB(pyb::module_& m);
+void BindExport(pyb::module_& m);  // after BindDB: adds to cls_DB
 void BindKEL(pyb::module_& m);
 }  // namespace rykel::py

@@ -11,5 +11,6 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindTools(m);
   rykel::py::BindCollections(m);
   rykel::py::BindDB(m);
+  rykel::py::BindExport(m);
   rykel::py::BindKEL(m);
 }

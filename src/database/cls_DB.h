@@ -272,6 +272,37 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
                            const std::optional<IdList>& pList = std::nullopt, bool pRevSecond = false);
 
   // ---- exports -------------------------------------------------------------------------------
+  // The entries to export: an id list, or none (nullopt) for every entry in table order.
+  using IDList = std::optional<std::vector<Variant>>;
+  // Writes the entries of view pView (number or ID) to pFile. pFormat, upper-cased:
+  //   "HTM" / "HTML"  the spreadsheet-dialect HTML table (Windows-1252)
+  //   "XLS" / "XLSX"  the same HTML table under the given name
+  //   "BAT" / "CMD"   the table as Data/<base>.htm beside pFile, and pFile a batch file opening it
+  //   "PDF"           EXPORTPDF;  "DB"  EXPORTDB with pFile as the target
+  // Settings (all optional): "TITLE.SHOW", "TITLE.TEXT", "TITLE.COLOR" (red + 256 green + 65536
+  // blue; default the page layout's), "INDEX" (a leading running-number column "Nr."), "NOOSD"
+  // (no progress reports), "SHOWINFO" (a notice when done).
+  // Returns true when written. An unknown format word writes nothing and returns false; a
+  // failure part way leaves a partly written file and returns false.
+  bool EXPORTFILE(const Variant& pView, const std::string& pFile, const std::string& pFormat,
+                  const IDList& pIDs = std::nullopt, const StructurePtr& pSettings = nullptr);
+  // Writes a workbook (.xlsx) with the built-in writer: sheet "Alle" with every entry and, with
+  // "SUBSHEET" and "TABFILTER", one sheet per value of that field. Settings as EXPORTFILE plus
+  // "SUBSHEET", "TABFILTER", "CONSTANTMEMORY" (forced on from 50,000 rows). False on failure.
+  bool EXPORTEXCEL(const Variant& pView, const std::string& pFile, const IDList& pIDs = std::nullopt,
+                   const StructurePtr& pSettings = nullptr);
+  // Writes a paginated PDF table following the page layout keys of FLAGS(1) (settings override).
+  bool EXPORTPDF(const Variant& pView, const std::string& pFile, const IDList& pIDs = std::nullopt,
+                 const StructurePtr& pSettings = nullptr);
+  // Copies the view's fields and the entries into another database: pTarget is a cls_DB object
+  // (entries added, not saved) or a file name (a new database saved there, with its header file
+  // "<file>.header"). False on failure.
+  bool EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs = std::nullopt,
+                const StructurePtr& pSettings = nullptr);
+  // Called while an export walks its entries (done, total); not called with "NOOSD".
+  using ExportProgress = std::function<void(int64_t pDone, int64_t pTotal)>;
+  void EXPORTPROGRESS_SET(ExportProgress pProgress) { exportProgress_ = std::move(pProgress); }
+  const ExportProgress& EXPORTPROGRESS_GET() const { return exportProgress_; }
 
  private:
   void hEntryIndexAdd(const Variant& pID, const StructurePtr& pData);
@@ -323,6 +354,7 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
 
   ValueEvent valueEvent_;
   FieldChooser fieldChooser_;
+  ExportProgress exportProgress_;
   const char* track_ = "";
   int32_t trackA_ = -1, trackB_ = -1;
 };

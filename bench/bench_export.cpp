@@ -1,0 +1,77 @@
+// The export paths on the W5 rows: 100,000 entries x 8 fields (id, three texts with umlauts, a
+// date, two numbers, a status), the same values the peers generate (64-bit LCG, seed 42).
+//   bench_export xlsx OUT.xlsx [rows]   the built-in workbook writer (EXPORTEXCEL), one run
+//   bench_export htm OUT.htm [rows]     the HTML table (EXPORTFILE "HTM"), one run
+// Prints "fill_ms=<building the database> export_ms=<the export>" so run_export.sh can time the
+// process as a whole (under /usr/bin/time -v) and the export alone.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "database/cls_DB.h"
+#include "frame/DateTime.h"
+
+namespace {
+
+const char* kFirst[20] = {"Anna", "Ben", "Clara", "David", "Emma", "Felix", "Greta", "Hannes", "Ida", "Jonas",
+                          "Karla", "Lukas", "Mia", "Noah", "Olga", "Paul", "Quirin", "Rosa", "Sven", "Tina"};
+const char* kLast[16] = {"Müller", "Schmidt", "Schneider", "Fischer", "Weber", "Meyer", "Wagner", "Becker",
+                         "Schulz", "Hoffmann", "Schäfer", "Koch", "Bauer", "Richter", "Klein", "Wolf"};
+const char* kCity[14] = {"Berlin", "Hamburg", "München", "Köln", "Frankfurt am Main", "Stuttgart", "Düsseldorf",
+                         "Leipzig", "Dortmund", "Essen", "Bremen", "Dresden", "Hannover", "Nürnberg"};
+const char* kStatus[3] = {"aktiv", "inaktiv", "gesperrt"};
+
+uint64_t state = 42;
+uint32_t hNext() {
+  state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+  return static_cast<uint32_t>(state >> 33);
+}
+
+double hMs(std::chrono::steady_clock::time_point since) {
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - since).count();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 3) {
+    std::fprintf(stderr, "usage: %s xlsx|htm OUT [rows]\n", argv[0]);
+    return 2;
+  }
+  std::string mode = argv[1], out = argv[2];
+  long rows = argc > 3 ? std::atol(argv[3]) : 100000;
+  using namespace rykel;
+  auto t0 = std::chrono::steady_clock::now();
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("ID", ID_DBFieldType_Long, "ID");
+  db->FIELDCREATE("FIRSTNAME", ID_DBFieldType_String, "Vorname");
+  db->FIELDCREATE("LASTNAME", ID_DBFieldType_String, "Nachname");
+  db->FIELDCREATE("CITY", ID_DBFieldType_String, "Stadt");
+  db->FIELDCREATE("BIRTHDATE", ID_DBFieldType_Date, "Geburtsdatum");
+  db->FIELDCREATE("SCORE", ID_DBFieldType_Double, "Score");
+  db->FIELDCREATE("STATUS", ID_DBFieldType_String, "Status");
+  db->FIELDCREATE("AMOUNT", ID_DBFieldType_Double, "Betrag");
+  double d1940 = 0;
+  date::FromParts({1940, 1, 1, 0, 0, 0}, d1940);
+  for (long i = 1; i <= rows; ++i) {
+    auto e = cls_Structure::New();
+    e->ITEM_LET("ID", Variant(static_cast<int>(i)));
+    e->ITEM_LET("FIRSTNAME", kFirst[hNext() % 20]);
+    e->ITEM_LET("LASTNAME", kLast[hNext() % 16]);
+    e->ITEM_LET("CITY", kCity[hNext() % 14]);
+    e->ITEM_LET("BIRTHDATE", Variant::Date(d1940 + hNext() % 24000));
+    e->ITEM_LET("SCORE", static_cast<double>(hNext() % 10001) / 100.0);
+    e->ITEM_LET("STATUS", kStatus[hNext() % 3]);
+    e->ITEM_LET("AMOUNT", static_cast<double>(hNext() % 10000000) / 100.0);
+    db->ENTRYADD(Variant(static_cast<int>(i)), e);
+  }
+  double fill = hMs(t0);
+  auto t1 = std::chrono::steady_clock::now();
+  auto settings = cls_Structure::New();
+  settings->ITEM_LET("NOOSD", true);
+  bool ok = mode == "xlsx" ? db->EXPORTEXCEL(1, out, std::nullopt, settings)
+                           : db->EXPORTFILE(1, out, "HTM", std::nullopt, settings);
+  std::printf("fill_ms=%.0f export_ms=%.0f\n", fill, hMs(t1));
+  return ok ? 0 : 1;
+}

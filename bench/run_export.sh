@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Workbook export side by side on the W5 rows (100,000 x 8): our built-in writer (EXPORTEXCEL,
+# constant-memory from 50,000 rows) against the plain C program on libxlsxwriter (both modes) and
+# openpyxl write-only. Each is one process under /usr/bin/time -v: wall time and peak RSS, with
+# ratios ours/peer. Ours also reports the export alone (without building the database in memory).
+# Then the HTML path on the same rows. RYKEL_W5_ROWS picks a smaller run.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+peers=${RYKEL_PEERS:-/work/shared/peers}
+rows=${RYKEL_W5_ROWS:-100000}
+out=build/bench
+mkdir -p "$out"
+gcc -O2 -o "$out/xlsx_c" "$peers/w5/xlsx_c.c" $(pkg-config --cflags --libs xlsxwriter)
+
+# run NAME CMD...: prints "NAME seconds rss_kb" and keeps the program's stdout in $out/NAME.out
+run() {
+  local name=$1; shift
+  /usr/bin/time -v "$@" >"$out/$name.out" 2>"$out/$name.time"
+  local wall rss
+  wall=$(sed -n 's/.*Elapsed (wall clock) time (h:mm:ss or m:ss): //p' "$out/$name.time" |
+         awk -F: '{ s = 0; for (i = 1; i <= NF; i++) s = s * 60 + $i; print s }')
+  rss=$(sed -n 's/.*Maximum resident set size (kbytes): //p' "$out/$name.time")
+  echo "$name $wall $rss"
+}
+
+{
+  run rykel_xlsx build/bench/bench_export xlsx "$out/w5_rykel.xlsx" "$rows"
+  run c_normal "$out/xlsx_c" "$out/w5_c_normal.xlsx" normal "$rows"
+  run c_constant "$out/xlsx_c" "$out/w5_c_constant.xlsx" constant "$rows"
+  run openpyxl /usr/bin/python3 "$peers/w5/xlsx_openpyxl.py" "$out/w5_openpyxl.xlsx" "$rows"
+  run rykel_htm build/bench/bench_export htm "$out/w5_rykel.htm" "$rows"
+} >"$out/export_runs.txt"
+
+awk -v rows="$rows" -v xo="$(cat "$out/rykel_xlsx.out")" -v ho="$(cat "$out/rykel_htm.out")" '
+  { t[$1] = $2; m[$1] = $3 / 1024 }
+  END {
+    printf "W5 export, %d rows x 8 fields (one run each, whole process)\n", rows
+    printf "%-28s %8s %10s\n", "program", "seconds", "peak MiB"
+    n = split("rykel_xlsx c_normal c_constant openpyxl rykel_htm", k, " ")
+    for (i = 1; i <= n; i++) printf "%-28s %8.2f %10.1f\n", k[i], t[k[i]], m[k[i]]
+    printf "ours (xlsx) %s\n", xo
+    printf "ours (htm)  %s\n", ho
+    printf "time ratio ours/libxlsxwriter C constant: %.2f   ours/C normal: %.2f   ours/openpyxl: %.2f\n",
+           t["rykel_xlsx"] / t["c_constant"], t["rykel_xlsx"] / t["c_normal"], t["rykel_xlsx"] / t["openpyxl"]
+    printf "peak RSS ratio ours/C constant: %.2f   ours/openpyxl: %.2f\n",
+           m["rykel_xlsx"] / m["c_constant"], m["rykel_xlsx"] / m["openpyxl"]
+    printf "HTML path time / xlsx path time: %.2f\n", t["rykel_htm"] / t["rykel_xlsx"]
+  }' "$out/export_runs.txt"

@@ -1,0 +1,81 @@
+// rykel db export: writes a view's entries as a workbook, HTML table, batch file, PDF or database.
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+#include "Commands.h"
+#include "database/cls_DB.h"
+#include "frame/Notifier.h"
+#include "frame/Text.h"
+
+namespace rykel::cli {
+
+namespace {
+
+struct ExportArgs {
+  std::string db, format = "xlsx", out, view = "1", title, sheetsBy;
+  bool quiet = false;
+};
+
+// "[#####.....]  42% 4200/10000" redrawn in place on a terminal.
+void hProgress(int64_t done, int64_t total) {
+  constexpr int kWidth = 30;
+  int filled = total > 0 ? static_cast<int>(kWidth * done / total) : kWidth;
+  std::fprintf(stderr, "\r[%s%s] %3d%% %lld/%lld", std::string(static_cast<size_t>(filled), '#').c_str(),
+               std::string(static_cast<size_t>(kWidth - filled), '.').c_str(),
+               total > 0 ? static_cast<int>(100 * done / total) : 100, static_cast<long long>(done),
+               static_cast<long long>(total));
+  if (done >= total) std::fprintf(stderr, "\n");
+}
+
+}  // namespace
+
+void AddDbExportCommand(CLI::App& app) {
+  static ExportArgs a;
+  auto* dbc = app.get_subcommand("db");
+  auto* ex = dbc->add_subcommand("export", "Write a view's entries as a workbook, HTML table, batch file, PDF or database");
+  ex->add_option("DB", a.db, "database file")->required();
+  ex->add_option("--format", a.format, "xlsx, htm, bat, pdf or db")
+      ->check(CLI::IsMember({"xlsx", "htm", "html", "bat", "cmd", "pdf", "db"}, CLI::ignore_case));
+  ex->add_option("--out", a.out, "target file")->required();
+  ex->add_option("--view", a.view, "view number or ID (default: the first)");
+  ex->add_option("--title", a.title, "title band text");
+  ex->add_option("--sheets-by", a.sheetsBy, "xlsx: one more sheet per value of this field");
+  ex->add_flag("--quiet", a.quiet, "no progress bar");
+  ex->callback([] {
+    SetNotifier([](const Notification& n) {
+      std::fprintf(stderr, "rykel db export: %s\n", n.text.c_str());
+      return std::string("OK");
+    });
+    auto db = std::make_shared<cls_DB>();
+    if (!db->DBOPENREADONLY(a.db, "", false)) {
+      std::fprintf(stderr, "rykel db export: %s\n", db->DBOPENERROR_GET().c_str());
+      std::exit(1);
+    }
+    auto settings = cls_Structure::New();
+    if (!a.title.empty()) {
+      settings->ITEM_LET("TITLE.SHOW", true);
+      settings->ITEM_LET("TITLE.TEXT", a.title);
+    }
+    if (!a.sheetsBy.empty()) {
+      if (!db->FIELDEXISTS(a.sheetsBy)) throw CLI::ValidationError("--sheets-by", "no field '" + a.sheetsBy + "'");
+      settings->ITEM_LET("SUBSHEET", true);
+      settings->ITEM_LET("TABFILTER", a.sheetsBy);
+    }
+    if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);
+    Variant view = a.view;
+    if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos) view = std::stoi(a.view);
+    if (!db->VIEW(view)) throw CLI::ValidationError("--view", "no view '" + a.view + "'");
+    std::string format = text::UCase(a.format);
+    bool ok = format == "XLSX" ? db->EXPORTEXCEL(view, a.out, std::nullopt, settings)
+                               : db->EXPORTFILE(view, a.out, format, std::nullopt, settings);
+    if (!ok) {
+      std::fprintf(stderr, "rykel db export: cannot write '%s'\n", a.out.c_str());
+      std::exit(1);
+    }
+    std::printf("%s\n", a.out.c_str());
+  });
+}
+
+}  // namespace rykel::cli

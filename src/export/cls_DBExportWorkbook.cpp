@@ -1,0 +1,222 @@
+#include "export/cls_DBExportWorkbook.h"
+
+#include <xlsxwriter.h>
+
+#include <algorithm>
+#include <set>
+
+#include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/Text.h"
+
+namespace rykel {
+
+namespace {
+
+constexpr std::string_view kForbidden = "\\/:.,;<>?*[]'";
+constexpr size_t kMaxSheetName = 31;
+constexpr double kTitleFontSize = 18;
+constexpr size_t kMaxColumnChars = 60;
+constexpr size_t kMaxCellChars = 32767;  // the most a cell holds
+constexpr uint8_t kShortDateIndex = 14;  // the program's built-in short date
+constexpr uint8_t kTextIndex = 49;       // "@"
+
+lxw_color_t hColor(const std::string& pText) {
+  if (pText.size() != 7 || pText[0] != '#') return LXW_COLOR_BLACK;
+  return static_cast<lxw_color_t>(std::stoul(pText.substr(1), nullptr, 16));
+}
+
+void hCheck(lxw_error e, const std::string& what) {
+  if (e != LXW_NO_ERROR) Raise(err::kFileIO, what + ": " + lxw_strerror(e));
+}
+
+}  // namespace
+
+std::string cls_DBExportWorkbook::hSheetName(const std::string& pValue) {
+  std::string out;
+  for (char c : pValue) {
+    if (kForbidden.find(c) == std::string_view::npos) out += c;
+  }
+  return std::string(text::Left(out, kMaxSheetName));
+}
+
+cls_DBExportWorkbook::cls_DBExportWorkbook(std::string pFile, bool pConstantMemory, int32_t pSplitColumn,
+                                           std::vector<std::string> pSheetValues)
+    : file_(std::move(pFile)), constant_(pConstantMemory), split_(pSplitColumn), values_(std::move(pSheetValues)) {
+  std::sort(values_.begin(), values_.end());
+  values_.erase(std::unique(values_.begin(), values_.end()), values_.end());
+}
+
+cls_DBExportWorkbook::~cls_DBExportWorkbook() {
+  // A workbook never closed (a failure mid-way) is freed without writing.
+  if (wb_) lxw_workbook_free(wb_);
+}
+
+lxw_format* cls_DBExportWorkbook::hFormat(const ExportCell& pCell, const ExportRow& pRow) {
+  std::string key = std::to_string(static_cast<int>(pCell.format)) + static_cast<char>('0' + static_cast<int>(pCell.align)) +
+                    (pRow.bold ? "B" : "-") + pRow.textColor + "/" + pRow.backColor;
+  auto it = formats_.find(key);
+  if (it != formats_.end()) return it->second;
+  lxw_format* f = workbook_add_format(wb_);
+  switch (pCell.format) {
+    case ExportFormat::Integer: format_set_num_format(f, "#,##0_ ;[Red]\\-#,##0\\ "); break;
+    case ExportFormat::Decimal: format_set_num_format(f, "#,##0.00_ ;[Red]\\-#,##0.00\\ "); break;
+    case ExportFormat::Date: format_set_num_format_index(f, kShortDateIndex); break;
+    case ExportFormat::Text: format_set_num_format_index(f, kTextIndex); break;
+    case ExportFormat::None: break;
+  }
+  format_set_align(f, pCell.align == ExportAlign::Right ? LXW_ALIGN_RIGHT
+                      : pCell.align == ExportAlign::Center ? LXW_ALIGN_CENTER : LXW_ALIGN_LEFT);
+  format_set_align(f, LXW_ALIGN_VERTICAL_TOP);
+  if (pRow.bold) format_set_bold(f);
+  if (!pRow.textColor.empty()) format_set_font_color(f, hColor(pRow.textColor));
+  if (!pRow.backColor.empty()) {
+    format_set_pattern(f, LXW_PATTERN_SOLID);
+    format_set_bg_color(f, hColor(pRow.backColor));
+  }
+  formats_.emplace(key, f);
+  return f;
+}
+
+void cls_DBExportWorkbook::hBeginSheet(Sheet& rSheet, const std::string& pTitle) {
+  const auto& cols = table_->columns;
+  auto last = static_cast<lxw_col_t>(cols.empty() ? 0 : cols.size() - 1);
+  rSheet.widths.assign(cols.size(), 0);
+  uint32_t r = 0;
+  // Each row is finished before the next is begun: in constant-memory mode a row is flushed as
+  // soon as a later one is touched, and writes to it afterwards are refused.
+  if (table_->titleShow) {
+    std::string stamp = "Stand: " + date::Format(table_->stamp, "dd.mm.yyyy HH:MM");
+    for (lxw_row_t band = 0; band < 3; ++band) {
+      if (band == 1) hCheck(worksheet_set_row(rSheet.ws, band, 24, nullptr), "cannot size the title row");
+      for (lxw_col_t c = 0; c <= last; ++c) {
+        lxw_error e = LXW_NO_ERROR;
+        if (band == 1 && c == 0) {
+          e = worksheet_write_string(rSheet.ws, band, c, pTitle.c_str(), title_);
+        } else if (band == 1 && c == last) {
+          e = worksheet_write_string(rSheet.ws, band, c, stamp.c_str(), date_);
+        } else {
+          e = worksheet_write_blank(rSheet.ws, band, c, band_);
+        }
+        hCheck(e, "cannot write the title band");
+      }
+    }
+    r = 3;
+  }
+  rSheet.headerRow = r;
+  for (size_t c = 0; c < cols.size(); ++c) {
+    hCheck(worksheet_write_string(rSheet.ws, r, static_cast<lxw_col_t>(c), cols[c].name.c_str(), header_),
+           "cannot write the column header");
+    rSheet.widths[c] = text::Len(cols[c].name) + 3;  // room for the filter button
+  }
+  worksheet_freeze_panes(rSheet.ws, r + 1, 0);
+  rSheet.row = r + 1;
+}
+
+void cls_DBExportWorkbook::BEGIN(const ExportTable& pTable) {
+  table_ = &pTable;
+  lxw_workbook_options opt{};
+  opt.constant_memory = constant_ ? LXW_TRUE : LXW_FALSE;
+  wb_ = workbook_new_opt(file_.c_str(), &opt);
+  if (!wb_) Raise(err::kFileIO, "cannot create the workbook '" + file_ + "'");
+
+  lxw_color_t colour = hColor(pTable.titleColor);
+  band_ = workbook_add_format(wb_);
+  format_set_pattern(band_, LXW_PATTERN_SOLID);
+  format_set_bg_color(band_, colour);
+  format_set_font_color(band_, LXW_COLOR_WHITE);
+  title_ = workbook_add_format(wb_);
+  format_set_pattern(title_, LXW_PATTERN_SOLID);
+  format_set_bg_color(title_, colour);
+  format_set_font_color(title_, LXW_COLOR_WHITE);
+  format_set_font_size(title_, kTitleFontSize);
+  date_ = workbook_add_format(wb_);
+  format_set_pattern(date_, LXW_PATTERN_SOLID);
+  format_set_bg_color(date_, colour);
+  format_set_font_color(date_, LXW_COLOR_WHITE);
+  format_set_align(date_, LXW_ALIGN_RIGHT);
+  header_ = workbook_add_format(wb_);
+  format_set_bold(header_);
+  format_set_font_color(header_, colour);
+  format_set_pattern(header_, LXW_PATTERN_SOLID);
+  format_set_bg_color(header_, 0xF2F2F2);
+
+  std::set<std::string> taken;
+  auto unique = [&](std::string name) {
+    if (name.empty()) name = "Leer";
+    std::string candidate = name;
+    for (int n = 2; taken.count(text::UCase(candidate)); ++n) {
+      std::string suffix = std::to_string(n);
+      candidate = std::string(text::Left(name, kMaxSheetName - suffix.size())) + suffix;
+    }
+    taken.insert(text::UCase(candidate));
+    return candidate;
+  };
+  bool split = split_ >= 0 && !values_.empty();
+  std::vector<std::pair<std::string, std::string>> sheets{{unique("Alle"), pTable.titleText + (split ? " - Gesamt" : "")}};
+  if (split) {
+    for (const auto& v : values_) {
+      sheetByValue_[v] = sheets.size();
+      sheets.emplace_back(unique(hSheetName(v)), pTable.titleText.empty() ? v : pTable.titleText + " - " + v);
+    }
+  }
+  sheets_.resize(sheets.size());
+  for (size_t i = 0; i < sheets.size(); ++i) {
+    sheets_[i].ws = workbook_add_worksheet(wb_, sheets[i].first.c_str());
+    if (!sheets_[i].ws) Raise(err::kInvalidCall, "cannot add the sheet '" + sheets[i].first + "'");
+    hBeginSheet(sheets_[i], sheets[i].second);
+  }
+}
+
+void cls_DBExportWorkbook::hWriteRow(Sheet& rSheet, const ExportRow& pRow) {
+  uint32_t r = rSheet.row++;
+  for (size_t c = 0; c < pRow.cells.size(); ++c) {
+    const ExportCell& cell = pRow.cells[c];
+    lxw_format* f = hFormat(cell, pRow);
+    auto col = static_cast<lxw_col_t>(c);
+    const Variant& v = cell.value;
+    lxw_error e;
+    if (cell.format != ExportFormat::Text && (v.isDate() || v.vartype() == 5)) {
+      e = worksheet_write_number(rSheet.ws, r, col, v.rawDouble(), f);
+    } else if (cell.text.empty()) {
+      e = worksheet_write_blank(rSheet.ws, r, col, f);
+    } else {
+      e = worksheet_write_string(rSheet.ws, r, col, cell.text.c_str(), f);
+      // A cell holds at most 32,767 characters; a longer text is cut rather than lost.
+      if (e == LXW_ERROR_MAX_STRING_LENGTH_EXCEEDED) {
+        std::string cut(text::Left(cell.text, kMaxCellChars));
+        e = worksheet_write_string(rSheet.ws, r, col, cut.c_str(), f);
+      }
+    }
+    if (e != LXW_NO_ERROR) hCheck(e, "cannot write row " + std::to_string(r + 1));
+    size_t len = cell.format == ExportFormat::Date ? 10 : text::Len(cell.text);
+    if (len > rSheet.widths[c]) rSheet.widths[c] = len;
+  }
+}
+
+void cls_DBExportWorkbook::ROW(const ExportRow& pRow) {
+  hWriteRow(sheets_[0], pRow);
+  if (split_ >= 0 && static_cast<size_t>(split_) < pRow.cells.size()) {
+    auto it = sheetByValue_.find(pRow.cells[static_cast<size_t>(split_)].text);
+    if (it != sheetByValue_.end()) hWriteRow(sheets_[it->second], pRow);
+  }
+}
+
+void cls_DBExportWorkbook::END() {
+  const auto& cols = table_->columns;
+  for (auto& s : sheets_) {
+    if (cols.empty()) continue;
+    auto last = static_cast<lxw_col_t>(cols.size() - 1);
+    worksheet_autofilter(s.ws, s.headerRow, 0, std::max(s.row - 1, s.headerRow), last);
+    for (size_t c = 0; c < cols.size(); ++c) {
+      double chars = std::max<double>(static_cast<double>(cols[c].width) / 7.0,
+                                      static_cast<double>(std::min(s.widths[c], kMaxColumnChars)) + 1);
+      worksheet_set_column(s.ws, static_cast<lxw_col_t>(c), static_cast<lxw_col_t>(c), chars, nullptr);
+    }
+  }
+  lxw_workbook* wb = wb_;
+  wb_ = nullptr;
+  hCheck(workbook_close(wb), "cannot write the workbook '" + file_ + "'");
+}
+
+}  // namespace rykel

@@ -1,0 +1,172 @@
+// cls_DB's exports: each builds one cls_DBExport walk and hands it the writers it needs.
+#include <filesystem>
+#include <set>
+
+#include "database/DBEntryText.h"
+#include "database/cls_DB.h"
+#include "export/cls_DBExport.h"
+#include "export/cls_DBExportHtml.h"
+#include "export/cls_DBExportPdf.h"
+#include "export/cls_DBExportWorkbook.h"
+#include "frame/Convert.h"
+#include "frame/Error.h"
+#include "frame/Notifier.h"
+#include "frame/Text.h"
+#include "frame/mdl_Global.h"
+
+namespace rykel {
+
+namespace {
+
+constexpr const char* kClass = "cls_DB";
+constexpr int64_t kConstantMemoryRows = 50000;
+
+bool hSetting(const StructurePtr& pSettings, const char* pKey) {
+  if (!pSettings) return false;
+  Variant v = pSettings->ITEM_GET(pKey);
+  return !v.isEmpty() && mdl_Global::hCBool(v);
+}
+
+void hShowInfo(const StructurePtr& pSettings, const std::string& pFile, int64_t pRows) {
+  if (!hSetting(pSettings, "SHOWINFO")) return;
+  Notify({"Export", "Export abgeschlossen: " + std::to_string(pRows) + " Einträge in " + pFile, "OK", "Information"});
+}
+
+}  // namespace
+
+bool cls_DB::EXPORTFILE(const Variant& pView, const std::string& pFile, const std::string& pFormat,
+                        const IDList& pIDs, const StructurePtr& pSettings) {
+  return Guard(kClass, "EXPORTFILE", [&] {
+    std::string format = text::UCase(pFormat);
+    if (format == "PDF") return EXPORTPDF(pView, pFile, pIDs, pSettings);
+    if (format == "DB") return EXPORTDB(pView, Variant(pFile), pIDs, pSettings);
+    bool batch = format == "BAT" || format == "CMD";
+    if (!batch && format != "HTM" && format != "HTML" && format != "XLS" && format != "XLSX") return false;
+    DEBUGTRACK_LET("EXPORTFILE-1");
+    cls_DBExport walk(*this, pView, pIDs, pSettings);
+    std::string table = pFile;
+    std::filesystem::path batchPath(pFile);
+    std::string base = batchPath.stem().string();
+    if (batch) {
+      std::filesystem::path data = batchPath.parent_path() / "Data";
+      std::error_code ec;
+      std::filesystem::create_directories(data, ec);
+      if (ec) Raise(err::kPathNotFound, "cannot create the folder '" + data.string() + "'");
+      table = (data / (base + ".htm")).string();
+    }
+    hWriteFileAtomic(table, [&](std::FILE* f) {
+      cls_DBExportHtml html(f);
+      walk.WALK({&html});
+    });
+    if (batch) {
+      DEBUGTRACK_LET("EXPORTFILE-2");
+      std::string lines = "@ECHO OFF\r\nCD Data\r\nSTART excel \"" + base + ".htm\"\r\n";
+      hWriteFileAtomic(pFile, [&](std::FILE* f) {
+        if (std::fwrite(lines.data(), 1, lines.size(), f) != lines.size()) Raise(err::kFileIO, "cannot write '" + pFile + "'");
+      });
+    }
+    hShowInfo(pSettings, pFile, walk.TABLE().rows);
+    return true;
+  });
+}
+
+bool cls_DB::EXPORTEXCEL(const Variant& pView, const std::string& pFile, const IDList& pIDs,
+                         const StructurePtr& pSettings) {
+  return Guard(kClass, "EXPORTEXCEL", [&] {
+    DEBUGTRACK_LET("EXPORTEXCEL-1");
+    cls_DBExport walk(*this, pView, pIDs, pSettings);
+    const auto& table = walk.TABLE();
+    int32_t split = -1;
+    std::vector<std::string> values;
+    if (hSetting(pSettings, "SUBSHEET")) {
+      std::string tab = CStr(pSettings->ITEM_GET("TABFILTER"));
+      auto field = tab.empty() ? nullptr : FIELD(tab);
+      if (field) {
+        for (size_t c = 0; c < table.columns.size(); ++c) {
+          if (table.columns[c].field == field) split = static_cast<int32_t>(c);
+        }
+        // The sheets split by a shown column, so each row's text is the one on its sheet.
+        if (split < 0) Raise(err::kInvalidCall, "TABFILTER '" + tab + "' is not a column of the view");
+        std::set<std::string> seen;
+        for (const auto& id : walk.IDS()) seen.insert(walk.ROW(id, 0).cells[static_cast<size_t>(split)].text);
+        values.assign(seen.begin(), seen.end());
+      }
+    }
+    bool constant = hSetting(pSettings, "CONSTANTMEMORY") || table.rows >= kConstantMemoryRows;
+    DEBUGTRACK_LET("EXPORTEXCEL-2");
+    cls_DBExportWorkbook book(pFile, constant, split, std::move(values));
+    walk.WALK({&book});
+    hShowInfo(pSettings, pFile, table.rows);
+    return true;
+  });
+}
+
+bool cls_DB::EXPORTPDF(const Variant& pView, const std::string& pFile, const IDList& pIDs,
+                       const StructurePtr& pSettings) {
+  return Guard(kClass, "EXPORTPDF", [&] {
+    DEBUGTRACK_LET("EXPORTPDF-1");
+    cls_DBExport walk(*this, pView, pIDs, pSettings);
+    // The page layout defaults, with every key the settings hold laid over them.
+    StructurePtr layout = FLAGS(1);
+    if (pSettings) {
+      for (const char* key : {"PAGE.PORTRAIT", "PAGE.COLUMNS", "PAGE.FIRST", "PAGE.LAST", "MARGIN.LEFT",
+                              "MARGIN.RIGHT", "MARGIN.TOP", "MARGIN.BOTTOM", "FONT.SIZE", "FONT.NAME",
+                              "CELL.SEPERATOR", "CELL.PADDING", "CELL.PADDINGOUTER", "CELL.PADDINGY",
+                              "STATUS.SHOW", "STATUS.LEFT", "STATUS.CENTER", "STATUS.RIGHT", "COLUMNHEADER.SHOW",
+                              "COLUMNHEADER.HEIGHT", "TITLE.SHOW", "TITLE.TEXT", "TITLE.HEIGHT", "TITLE.COLOR"}) {
+        if (pSettings->EXISTS_GET(key)) layout->ITEM_LET(key, pSettings->ITEM_GET(key));
+      }
+    }
+    std::string name = walk.TABLE().titleText;
+    if (name.empty()) name = CStr(layout->ITEM_GET("TITLE.TEXT"));
+    if (name.empty()) name = walk.VIEW()->NAME;
+    cls_DBExportPdf pdf(pFile, layout, name);
+    walk.WALK({&pdf});
+    hShowInfo(pSettings, pFile, walk.TABLE().rows);
+    return true;
+  });
+}
+
+bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs,
+                      const StructurePtr& pSettings) {
+  return Guard(kClass, "EXPORTDB", [&] {
+    DEBUGTRACK_LET("EXPORTDB-1");
+    cls_DBExport walk(*this, pView, pIDs, pSettings);
+    DBPtr target = pTarget.isObject() ? std::dynamic_pointer_cast<cls_DB>(pTarget.obj()) : nullptr;
+    std::string file;
+    if (!target) {
+      file = CStr(pTarget);
+      if (file.empty()) Raise(err::kInvalidCall, "EXPORTDB needs a database or a file name");
+      target = std::make_shared<cls_DB>();
+      target->HEADERSTRUCTURE_LET(HEADERSTRUCTURE_GET());
+      std::string header = file + ".header";
+      if (!target->HEADERSAVE(header)) Raise(err::kFileIO, "cannot write '" + header + "'");
+      std::error_code ec;
+      std::filesystem::remove(file, ec);
+      if (!target->DBOPEN(file, header, true)) return false;
+    } else {
+      for (int32_t i = 1; i <= FIELDS(); ++i) {
+        auto f = FIELD(i);
+        if (target->FIELDEXISTS(f->ID)) continue;
+        auto copy = std::make_shared<cls_DBField>();
+        copy->STRUCTURE_LET(f->STRUCTURE_GET());
+        copy->ID = f->ID;
+        target->FIELDADD(copy);
+      }
+    }
+    int64_t n = 0;
+    for (const auto& id : walk.IDS()) {
+      DEBUGTRACK_LET("EXPORTDB-2", static_cast<int32_t>(++n));
+      if (auto entry = ENTRY(id)) target->ENTRYADD(id, hStructureCopy(entry));
+    }
+    if (!file.empty()) {
+      target->ENTRYCHANGED_LET(true);
+      if (!target->DBSAVE()) return false;
+      target->DBCLOSE();
+    }
+    hShowInfo(pSettings, file.empty() ? target->DBNAME_GET() : file, n);
+    return true;
+  });
+}
+
+}  // namespace rykel

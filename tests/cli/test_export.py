@@ -1,0 +1,53 @@
+import os
+import subprocess
+import tempfile
+import unittest
+
+CLI = os.environ.get("RYKEL_CLI", "rykel")
+
+
+def run(*args):
+    return subprocess.run([CLI, *args], capture_output=True, text=True)
+
+
+class DbExportCommandTest(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.addCleanup(self.dir.cleanup)
+        self.db = os.path.join(self.dir.name, "p.ry-dbb")
+        r = run("db", "new", self.db, "--field", "NAME:STRING", "--field", "CITY:STRING", "--field", "AGE:LONG")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        for name, city in (("Anna", "Berlin"), ("Bernd", "Köln"), ("Clara", "Berlin")):
+            self.assertEqual(run("db", "add", self.db, "NAME=" + name, "CITY=" + city, "AGE=3").returncode, 0)
+
+    def out(self, name):
+        return os.path.join(self.dir.name, name)
+
+    def test_every_format(self):
+        for fmt, name, magic in (("xlsx", "a.xlsx", b"PK"), ("htm", "a.htm", b"<html"), ("pdf", "a.pdf", b"%PDF"),
+                                 ("bat", "a.bat", b"@ECHO OFF"), ("db", "copy.ry-dbb", None)):
+            r = run("db", "export", self.db, "--format", fmt, "--out", self.out(name), "--title", "Liste")
+            self.assertEqual(r.returncode, 0, r.stderr)
+            self.assertEqual(r.stdout, self.out(name) + "\n")
+            self.assertNotIn("[", r.stderr, "no progress bar when stderr is not a terminal")
+            if magic:
+                with open(self.out(name), "rb") as f:
+                    self.assertEqual(f.read(len(magic)), magic)
+        self.assertEqual(run("db", "show", self.out("copy.ry-dbb")).stdout, run("db", "show", self.db).stdout)
+
+    def test_sheets_by_and_bad_arguments(self):
+        r = run("db", "export", self.db, "--out", self.out("s.xlsx"), "--sheets-by", "CITY")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        try:
+            import openpyxl
+        except ImportError:
+            openpyxl = None
+        if openpyxl:
+            self.assertEqual(openpyxl.load_workbook(self.out("s.xlsx")).sheetnames, ["Alle", "Berlin", "Köln"])
+        self.assertNotEqual(run("db", "export", self.db, "--out", self.out("x"), "--sheets-by", "NOPE").returncode, 0)
+        self.assertNotEqual(run("db", "export", self.db, "--out", self.out("x"), "--format", "csv").returncode, 0)
+        self.assertNotEqual(run("db", "export", self.db, "--out", self.out("x"), "--view", "9").returncode, 0)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,400 @@
+#include "export/cls_DBExport.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "database/DBEntryText.h"
+#include "export/cls_DBExportHtml.h"
+#include "export/cls_DBExportPdf.h"
+#include "export/cls_DBExportWorkbook.h"
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Text.h"
+#include "frame/Error.h"
+
+namespace rykel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct TempDir {
+  fs::path path;
+  TempDir() {
+    static int n = 0;
+    path = fs::temp_directory_path() / ("rykel_export_" + std::to_string(::getpid()) + "_" + std::to_string(n++));
+    fs::create_directories(path);
+  }
+  ~TempDir() { fs::remove_all(path); }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+};
+
+std::vector<std::string> hLines(const std::string& file) {
+  std::string all = hReadFile(file);
+  std::vector<std::string> lines;
+  size_t at = 0;
+  for (size_t end; (end = all.find("\r\n", at)) != std::string::npos; at = end + 2) lines.push_back(all.substr(at, end - at));
+  EXPECT_EQ(at, all.size()) << "every line ends with CR LF";
+  return lines;
+}
+
+size_t hFind(const std::vector<std::string>& lines, const std::string& line) {
+  for (size_t i = 0; i < lines.size(); ++i) {
+    if (lines[i] == line) return i;
+  }
+  ADD_FAILURE() << "missing line: " << line;
+  return lines.size();
+}
+
+// Two entries over eight fields of every kind the cell rules tell apart.
+DBPtr hPeople() {
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NAME", ID_DBFieldType_String, "Name");
+  db->FIELDCREATE("AGE", ID_DBFieldType_Long, "Alter");
+  db->FIELDCREATE("SCORE", ID_DBFieldType_Double, "Wert")->FORMATDIGITS = 2;
+  db->FIELDCREATE("BORN", ID_DBFieldType_Date, "Geboren");
+  db->FIELDCREATE("ACTIVE", ID_DBFieldType_Boolean, "Aktiv");
+  db->FIELDCREATE("PHONE", ID_DBFieldType_String, "Telefon");
+  db->FIELDCREATE("NOTE", ID_DBFieldType_String, "Notiz");
+  db->FIELDCREATE("BOSS", ID_DBFieldType_Reference, "Chef");
+  auto view = db->VIEW(1);
+  int32_t w = 60;
+  for (auto f : {"NAME", "AGE", "SCORE", "BORN", "ACTIVE", "PHONE", "NOTE", "BOSS"}) view->COLUMNADD(f, w += 10);
+  db->ENTRYADD(1);
+  db->ENTRYFIELD_LET(1, "NAME", "Müller Ж €");
+  db->ENTRYFIELD_LET(1, "AGE", -1234);
+  db->ENTRYFIELD_LET(1, "SCORE", 2.5);
+  db->ENTRYFIELD_LET(1, "BORN", "2024-02-29");
+  db->ENTRYFIELD_LET(1, "ACTIVE", true);
+  db->ENTRYFIELD_LET(1, "PHONE", "030123");
+  db->ENTRYFIELD_LET(1, "NOTE", "12:30");
+  db->ENTRYADD(2);
+  db->ENTRYFIELD_LET(2, "NAME", "Anna <b>");
+  db->ENTRYFIELD_LET(2, "AGE", 5);
+  db->ENTRYFIELD_LET(2, "SCORE", -0.5);
+  db->ENTRYFIELD_LET(2, "BORN", "");
+  db->ENTRYFIELD_LET(2, "ACTIVE", false);
+  db->ENTRYFIELD_LET(2, "PHONE", "+49 30 1");
+  db->ENTRYFIELD_LET(2, "NOTE", "01.02.2024");
+  db->ENTRYFIELD_LET(2, "BOSS", "Chefin");
+  return db;
+}
+
+StructurePtr hSettings(std::initializer_list<std::pair<const char*, Variant>> items) {
+  auto s = cls_Structure::New();
+  for (const auto& [k, v] : items) s->ITEM_LET(k, v);
+  return s;
+}
+
+}  // namespace
+
+TEST(DBExportHtml, TableLinesWithoutTitle) {
+  TempDir dir;
+  auto db = hPeople();
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "list.htm", "htm"));
+  auto lines = hLines(dir / "list.htm");
+  ASSERT_GE(lines.size(), 20u);
+  EXPECT_EQ(lines[0].rfind("<html xmlns:v=\"urn:schemas-microsoft-com:vml\"", 0), 0u);
+  EXPECT_EQ(lines[2], "<meta http-equiv=Content-Type content=\"text/html; charset=windows-1252\">");
+  hFind(lines, "tr  {mso-height-source:auto;}");
+  hFind(lines, ".header {mso-style-parent:style0; color:#FFFFFF; background:#00659F; mso-pattern:black none;}");
+  hFind(lines, ".date {mso-style-parent:style0; color:#FFFFFF; text-align:right; background:#00659F; "
+               "mso-pattern:black none; padding-right:5px;}");
+  size_t body = hFind(lines, "<body>");
+  ASSERT_LT(body + 11, lines.size());
+  EXPECT_EQ(lines[body + 1],
+            "<table border=0 cellpadding=0 cellspacing=0 width=840 style='border-collapse: collapse;table-layout:fixed;'>    ");
+  EXPECT_EQ(lines[body + 2], "<col width=70>");
+  EXPECT_EQ(lines[body + 9], "<col width=140>");
+  // Without a title the column headers follow the columns at once.
+  EXPECT_EQ(lines[body + 10], "<tr class=\"columnheader\" height=20 style='height:15.0pt'>");
+  EXPECT_EQ(lines[body + 11], "<td height=20 class=\"columnheader\" style='height:15.0pt'>Name</td>");
+
+  size_t row = hFind(lines, "<tr height=20 style='height:15.0pt'>");
+  ASSERT_LT(row + 20, lines.size());
+  std::vector<std::string> first(lines.begin() + static_cast<long>(row) + 1, lines.begin() + static_cast<long>(row) + 10);
+  const std::vector<std::string> expected1 = {
+      "<td class=\"cell\">M\xFCller &#1046; \x80</td>",
+      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\\\ ';\">-1234</td>",
+      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0\\.00_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\.00\\\\ ';\">" +
+          db->FIELDTEXT_GET(1, "SCORE") + "</td>",
+      "<td class=\"cell\" style=\"mso-number-format:'Short Date';\">29.02.2024</td>",
+      "<td class=\"cellc\">Ja</td>",
+      "<td class=\"cell\" style=\"mso-number-format:'\\@';\">030123</td>",  // leading zero kept as text
+      "<td class=\"cell\" style=\"mso-number-format:'\\@';\">12:30</td>",   // never a time of day
+      "<td class=\"cell\">-/-</td>",                                          // empty reference
+      "</tr>"};
+  EXPECT_EQ(first, expected1);
+  const std::vector<std::string> expected2 = {
+      "<td class=\"cell\">Anna &lt;b&gt;</td>",
+      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\\\ ';\">5</td>",
+      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0\\.00_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\.00\\\\ ';\">" +
+          db->FIELDTEXT_GET(2, "SCORE") + "</td>",
+      "<td class=\"cell\" style=\"mso-number-format:'Short Date';\"></td>",
+      "<td class=\"cellc\">Nein</td>",
+      "<td class=\"cell\" style=\"mso-number-format:'\\@';\">+49 30 1</td>",
+      "<td class=\"cell\" style=\"mso-number-format:'Short Date';\">01.02.2024</td>",  // a date in a text field
+      "<td class=\"cell\">Chefin</td>",
+      "</tr>"};
+  std::vector<std::string> second(lines.begin() + static_cast<long>(row) + 11, lines.begin() + static_cast<long>(row) + 20);
+  EXPECT_EQ(second, expected2);
+  std::vector<std::string> tail(lines.end() - 3, lines.end());
+  EXPECT_EQ(tail, (std::vector<std::string>{"</table>", "</body>", "</html>"}));
+}
+
+TEST(DBExportHtml, TitleBandColoursAndIndex) {
+  TempDir dir;
+  auto db = hPeople();
+  auto settings = hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Liste & Co"}, {"TITLE.COLOR", 255}, {"INDEX", true}});
+  // An id list decides the entries and their order.
+  ASSERT_TRUE(db->EXPORTFILE("DEFAULT", dir / "t.xls", "XLS", std::vector<Variant>{2, 1}, settings));
+  auto lines = hLines(dir / "t.xls");
+  hFind(lines, ".title {mso-style-parent:style0; color:#FFFFFF; font-size:18.0pt; background:#FF0000; "
+               "mso-pattern:black none; padding-left:10px;}");
+  hFind(lines, ".columnheader {mso-style-parent:style0; color:#FF0000; background:#F2F2F2; mso-pattern:black none; "
+               "overflow:hidden;}");
+  size_t body = hFind(lines, "<body>");
+  EXPECT_NE(lines[body + 1].find(" width=880 style="), std::string::npos) << lines[body + 1];  // "Nr." is 40 wide
+  size_t band = body + 2 + 9;
+  ASSERT_LT(band + 30, lines.size());
+  EXPECT_EQ(lines[band], "<tr class=\"header\" height=20 style='height:15.0pt'>");
+  EXPECT_EQ(lines[band + 1], "<td height=20 class=\"header\" width=40 style='height:15.0pt;width:26pt'>&nbsp;</td>");
+  EXPECT_EQ(lines[band + 2], "<td class=\"header\">&nbsp;</td>");
+  EXPECT_EQ(lines[band + 10], "</tr>");
+  EXPECT_EQ(lines[band + 11], "<tr class=\"header\" height=31 style='height:23.25pt'>");
+  EXPECT_EQ(lines[band + 12], "<td height=31 style='height:23.25pt' class=\"title\">Liste &amp; Co</td>");
+  EXPECT_EQ(lines[band + 19], lines[band + 13]) << "seven empty header cells between title and date";
+  EXPECT_TRUE(std::regex_match(lines[band + 20], std::regex(R"(<td class="date">Stand: \d\d\.\d\d\.\d{4} \d\d:\d\d</td>)")))
+      << lines[band + 20];
+  EXPECT_EQ(lines[band + 22], "<tr class=\"header\" height=20 style='height:15.0pt'>");
+  EXPECT_EQ(lines[band + 23], "<td height=20 class=\"header\">&nbsp;</td>");
+  size_t header = hFind(lines, "<tr class=\"columnheader\" height=20 style='height:15.0pt'>");
+  EXPECT_EQ(lines[header + 1], "<td height=20 class=\"columnheader\" style='height:15.0pt'>Nr.</td>");
+  size_t row = hFind(lines, "<tr height=20 style='height:15.0pt'>");
+  EXPECT_EQ(lines[row + 1], "<td class=\"cellr\">1</td>");
+  EXPECT_EQ(lines[row + 2], "<td class=\"cell\">Anna &lt;b&gt;</td>");
+  EXPECT_EQ(lines[row + 12], "<td class=\"cellr\">2</td>");
+}
+
+TEST(DBExportHtml, RowFormattingRules) {
+  TempDir dir;
+  auto db = hPeople();
+  auto view = db->VIEW(1);
+  view->FORMATTING.push_back({"AGE", "<0", "", ""});
+  view->FORMATTING.push_back({"NAME", "", "#FF0000 anna <b>", "#00FF00"});
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "f.htm", "HTML"));
+  auto lines = hLines(dir / "f.htm");
+  size_t row = hFind(lines, "<tr height=20 style='height:15.0pt'>");
+  EXPECT_EQ(lines[row + 1], "<td class=\"cell\" style=\"font-weight:700;background-color:#00FF00;\">M\xFCller &#1046; \x80</td>");
+  EXPECT_EQ(lines[row + 11], "<td class=\"cell\" style=\"color:#FF0000;background-color:#00FF00;\">Anna &lt;b&gt;</td>");
+  EXPECT_EQ(lines[row + 15], "<td class=\"cellc\" style=\"color:#FF0000;background-color:#00FF00;\">Nein</td>");
+}
+
+TEST(DBExportHtml, RuleConditions) {
+  EXPECT_TRUE(hExportRuleMatches("x", Variant("x"), ""));
+  EXPECT_TRUE(hExportRuleMatches("Berlin", Variant("Berlin"), "berlin"));
+  EXPECT_TRUE(hExportRuleMatches("Berlin", Variant("Berlin"), "= BERLIN"));
+  EXPECT_FALSE(hExportRuleMatches("Berlin", Variant("Berlin"), "<>Berlin"));
+  EXPECT_TRUE(hExportRuleMatches("10", Variant(10), ">9"));   // numbers, not texts ("10" < "9")
+  EXPECT_FALSE(hExportRuleMatches("10", Variant(10), "<9"));
+  EXPECT_TRUE(hExportRuleMatches("2,5", Variant(2.5), ">=2,5"));
+  EXPECT_TRUE(hExportRuleMatches("Anna", Variant("Anna"), "<B"));
+}
+
+TEST(DBExportHtml, Windows1252Conversion) {
+  EXPECT_EQ(hToWindows1252("aä€ß"), "a\xE4\x80\xDF");
+  EXPECT_EQ(hToWindows1252("Ж😀"), "&#1046;&#128512;");
+  EXPECT_EQ(hToWindows1252("a\xC3"), "a?");  // cut sequence
+  EXPECT_EQ(hToWindows1252("\xFFz"), "?z");
+  EXPECT_EQ(hHtmlEscape("a&b\r\nc\"d\ne"), "a&amp;b<br>c&quot;d<br>e");
+}
+
+TEST(DBExportFile, BatchUnknownFormatAndErrors) {
+  TempDir dir;
+  auto db = hPeople();
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "open list.bat", "bat"));
+  EXPECT_EQ(hReadFile(dir / "open list.bat"), "@ECHO OFF\r\nCD Data\r\nSTART excel \"open list.htm\"\r\n");
+  auto lines = hLines(dir / "Data/open list.htm");
+  EXPECT_EQ(lines.back(), "</html>");
+
+  EXPECT_FALSE(db->EXPORTFILE(1, dir / "x.csv", "CSV"));
+  EXPECT_FALSE(fs::exists(dir / "x.csv"));
+  try {
+    db->EXPORTFILE("NOVIEW", dir / "y.htm", "HTM");
+    ADD_FAILURE() << "an unknown view raises";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.number, err::kInvalidCall);
+    EXPECT_EQ(e.source, "cls_DB.EXPORTFILE");
+  }
+  EXPECT_FALSE(fs::exists(dir / "y.htm"));
+  // A folder that cannot be written: the error carries the file operation.
+  EXPECT_THROW(db->EXPORTFILE(1, "/proc/no/such/dir/z.htm", "HTM"), Error);
+}
+
+TEST(DBExportFile, ProgressAndNoOsd) {
+  TempDir dir;
+  auto db = hPeople();
+  std::vector<std::pair<int64_t, int64_t>> seen;
+  db->EXPORTPROGRESS_SET([&](int64_t done, int64_t total) { seen.emplace_back(done, total); });
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "a.htm", "HTM"));
+  EXPECT_EQ(seen, (std::vector<std::pair<int64_t, int64_t>>{{2, 2}}));
+  seen.clear();
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "b.htm", "HTM", std::nullopt, hSettings({{"NOOSD", true}})));
+  EXPECT_TRUE(seen.empty());
+}
+
+TEST(DBExportDB, ToObjectAndToFile) {
+  TempDir dir;
+  auto db = hPeople();
+  auto other = std::make_shared<cls_DB>();
+  EXPECT_THROW(db->EXPORTFILE(1, "", "DB"), Error);  // no target name
+  ASSERT_TRUE(db->EXPORTDB(1, Variant(other)));
+  EXPECT_EQ(other->ENTRYCOUNT(), 2);
+  EXPECT_EQ(other->FIELDS(), 8);
+  EXPECT_EQ(CStr(other->ENTRYFIELD_GET(2, "NAME")), "Anna <b>");
+  // Copies, not shared entries.
+  other->ENTRYFIELD_LET(2, "NAME", "Berta");
+  EXPECT_EQ(CStr(db->ENTRYFIELD_GET(2, "NAME")), "Anna <b>");
+
+  std::string file = dir / "copy.ry-dbb";
+  ASSERT_TRUE(db->EXPORTFILE(1, file, "db", std::vector<Variant>{1}));
+  auto back = std::make_shared<cls_DB>();
+  ASSERT_TRUE(back->DBOPEN(file, file + ".header"));
+  EXPECT_EQ(back->ENTRYCOUNT(), 1);
+  EXPECT_EQ(CLng(back->ENTRYFIELD_GET(1, "AGE")), -1234);
+  EXPECT_EQ(back->FIELD("PHONE")->NAME, "Telefon");
+}
+
+TEST(DBExportPdf, PagesStatusLinesAndRange) {
+  if (std::system("command -v pdftotext >/dev/null 2>&1") != 0) GTEST_SKIP() << "pdftotext is not installed";
+  TempDir dir;
+  auto db = hPeople();
+  for (int i = 3; i <= 150; ++i) db->ENTRYFIELD_LET(i, "NAME", "Person " + std::to_string(i));
+  auto settings = hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Mitglieder"}, {"STATUS.CENTER", "{NAME} {DATE}"}});
+  ASSERT_TRUE(db->EXPORTPDF(1, dir / "l.pdf", std::nullopt, settings));
+  auto text = [&](const std::string& file) {
+    std::string cmd = "pdftotext -layout '" + file + "' '" + file + ".txt'";
+    EXPECT_EQ(std::system(cmd.c_str()), 0);
+    return hReadFile(file + ".txt");
+  };
+  std::string all = text(dir / "l.pdf");
+  std::smatch m;
+  ASSERT_TRUE(std::regex_search(all, m, std::regex("Seite 1 von (\\d+)")));
+  int pages = std::stoi(m[1]);
+  EXPECT_GE(pages, 3);  // 150 rows of 8 point on landscape A4
+  EXPECT_EQ(std::count(all.begin(), all.end(), '\f'), pages);
+  EXPECT_NE(all.find("Seite " + std::to_string(pages) + " von " + std::to_string(pages)), std::string::npos);
+  EXPECT_NE(all.find("Mitglieder " + date::Format(date::Now(), "dd.mm.yyyy")), std::string::npos);
+  EXPECT_NE(all.find("Person 150"), std::string::npos);
+  EXPECT_NE(all.find("Stand: "), std::string::npos);
+
+  settings->ITEM_LET("PAGE.FIRST", 2);
+  settings->ITEM_LET("PAGE.LAST", 2);
+  settings->ITEM_LET("PAGE.PORTRAIT", true);
+  settings->ITEM_LET("PAGE.COLUMNS", 2);
+  ASSERT_TRUE(db->EXPORTPDF(1, dir / "p.pdf", std::nullopt, settings));
+  std::string one = text(dir / "p.pdf");
+  EXPECT_EQ(std::count(one.begin(), one.end(), '\f'), 1);
+  ASSERT_TRUE(std::regex_search(one, m, std::regex("Seite 2 von (\\d+)")));
+  EXPECT_EQ(one.find("Person 3 "), std::string::npos) << "page 1 is not written";
+}
+
+TEST(DBExportPdf, StatusPlaceholders) {
+  double stamp = 0;
+  ASSERT_TRUE(date::Parse("2024-03-05 07:08:00", stamp));
+  EXPECT_EQ(cls_DBExportPdf::hStatusText("Seite {PAGE} von {PAGES} {DATE} {TIME} {NAME}", 2, 9, stamp, "Liste"),
+            "Seite 2 von 9 05.03.2024 07:08 Liste");
+  EXPECT_EQ(cls_DBExportPdf::hStatusText("{PAGE}{PAGE}", 3, 3, stamp, ""), "33");
+}
+
+TEST(DBExportWorkbook, SheetNames) {
+  EXPECT_EQ(cls_DBExportWorkbook::hSheetName("a\\b/c:d.e,f;g<h>i?j*k"), "abcdefghijk");
+  EXPECT_EQ(cls_DBExportWorkbook::hSheetName("Frankfurt [Main]"), "Frankfurt Main");
+  EXPECT_EQ(text::Len(cls_DBExportWorkbook::hSheetName(std::string(40, 'x'))), 31u);
+  EXPECT_EQ(cls_DBExportWorkbook::hSheetName("Ärzte über Öl Ärzte über Öl Ärzte"), "Ärzte über Öl Ärzte über Öl Ärz");
+}
+
+}  // namespace rykel
+
+namespace rykel {
+
+namespace {
+
+// Runs a Python script under the system interpreter with openpyxl and returns what it printed.
+bool hOpenpyxl() { return std::system("/usr/bin/python3 -c 'import openpyxl' >/dev/null 2>&1") == 0; }
+
+std::string hPython(const TempDir& dir, const std::string& script) {
+  std::string py = dir / "read.py", out = dir / "read.out";
+  {
+    std::ofstream f(py);
+    f << script;
+  }
+  std::string cmd = "/usr/bin/python3 '" + py + "' > '" + out + "' 2>&1";
+  int rc = std::system(cmd.c_str());
+  std::string text = hReadFile(out);
+  EXPECT_EQ(rc, 0) << text;
+  return text;
+}
+
+}  // namespace
+
+// From 50,000 rows the workbook goes out in constant-memory mode, where a row can no longer be
+// touched once a later one was started: the title band, header, panes, filter, column widths and
+// the split sheets must all still arrive.
+TEST(DBExportWorkbook, ConstantMemoryLargeTitleAndSplit) {
+  if (!hOpenpyxl()) GTEST_SKIP() << "/usr/bin/python3 has no openpyxl";
+  TempDir dir;
+  constexpr int kRows = 60000;
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NAME", ID_DBFieldType_String, "Name");
+  db->FIELDCREATE("CITY", ID_DBFieldType_String, "Stadt");
+  db->FIELDCREATE("AGE", ID_DBFieldType_Long, "Alter");
+  auto view = db->VIEW(1);
+  for (auto f : {"NAME", "CITY", "AGE"}) view->COLUMNADD(f, 80);
+  const char* cities[] = {"Berlin", "Köln", "Frankfurt a.M."};
+  for (int i = 1; i <= kRows; ++i) {
+    db->ENTRYADD(i);
+    db->ENTRYFIELD_LET(i, "NAME", "Person " + std::to_string(i));
+    db->ENTRYFIELD_LET(i, "CITY", cities[i % 3]);
+    db->ENTRYFIELD_LET(i, "AGE", i % 100 - 50);
+  }
+  db->ENTRYFIELD_LET(kRows, "NAME", std::string("Ende ") + std::string(30, 'x'));  // widest name, last row
+  std::string file = dir / "big.xlsx";
+  auto settings = hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Alle Leute"}, {"SUBSHEET", true}, {"TABFILTER", "CITY"}});
+  ASSERT_TRUE(db->EXPORTEXCEL(1, file, std::nullopt, settings));
+
+  std::string got = hPython(dir, R"(
+import openpyxl, sys
+wb = openpyxl.load_workbook(sys.argv[0].replace("read.py", "big.xlsx"))
+print(wb.sheetnames)
+for name in ("Alle", "Köln"):
+    ws = wb[name]
+    print(name, ws.max_row, ws["A2"].value, int(ws["A2"].font.sz), (ws["C2"].value or "")[:7])
+    print(name, [c.value for c in ws[4]], ws.freeze_panes, ws.auto_filter.ref)
+    print(name, [c.value for c in ws[5]], [c.value for c in ws[ws.max_row]])
+    wide = 30 if name == "Alle" else 12
+    print(name, ws.column_dimensions["A"].width > wide, ws.column_dimensions["B"].width > 14)
+)");
+  std::istringstream lines(got);
+  std::vector<std::string> l;
+  for (std::string s; std::getline(lines, s);) l.push_back(s);
+  ASSERT_EQ(l.size(), 9u) << got;
+  EXPECT_EQ(l[0], "['Alle', 'Berlin', 'Frankfurt aM', 'Köln']");
+  EXPECT_EQ(l[1], "Alle 60004 Alle Leute - Gesamt 18 Stand: ");
+  EXPECT_EQ(l[2], "Alle ['Name', 'Stadt', 'Alter'] A5 A4:C60004");
+  EXPECT_EQ(l[3], "Alle ['Person 1', 'Köln', -49] ['Ende " + std::string(30, 'x') + "', 'Berlin', -50]");
+  EXPECT_EQ(l[4], "Alle True True");
+  // Every third entry lives in Köln: 1, 4, ..., 59998.
+  EXPECT_EQ(l[5], "Köln 20004 Alle Leute - Köln 18 Stand: ");
+  EXPECT_EQ(l[6], "Köln ['Name', 'Stadt', 'Alter'] A5 A4:C20004");
+  EXPECT_EQ(l[7], "Köln ['Person 1', 'Köln', -49] ['Person 59998', 'Köln', 48]");
+  EXPECT_EQ(l[8], "Köln True False");  // "Frankfurt a.M." widens only its own sheets
+}
+
+}  // namespace rykel
