@@ -77,11 +77,11 @@ void AddDbCommands(CLI::App& app) {
   nw->callback([] {
     SetNotifier([](const Notification&) { return std::string("OK"); });
     auto db = std::make_shared<cls_DB>();
-    for (const auto& spec : a.fields) {
-      size_t colon = spec.find(':');
-      std::string id = spec.substr(0, colon);
-      int32_t type = colon == std::string::npos ? ID_DBFieldType_String : cls_DBField::TYPEDECODE(spec.substr(colon + 1));
-      if (id.empty() || type < 0) throw CLI::ValidationError("--field", "expected ID:TYPE with a known type: " + spec);
+    for (const auto& fieldDef : a.fields) {
+      size_t colon = fieldDef.find(':');
+      std::string id = fieldDef.substr(0, colon);
+      int32_t type = colon == std::string::npos ? ID_DBFieldType_String : cls_DBField::TYPEDECODE(fieldDef.substr(colon + 1));
+      if (id.empty() || type < 0) throw CLI::ValidationError("--field", "expected ID:TYPE with a known type: " + fieldDef);
       db->FIELDCREATE(id, type);
     }
     std::string header = a.header.empty() ? hDirectory(a.db) + "info.header" : a.header;

@@ -331,25 +331,7 @@ std::string cls_DBField::TEXT(const Variant& pValue, int32_t pMode) const {
 }
 
 std::string cls_DBField::TEXTHTML(const Variant& pValue, int32_t pMode) const {
-  std::string t = TEXT(pValue, pMode);
-  std::string out;
-  out.reserve(t.size() + 8);
-  for (size_t i = 0; i < t.size(); ++i) {
-    char c = t[i];
-    switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      case '\r':
-        if (i + 1 < t.size() && t[i + 1] == '\n') ++i;
-        out += "<br>";
-        break;
-      case '\n': out += "<br>"; break;
-      default: out.push_back(c);
-    }
-  }
-  return out;
+  return text::HtmlEscape(TEXT(pValue, pMode));
 }
 
 std::string cls_DBField::TEXTSORT(const Variant& pValue, bool pPrefix, bool pInvert) const {

@@ -1,5 +1,7 @@
 #include "export/cls_DBExportHtml.h"
 
+#include "frame/Text.h"
+
 #include <iconv.h>
 
 #include <cerrno>
@@ -69,26 +71,7 @@ size_t hSequenceLength(unsigned char b) {
 
 }  // namespace
 
-std::string hHtmlEscape(std::string_view pText) {
-  std::string out;
-  out.reserve(pText.size());
-  for (size_t i = 0; i < pText.size(); ++i) {
-    char c = pText[i];
-    switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      case '\r':
-        if (i + 1 < pText.size() && pText[i + 1] == '\n') ++i;
-        out += "<br>";
-        break;
-      case '\n': out += "<br>"; break;
-      default: out += c;
-    }
-  }
-  return out;
-}
+std::string hHtmlEscape(std::string_view pText) { return text::HtmlEscape(pText); }
 
 std::string hToWindows1252(std::string_view pText) {
   std::string out;

@@ -156,6 +156,27 @@ std::vector<std::string> Split(std::string_view s, std::string_view delim) {
   }
 }
 
+std::string HtmlEscape(std::string_view s) {
+  std::string out;
+  out.reserve(s.size() + 8);
+  for (size_t i = 0; i < s.size(); ++i) {
+    char c = s[i];
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      case '"': out += "&quot;"; break;
+      case '\r':
+        if (i + 1 < s.size() && s[i + 1] == '\n') ++i;
+        out += "<br>";
+        break;
+      case '\n': out += "<br>"; break;
+      default: out.push_back(c);
+    }
+  }
+  return out;
+}
+
 std::string Replace(std::string_view s, std::string_view find, std::string_view with) {
   if (find.empty()) return std::string(s);
   std::string out;

@@ -34,6 +34,8 @@ std::string_view RTrim(std::string_view s);
 
 // Split at every delimiter. An empty text gives no pieces; an empty delimiter gives the whole text.
 std::vector<std::string> Split(std::string_view s, std::string_view delim);
+// "&", "<", ">" and '"' as entities, line breaks (CR LF, CR or LF) as "<br>".
+std::string HtmlEscape(std::string_view s);
 // Every occurrence of find replaced by with (left to right, non-overlapping).
 std::string Replace(std::string_view s, std::string_view find, std::string_view with);
 
