@@ -22,6 +22,7 @@
 
 #include "database/DBEntryText.h"
 #include "database/cls_DB.h"
+#include "interpreter/cls_KEL.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
@@ -500,8 +501,29 @@ bool cls_DB::HEADERSAVE(const std::string& pFile) {
   });
 }
 
+// A dynamic field's value is its CODE rendered by the database's interpreter (KEL, made on first
+// need), with the entry's structure as the variable ENTRY: "{VAR:ENTRY.FIRSTNAME} {VAR:ENTRY.LASTNAME}".
+// Storing the rendered values does not start another rebuild.
 void cls_DB::hFieldDynamicRebuild(const Variant& pID) {
-  // Dynamic fields are computed by the interpreter from their CODE; without one nothing happens.
+  thread_local bool tRebuilding = false;
+  if (tRebuilding) return;
+  bool any = false;
+  for (const auto& f : fields_) any = any || (f->DYNAMIC && !f->CODE.empty());
+  if (!any) return;
+  auto kel = std::dynamic_pointer_cast<cls_KEL>(kel_);
+  if (!kel) {
+    kel = std::make_shared<cls_KEL>();
+    kel_ = kel;
+  }
+  StructurePtr entry = ENTRY(pID);
+  if (!entry) return;
+  tRebuilding = true;
+  struct Reset {
+    ~Reset() { tRebuilding = false; }
+  } reset;
+  kel->VARIABLES->ITEM_LET("ENTRY", Variant(entry));
+  for (const auto& f : fields_)
+    if (f->DYNAMIC && !f->CODE.empty()) ENTRYFIELD_LET(pID, f->ID, kel->PROCESS(f->CODE));
 }
 
 }  // namespace rykel
