@@ -17,7 +17,11 @@ constexpr const char* kClass = "cls_StructureTools";
 thread_local int32_t tLiveHandles = 0;
 
 std::mutex gDecoderMutex;
-cls_StructureTools::LiteralDecoder gDecoder;
+// Made on first use: the interpreter installs its decoder while the library is being loaded.
+cls_StructureTools::LiteralDecoder& hDecoder() {
+  static cls_StructureTools::LiteralDecoder decoder;
+  return decoder;
+}
 
 // The structure of a single plain value: its "{STRUCT ...}" literal decoded, or an ERROR item.
 StructurePtr hFromLiteral(const Variant& pValue) {
@@ -25,7 +29,7 @@ StructurePtr hFromLiteral(const Variant& pValue) {
   cls_StructureTools::LiteralDecoder decode;
   {
     std::lock_guard<std::mutex> lock(gDecoderMutex);
-    decode = gDecoder;
+    decode = hDecoder();
   }
   std::string why = "Cannot decode the structure literal " + literal + ": no template interpreter is installed";
   if (decode) {
@@ -43,9 +47,14 @@ StructurePtr hFromLiteral(const Variant& pValue) {
 
 }  // namespace
 
+cls_StructureTools::LiteralDecoder cls_StructureTools::hLiteralDecoder() {
+  std::lock_guard<std::mutex> lock(gDecoderMutex);
+  return hDecoder();
+}
+
 void cls_StructureTools::SetLiteralDecoder(LiteralDecoder pDecoder) {
   std::lock_guard<std::mutex> lock(gDecoderMutex);
-  gDecoder = std::move(pDecoder);
+  hDecoder() = std::move(pDecoder);
 }
 
 StructurePtr cls_StructureTools::CREATE(const std::vector<Variant>& pValues) {

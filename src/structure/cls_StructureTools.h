@@ -36,6 +36,8 @@ class cls_StructureTools : public Object {
   using LiteralDecoder = std::function<StructurePtr(const std::string&)>;
   // Installs the decoder CREATE uses for a single plain value (process-wide; empty to remove).
   static void SetLiteralDecoder(LiteralDecoder pDecoder);
+  // The installed decoder (empty when none).
+  static LiteralDecoder hLiteralDecoder();
 
   // The value itself when it is a structure, else a new empty structure.
   StructurePtr CAST(const Variant& pValue);

@@ -81,7 +81,10 @@ class ToolsAndCollections(unittest.TestCase):
         self.assertEqual(s.ITEM_GET("NAME"), "Anna")
         self.assertEqual(s.ITEM_GET(2), "numbered")
         self.assertTrue(t.CREATE(s).IDENTICAL(s))
-        self.assertIn("{STRUCT A=1}", t.CREATE("A=1").ITEM_GET("ERROR"))
+        # a plain value is a structure literal, read by the interpreter's STRUCT command
+        lit = t.CREATE('A=1 B="x y"')
+        self.assertEqual((lit.ITEM_GET("A"), lit.ITEM_GET("B")), (1, "x y"))
+        self.assertIn("{STRUCT (}", t.CREATE("(").ITEM_GET("ERROR"))
         c = rykel.CreateObject("RyKEL.cls_Collection")
         c.Add("Anna", "first")
         c.Add(3)

@@ -47,6 +47,7 @@ TEST(cls_StructureTools, CreatePairsCollectionsAndLiterals) {
   EXPECT_EQ(fromN->JOIN(","), "7,8");
 
   // a plain value is a structure literal: without an interpreter it gives an ERROR item
+  const auto installed = cls_StructureTools::hLiteralDecoder();  // the interpreter's
   cls_StructureTools::SetLiteralDecoder({});
   auto lit = t->CREATE({"A=1"});
   EXPECT_EQ(CStr(lit->ITEM_GET("ERROR")),
@@ -63,7 +64,7 @@ TEST(cls_StructureTools, CreatePairsCollectionsAndLiterals) {
   EXPECT_EQ(seen, "{STRUCT A=1}");
   EXPECT_EQ(CStr(t->CREATE({"bad"})->ITEM_GET("ERROR")),
             "Cannot decode the structure literal {STRUCT bad}: unexpected word");
-  cls_StructureTools::SetLiteralDecoder({});
+  cls_StructureTools::SetLiteralDecoder(installed);
 
   try {
     t->CREATE({Variant(std::static_pointer_cast<Object>(t))});
