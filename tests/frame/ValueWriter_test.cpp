@@ -34,7 +34,8 @@ TEST(ValueWriter, EveryTypeRoundTripsAndTruncationIsAnError) {
   }
   ValueReader bad("\x2A");
   EXPECT_THROW(bad.Read(), Error);
-  ValueReader notString(std::string("\x03\x01\x00\x00\x00", 5));
+  const std::string longWithoutString("\x03\x01\x00\x00\x00", 5);  // the reader keeps a view of it
+  ValueReader notString(longWithoutString);
   EXPECT_THROW(notString.ReadStringView(), Error);
   EXPECT_THROW(w.Write(Variant(ObjectPtr())), Error);
 }

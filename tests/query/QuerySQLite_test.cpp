@@ -29,8 +29,9 @@ void hSqlUcase(sqlite3_context* ctx, int, sqlite3_value** argv) {
   while (i < n) {
     UChar32 c;
     U8_NEXT(s, i, n, c);
-    UBool err = false;
-    U8_APPEND(reinterpret_cast<uint8_t*>(out.data()), o, static_cast<int32_t>(out.size()), u_toupper(c), err);
+    UBool failed = false;
+    U8_APPEND(reinterpret_cast<uint8_t*>(out.data()), o, static_cast<int32_t>(out.size()), u_toupper(c), failed);
+    (void)failed;  // an upper-cased code point always fits
   }
   out.resize(static_cast<size_t>(o));
   sqlite3_result_text(ctx, out.c_str(), o, SQLITE_TRANSIENT);
