@@ -259,6 +259,16 @@ void cls_DBCondition::PREPARE(int32_t pType, const cls_DBField* pField) {
   }
 }
 
+// The value's text as the condition compares it: upper-cased when case-blind (the column's
+// upper-cased copy when the caller has it). The view may point into rBuffer.
+std::string_view cls_DBCondition::hCompareText(const Variant& pValue, const std::string* pUpper,
+                                               std::string& rBuffer) const {
+  if (!caseBlind_) return hValueText(pValue, rBuffer);
+  if (pUpper) return *pUpper;
+  rBuffer = text::UCase(hValueText(pValue, rBuffer));
+  return rBuffer;
+}
+
 // Three-way comparison of a value with one bound in the condition's mode; rComparable false when
 // the value cannot be compared (a text in a number column).
 int cls_DBCondition::hCompare(const Variant& pValue, const std::string* pUpper, const Variant& pBound,
@@ -266,17 +276,7 @@ int cls_DBCondition::hCompare(const Variant& pValue, const std::string* pUpper, 
   *rComparable = true;
   if (mode_ == Mode::Text) {
     std::string buffer;
-    std::string_view x;
-    if (caseBlind_) {
-      if (pUpper) {
-        x = *pUpper;
-      } else {
-        buffer = text::UCase(hValueText(pValue, buffer));
-        x = buffer;
-      }
-    } else {
-      x = hValueText(pValue, buffer);
-    }
+    std::string_view x = hCompareText(pValue, pUpper, buffer);
     int c = x.compare(pBound.str());
     return c < 0 ? -1 : (c > 0 ? 1 : 0);
   }
@@ -339,17 +339,7 @@ bool cls_DBCondition::TEST(const Variant& pValue, const std::string* pUpper) con
   bool outcome = false;
   if (kind_ == Kind::Text || kind_ == Kind::List) {
     std::string buffer;
-    std::string_view x;
-    if (caseBlind_) {
-      if (pUpper) {
-        x = *pUpper;
-      } else {
-        buffer = text::UCase(hValueText(pValue, buffer));
-        x = buffer;
-      }
-    } else {
-      x = hValueText(pValue, buffer);
-    }
+    std::string_view x = hCompareText(pValue, pUpper, buffer);
     outcome = hTestText(x, pValue);
   } else {
     bool ok = true;

@@ -98,6 +98,7 @@ class cls_DBCondition {
 
  private:
   enum class Mode : uint8_t { Text, Number, Date };
+  std::string_view hCompareText(const Variant& pValue, const std::string* pUpper, std::string& rBuffer) const;
   int hCompare(const Variant& pValue, const std::string* pUpper, const Variant& pBound, double pBoundNum,
                bool* rComparable) const;
   bool hTestText(std::string_view pText, const Variant& pValue) const;

@@ -867,13 +867,20 @@ void cls_StructureManager::FLATADD(int32_t pID, const StructurePtr& pStructure, 
   });
 }
 
+// A new structure of this manager filled by one of the ...ADD operations from pID, left unchanged.
+template <class Fill>
+StructurePtr hFilledBy(cls_StructureManager& m, int32_t pID, Fill&& fill) {
+  m.MAX(pID);  // raises for an id that is not a node
+  StructurePtr out = m.CONVERT(m.Alloc());
+  cls_StructureTree t(m);
+  fill(t, out->SID_GET());
+  out->CHANGED_LET(false);
+  return out;
+}
+
 StructurePtr cls_StructureManager::FLATTEN(int32_t pID, std::string_view pConvertStructChar) {
   return Guard(kClass, "FLATTEN", [&] {
-    hNode(pID);
-    StructurePtr out = CONVERT(Alloc());
-    cls_StructureTree(*this).FLATADD(out->SID_GET(), pID, pConvertStructChar);
-    CHANGED_LET(out->SID_GET(), false);
-    return out;
+    return hFilledBy(*this, pID, [&](cls_StructureTree& t, int32_t out) { t.FLATADD(out, pID, pConvertStructChar); });
   });
 }
 
@@ -883,11 +890,7 @@ void cls_StructureManager::LINEARADD(int32_t pID, const StructurePtr& pStructure
 
 StructurePtr cls_StructureManager::LINEAR(int32_t pID) {
   return Guard(kClass, "LINEAR", [&] {
-    hNode(pID);
-    StructurePtr out = CONVERT(Alloc());
-    cls_StructureTree(*this).LINEARADD(out->SID_GET(), pID);
-    CHANGED_LET(out->SID_GET(), false);
-    return out;
+    return hFilledBy(*this, pID, [&](cls_StructureTree& t, int32_t out) { t.LINEARADD(out, pID); });
   });
 }
 
@@ -897,11 +900,7 @@ void cls_StructureManager::IDLISTADD(int32_t pID, const StructurePtr& pStructure
 
 StructurePtr cls_StructureManager::IDLIST(int32_t pID) {
   return Guard(kClass, "IDLIST", [&] {
-    hNode(pID);
-    StructurePtr out = CONVERT(Alloc());
-    cls_StructureTree(*this).IDLISTADD(out->SID_GET(), pID);
-    CHANGED_LET(out->SID_GET(), false);
-    return out;
+    return hFilledBy(*this, pID, [&](cls_StructureTree& t, int32_t out) { t.IDLISTADD(out, pID); });
   });
 }
 
