@@ -47,12 +47,12 @@ class DbExportOfficeTest(unittest.TestCase):
         r = run("db", "export", self.db, "--format", "xls", "--out", target, "--password", "pw 1")
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertEqual(r.stdout, target + "\n")
-        office = msoffcrypto.OfficeFile(open(target, "rb"))
-        self.assertTrue(office.is_encrypted())
-        office.load_key(password="pw 1")
         plain = self.out("plain.xls")
-        with open(plain, "wb") as f:
-            office.decrypt(f)
+        with open(target, "rb") as f, open(plain, "wb") as g:
+            office = msoffcrypto.OfficeFile(f)
+            self.assertTrue(office.is_encrypted())
+            office.load_key(password="pw 1")
+            office.decrypt(g)
         # The decrypted file is an .xls the office reads back: header, text that keeps its
         # leading zero and "+", whole numbers.
         subprocess.run([OFFICE, "-env:UserInstallation=file://" + self.out("profile"), "--headless", "--convert-to",

@@ -147,14 +147,15 @@ class CalcWorkbookTest(unittest.TestCase):
         self.assertTrue(contacts().EXPORTEXCEL(1, out, None, {"EXCEL.PASSWORD": "Sesam öffne"}))
         with open(out, "rb") as f:
             self.assertEqual(f.read(4), b"\xd0\xcf\x11\xe0")
-        with self.assertRaises(Exception):
-            office = msoffcrypto.OfficeFile(open(out, "rb"))
+        with open(out, "rb") as f, self.assertRaises(Exception):
+            office = msoffcrypto.OfficeFile(f)
             office.load_key(password="sesam öffne")
             office.decrypt(io.BytesIO())
-        office = msoffcrypto.OfficeFile(open(out, "rb"))
-        office.load_key(password="Sesam öffne")
         plain = io.BytesIO()
-        office.decrypt(plain)
+        with open(out, "rb") as f:
+            office = msoffcrypto.OfficeFile(f)
+            office.load_key(password="Sesam öffne")
+            office.decrypt(plain)
         ws = openpyxl.load_workbook(plain)["Alle"]
         self.assertEqual([c.value for c in ws[1]][:3], ["Name", "Stadt", "PLZ"])
         self.assertEqual(ws["C2"].value, "01067")
