@@ -1,7 +1,6 @@
 #include "export/cls_DBExportCalc.h"
 
 #include <algorithm>
-#include <set>
 
 #include "export/cls_DBExportWorkbook.h"
 #include "frame/Text.h"
@@ -57,31 +56,6 @@
 #endif
 
 namespace rykel {
-
-namespace {
-constexpr size_t kMaxSheetName = 31;
-}  // namespace
-
-std::vector<std::pair<std::string, std::string>> cls_DBExportCalc::hSheetPlan(const std::string& pTitle,
-                                                                              const std::vector<std::string>& pValues) {
-  std::set<std::string> taken;
-  auto unique = [&](std::string name) {
-    if (name.empty()) name = "Leer";
-    std::string candidate = name;
-    for (int n = 2; taken.count(text::UCase(candidate)); ++n) {
-      std::string suffix = std::to_string(n);
-      candidate = std::string(text::Left(name, kMaxSheetName - suffix.size())) + suffix;
-    }
-    taken.insert(text::UCase(candidate));
-    return candidate;
-  };
-  std::vector<std::pair<std::string, std::string>> plan{
-      {unique("Alle"), pTitle + (pValues.empty() ? "" : " - Gesamt")}};
-  for (const auto& v : pValues) {
-    plan.emplace_back(unique(cls_DBExportWorkbook::hSheetName(v)), pTitle.empty() ? v : pTitle + " - " + v);
-  }
-  return plan;
-}
 
 #ifndef RYKEL_HAVE_UNO
 
@@ -488,7 +462,7 @@ void cls_DBExportCalc::Impl::hBuild() {
     Reference<css::container::XNamed> last(index->getByIndex(index->getCount() - 1), UNO_QUERY_THROW);
     sheets->removeByName(last->getName());
   }
-  auto plan = cls_DBExportCalc::hSheetPlan(table->titleText, values);
+  auto plan = cls_DBExportWorkbook::hSheetPlan(table->titleText, values);
   Reference<css::container::XNamed>(index->getByIndex(0), UNO_QUERY_THROW)->setName(hU(plan[0].first));
   for (size_t i = 1; i < plan.size(); ++i) sheets->insertNewByName(hU(plan[i].first), static_cast<sal_Int16>(i));
   for (size_t i = 0; i < plan.size(); ++i) {

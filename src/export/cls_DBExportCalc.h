@@ -53,10 +53,6 @@ class cls_DBExportCalc : public ExportSink {
   // on any later failure (kFileIO when the file cannot be stored, kInternal otherwise).
   bool WRITE();
 
-  // The sheets as (name, title): "Alle" first, then one per value in the given order.
-  static std::vector<std::pair<std::string, std::string>> hSheetPlan(const std::string& pTitle,
-                                                                      const std::vector<std::string>& pValues);
-
  private:
   struct Impl;
   std::unique_ptr<Impl> impl_;

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "export/OfficeProcess.h"
+#include "export/cls_DBExportWorkbook.h"
 #include "frame/Notifier.h"
 
 namespace rykel {
@@ -94,9 +95,9 @@ bool hAlive(pid_t pid) {
 
 }  // namespace
 
-TEST(DBExportCalc, SheetPlanCleansNamesKeepsThemUniqueAndTitlesThem) {
+TEST(DBExportSheets, PlanCleansNamesKeepsThemUniqueAndTitlesThem) {
   std::string longValue(40, 'x');
-  auto plan = cls_DBExportCalc::hSheetPlan("Liste", {"Alle", "Frankfurt a.M.", "a.b", "ab", "", longValue});
+  auto plan = cls_DBExportWorkbook::hSheetPlan("Liste", {"Alle", "Frankfurt a.M.", "a.b", "ab", "", longValue});
   ASSERT_EQ(plan.size(), 7u);
   EXPECT_EQ(plan[0], (std::pair<std::string, std::string>{"Alle", "Liste - Gesamt"}));
   EXPECT_EQ(plan[1].first, "Alle2");  // the value "Alle" may not take the all-entries sheet's name
@@ -107,13 +108,13 @@ TEST(DBExportCalc, SheetPlanCleansNamesKeepsThemUniqueAndTitlesThem) {
   EXPECT_EQ(plan[5].first, "Leer");
   EXPECT_EQ(plan[6].first, std::string(31, 'x'));
 
-  auto alone = cls_DBExportCalc::hSheetPlan("", {});
+  auto alone = cls_DBExportWorkbook::hSheetPlan("", {});
   ASSERT_EQ(alone.size(), 1u);
   EXPECT_EQ(alone[0].second, "") << "no \" - Gesamt\" without split sheets";
-  EXPECT_EQ(cls_DBExportCalc::hSheetPlan("", {"Köln"})[1].second, "Köln");
+  EXPECT_EQ(cls_DBExportWorkbook::hSheetPlan("", {"Köln"})[1].second, "Köln");
 
   // Case-blind: "ALLE" also clashes, and a cut name keeps room for its number.
-  auto clash = cls_DBExportCalc::hSheetPlan("", {"ALLE", longValue, longValue + "y"});
+  auto clash = cls_DBExportWorkbook::hSheetPlan("", {"ALLE", longValue, longValue + "y"});
   EXPECT_EQ(clash[1].first, "ALLE2");
   EXPECT_EQ(clash[3].first, std::string(30, 'x') + "2");
 }
