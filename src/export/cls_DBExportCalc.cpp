@@ -250,6 +250,7 @@ void cls_DBExportCalc::END() {}
 bool cls_DBExportCalc::WRITE() {
   Impl& m = *impl_;
   if (!m.table) Raise(err::kInternal, "the Calc export got no table");
+  if (m.columns == 0) Raise(err::kInvalidCall, "the view has no columns to export");
   int32_t top = m.table->titleShow ? 3 : 0;
   int32_t limit = m.options.oldFormat ? kMaxRowsXls : kMaxRowsXlsx;
   if (static_cast<int64_t>(m.rows.size()) + top + 1 > limit) {
