@@ -1,5 +1,6 @@
 // cls_DB: sorting of id lists (ENTRYSORT, ENTRYSORTADVANCED) by the fields' sort texts.
 #include <algorithm>
+#include <cstdint>
 #include <numeric>
 #include <string_view>
 
@@ -21,11 +22,15 @@ bool hTakePrefix(std::string& rField) {
 
 // One composite sort key, key1 + "_" + key2, with key2 in its inverted form (see hSortTextInvert:
 // every byte as two letters "a".."p" of its complement, then "z") when invert is set.
+// Without joined, the key is key1 alone.
 struct JoinedKey {
   std::string_view key1, key2;
   bool invert;
+  bool joined = true;
 
-  size_t Size() const { return key1.size() + 1 + (invert ? key2.size() * 2 + 1 : key2.size()); }
+  size_t Size() const {
+    return joined ? key1.size() + 1 + (invert ? key2.size() * 2 + 1 : key2.size()) : key1.size();
+  }
   unsigned char At(size_t i) const {
     if (i < key1.size()) return static_cast<unsigned char>(key1[i]);
     if (i == key1.size()) return '_';
@@ -42,6 +47,7 @@ int hSign(int c) { return (c > 0) - (c < 0); }
 // Byte order of two composite keys, as if both were built as strings, without building them.
 // REQUIRES: both keys have the same invert flag.
 int hJoinedCompare(const JoinedKey& a, const JoinedKey& b) {
+  if (!a.joined) return hSign(a.key1.compare(b.key1));
   size_t n = std::min(a.key1.size(), b.key1.size());
   if (int c = a.key1.substr(0, n).compare(b.key1.substr(0, n))) return hSign(c);
   if (a.key1.size() == b.key1.size()) {
@@ -57,6 +63,24 @@ int hJoinedCompare(const JoinedKey& a, const JoinedKey& b) {
     if (x != y) return x < y ? -1 : 1;
   }
   return na < nb ? -1 : (na > nb ? 1 : 0);
+}
+
+// An entry position with the first 16 bytes of its key (zero-padded; sort texts hold no zero
+// bytes, so a shorter key still sorts first).
+struct SortItem {
+  uint64_t head = 0, tail = 0;
+  int32_t pos = 0;
+};
+
+SortItem hSortItem(const JoinedKey& pKey, int32_t pPos) {
+  SortItem it;
+  it.pos = pPos;
+  size_t n = std::min<size_t>(pKey.Size(), 16);
+  for (size_t i = 0; i < 16; ++i) {
+    uint64_t byte = i < n ? pKey.At(i) : 0;
+    (i < 8 ? it.head : it.tail) |= byte << (8 * (7 - i % 8));
+  }
+  return it;
 }
 }  // namespace
 
@@ -158,15 +182,21 @@ cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, c
 
     DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-10");
     const bool invert2 = rev1 != rev2;
-    auto less = [&](int32_t a, int32_t b) {
-      const std::string& a1 = k1[static_cast<size_t>(a)];
-      const std::string& b1 = k1[static_cast<size_t>(b)];
-      int c = k2 ? hJoinedCompare({a1, (*k2)[static_cast<size_t>(a)], invert2},
-                                  {b1, (*k2)[static_cast<size_t>(b)], invert2})
-                 : a1.compare(b1);
-      return rev1 ? c > 0 : c < 0;
+    auto key = [&](int32_t p) {
+      static const std::string kNone;
+      return JoinedKey{k1[static_cast<size_t>(p)], k2 ? (*k2)[static_cast<size_t>(p)] : kNone, invert2, k2 != nullptr};
     };
-    std::stable_sort(positions.begin(), positions.end(), less);
+    // The first 16 bytes of each key as two big-endian words decide most comparisons without
+    // touching the texts; ties fall back to the whole keys.
+    std::vector<SortItem> items(positions.size());
+    for (size_t i = 0; i < positions.size(); ++i) items[i] = hSortItem(key(positions[i]), positions[i]);
+    std::stable_sort(items.begin(), items.end(), [&](const SortItem& a, const SortItem& b) {
+      int c = a.head != b.head ? (a.head < b.head ? -1 : 1)
+            : a.tail != b.tail ? (a.tail < b.tail ? -1 : 1)
+                               : hJoinedCompare(key(a.pos), key(b.pos));
+      return rev1 ? c > 0 : c < 0;
+    });
+    for (size_t i = 0; i < items.size(); ++i) positions[i] = items[i].pos;
     result.reserve(positions.size());
     for (int32_t p : positions) result.push_back(all[static_cast<size_t>(p)].id);
     return result;
