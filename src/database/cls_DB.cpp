@@ -43,6 +43,16 @@ Variant hTyped(const cls_DBField& f, const Variant& v) {
   return v;
 }
 
+// The typed value of the first used slot named by the atom, read straight from the node's slots;
+// Empty when there is none.
+Variant hSlotValue(const cls_Structure& pData, uint32_t pAtom, const cls_DBField& pField) {
+  auto& m = *pData.MANAGER_GET();
+  for (const auto& it : m.Items(pData.SID_GET())) {
+    if (it.used && it.name == pAtom) return it.isStruct ? Variant(m.Ref(it.child)) : hTyped(pField, it.value);
+  }
+  return Variant();
+}
+
 }  // namespace
 
 cls_DB::cls_DB() { DBCLEAR(); }
@@ -537,17 +547,7 @@ const std::vector<Variant>& cls_DB::FIELDCOLUMN(int32_t pFieldNo) {
   c.values.assign(all.size(), Variant());
   if (atom) {
     for (size_t p = 0; p < all.size(); ++p) {
-      const auto& data = all[p].data;
-      if (!data) continue;
-      // The first used slot with the field's name, read straight from the node's slots.
-      auto& m = *data->MANAGER_GET();
-      const auto& items = m.Items(data->SID_GET());
-      for (const auto& it : items) {
-        if (it.used && it.name == atom) {
-          c.values[p] = it.isStruct ? Variant(m.Ref(it.child)) : hTyped(field, it.value);
-          break;
-        }
-      }
+      if (all[p].data) c.values[p] = hSlotValue(*all[p].data, atom, field);
     }
   }
   c.generation = generation_;
@@ -588,6 +588,19 @@ const Variant& cls_DB::ENTRYIDAT(int32_t pPosition) {
 }
 
 int32_t cls_DB::ENTRYPOSITION(const Variant& pID) { return entries_.Position(entries_.NormalizeId(pID)); }
+
+void cls_DB::ENTRYVALUES(const Variant& pID, const std::vector<int32_t>& pFieldNos, std::vector<Variant>& rValues) {
+  rValues.assign(pFieldNos.size(), Variant());
+  const auto* e = entries_.Find(entries_.NormalizeId(pID));
+  if (!e || !e->data) return;
+  auto& names = mdl_Global::SMAN_GET()->Names();
+  for (size_t i = 0; i < pFieldNos.size(); ++i) {
+    int32_t no = pFieldNos[i];
+    if (no < 1 || no > FIELDS()) continue;
+    const cls_DBField& field = *fields_[static_cast<size_t>(no - 1)];
+    if (uint32_t atom = names.Find(text::UCase(field.ID))) rValues[i] = hSlotValue(*e->data, atom, field);
+  }
+}
 
 // ---- text forms --------------------------------------------------------------------------------
 

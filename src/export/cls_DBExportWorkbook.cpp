@@ -3,6 +3,7 @@
 #include <xlsxwriter.h>
 
 #include <algorithm>
+#include <cmath>
 #include <set>
 
 #include "frame/DateTime.h"
@@ -24,6 +25,18 @@ constexpr uint8_t kTextIndex = 49;       // "@"
 lxw_color_t hColor(const std::string& pText) {
   if (pText.size() != 7 || pText[0] != '#') return LXW_COLOR_BLACK;
   return static_cast<lxw_color_t>(std::stoul(pText.substr(1), nullptr, 16));
+}
+
+// The characters a number or date cell shows under its format, without making its text:
+// thousands groups, two decimals, the sign and the format's trailing blank.
+size_t hShownLength(const ExportCell& pCell) {
+  if (pCell.format == ExportFormat::Date || pCell.value.isDate()) return 10;
+  double d = std::fabs(pCell.value.rawDouble());
+  size_t digits = 1;
+  for (double limit = 10; d >= limit && digits < 16; limit *= 10) ++digits;
+  size_t n = digits + (digits - 1) / 3 + 2;
+  if (pCell.format == ExportFormat::Decimal) n += 3;
+  return n;
 }
 
 void hCheck(lxw_error e, const std::string& what) {
@@ -53,11 +66,10 @@ cls_DBExportWorkbook::~cls_DBExportWorkbook() {
 }
 
 lxw_format* cls_DBExportWorkbook::hFormat(const ExportCell& pCell, const ExportRow& pRow) {
-  std::string key = std::to_string(static_cast<int>(pCell.format)) + static_cast<char>('0' + static_cast<int>(pCell.align)) +
-                    (pRow.bold ? "B" : "-") + pRow.textColor + "/" + pRow.backColor;
-  auto it = formats_.find(key);
-  if (it != formats_.end()) return it->second;
-  lxw_format* f = workbook_add_format(wb_);
+  if (pRow.style >= formats_.size()) formats_.resize(pRow.style + 1, {});
+  lxw_format*& f = formats_[pRow.style][static_cast<size_t>(pCell.format) * 3 + static_cast<size_t>(pCell.align)];
+  if (f) return f;
+  f = workbook_add_format(wb_);
   switch (pCell.format) {
     case ExportFormat::Integer: format_set_num_format(f, "#,##0_ ;[Red]\\-#,##0\\ "); break;
     case ExportFormat::Decimal: format_set_num_format(f, "#,##0.00_ ;[Red]\\-#,##0.00\\ "); break;
@@ -74,7 +86,6 @@ lxw_format* cls_DBExportWorkbook::hFormat(const ExportCell& pCell, const ExportR
     format_set_pattern(f, LXW_PATTERN_SOLID);
     format_set_bg_color(f, hColor(pRow.backColor));
   }
-  formats_.emplace(key, f);
   return f;
 }
 
@@ -189,7 +200,7 @@ void cls_DBExportWorkbook::hWriteRow(Sheet& rSheet, const ExportRow& pRow) {
       }
     }
     if (e != LXW_NO_ERROR) hCheck(e, "cannot write row " + std::to_string(r + 1));
-    size_t len = cell.format == ExportFormat::Date ? 10 : text::Len(cell.text);
+    size_t len = cell.text.empty() && (cell.value.isNumber() || cell.value.isDate()) ? hShownLength(cell) : text::Len(cell.text);
     if (len > rSheet.widths[c]) rSheet.widths[c] = len;
   }
 }
