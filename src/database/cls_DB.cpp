@@ -589,10 +589,12 @@ const Variant& cls_DB::ENTRYIDAT(int32_t pPosition) {
 
 int32_t cls_DB::ENTRYPOSITION(const Variant& pID) { return entries_.Position(entries_.NormalizeId(pID)); }
 
-void cls_DB::ENTRYVALUES(const Variant& pID, const std::vector<int32_t>& pFieldNos, std::vector<Variant>& rValues) {
+void cls_DB::ENTRYVALUES(int32_t pPosition, const std::vector<int32_t>& pFieldNos, std::vector<Variant>& rValues) {
   rValues.assign(pFieldNos.size(), Variant());
-  const auto* e = entries_.Find(entries_.NormalizeId(pID));
-  if (!e || !e->data) return;
+  const auto& all = entries_.Entries();
+  if (pPosition < 0 || static_cast<size_t>(pPosition) >= all.size()) return;
+  const auto* e = &all[static_cast<size_t>(pPosition)];
+  if (!e->data) return;
   auto& names = mdl_Global::SMAN_GET()->Names();
   for (size_t i = 0; i < pFieldNos.size(); ++i) {
     int32_t no = pFieldNos[i];

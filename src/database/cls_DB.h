@@ -192,10 +192,11 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   const std::vector<std::string>& FIELDUPPERCOLUMN(int32_t pFieldNo);
   const Variant& ENTRYIDAT(int32_t pPosition);
   int32_t ENTRYPOSITION(const Variant& pID);
-  // One entry's values of the given fields (1-based numbers; 0 gives Empty), typed as
-  // FIELDCOLUMN types them, read straight from the entry: for walks that visit each entry once
-  // and should not build whole columns. All Empty when the entry does not exist.
-  void ENTRYVALUES(const Variant& pID, const std::vector<int32_t>& pFieldNos, std::vector<Variant>& rValues);
+  // The values of the entry at a position (ENTRYIDAT order) for the given fields (1-based
+  // numbers; 0 gives Empty), typed as FIELDCOLUMN types them, read straight from the entry: for
+  // walks that visit each entry once and should not build whole columns. All Empty for a
+  // position out of range.
+  void ENTRYVALUES(int32_t pPosition, const std::vector<int32_t>& pFieldNos, std::vector<Variant>& rValues);
   // Bumped by every entry change; a column is valid while it matches.
   uint64_t ENTRYGENERATION() const { return generation_; }
 

@@ -45,6 +45,7 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
   view_ = db_.VIEW(pView);
   if (!view_) Raise(err::kInvalidCall, "no view '" + CStr(pView) + "'");
   ids_ = pIDs ? *pIDs : db_.ENTRYALL_IDS();
+  allInOrder_ = !pIDs;
   StructurePtr s = pSettings ? pSettings : cls_Structure::New();
   table_.settings = s;
   index_ = hIsRuleTrue(s->ITEM_GET("INDEX"));
@@ -203,11 +204,11 @@ void cls_DBExport::hFormatRow(ExportRow& rRow) {
   styles_.emplace_back(rRow.bold, rRow.textColor, rRow.backColor);
 }
 
-void cls_DBExport::hFill(ExportRow& rRow, const Variant& pID, int64_t pNumber, bool pNumberTexts) {
+void cls_DBExport::hFill(ExportRow& rRow, const Variant& pID, int32_t pPos, int64_t pNumber, bool pNumberTexts) {
   rRow.id = pID;
   rRow.number = pNumber;
   rRow.cells.resize(table_.columns.size());
-  db_.ENTRYVALUES(pID, fieldNos_, values_);
+  db_.ENTRYVALUES(pPos, fieldNos_, values_);
   for (size_t c = 0; c < table_.columns.size(); ++c) {
     const ExportColumn& col = table_.columns[c];
     ExportCell& cell = rRow.cells[c];
@@ -225,7 +226,7 @@ void cls_DBExport::hFill(ExportRow& rRow, const Variant& pID, int64_t pNumber, b
 
 ExportRow cls_DBExport::ROW(const Variant& pID, int64_t pNumber) {
   ExportRow row;
-  hFill(row, pID, pNumber, true);
+  hFill(row, pID, db_.ENTRYPOSITION(pID), pNumber, true);
   return row;
 }
 
@@ -233,7 +234,7 @@ std::string cls_DBExport::CELLTEXT(size_t pColumn, const Variant& pID) {
   const ExportColumn& col = table_.columns.at(pColumn);
   if (!col.field) return std::string();
   ExportCell cell;
-  db_.ENTRYVALUES(pID, {col.no}, values_);
+  db_.ENTRYVALUES(db_.ENTRYPOSITION(pID), {col.no}, values_);
   hCell(cell, col, pID, values_[0], true);
   return cell.text;
 }
@@ -249,7 +250,8 @@ void cls_DBExport::WALK(const std::vector<ExportSink*>& pSinks) {
   ExportRow row;  // one row refilled, so its texts keep their capacity
   for (int64_t i = 0; i < total; ++i) {
     db_.DEBUGTRACK_LET("EXPORT-ROW", static_cast<int32_t>(i + 1), static_cast<int32_t>(total));
-    hFill(row, ids_[static_cast<size_t>(i)], i + 1, numberTexts);
+    const Variant& id = ids_[static_cast<size_t>(i)];
+    hFill(row, id, allInOrder_ ? static_cast<int32_t>(i) : db_.ENTRYPOSITION(id), i + 1, numberTexts);
     for (auto* s : pSinks) s->ROW(row);
     if (!quiet_ && progress && ((i + 1) % kProgressStep == 0 || i + 1 == total)) progress(i + 1, total);
   }

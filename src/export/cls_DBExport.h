@@ -119,7 +119,7 @@ class cls_DBExport {
     cls_DBCondition cond;
   };
   void hReadRules();
-  void hFill(ExportRow& rRow, const Variant& pID, int64_t pNumber, bool pNumberTexts);
+  void hFill(ExportRow& rRow, const Variant& pID, int32_t pPos, int64_t pNumber, bool pNumberTexts);
   void hCell(ExportCell& rCell, const ExportColumn& pColumn, const Variant& pID, const Variant& pValue,
              bool pNumberTexts);
   void hFormatRow(ExportRow& rRow);
@@ -127,6 +127,7 @@ class cls_DBExport {
   cls_DB& db_;
   DBViewPtr view_;
   std::vector<Variant> ids_;
+  bool allInOrder_ = false;  // ids_ are every entry in table order, so an id's position is its index
   ExportTable table_;
   bool index_ = false, quiet_ = false;
   std::vector<Rule> rules_;
