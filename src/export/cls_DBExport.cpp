@@ -44,8 +44,12 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
     : db_(pDB) {
   view_ = db_.VIEW(pView);
   if (!view_) Raise(err::kInvalidCall, "no view '" + CStr(pView) + "'");
-  ids_ = pIDs ? *pIDs : db_.ENTRYALL_IDS();
-  allInOrder_ = !pIDs;
+  // Without a list the view's filter and sort decide; a view with neither exports every entry
+  // in table order, which the walk reads by position.
+  allInOrder_ = !pIDs && view_->FILTERS.empty() && view_->SORTFIELD.empty() && view_->SORTFIELD2.empty();
+  if (pIDs) ids_ = *pIDs;
+  else if (allInOrder_) ids_ = db_.ENTRYALL_IDS();
+  else ids_ = db_.ENTRYFILTER(Variant(view_->ID), nullptr);
   StructurePtr s = pSettings ? pSettings : cls_Structure::New();
   table_.settings = s;
   index_ = hIsRuleTrue(s->ITEM_GET("INDEX"));

@@ -121,6 +121,13 @@ void cls_DBExportWorkbook::hBeginSheet(Sheet& rSheet, const std::string& pTitle)
     rSheet.widths[c] = text::Len(cols[c].name) + 3;  // room for the filter button
   }
   worksheet_freeze_panes(rSheet.ws, r + 1, 0);
+  if (!password_.empty()) {
+    lxw_protection options{};
+    options.autofilter = LXW_TRUE;
+    options.sort = LXW_TRUE;
+    options.format_columns = LXW_TRUE;
+    worksheet_protect(rSheet.ws, password_.c_str(), &options);
+  }
   rSheet.row = r + 1;
 }
 

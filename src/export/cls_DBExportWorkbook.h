@@ -37,6 +37,9 @@ class cls_DBExportWorkbook : public ExportSink {
   cls_DBExportWorkbook(std::string pFile, bool pConstantMemory, int32_t pSplitColumn = -1,
                        std::vector<std::string> pSheetValues = {});
   ~cls_DBExportWorkbook() override;
+  // Protects every sheet with the password (the file itself stays readable: this writer cannot
+  // encrypt). Sorting and the auto filter stay usable. "" leaves the sheets open.
+  void PASSWORD_LET(std::string pPassword) { password_ = std::move(pPassword); }
   void BEGIN(const ExportTable& pTable) override;
   void ROW(const ExportRow& pRow) override;
   // Finishes every sheet and writes the file. Raises kFileIO when the file cannot be written.
@@ -58,6 +61,7 @@ class cls_DBExportWorkbook : public ExportSink {
   lxw_format* hFormat(const ExportCell& pCell, const ExportRow& pRow);
 
   std::string file_;
+  std::string password_;
   bool constant_;
   int32_t split_;
   std::vector<std::string> values_;

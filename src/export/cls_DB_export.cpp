@@ -95,6 +95,7 @@ bool cls_DB::EXPORTEXCEL(const Variant& pView, const std::string& pFile, const I
     bool constant = hSetting(pSettings, "CONSTANTMEMORY") || table.rows >= kConstantMemoryRows;
     DEBUGTRACK_LET("EXPORTEXCEL-2");
     cls_DBExportWorkbook book(pFile, constant, split, std::move(values));
+    if (pSettings) book.PASSWORD_LET(CStr(pSettings->ITEM_GET("EXCEL.PASSWORD")));
     walk.WALK({&book});
     hShowInfo(pSettings, pFile, table.rows);
     return true;

@@ -279,6 +279,59 @@ TEST(DBExportFile, BatchUnknownFormatAndErrors) {
   EXPECT_THROW(db->EXPORTFILE(1, "/proc/no/such/dir/z.htm", "HTM"), Error);
 }
 
+// Every format word in any case; the spreadsheet words write the very same HTML table.
+TEST(DBExportFile, EveryFormatWord) {
+  TempDir dir;
+  auto db = hPeople();
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "ref.htm", "HTM"));
+  std::string table = hReadFile(dir / "ref.htm");
+  for (const char* word : {"html", "Xls", "XLSX"}) {
+    SCOPED_TRACE(word);
+    ASSERT_TRUE(db->EXPORTFILE(1, dir / "t.out", word));
+    EXPECT_EQ(hReadFile(dir / "t.out"), table);
+  }
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "go.CMD", "cmd"));
+  EXPECT_EQ(hReadFile(dir / "Data/go.htm"), table);
+  EXPECT_EQ(hReadFile(dir / "go.CMD").substr(0, 20), "@ECHO OFF\r\nCD Data\r\n");
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "l.pdf", "Pdf"));
+  EXPECT_EQ(hReadFile(dir / "l.pdf").substr(0, 5), "%PDF-");
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "copy.txt", "db", std::vector<Variant>{Variant(2)}));
+  auto copy = std::make_shared<cls_DB>();
+  ASSERT_TRUE(copy->DBOPEN(dir / "copy.txt", dir / "copy.txt.header", false));
+  EXPECT_EQ(copy->ENTRYCOUNT(), 1);
+  EXPECT_EQ(CStr(copy->ENTRYFIELD_GET(2, "NAME")), "Anna <b>");
+  for (const char* word : {"", "XLSM", "HTM ", "TXT"}) EXPECT_FALSE(db->EXPORTFILE(1, dir / "none", word)) << word;
+  EXPECT_FALSE(fs::exists(dir / "none"));
+}
+
+// Without an id list the view's own filter and sort choose the rows; a list overrides both.
+TEST(DBExportRows, ViewFilterAndSortWithoutList) {
+  auto db = hPeople();
+  db->ENTRYADD(3);
+  db->ENTRYFIELD_LET(3, "NAME", "Berta");
+  db->ENTRYFIELD_LET(3, "AGE", 40);
+  auto ids = [&](const cls_DB::IDList& list) {
+    std::vector<std::string> out;
+    cls_DBExport walk(*db, 1, list, nullptr);
+    for (const auto& id : walk.IDS()) out.push_back(CStr(id));
+    return out;
+  };
+  using V = std::vector<std::string>;
+  EXPECT_EQ(ids(std::nullopt), (V{"1", "2", "3"}));
+  auto view = db->VIEW(1);
+  view->SORTFIELD = "NAME";
+  EXPECT_EQ(ids(std::nullopt), (V{"2", "3", "1"}));  // Anna, Berta, Müller
+  view->FILTERS.emplace_back("AGE", ">0");
+  EXPECT_EQ(ids(std::nullopt), (V{"2", "3"}));
+  view->SORTREV = true;
+  EXPECT_EQ(ids(std::nullopt), (V{"3", "2"}));
+  EXPECT_EQ(ids(std::vector<Variant>{Variant(1), Variant(3)}), (V{"1", "3"}));
+  // The rows carry the entries' own values whichever way the list was made.
+  cls_DBExport walk(*db, 1, std::nullopt, nullptr);
+  EXPECT_EQ(walk.ROW(walk.IDS()[0], 1).cells[0].text, "Berta");
+  EXPECT_EQ(walk.ROW(Variant(99), 1).cells[0].text, "");  // an id that is not there: empty cells
+}
+
 TEST(DBExportFile, ProgressAndNoOsd) {
   TempDir dir;
   auto db = hPeople();

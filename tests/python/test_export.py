@@ -98,6 +98,18 @@ class WorkbookTest(unittest.TestCase):
         self.assertTrue(db.EXPORTEXCEL(1, out, None, {"CONSTANTMEMORY": True}))
         self.assertEqual(openpyxl.load_workbook(out)["Alle"].max_row, 35)
 
+    def test_password_protects_every_sheet(self):
+        db = people()
+        out = self.path("p.xlsx")
+        self.assertTrue(db.EXPORTEXCEL(1, out, None, {"EXCEL.PASSWORD": "geheim", "SUBSHEET": True, "TABFILTER": "CITY"}))
+        wb = openpyxl.load_workbook(out)
+        for ws in wb.worksheets:
+            self.assertTrue(ws.protection.sheet, ws.title)
+            self.assertTrue(ws.protection.password, ws.title)  # stored as the program's hash
+            self.assertFalse(ws.protection.autoFilter, "the filter stays usable")  # False: not locked
+        self.assertTrue(db.EXPORTEXCEL(1, out, None, {"EXCEL.PASSWORD": ""}))
+        self.assertFalse(openpyxl.load_workbook(out)["Alle"].protection.sheet)
+
     def test_unwritable_target_raises(self):
         db = people()
         with self.assertRaises(Exception):
