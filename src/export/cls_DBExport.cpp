@@ -63,7 +63,7 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
   table_.stamp = date::Now();
   table_.rows = static_cast<int64_t>(ids_.size());
 
-  if (index_) table_.columns.push_back({"Nr.", kIndexWidth, nullptr, 0, 0, false});
+  if (index_) table_.columns.push_back({"Nr.", kIndexWidth, nullptr, 0, 0, false, ExportAlign::Right});
   auto addColumn = [&](const DBFieldPtr& f, int32_t width, bool showValues, int32_t mode) {
     ExportColumn c;
     c.name = f->NAME.empty() ? f->ID : f->NAME;
@@ -71,6 +71,9 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
     c.field = f;
     c.no = db_.FIELDFIND(Variant(f->ID));
     c.mode = showValues ? mode : 0;
+    c.align = f->TYPE == ID_DBFieldType_Long || f->TYPE == ID_DBFieldType_Double ? ExportAlign::Right
+              : f->TYPE == ID_DBFieldType_Boolean                               ? ExportAlign::Center
+                                                                                 : ExportAlign::Left;
     std::string key = text::UCase(f->ID) + " " + text::UCase(f->NAME);
     for (auto n : kTextNames) c.textByName = c.textByName || key.find(n) != std::string::npos;
     table_.columns.push_back(std::move(c));

@@ -49,6 +49,7 @@ struct ExportColumn {
   int32_t no = 0;           // the field's 1-based number (0 for the running-number column)
   int32_t mode = 0;         // value mode of choice fields
   bool textByName = false;  // phone, fax, mobile and postal-code columns stay text
+  ExportAlign align = ExportAlign::Left;  // of the column's values (and so of its header)
 };
 
 struct ExportCell {

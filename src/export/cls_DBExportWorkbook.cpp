@@ -21,6 +21,10 @@ constexpr size_t kMaxColumnChars = 60;
 constexpr size_t kMaxCellChars = 32767;  // the most a cell holds
 constexpr uint8_t kShortDateIndex = 14;  // the program's built-in short date
 constexpr uint8_t kTextIndex = 49;       // "@"
+constexpr uint8_t kPaperA4 = 9;
+constexpr double kMarginInches = 15 / 25.4;
+constexpr double kFootMarginInches = 10 / 25.4;
+constexpr double kFooterInches = 4 / 25.4;
 
 lxw_color_t hColor(const std::string& pText) {
   if (pText.size() != 7 || pText[0] != '#') return LXW_COLOR_BLACK;
@@ -37,6 +41,10 @@ size_t hShownLength(const ExportCell& pCell) {
   size_t n = digits + (digits - 1) / 3 + 2;
   if (pCell.format == ExportFormat::Decimal) n += 3;
   return n;
+}
+
+uint8_t hAlign(ExportAlign pAlign) {
+  return pAlign == ExportAlign::Right ? LXW_ALIGN_RIGHT : pAlign == ExportAlign::Center ? LXW_ALIGN_CENTER : LXW_ALIGN_LEFT;
 }
 
 void hCheck(lxw_error e, const std::string& what) {
@@ -77,8 +85,7 @@ lxw_format* cls_DBExportWorkbook::hFormat(const ExportCell& pCell, const ExportR
     case ExportFormat::Text: format_set_num_format_index(f, kTextIndex); break;
     case ExportFormat::None: break;
   }
-  format_set_align(f, pCell.align == ExportAlign::Right ? LXW_ALIGN_RIGHT
-                      : pCell.align == ExportAlign::Center ? LXW_ALIGN_CENTER : LXW_ALIGN_LEFT);
+  format_set_align(f, hAlign(pCell.align));
   format_set_align(f, LXW_ALIGN_VERTICAL_TOP);
   if (pRow.bold) format_set_bold(f);
   if (!pRow.textColor.empty()) format_set_font_color(f, hColor(pRow.textColor));
@@ -116,11 +123,22 @@ void cls_DBExportWorkbook::hBeginSheet(Sheet& rSheet, const std::string& pTitle)
   }
   rSheet.headerRow = r;
   for (size_t c = 0; c < cols.size(); ++c) {
-    hCheck(worksheet_write_string(rSheet.ws, r, static_cast<lxw_col_t>(c), cols[c].name.c_str(), header_),
+    hCheck(worksheet_write_string(rSheet.ws, r, static_cast<lxw_col_t>(c), cols[c].name.c_str(),
+                                  header_[static_cast<size_t>(cols[c].align)]),
            "cannot write the column header");
     rSheet.widths[c] = text::Len(cols[c].name) + 3;  // room for the filter button
   }
   worksheet_freeze_panes(rSheet.ws, r + 1, 0);
+  // Printed: A4 landscape, as wide as one page, title band and header on every page, the page
+  // margins of the layout defaults (15 mm, 10 mm at the foot) and the status line's page count.
+  worksheet_set_paper(rSheet.ws, kPaperA4);
+  worksheet_set_landscape(rSheet.ws);
+  worksheet_fit_to_pages(rSheet.ws, 1, 0);
+  worksheet_repeat_rows(rSheet.ws, 0, r);
+  worksheet_set_margins(rSheet.ws, kMarginInches, kMarginInches, kMarginInches, kFootMarginInches);
+  lxw_header_footer_options foot{};
+  foot.margin = kFooterInches;
+  worksheet_set_footer_opt(rSheet.ws, "&LSeite &P von &N", &foot);
   if (!password_.empty()) {
     lxw_protection options{};
     options.autofilter = LXW_TRUE;
@@ -153,11 +171,14 @@ void cls_DBExportWorkbook::BEGIN(const ExportTable& pTable) {
   format_set_bg_color(date_, colour);
   format_set_font_color(date_, LXW_COLOR_WHITE);
   format_set_align(date_, LXW_ALIGN_RIGHT);
-  header_ = workbook_add_format(wb_);
-  format_set_bold(header_);
-  format_set_font_color(header_, colour);
-  format_set_pattern(header_, LXW_PATTERN_SOLID);
-  format_set_bg_color(header_, 0xF2F2F2);
+  for (auto align : {ExportAlign::Left, ExportAlign::Center, ExportAlign::Right}) {
+    lxw_format* h = header_[static_cast<size_t>(align)] = workbook_add_format(wb_);
+    format_set_bold(h);
+    format_set_font_color(h, colour);
+    format_set_pattern(h, LXW_PATTERN_SOLID);
+    format_set_bg_color(h, 0xF2F2F2);
+    format_set_align(h, hAlign(align));
+  }
 
   std::set<std::string> taken;
   auto unique = [&](std::string name) {

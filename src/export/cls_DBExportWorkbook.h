@@ -72,7 +72,8 @@ class cls_DBExportWorkbook : public ExportSink {
   // Cell formats by row style, then by number format and alignment; made on first use.
   static constexpr size_t kCellKinds = 5 * 3;
   std::vector<std::array<lxw_format*, kCellKinds>> formats_;
-  lxw_format *band_ = nullptr, *title_ = nullptr, *date_ = nullptr, *header_ = nullptr;
+  lxw_format *band_ = nullptr, *title_ = nullptr, *date_ = nullptr;
+  std::array<lxw_format*, 3> header_{};  // by the column's alignment
 };
 
 }  // namespace rykel

@@ -77,6 +77,14 @@ class WorkbookTest(unittest.TestCase):
         self.assertEqual(ws["F6"].alignment.horizontal, "right")
         self.assertEqual(ws["D7"].value, "0049")
         self.assertGreater(ws.column_dimensions["B"].width, 14)  # fitted to "Frankfurt a.M."
+        # Headers sit over their values; printed on A4 landscape, one page wide, band and header
+        # on every page, "Seite n von m" at the foot.
+        self.assertEqual([ws.cell(4, c).alignment.horizontal for c in (1, 6)], ["left", "right"])
+        self.assertEqual((ws.page_setup.orientation, ws.page_setup.paperSize), ("landscape", 9))
+        self.assertTrue(ws.sheet_properties.pageSetUpPr.fitToPage)
+        self.assertEqual((ws.page_setup.fitToWidth or 1, ws.page_setup.fitToHeight), (1, 0))
+        self.assertEqual(ws.print_title_rows.replace("$", ""), "1:4")
+        self.assertEqual(ws.oddFooter.left.text, "Seite &P von &N")
 
         berlin = wb["Berlin"]
         self.assertEqual(berlin["A2"].value, "Kontakte - Berlin")
