@@ -589,18 +589,25 @@ const Variant& cls_DB::ENTRYIDAT(int32_t pPosition) {
 
 int32_t cls_DB::ENTRYPOSITION(const Variant& pID) { return entries_.Position(entries_.NormalizeId(pID)); }
 
-void cls_DB::ENTRYVALUES(int32_t pPosition, const std::vector<int32_t>& pFieldNos, std::vector<Variant>& rValues) {
-  rValues.assign(pFieldNos.size(), Variant());
+cls_DB::EntryReader cls_DB::ENTRYREADER(const std::vector<int32_t>& pFieldNos) const {
+  EntryReader r;
+  auto& names = mdl_Global::SMAN_GET()->Names();
+  for (int32_t no : pFieldNos) {
+    const cls_DBField* f = no >= 1 && no <= FIELDS() ? fields_[static_cast<size_t>(no - 1)].get() : nullptr;
+    r.fields.push_back(f);
+    r.atoms.push_back(f ? names.Find(text::UCase(f->ID)) : 0);
+  }
+  return r;
+}
+
+void cls_DB::ENTRYVALUES(int32_t pPosition, const EntryReader& pReader, std::vector<Variant>& rValues) {
+  rValues.assign(pReader.fields.size(), Variant());
   const auto& all = entries_.Entries();
   if (pPosition < 0 || static_cast<size_t>(pPosition) >= all.size()) return;
-  const auto* e = &all[static_cast<size_t>(pPosition)];
-  if (!e->data) return;
-  auto& names = mdl_Global::SMAN_GET()->Names();
-  for (size_t i = 0; i < pFieldNos.size(); ++i) {
-    int32_t no = pFieldNos[i];
-    if (no < 1 || no > FIELDS()) continue;
-    const cls_DBField& field = *fields_[static_cast<size_t>(no - 1)];
-    if (uint32_t atom = names.Find(text::UCase(field.ID))) rValues[i] = hSlotValue(*e->data, atom, field);
+  const auto& data = all[static_cast<size_t>(pPosition)].data;
+  if (!data) return;
+  for (size_t i = 0; i < pReader.fields.size(); ++i) {
+    if (pReader.atoms[i]) rValues[i] = hSlotValue(*data, pReader.atoms[i], *pReader.fields[i]);
   }
 }
 

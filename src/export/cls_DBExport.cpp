@@ -87,6 +87,7 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
   }
   for (const auto& c : table_.columns) fieldNos_.push_back(c.no);
   hReadRules();
+  reader_ = db_.ENTRYREADER(fieldNos_);
 }
 
 void cls_DBExport::hCell(ExportCell& rCell, const ExportColumn& pColumn, const Variant& pID, const Variant& v,
@@ -106,7 +107,7 @@ void cls_DBExport::hCell(ExportCell& rCell, const ExportColumn& pColumn, const V
         else rCell.text.clear();
       } else {
         rCell.text = f.TEXT(v, pColumn.mode);
-        rCell.value = rCell.text;
+        rCell.value = Variant();
       }
       return;
     }
@@ -118,32 +119,32 @@ void cls_DBExport::hCell(ExportCell& rCell, const ExportColumn& pColumn, const V
         else rCell.text.clear();
       } else {
         rCell.text = f.TEXT(v, pColumn.mode);
-        rCell.value = rCell.text;
+        rCell.value = Variant();
       }
       return;
     case ID_DBFieldType_Boolean:
       rCell.align = ExportAlign::Center;
       rCell.text = f.TEXT(v, pColumn.mode);
-      rCell.value = rCell.text;
+      rCell.value = Variant();
       return;
     case ID_DBFieldType_Enum:
     case ID_DBFieldType_EnumNumeric:
     case ID_DBFieldType_EnumMulti:
       rCell.text = f.TEXT(v, pColumn.mode);
-      rCell.value = rCell.text;
+      rCell.value = Variant();
       return;
     case ID_DBFieldType_Reference:
     case ID_DBFieldType_ReferenceNumeric:
       // Through the database, so the host's value event sees the value first.
       rCell.text = db_.FIELDTEXT_GET(pID, f.ID, pColumn.mode);
       if (rCell.text.empty()) rCell.text = "-/-";
-      rCell.value = rCell.text;
+      rCell.value = Variant();
       return;
     default:
       break;
   }
   rCell.text = f.TEXT(v, pColumn.mode);
-  rCell.value = rCell.text;
+  rCell.value = Variant();
   double d;
   if (pColumn.textByName || hShaped(rCell.text, "##:##")) {
     rCell.format = ExportFormat::Text;
@@ -215,7 +216,7 @@ void cls_DBExport::hFill(ExportRow& rRow, const Variant& pID, int32_t pPos, int6
   rRow.id = pID;
   rRow.number = pNumber;
   rRow.cells.resize(table_.columns.size());
-  db_.ENTRYVALUES(pPos, fieldNos_, values_);
+  db_.ENTRYVALUES(pPos, reader_, values_);
   for (size_t c = 0; c < table_.columns.size(); ++c) {
     const ExportColumn& col = table_.columns[c];
     ExportCell& cell = rRow.cells[c];
@@ -241,7 +242,7 @@ std::string cls_DBExport::CELLTEXT(size_t pColumn, const Variant& pID) {
   const ExportColumn& col = table_.columns.at(pColumn);
   if (!col.field) return std::string();
   ExportCell cell;
-  db_.ENTRYVALUES(db_.ENTRYPOSITION(pID), {col.no}, values_);
+  db_.ENTRYVALUES(db_.ENTRYPOSITION(pID), db_.ENTRYREADER({col.no}), values_);
   hCell(cell, col, pID, values_[0], true);
   return cell.text;
 }

@@ -21,7 +21,7 @@
 // the rows that ENTRYQUERY with the same field and condition returns; a rule without a
 // condition marks every row.
 //
-// Values come straight from the entry table, each entry's fields read in one pass (ENTRYVALUES);
+// Values come straight from the entry table, each entry's fields read in one pass (ENTRYREADER, ENTRYVALUES);
 // no per-cell field lookup and no whole-column copies. Sinks that write typed numbers and dates (the workbook)
 // say so through NUMBERTEXTS() and are spared the display text of those cells.
 //
@@ -54,7 +54,7 @@ struct ExportColumn {
 
 struct ExportCell {
   std::string text;         // display text (UTF-8, not escaped)
-  Variant value;            // typed value: number, date, boolean or text
+  Variant value;            // typed value of number and date cells; Empty where the text is the value
   ExportAlign align = ExportAlign::Left;
   ExportFormat format = ExportFormat::None;
 };
@@ -134,6 +134,7 @@ class cls_DBExport {
   std::vector<Rule> rules_;
   // The field numbers read per entry: one per column (0 for the running number), then the rules'.
   std::vector<int32_t> fieldNos_;
+  cls_DB::EntryReader reader_;
   std::vector<Variant> values_;
   // Row style triples met so far; the index is ExportRow::style.
   std::vector<std::tuple<bool, std::string, std::string>> styles_{{false, "", ""}};
