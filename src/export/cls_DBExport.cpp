@@ -95,32 +95,24 @@ void cls_DBExport::hCell(ExportCell& rCell, const ExportColumn& pColumn, const V
   const cls_DBField& f = *pColumn.field;
   rCell.align = ExportAlign::Left;
   rCell.format = ExportFormat::None;
+  // A number or date cell: the typed value, its display text only when a sink shows it; a value
+  // not of the type (a stray text) is shown as its text.
+  auto typed = [&](Variant pTyped) {
+    rCell.value = std::move(pTyped);
+    if (!rCell.value.isEmpty() && !pNumberTexts) rCell.text.clear();
+    else rCell.text = f.TEXT(v, pColumn.mode);
+  };
+  double d;
   switch (f.TYPE) {
     case ID_DBFieldType_Long:
-    case ID_DBFieldType_Double: {
+    case ID_DBFieldType_Double:
       rCell.align = ExportAlign::Right;
       rCell.format = f.TYPE == ID_DBFieldType_Long ? ExportFormat::Integer : ExportFormat::Decimal;
-      double d;
-      if (NumericValue(v, d)) {
-        rCell.value = d;
-        if (pNumberTexts) rCell.text = f.TEXT(v, pColumn.mode);
-        else rCell.text.clear();
-      } else {
-        rCell.text = f.TEXT(v, pColumn.mode);
-        rCell.value = Variant();
-      }
+      typed(NumericValue(v, d) ? Variant(d) : Variant());
       return;
-    }
     case ID_DBFieldType_Date:
       rCell.format = ExportFormat::Date;
-      if (v.isDate()) {
-        rCell.value = v;
-        if (pNumberTexts) rCell.text = f.TEXT(v, pColumn.mode);
-        else rCell.text.clear();
-      } else {
-        rCell.text = f.TEXT(v, pColumn.mode);
-        rCell.value = Variant();
-      }
+      typed(v.isDate() ? v : Variant());
       return;
     case ID_DBFieldType_Boolean:
       rCell.align = ExportAlign::Center;
@@ -145,7 +137,6 @@ void cls_DBExport::hCell(ExportCell& rCell, const ExportColumn& pColumn, const V
   }
   rCell.text = f.TEXT(v, pColumn.mode);
   rCell.value = Variant();
-  double d;
   if (pColumn.textByName || hShaped(rCell.text, "##:##")) {
     rCell.format = ExportFormat::Text;
   } else if (hShaped(rCell.text, "##.##.####")) {
