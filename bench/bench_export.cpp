@@ -3,11 +3,14 @@
 //   bench_export xlsx OUT.xlsx [rows]   the built-in workbook writer (EXPORTEXCEL), one run
 //   bench_export htm OUT.htm [rows]     the HTML table (EXPORTFILE "HTM"), one run
 //   bench_export calc OUT.xlsx [rows]   EXPORTEXCEL through LibreOffice Calc, one run
-// Prints "fill_ms=<building the database> export_ms=<the export>" so run_export.sh can time the
-// process as a whole (under /usr/bin/time -v) and the export alone.
+// Prints "fill_ms=<building the database> export_ms=<the export> export_mib=<peak memory the
+// export added>" so run_export.sh can time the process as a whole (under /usr/bin/time -v) and
+// the export alone. The export's own memory is the peak resident size during the export (the
+// peak is reset before it through /proc/self/clear_refs) less the resident size before it.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "database/cls_DB.h"
@@ -27,6 +30,20 @@ uint64_t state = 42;
 uint32_t hNext() {
   state = state * 6364136223846793005ULL + 1442695040888963407ULL;
   return static_cast<uint32_t>(state >> 33);
+}
+
+// "VmRSS" or "VmHWM" of /proc/self/status in KiB (0 when unreadable).
+long hStatusKb(const char* pKey) {
+  std::FILE* f = std::fopen("/proc/self/status", "r");
+  if (!f) return 0;
+  char line[256];
+  long kb = 0;
+  size_t n = std::strlen(pKey);
+  while (std::fgets(line, sizeof line, f)) {
+    if (std::strncmp(line, pKey, n) == 0 && line[n] == ':') kb = std::atol(line + n + 1);
+  }
+  std::fclose(f);
+  return kb;
 }
 
 double hMs(std::chrono::steady_clock::time_point since) {
@@ -68,6 +85,11 @@ int main(int argc, char** argv) {
     db->ENTRYADD(Variant(static_cast<int>(i)), e);
   }
   double fill = hMs(t0);
+  if (std::FILE* f = std::fopen("/proc/self/clear_refs", "w")) {
+    std::fputs("5", f);  // resets the peak resident size
+    std::fclose(f);
+  }
+  long before = hStatusKb("VmRSS");
   auto t1 = std::chrono::steady_clock::now();
   auto settings = cls_Structure::New();
   settings->ITEM_LET("NOOSD", true);
@@ -78,6 +100,7 @@ int main(int argc, char** argv) {
   }
   bool ok = mode == "xlsx" ? db->EXPORTEXCEL(1, out, std::nullopt, settings)
                            : db->EXPORTFILE(1, out, "HTM", std::nullopt, settings);
-  std::printf("fill_ms=%.0f export_ms=%.0f\n", fill, hMs(t1));
+  double ms = hMs(t1);
+  std::printf("fill_ms=%.0f export_ms=%.0f export_mib=%.1f\n", fill, ms, (hStatusKb("VmHWM") - before) / 1024.0);
   return ok ? 0 : 1;
 }

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "Commands.h"
 #include "database/cls_DB.h"
@@ -14,8 +15,9 @@ namespace rykel::cli {
 namespace {
 
 struct ExportArgs {
-  std::string db, format = "xlsx", out, view = "1", title, sheetsBy, password, office;
-  bool quiet = false;
+  std::string db, format = "xlsx", out, view = "1", title, sheetsBy, password, office, sort, then;
+  std::vector<std::string> where;
+  bool quiet = false, orMode = false, rev = false, thenRev = false;
 };
 
 // "[#####.....]  42% 4200/10000" redrawn in place on a terminal.
@@ -36,7 +38,9 @@ void AddDbExportCommand(CLI::App& app) {
   auto* dbc = app.get_subcommand("db");
   auto* ex = dbc->add_subcommand("export", "Write a view's entries as a workbook, HTML table, batch file, PDF or database");
   ex->add_option("DB", a.db, "database file")->required();
-  ex->add_option("--format", a.format, "xlsx, xls, htm, bat, pdf or db")
+  ex->add_option("--format", a.format,
+                 "xlsx (workbook), xls (older workbook format, through LibreOffice), htm (HTML table), "
+                 "bat or cmd (table plus batch file), pdf or db")
       ->check(CLI::IsMember({"xlsx", "xls", "htm", "html", "bat", "cmd", "pdf", "db"}, CLI::ignore_case));
   ex->add_option("--out", a.out, "target file")->required();
   ex->add_option("--view", a.view, "view number or ID (default: the first)");
@@ -44,6 +48,12 @@ void AddDbExportCommand(CLI::App& app) {
   ex->add_option("--sheets-by", a.sheetsBy, "xlsx: one more sheet per value of this field");
   ex->add_option("--password", a.password, "xlsx, xls: encrypt the workbook with this file-open password (through LibreOffice)");
   ex->add_option("--office", a.office, "xlsx, xls: build the workbook in this LibreOffice program (default for xls and --password: soffice)");
+  ex->add_option("--where", a.where, "FIELD=CONDITION: export only entries that meet it (repeatable)");
+  ex->add_flag("--or", a.orMode, "with several --where: entries that meet any of them");
+  ex->add_option("--sort", a.sort, "sort field");
+  ex->add_flag("--rev", a.rev, "sort descending");
+  ex->add_option("--then", a.then, "second sort field");
+  ex->add_flag("--then-rev", a.thenRev, "second sort field descending");
   ex->add_flag("--quiet", a.quiet, "no progress bar");
   ex->callback([] {
     SetNotifier([](const Notification& n) {
@@ -70,12 +80,25 @@ void AddDbExportCommand(CLI::App& app) {
     if (!a.office.empty()) settings->ITEM_LET("EXCEL.PROGRAM", a.office);
     std::string format = text::UCase(a.format);
     if (format == "XLS" || format == "XLSX") settings->ITEM_LET("FORMAT", format);
-    if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);
     Variant view = a.view;
     if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos) view = std::stoi(a.view);
     if (!db->VIEW(view)) throw CLI::ValidationError("--view", "no view '" + a.view + "'");
-    bool ok = format == "XLSX" || format == "XLS" ? db->EXPORTEXCEL(view, a.out, std::nullopt, settings)
-                               : db->EXPORTFILE(view, a.out, format, std::nullopt, settings);
+    // Filter and sort as `rykel db filter` does, on top of the view's own filter; without them
+    // the view's filter and sort decide.
+    cls_DB::IDList ids;
+    if (!a.where.empty() || !a.sort.empty()) {
+      auto filter = cls_Structure::New();
+      for (const auto& c : a.where) {
+        size_t eq = c.find('=');
+        if (eq == std::string::npos || eq == 0) throw CLI::ValidationError("--where", "expected FIELD=CONDITION: " + c);
+        filter->ITEMBYID_LET(c.substr(0, eq), Variant(c.substr(eq + 1)));
+      }
+      if (a.orMode) filter->ITEMBYID_LET("MODE", "OR");
+      ids = db->ENTRYFILTERADVANCED(view, a.sort, a.then, a.thenRev, filter, std::nullopt, a.rev);
+    }
+    if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);
+    bool ok = format == "XLSX" || format == "XLS" ? db->EXPORTEXCEL(view, a.out, ids, settings)
+                                                  : db->EXPORTFILE(view, a.out, format, ids, settings);
     if (!ok) {
       std::fprintf(stderr, "rykel db export: cannot write '%s'\n", a.out.c_str());
       std::exit(1);

@@ -43,6 +43,16 @@ Variant hTyped(const cls_DBField& f, const Variant& v) {
   return v;
 }
 
+// The typed value of the first used slot named by the atom, read straight from the node's slots;
+// Empty when there is none.
+Variant hSlotValue(const cls_Structure& pData, uint32_t pAtom, const cls_DBField& pField) {
+  auto& m = *pData.MANAGER_GET();
+  for (const auto& it : m.Items(pData.SID_GET())) {
+    if (it.used && it.name == pAtom) return it.isStruct ? Variant(m.Ref(it.child)) : hTyped(pField, it.value);
+  }
+  return Variant();
+}
+
 }  // namespace
 
 cls_DB::cls_DB() { DBCLEAR(); }
@@ -537,17 +547,7 @@ const std::vector<Variant>& cls_DB::FIELDCOLUMN(int32_t pFieldNo) {
   c.values.assign(all.size(), Variant());
   if (atom) {
     for (size_t p = 0; p < all.size(); ++p) {
-      const auto& data = all[p].data;
-      if (!data) continue;
-      // The first used slot with the field's name, read straight from the node's slots.
-      auto& m = *data->MANAGER_GET();
-      const auto& items = m.Items(data->SID_GET());
-      for (const auto& it : items) {
-        if (it.used && it.name == atom) {
-          c.values[p] = it.isStruct ? Variant(m.Ref(it.child)) : hTyped(field, it.value);
-          break;
-        }
-      }
+      if (all[p].data) c.values[p] = hSlotValue(*all[p].data, atom, field);
     }
   }
   c.generation = generation_;
@@ -588,6 +588,28 @@ const Variant& cls_DB::ENTRYIDAT(int32_t pPosition) {
 }
 
 int32_t cls_DB::ENTRYPOSITION(const Variant& pID) { return entries_.Position(entries_.NormalizeId(pID)); }
+
+cls_DB::EntryReader cls_DB::ENTRYREADER(const std::vector<int32_t>& pFieldNos) const {
+  EntryReader r;
+  auto& names = mdl_Global::SMAN_GET()->Names();
+  for (int32_t no : pFieldNos) {
+    const cls_DBField* f = no >= 1 && no <= FIELDS() ? fields_[static_cast<size_t>(no - 1)].get() : nullptr;
+    r.fields.push_back(f);
+    r.atoms.push_back(f ? names.Find(text::UCase(f->ID)) : 0);
+  }
+  return r;
+}
+
+void cls_DB::ENTRYVALUES(int32_t pPosition, const EntryReader& pReader, std::vector<Variant>& rValues) {
+  rValues.assign(pReader.fields.size(), Variant());
+  const auto& all = entries_.Entries();
+  if (pPosition < 0 || static_cast<size_t>(pPosition) >= all.size()) return;
+  const auto& data = all[static_cast<size_t>(pPosition)].data;
+  if (!data) return;
+  for (size_t i = 0; i < pReader.fields.size(); ++i) {
+    if (pReader.atoms[i]) rValues[i] = hSlotValue(*data, pReader.atoms[i], *pReader.fields[i]);
+  }
+}
 
 // ---- text forms --------------------------------------------------------------------------------
 

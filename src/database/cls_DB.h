@@ -192,6 +192,18 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   const std::vector<std::string>& FIELDUPPERCOLUMN(int32_t pFieldNo);
   const Variant& ENTRYIDAT(int32_t pPosition);
   int32_t ENTRYPOSITION(const Variant& pID);
+  // Reads chosen fields of one entry at a time straight from the entry, typed as FIELDCOLUMN
+  // types them: for walks that visit each entry once and should not build whole columns.
+  // ENTRYREADER prepares the fields (1-based numbers; 0 or an unknown number always gives Empty);
+  // the reader stays valid while the fields are not changed.
+  struct EntryReader {
+    std::vector<const cls_DBField*> fields;
+    std::vector<uint32_t> atoms;  // interned upper-case field IDs, 0 when never used
+  };
+  EntryReader ENTRYREADER(const std::vector<int32_t>& pFieldNos) const;
+  // The values of the entry at a position (ENTRYIDAT order), one per reader field; all Empty for
+  // a position out of range.
+  void ENTRYVALUES(int32_t pPosition, const EntryReader& pReader, std::vector<Variant>& rValues);
   // Bumped by every entry change; a column is valid while it matches.
   uint64_t ENTRYGENERATION() const { return generation_; }
 

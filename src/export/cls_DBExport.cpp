@@ -44,7 +44,12 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
     : db_(pDB) {
   view_ = db_.VIEW(pView);
   if (!view_) Raise(err::kInvalidCall, "no view '" + CStr(pView) + "'");
-  ids_ = pIDs ? *pIDs : db_.ENTRYALL_IDS();
+  // Without a list the view's filter and sort decide; a view with neither exports every entry
+  // in table order, which the walk reads by position.
+  allInOrder_ = !pIDs && view_->FILTERS.empty() && view_->SORTFIELD.empty() && view_->SORTFIELD2.empty();
+  if (pIDs) ids_ = *pIDs;
+  else if (allInOrder_) ids_ = db_.ENTRYALL_IDS();
+  else ids_ = db_.ENTRYFILTER(Variant(view_->ID), nullptr);
   StructurePtr s = pSettings ? pSettings : cls_Structure::New();
   table_.settings = s;
   index_ = hIsRuleTrue(s->ITEM_GET("INDEX"));
@@ -58,13 +63,17 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
   table_.stamp = date::Now();
   table_.rows = static_cast<int64_t>(ids_.size());
 
-  if (index_) table_.columns.push_back({"Nr.", kIndexWidth, nullptr, 0, false});
+  if (index_) table_.columns.push_back({"Nr.", kIndexWidth, nullptr, 0, 0, false, ExportAlign::Right});
   auto addColumn = [&](const DBFieldPtr& f, int32_t width, bool showValues, int32_t mode) {
     ExportColumn c;
     c.name = f->NAME.empty() ? f->ID : f->NAME;
     c.width = width;
     c.field = f;
+    c.no = db_.FIELDFIND(Variant(f->ID));
     c.mode = showValues ? mode : 0;
+    c.align = f->TYPE == ID_DBFieldType_Long || f->TYPE == ID_DBFieldType_Double ? ExportAlign::Right
+              : f->TYPE == ID_DBFieldType_Boolean                               ? ExportAlign::Center
+                                                                                 : ExportAlign::Left;
     std::string key = text::UCase(f->ID) + " " + text::UCase(f->NAME);
     for (auto n : kTextNames) c.textByName = c.textByName || key.find(n) != std::string::npos;
     table_.columns.push_back(std::move(c));
@@ -76,131 +85,172 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
       if (auto f = db_.FIELD(col.FIELD)) addColumn(f, col.WIDTH, col.SHOWVALUES, col.SHOWVALUEMODE);
     }
   }
+  for (const auto& c : table_.columns) fieldNos_.push_back(c.no);
+  hReadRules();
+  reader_ = db_.ENTRYREADER(fieldNos_);
 }
 
-ExportCell cls_DBExport::hCell(const ExportColumn& pColumn, const Variant& pID) {
-  ExportCell c;
+void cls_DBExport::hCell(ExportCell& rCell, const ExportColumn& pColumn, const Variant& pID, const Variant& v,
+                         bool pNumberTexts) {
   const cls_DBField& f = *pColumn.field;
-  c.text = db_.FIELDTEXT_GET(pID, f.ID, pColumn.mode);
+  rCell.align = ExportAlign::Left;
+  rCell.format = ExportFormat::None;
+  // A number or date cell: the typed value, its display text only when a sink shows it; a value
+  // not of the type (a stray text) is shown as its text.
+  auto typed = [&](Variant pTyped) {
+    rCell.value = std::move(pTyped);
+    if (!rCell.value.isEmpty() && !pNumberTexts) rCell.text.clear();
+    else rCell.text = f.TEXT(v, pColumn.mode);
+  };
+  double d;
   switch (f.TYPE) {
     case ID_DBFieldType_Long:
-    case ID_DBFieldType_Double: {
-      c.align = ExportAlign::Right;
-      c.format = f.TYPE == ID_DBFieldType_Long ? ExportFormat::Integer : ExportFormat::Decimal;
-      Variant v = f.VALUECONVERT(db_.ENTRYFIELD_GET(pID, f.ID));
-      double d;
-      if (NumericValue(v, d)) c.value = d;
-      else c.value = c.text;
-      return c;
-    }
-    case ID_DBFieldType_Date: {
-      c.format = ExportFormat::Date;
-      Variant v = f.VALUECONVERT(db_.ENTRYFIELD_GET(pID, f.ID));
-      c.value = v.isDate() ? v : Variant(c.text);
-      return c;
-    }
+    case ID_DBFieldType_Double:
+      rCell.align = ExportAlign::Right;
+      rCell.format = f.TYPE == ID_DBFieldType_Long ? ExportFormat::Integer : ExportFormat::Decimal;
+      typed(NumericValue(v, d) ? Variant(d) : Variant());
+      return;
+    case ID_DBFieldType_Date:
+      rCell.format = ExportFormat::Date;
+      typed(v.isDate() ? v : Variant());
+      return;
     case ID_DBFieldType_Boolean:
-      c.align = ExportAlign::Center;
-      c.value = c.text;
-      return c;
+      rCell.align = ExportAlign::Center;
+      rCell.text = f.TEXT(v, pColumn.mode);
+      rCell.value = Variant();
+      return;
     case ID_DBFieldType_Enum:
     case ID_DBFieldType_EnumNumeric:
     case ID_DBFieldType_EnumMulti:
-      c.value = c.text;
-      return c;
+      rCell.text = f.TEXT(v, pColumn.mode);
+      rCell.value = Variant();
+      return;
     case ID_DBFieldType_Reference:
     case ID_DBFieldType_ReferenceNumeric:
-      if (c.text.empty()) c.text = "-/-";
-      c.value = c.text;
-      return c;
+      // Through the database, so the host's value event sees the value first.
+      rCell.text = db_.FIELDTEXT_GET(pID, f.ID, pColumn.mode);
+      if (rCell.text.empty()) rCell.text = "-/-";
+      rCell.value = Variant();
+      return;
     default:
       break;
   }
-  c.value = c.text;
-  double d;
-  if (pColumn.textByName || hShaped(c.text, "##:##")) {
-    c.format = ExportFormat::Text;
-  } else if (hShaped(c.text, "##.##.####")) {
-    c.format = ExportFormat::Date;
-    if (date::Parse(c.text, d)) c.value = Variant::Date(d);
+  rCell.text = f.TEXT(v, pColumn.mode);
+  rCell.value = Variant();
+  if (pColumn.textByName || hShaped(rCell.text, "##:##")) {
+    rCell.format = ExportFormat::Text;
+  } else if (hShaped(rCell.text, "##.##.####")) {
+    rCell.format = ExportFormat::Date;
+    if (date::Parse(rCell.text, d)) rCell.value = Variant::Date(d);
   }
-  return c;
 }
 
-bool hExportRuleMatches(const std::string& pText, const Variant& pValue, std::string_view pCondition) {
-  std::string_view cond = text::Trim(pCondition);
-  if (cond.empty()) return true;
-  std::string_view op = "=";
-  for (std::string_view o : {"<>", "<=", ">=", "=", "<", ">"}) {
-    if (cond.substr(0, o.size()) == o) {
-      op = o;
-      cond = text::Trim(cond.substr(o.size()));
-      break;
+void cls_DBExport::hReadRules() {
+  using Sets = Rule::Sets;
+  for (const auto& f : view_->FORMATTING) {
+    // "_" and "." are alike in field names, as in queries.
+    int32_t no = db_.FIELDFIND(Variant(text::Replace(f.FIELD, "_", ".")));
+    if (!no) continue;
+    int32_t type = db_.FIELD(no)->TYPE;
+    auto add = [&](Sets sets, const std::string& colour, std::string_view condition) {
+      Rule r;
+      r.slot = fieldNos_.size();
+      fieldNos_.push_back(no);
+      r.sets = sets;
+      r.colour = colour;
+      condition = text::Trim(condition);
+      r.always = condition.empty();
+      if (!r.always) {
+        r.cond.READ("", Variant(std::string(condition)));
+        r.cond.PREPARE(type, db_.FIELD(no).get());
+      }
+      rules_.push_back(std::move(r));
+    };
+    if (!text::Trim(f.BOLD).empty()) add(Sets::Bold, "", f.BOLD);
+    // "#rrggbb", then the condition after a blank.
+    for (auto [sets, rule] : {std::pair{Sets::TextColor, &f.TEXTCOLOR}, std::pair{Sets::BackColor, &f.BACKCOLOR}}) {
+      std::string_view text = text::Trim(*rule);
+      if (text.empty()) continue;
+      size_t blank = text.find(' ');
+      add(sets, std::string(text.substr(0, blank)), blank == std::string_view::npos ? "" : text.substr(blank + 1));
     }
   }
-  int cmp;
-  double a, b;
-  if ((NumericValue(pValue, a) || ParseNumber(pText, a)) && ParseNumber(cond, b)) {
-    cmp = a < b ? -1 : a > b ? 1 : 0;
-  } else {
-    std::string l = text::UCase(pText), r = text::UCase(cond);
-    cmp = l < r ? -1 : l > r ? 1 : 0;
-  }
-  if (op == "=") return cmp == 0;
-  if (op == "<>") return cmp != 0;
-  if (op == "<") return cmp < 0;
-  if (op == ">") return cmp > 0;
-  if (op == "<=") return cmp <= 0;
-  return cmp >= 0;
 }
 
 void cls_DBExport::hFormatRow(ExportRow& rRow) {
-  for (const auto& rule : view_->FORMATTING) {
-    auto f = db_.FIELD(rule.FIELD);
-    if (!f) continue;
-    Variant value = db_.ENTRYFIELD_GET(rRow.id, f->ID);
-    std::string text = db_.FIELDTEXT_GET(rRow.id, f->ID);
-    if (!rule.BOLD.empty() && hExportRuleMatches(text, value, rule.BOLD)) rRow.bold = true;
-    // "#rrggbb" then an optional condition after a blank.
-    auto colour = [&](const std::string& rule, std::string& rOut) {
-      if (rule.empty()) return;
-      size_t blank = rule.find(' ');
-      std::string c = rule.substr(0, blank);
-      std::string_view cond = blank == std::string::npos ? std::string_view() : std::string_view(rule).substr(blank + 1);
-      if (hExportRuleMatches(text, value, cond)) rOut = c;
-    };
-    colour(rule.TEXTCOLOR, rRow.textColor);
-    colour(rule.BACKCOLOR, rRow.backColor);
+  rRow.bold = false;
+  rRow.textColor.clear();
+  rRow.backColor.clear();
+  rRow.style = 0;
+  if (rules_.empty()) return;
+  for (const auto& r : rules_) {
+    // The same typed value ENTRYQUERY tests.
+    if (!r.always && !r.cond.TEST(values_[r.slot])) continue;
+    switch (r.sets) {
+      case Rule::Sets::Bold: rRow.bold = true; break;
+      case Rule::Sets::TextColor: rRow.textColor = r.colour; break;
+      case Rule::Sets::BackColor: rRow.backColor = r.colour; break;
+    }
   }
+  for (size_t i = 0; i < styles_.size(); ++i) {
+    const auto& [bold, text, back] = styles_[i];
+    if (bold == rRow.bold && text == rRow.textColor && back == rRow.backColor) {
+      rRow.style = static_cast<uint32_t>(i);
+      return;
+    }
+  }
+  rRow.style = static_cast<uint32_t>(styles_.size());
+  styles_.emplace_back(rRow.bold, rRow.textColor, rRow.backColor);
+}
+
+void cls_DBExport::hFill(ExportRow& rRow, const Variant& pID, int32_t pPos, int64_t pNumber, bool pNumberTexts) {
+  rRow.id = pID;
+  rRow.number = pNumber;
+  rRow.cells.resize(table_.columns.size());
+  db_.ENTRYVALUES(pPos, reader_, values_);
+  for (size_t c = 0; c < table_.columns.size(); ++c) {
+    const ExportColumn& col = table_.columns[c];
+    ExportCell& cell = rRow.cells[c];
+    if (!col.field) {
+      cell.text = std::to_string(pNumber);
+      cell.value = static_cast<double>(pNumber);
+      cell.align = ExportAlign::Right;
+      cell.format = ExportFormat::None;
+    } else {
+      hCell(cell, col, pID, values_[c], pNumberTexts);
+    }
+  }
+  hFormatRow(rRow);
 }
 
 ExportRow cls_DBExport::ROW(const Variant& pID, int64_t pNumber) {
   ExportRow row;
-  row.id = pID;
-  row.number = pNumber;
-  row.cells.reserve(table_.columns.size());
-  for (const auto& col : table_.columns) {
-    if (!col.field) {
-      ExportCell c;
-      c.text = std::to_string(pNumber);
-      c.value = static_cast<double>(pNumber);
-      c.align = ExportAlign::Right;
-      row.cells.push_back(std::move(c));
-    } else {
-      row.cells.push_back(hCell(col, pID));
-    }
-  }
-  if (!view_->FORMATTING.empty()) hFormatRow(row);
+  hFill(row, pID, db_.ENTRYPOSITION(pID), pNumber, true);
   return row;
 }
 
+std::string cls_DBExport::CELLTEXT(size_t pColumn, const Variant& pID) {
+  const ExportColumn& col = table_.columns.at(pColumn);
+  if (!col.field) return std::string();
+  ExportCell cell;
+  db_.ENTRYVALUES(db_.ENTRYPOSITION(pID), db_.ENTRYREADER({col.no}), values_);
+  hCell(cell, col, pID, values_[0], true);
+  return cell.text;
+}
+
 void cls_DBExport::WALK(const std::vector<ExportSink*>& pSinks) {
-  for (auto* s : pSinks) s->BEGIN(table_);
+  bool numberTexts = false;
+  for (auto* s : pSinks) {
+    s->BEGIN(table_);
+    numberTexts = numberTexts || s->NUMBERTEXTS();
+  }
   const auto& progress = db_.EXPORTPROGRESS_GET();
   int64_t total = table_.rows;
+  ExportRow row;  // one row refilled, so its texts keep their capacity
   for (int64_t i = 0; i < total; ++i) {
     db_.DEBUGTRACK_LET("EXPORT-ROW", static_cast<int32_t>(i + 1), static_cast<int32_t>(total));
-    ExportRow row = ROW(ids_[static_cast<size_t>(i)], i + 1);
+    const Variant& id = ids_[static_cast<size_t>(i)];
+    hFill(row, id, allInOrder_ ? static_cast<int32_t>(i) : db_.ENTRYPOSITION(id), i + 1, numberTexts);
     for (auto* s : pSinks) s->ROW(row);
     if (!quiet_ && progress && ((i + 1) % kProgressStep == 0 || i + 1 == total)) progress(i + 1, total);
   }

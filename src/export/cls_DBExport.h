@@ -16,7 +16,14 @@
 //   other types, text "##.##.####" left    Date      (a date when it is one)
 //
 // A row is bold, coloured or shaded when the view's formatting rules of a field match the row's
-// value of that field (BOLD is a condition; TEXTCOLOR / BACKCOLOR are "#rrggbb [condition]").
+// value of that field (BOLD is a condition; TEXTCOLOR / BACKCOLOR are "#rrggbb [condition]"). The
+// conditions are read by cls_DBCondition, the reader behind ENTRYQUERY, so a rule marks exactly
+// the rows that ENTRYQUERY with the same field and condition returns; a rule without a
+// condition marks every row.
+//
+// Values come straight from the entry table, each entry's fields read in one pass (ENTRYREADER, ENTRYVALUES);
+// no per-cell field lookup and no whole-column copies. Sinks that write typed numbers and dates (the workbook)
+// say so through NUMBERTEXTS() and are spared the display text of those cells.
 //
 // Threads: as the database, on the thread that owns it.
 #pragma once
@@ -24,9 +31,11 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "database/cls_DB.h"
+#include "query/cls_DBCondition.h"
 
 namespace rykel {
 
@@ -37,13 +46,15 @@ struct ExportColumn {
   std::string name;         // header text (the field's NAME, else its ID)
   int32_t width = 100;      // pixels, from the view
   DBFieldPtr field;         // null for the running-number column
+  int32_t no = 0;           // the field's 1-based number (0 for the running-number column)
   int32_t mode = 0;         // value mode of choice fields
   bool textByName = false;  // phone, fax, mobile and postal-code columns stay text
+  ExportAlign align = ExportAlign::Left;  // of the column's values (and so of its header)
 };
 
 struct ExportCell {
   std::string text;         // display text (UTF-8, not escaped)
-  Variant value;            // typed value: number, date, boolean or text
+  Variant value;            // typed value of number and date cells; Empty where the text is the value
   ExportAlign align = ExportAlign::Left;
   ExportFormat format = ExportFormat::None;
 };
@@ -55,6 +66,7 @@ struct ExportRow {
   bool bold = false;
   std::string textColor;    // "#rrggbb" or ""
   std::string backColor;
+  uint32_t style = 0;       // small number naming the (bold, textColor, backColor) triple; 0 = plain
 };
 
 // What every exporter sees before the rows.
@@ -74,6 +86,9 @@ class ExportSink {
   virtual void BEGIN(const ExportTable& pTable) = 0;
   virtual void ROW(const ExportRow& pRow) = 0;
   virtual void END() = 0;
+  // False when the sink writes number and date cells from their typed value only, so their
+  // display text need not be made.
+  virtual bool NUMBERTEXTS() const { return true; }
 };
 
 class cls_DBExport {
@@ -86,6 +101,8 @@ class cls_DBExport {
   const DBViewPtr& VIEW() const { return view_; }
   // One row, as the sinks get it.
   ExportRow ROW(const Variant& pID, int64_t pNumber);
+  // The display text of one column of an entry (the split column of the workbook's sheets).
+  std::string CELLTEXT(size_t pColumn, const Variant& pID);
   // Feeds every sink: BEGIN, one ROW per entry, END. Reports progress unless "NOOSD".
   void WALK(const std::vector<ExportSink*>& pSinks);
 
@@ -93,18 +110,34 @@ class cls_DBExport {
   static std::string hColorText(int32_t pColor);
 
  private:
-  ExportCell hCell(const ExportColumn& pColumn, const Variant& pID);
+  // One prepared formatting rule: a field, what it sets and the condition (none: every row).
+  struct Rule {
+    enum class Sets : uint8_t { Bold, TextColor, BackColor };
+    size_t slot = 0;  // where the field's value is in the row's values
+    Sets sets = Sets::Bold;
+    std::string colour;
+    bool always = false;
+    cls_DBCondition cond;
+  };
+  void hReadRules();
+  void hFill(ExportRow& rRow, const Variant& pID, int32_t pPos, int64_t pNumber, bool pNumberTexts);
+  void hCell(ExportCell& rCell, const ExportColumn& pColumn, const Variant& pID, const Variant& pValue,
+             bool pNumberTexts);
   void hFormatRow(ExportRow& rRow);
 
   cls_DB& db_;
   DBViewPtr view_;
   std::vector<Variant> ids_;
+  bool allInOrder_ = false;  // ids_ are every entry in table order, so an id's position is its index
   ExportTable table_;
   bool index_ = false, quiet_ = false;
+  std::vector<Rule> rules_;
+  // The field numbers read per entry: one per column (0 for the running number), then the rules'.
+  std::vector<int32_t> fieldNos_;
+  cls_DB::EntryReader reader_;
+  std::vector<Variant> values_;
+  // Row style triples met so far; the index is ExportRow::style.
+  std::vector<std::tuple<bool, std::string, std::string>> styles_{{false, "", ""}};
 };
-
-// True when a text meets a rule condition: "" always; "=x" or "x" equal (case-blind); "<>x" not
-// equal; "<x", ">x", "<=x", ">=x" compare as numbers when both sides are numbers, else as texts.
-bool hExportRuleMatches(const std::string& pText, const Variant& pValue, std::string_view pCondition);
 
 }  // namespace rykel

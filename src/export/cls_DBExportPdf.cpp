@@ -161,7 +161,7 @@ void cls_DBExportPdf::END() {
       double x = x0 + padOuter;
       for (size_t c = 0; c < cells.size() && c < widths.size(); ++c) {
         hText(cr, layout, cells[c], x + padX, y + padY, widths[c] - 2 * padX,
-              bold ? PANGO_ALIGN_LEFT : toPango(c < aligns_.size() ? aligns_[c] : ExportAlign::Left));
+              toPango(c < aligns_.size() ? aligns_[c] : ExportAlign::Left));  // headers sit over their values
         if (separators && c > 0) {
           cairo_move_to(cr, x, y);
           cairo_line_to(cr, x, y + rowH);

@@ -3,6 +3,7 @@
 #include <xlsxwriter.h>
 
 #include <algorithm>
+#include <cmath>
 #include <set>
 
 #include "frame/DateTime.h"
@@ -20,10 +21,30 @@ constexpr size_t kMaxColumnChars = 60;
 constexpr size_t kMaxCellChars = 32767;  // the most a cell holds
 constexpr uint8_t kShortDateIndex = 14;  // the program's built-in short date
 constexpr uint8_t kTextIndex = 49;       // "@"
+constexpr uint8_t kPaperA4 = 9;
+constexpr double kMarginInches = 15 / 25.4;
+constexpr double kFootMarginInches = 10 / 25.4;
+constexpr double kFooterInches = 4 / 25.4;
 
 lxw_color_t hColor(const std::string& pText) {
   if (pText.size() != 7 || pText[0] != '#') return LXW_COLOR_BLACK;
   return static_cast<lxw_color_t>(std::stoul(pText.substr(1), nullptr, 16));
+}
+
+// The characters a number or date cell shows under its format, without making its text:
+// thousands groups, two decimals, the sign and the format's trailing blank.
+size_t hShownLength(const ExportCell& pCell) {
+  if (pCell.format == ExportFormat::Date || pCell.value.isDate()) return 10;
+  double d = std::fabs(pCell.value.rawDouble());
+  size_t digits = 1;
+  for (double limit = 10; d >= limit && digits < 16; limit *= 10) ++digits;
+  size_t n = digits + (digits - 1) / 3 + 2;
+  if (pCell.format == ExportFormat::Decimal) n += 3;
+  return n;
+}
+
+uint8_t hAlign(ExportAlign pAlign) {
+  return pAlign == ExportAlign::Right ? LXW_ALIGN_RIGHT : pAlign == ExportAlign::Center ? LXW_ALIGN_CENTER : LXW_ALIGN_LEFT;
 }
 
 void hCheck(lxw_error e, const std::string& what) {
@@ -72,11 +93,10 @@ cls_DBExportWorkbook::~cls_DBExportWorkbook() {
 }
 
 lxw_format* cls_DBExportWorkbook::hFormat(const ExportCell& pCell, const ExportRow& pRow) {
-  std::string key = std::to_string(static_cast<int>(pCell.format)) + static_cast<char>('0' + static_cast<int>(pCell.align)) +
-                    (pRow.bold ? "B" : "-") + pRow.textColor + "/" + pRow.backColor;
-  auto it = formats_.find(key);
-  if (it != formats_.end()) return it->second;
-  lxw_format* f = workbook_add_format(wb_);
+  if (pRow.style >= formats_.size()) formats_.resize(pRow.style + 1, {});
+  lxw_format*& f = formats_[pRow.style][static_cast<size_t>(pCell.format) * 3 + static_cast<size_t>(pCell.align)];
+  if (f) return f;
+  f = workbook_add_format(wb_);
   switch (pCell.format) {
     case ExportFormat::Integer: format_set_num_format(f, "#,##0_ ;[Red]\\-#,##0\\ "); break;
     case ExportFormat::Decimal: format_set_num_format(f, "#,##0.00_ ;[Red]\\-#,##0.00\\ "); break;
@@ -84,8 +104,7 @@ lxw_format* cls_DBExportWorkbook::hFormat(const ExportCell& pCell, const ExportR
     case ExportFormat::Text: format_set_num_format_index(f, kTextIndex); break;
     case ExportFormat::None: break;
   }
-  format_set_align(f, pCell.align == ExportAlign::Right ? LXW_ALIGN_RIGHT
-                      : pCell.align == ExportAlign::Center ? LXW_ALIGN_CENTER : LXW_ALIGN_LEFT);
+  format_set_align(f, hAlign(pCell.align));
   format_set_align(f, LXW_ALIGN_VERTICAL_TOP);
   if (pRow.bold) format_set_bold(f);
   if (!pRow.textColor.empty()) format_set_font_color(f, hColor(pRow.textColor));
@@ -93,7 +112,6 @@ lxw_format* cls_DBExportWorkbook::hFormat(const ExportCell& pCell, const ExportR
     format_set_pattern(f, LXW_PATTERN_SOLID);
     format_set_bg_color(f, hColor(pRow.backColor));
   }
-  formats_.emplace(key, f);
   return f;
 }
 
@@ -124,11 +142,22 @@ void cls_DBExportWorkbook::hBeginSheet(Sheet& rSheet, const std::string& pTitle)
   }
   rSheet.headerRow = r;
   for (size_t c = 0; c < cols.size(); ++c) {
-    hCheck(worksheet_write_string(rSheet.ws, r, static_cast<lxw_col_t>(c), cols[c].name.c_str(), header_),
+    hCheck(worksheet_write_string(rSheet.ws, r, static_cast<lxw_col_t>(c), cols[c].name.c_str(),
+                                  header_[static_cast<size_t>(cols[c].align)]),
            "cannot write the column header");
     rSheet.widths[c] = text::Len(cols[c].name) + 3;  // room for the filter button
   }
   worksheet_freeze_panes(rSheet.ws, r + 1, 0);
+  // Printed: A4 landscape, as wide as one page, title band and header on every page, the page
+  // margins of the layout defaults (15 mm, 10 mm at the foot) and the status line's page count.
+  worksheet_set_paper(rSheet.ws, kPaperA4);
+  worksheet_set_landscape(rSheet.ws);
+  worksheet_fit_to_pages(rSheet.ws, 1, 0);
+  worksheet_repeat_rows(rSheet.ws, 0, r);
+  worksheet_set_margins(rSheet.ws, kMarginInches, kMarginInches, kMarginInches, kFootMarginInches);
+  lxw_header_footer_options foot{};
+  foot.margin = kFooterInches;
+  worksheet_set_footer_opt(rSheet.ws, "&LSeite &P von &N", &foot);
   rSheet.row = r + 1;
 }
 
@@ -154,11 +183,14 @@ void cls_DBExportWorkbook::BEGIN(const ExportTable& pTable) {
   format_set_bg_color(date_, colour);
   format_set_font_color(date_, LXW_COLOR_WHITE);
   format_set_align(date_, LXW_ALIGN_RIGHT);
-  header_ = workbook_add_format(wb_);
-  format_set_bold(header_);
-  format_set_font_color(header_, colour);
-  format_set_pattern(header_, LXW_PATTERN_SOLID);
-  format_set_bg_color(header_, 0xF2F2F2);
+  for (auto align : {ExportAlign::Left, ExportAlign::Center, ExportAlign::Right}) {
+    lxw_format* h = header_[static_cast<size_t>(align)] = workbook_add_format(wb_);
+    format_set_bold(h);
+    format_set_font_color(h, colour);
+    format_set_pattern(h, LXW_PATTERN_SOLID);
+    format_set_bg_color(h, 0xF2F2F2);
+    format_set_align(h, hAlign(align));
+  }
 
   bool split = split_ >= 0 && !values_.empty();
   auto sheets = hSheetPlan(pTable.titleText, split ? values_ : std::vector<std::string>{});
@@ -192,7 +224,7 @@ void cls_DBExportWorkbook::hWriteRow(Sheet& rSheet, const ExportRow& pRow) {
       }
     }
     if (e != LXW_NO_ERROR) hCheck(e, "cannot write row " + std::to_string(r + 1));
-    size_t len = cell.format == ExportFormat::Date ? 10 : text::Len(cell.text);
+    size_t len = cell.text.empty() && (cell.value.isNumber() || cell.value.isDate()) ? hShownLength(cell) : text::Len(cell.text);
     if (len > rSheet.widths[c]) rSheet.widths[c] = len;
   }
 }

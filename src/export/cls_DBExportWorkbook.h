@@ -17,6 +17,7 @@
 // which the walk does.
 #pragma once
 
+#include <array>
 #include <map>
 #include <string>
 #include <vector>
@@ -40,6 +41,7 @@ class cls_DBExportWorkbook : public ExportSink {
   void ROW(const ExportRow& pRow) override;
   // Finishes every sheet and writes the file. Raises kFileIO when the file cannot be written.
   void END() override;
+  bool NUMBERTEXTS() const override { return false; }
 
   // A value as a sheet name: forbidden characters removed, at most 31 characters.
   static std::string hSheetName(const std::string& pValue);
@@ -67,8 +69,11 @@ class cls_DBExportWorkbook : public ExportSink {
   lxw_workbook* wb_ = nullptr;
   std::vector<Sheet> sheets_;                  // "Alle" first, then one per value
   std::map<std::string, size_t> sheetByValue_;  // shown value -> index into sheets_
-  std::map<std::string, lxw_format*> formats_;
-  lxw_format *band_ = nullptr, *title_ = nullptr, *date_ = nullptr, *header_ = nullptr;
+  // Cell formats by row style, then by number format and alignment; made on first use.
+  static constexpr size_t kCellKinds = 5 * 3;
+  std::vector<std::array<lxw_format*, kCellKinds>> formats_;
+  lxw_format *band_ = nullptr, *title_ = nullptr, *date_ = nullptr;
+  std::array<lxw_format*, 3> header_{};  // by the column's alignment
 };
 
 }  // namespace rykel

@@ -113,7 +113,7 @@ bool cls_DB::EXPORTEXCEL(const Variant& pView, const std::string& pFile, const I
         // The sheets split by a shown column, so each row's text is the one on its sheet.
         if (split < 0) Raise(err::kInvalidCall, "TABFILTER '" + tab + "' is not a column of the view");
         std::set<std::string> seen;
-        for (const auto& id : walk.IDS()) seen.insert(walk.ROW(id, 0).cells[static_cast<size_t>(split)].text);
+        for (const auto& id : walk.IDS()) seen.insert(walk.CELLTEXT(static_cast<size_t>(split), id));
         values.assign(seen.begin(), seen.end());
       }
     }

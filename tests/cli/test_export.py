@@ -35,6 +35,49 @@ class DbExportCommandTest(unittest.TestCase):
                     self.assertEqual(f.read(len(magic)), magic)
         self.assertEqual(run("db", "show", self.out("copy.ry-dbb")).stdout, run("db", "show", self.db).stdout)
 
+    def test_filter_and_sort(self):
+        out = self.out("f.htm")
+        r = run("db", "export", self.db, "--format", "htm", "--out", out, "--where", "CITY=Berlin", "--sort", "NAME",
+                "--rev")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        with open(out, encoding="cp1252") as f:
+            text = f.read()
+        self.assertLess(text.index(">Clara<"), text.index(">Anna<"))  # descending by name
+        self.assertNotIn("Bernd", text)
+        r = run("db", "export", self.db, "--format", "htm", "--out", out, "--where", "CITY=Köln", "--where",
+                "NAME=Anna", "--or")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        with open(out, encoding="cp1252") as f:
+            text = f.read()
+        self.assertIn(">Bernd<", text)
+        self.assertIn(">Anna<", text)
+        self.assertNotIn(">Clara<", text)
+        self.assertNotEqual(run("db", "export", self.db, "--out", out, "--where", "nocondition").returncode, 0)
+
+    def test_progress_bar_on_a_terminal(self):
+        master, slave = os.openpty()
+        try:
+            r = subprocess.run([CLI, "db", "export", self.db, "--format", "htm", "--out", self.out("t.htm")],
+                               stdout=subprocess.PIPE, stderr=slave, text=True)
+            os.close(slave)
+            slave = None
+            shown = b""
+            while True:
+                try:
+                    chunk = os.read(master, 4096)
+                except OSError:  # the terminal is closed once everything is read
+                    break
+                if not chunk:
+                    break
+                shown += chunk
+        finally:
+            if slave is not None:
+                os.close(slave)
+            os.close(master)
+        self.assertEqual(r.returncode, 0)
+        self.assertIn(b"100% 3/3", shown)
+        self.assertIn(b"[" + b"#" * 30 + b"]", shown)
+
     def test_sheets_by_and_bad_arguments(self):
         r = run("db", "export", self.db, "--out", self.out("s.xlsx"), "--sheets-by", "CITY")
         self.assertEqual(r.returncode, 0, r.stderr)

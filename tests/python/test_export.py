@@ -1,3 +1,4 @@
+import csv
 import datetime
 import os
 import shutil
@@ -76,6 +77,14 @@ class WorkbookTest(unittest.TestCase):
         self.assertEqual(ws["F6"].alignment.horizontal, "right")
         self.assertEqual(ws["D7"].value, "0049")
         self.assertGreater(ws.column_dimensions["B"].width, 14)  # fitted to "Frankfurt a.M."
+        # Headers sit over their values; printed on A4 landscape, one page wide, band and header
+        # on every page, "Seite n von m" at the foot.
+        self.assertEqual([ws.cell(4, c).alignment.horizontal for c in (1, 6)], ["left", "right"])
+        self.assertEqual((ws.page_setup.orientation, ws.page_setup.paperSize), ("landscape", 9))
+        self.assertTrue(ws.sheet_properties.pageSetUpPr.fitToPage)
+        self.assertEqual((ws.page_setup.fitToWidth or 1, ws.page_setup.fitToHeight), (1, 0))
+        self.assertEqual(ws.print_title_rows.replace("$", ""), "1:4")
+        self.assertEqual(ws.oddFooter.left.text, "Seite &P von &N")
 
         berlin = wb["Berlin"]
         self.assertEqual(berlin["A2"].value, "Kontakte - Berlin")
@@ -128,25 +137,85 @@ class FileExportTest(unittest.TestCase):
         self.assertTrue(db.EXPORTFILE(1, htm, "HTML"))
         self.assertEqual(seen, [(4, 4)])
 
-    @unittest.skipIf(shutil.which("soffice") is None, "LibreOffice is not installed")
-    def test_libreoffice_reads_the_table(self):
-        db = people()
-        htm = os.path.join(self.dir.name, "lo.htm")
-        self.assertTrue(db.EXPORTFILE(1, htm, "HTM"))
-        profile = "file://" + os.path.join(self.dir.name, "profile")
-        # Without an import filter the office opens .htm as a text document, which has no CSV.
-        r = subprocess.run(["soffice", "--headless", "-env:UserInstallation=" + profile,
-                            "--infilter=calc_HTML_WebQuery", "--convert-to", "csv",
-                            "--outdir", self.dir.name, htm], capture_output=True, text=True, timeout=120)
-        self.assertEqual(r.returncode, 0, r.stderr)
-        with open(os.path.join(self.dir.name, "lo.csv"), encoding="utf-8", errors="replace") as f:
-            lines = f.read().splitlines()
-        self.assertEqual(lines[0].split(",")[:3], ["Name", "Stadt", "PLZ"])
-        # LibreOffice ignores the "mso-number-format" of the spreadsheet HTML dialect, so it reads
-        # the postal code 01067 as a number (only the other program keeps the zero); the rest of
-        # the row arrives as written.
-        self.assertEqual(lines[1].split(",")[:2], ["Anna", "Berlin"])
-        self.assertIn("030 123", lines[1])
+
+
+def soffice_csv(src, outdir, infilter=None):
+    """LibreOffice headless, with a profile of its own, turns src into CSV (comma, double quotes,
+    UTF-8, raw cell values rather than shown text) and returns its rows. LC_ALL=C gives the
+    program's English defaults, so a date comes back as mm/dd/yyyy, never as the text we wrote."""
+    profile = "file://" + os.path.join(outdir, "profile")
+    cmd = ["soffice", "--headless", "-env:UserInstallation=" + profile]
+    if infilter:
+        cmd.append("--infilter=" + infilter)
+    cmd += ["--convert-to", "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false", "--outdir", outdir, src]
+    env = dict(os.environ, LC_ALL="C")
+    r = subprocess.run(cmd, capture_output=True, text=True, timeout=180, env=env)
+    out = os.path.join(outdir, os.path.splitext(os.path.basename(src))[0] + ".csv")
+    if r.returncode != 0 or not os.path.exists(out):
+        raise AssertionError("soffice failed: %s %s" % (r.stdout, r.stderr))
+    with open(out, encoding="utf-8", newline="") as f:
+        return list(csv.reader(f))
+
+
+@unittest.skipIf(shutil.which("soffice") is None, "LibreOffice (soffice) is not installed: real-reader checks skipped")
+class LibreOfficeReadsTest(unittest.TestCase):
+    """The spreadsheet program reads back what we wrote: the workbook cell for cell, the HTML
+    table's texts (Windows-1252 bytes and numeric entities both)."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.dir = tempfile.TemporaryDirectory()
+        db = rykel.cls_DB()
+        fields = (("NAME", rykel.ID_DBFieldType_String, "Name"), ("ZIP", rykel.ID_DBFieldType_String, "PLZ"),
+                  ("PHONE", rykel.ID_DBFieldType_String, "Telefon"), ("BORN", rykel.ID_DBFieldType_Date, "Geboren"),
+                  ("NOTE", rykel.ID_DBFieldType_String, "Notiz"), ("AGE", rykel.ID_DBFieldType_Long, "Alter"),
+                  ("OK", rykel.ID_DBFieldType_Boolean, "Aktiv"))
+        for f, t, n in fields:
+            db.FIELDCREATE(f, t, n)
+            db.VIEW(1).COLUMNADD(f, 90)
+        rows = [("Jürgen Müller-Straße", "01067", "0221 123", datetime.datetime(1980, 5, 17), "12:30", 1234567, True),
+                ("Жанна € Ελένη", "00815", "+49 69 1", "", "01.02.2024", -3, False)]
+        for i, row in enumerate(rows, 1):
+            db.ENTRYADD(i)
+            for (f, _, _), v in zip(fields, row):
+                db.ENTRYFIELD_LET(i, f, v)
+        settings = {"TITLE.SHOW": True, "TITLE.TEXT": "Kunden Köln"}
+        d = cls.dir.name
+        assert db.EXPORTEXCEL(1, os.path.join(d, "k.xlsx"), None, settings)
+        assert db.EXPORTFILE(1, os.path.join(d, "k.htm"), "HTM", None, settings)
+        cls.xlsx = soffice_csv(os.path.join(d, "k.xlsx"), d)
+        cls.htm = soffice_csv(os.path.join(d, "k.htm"), d, "HTML (StarCalc)")
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.dir.cleanup()
+
+    def test_workbook_values_come_back(self):
+        rows = self.xlsx
+        self.assertEqual(rows[1][0], "Kunden Köln")
+        self.assertRegex(rows[1][-1], r"^Stand: \d\d\.\d\d\.\d{4} \d\d:\d\d$")
+        self.assertEqual(rows[3], ["Name", "PLZ", "Telefon", "Geboren", "Notiz", "Alter", "Aktiv"])
+        # Postal codes and phones keep their zeros and plus; the date field and the "dd.mm.yyyy"
+        # text are real dates (shown in the program's own form); "12:30" stays text, not a time.
+        self.assertEqual(rows[4], ["Jürgen Müller-Straße", "01067", "0221 123", "05/17/1980", "12:30", "1234567", "Ja"])
+        self.assertEqual(rows[5], ["Жанна € Ελένη", "00815", "+49 69 1", "", "02/01/2024", "-3", "Nein"])
+        self.assertEqual(len(rows), 6)
+
+    def test_html_texts_come_back(self):
+        rows = [[c.strip() for c in r] for r in self.htm]
+        self.assertEqual(rows[1][0], "Kunden Köln")
+        self.assertRegex(rows[1][-1], r"^Stand: \d\d\.\d\d\.\d{4} \d\d:\d\d$")
+        self.assertEqual(rows[3], ["Name", "PLZ", "Telefon", "Geboren", "Notiz", "Alter", "Aktiv"])
+        # Umlauts (Windows-1252 bytes), the euro sign (0x80) and Cyrillic and Greek (numeric
+        # entities) all arrive; the time-like text stays as written.
+        self.assertEqual(rows[4][0], "Jürgen Müller-Straße")
+        self.assertEqual(rows[5][0], "Жанна € Ελένη")
+        self.assertEqual(rows[4][2:5], ["0221 123", "17.05.1980", "12:30"])
+        self.assertEqual(rows[5][2], "+49 69 1")
+        self.assertEqual(rows[4][5:], ["1234567", "Ja"])
+        # The program's HTML import ignores the "mso-number-format" cell styles, so it reads
+        # "01067" as the number 1067; the workbook above is the form that keeps it.
+        self.assertEqual(rows[4][1].lstrip("0"), "1067")
 
 
 if __name__ == "__main__":
