@@ -2,7 +2,9 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "Commands.h"
 #include "database/cls_DB.h"
@@ -14,8 +16,9 @@ namespace rykel::cli {
 namespace {
 
 struct ExportArgs {
-  std::string db, format = "xlsx", out, view = "1", title, sheetsBy;
-  bool quiet = false;
+  std::string db, format = "xlsx", out, view = "1", title, sheetsBy, sort, then;
+  std::vector<std::string> filters;
+  bool quiet = false, rev = false;
 };
 
 // "[#####.....]  42% 4200/10000" redrawn in place on a terminal.
@@ -43,6 +46,11 @@ void AddDbExportCommand(CLI::App& app) {
   ex->add_option("--title", a.title, "title band text");
   ex->add_option("--sheets-by", a.sheetsBy, "xlsx: one more sheet per value of this field");
   ex->add_flag("--quiet", a.quiet, "no progress bar");
+  ex->add_option("--filter", a.filters, "FIELD=CONDITION: export only the entries that meet it (repeatable: all must)")
+      ->allow_extra_args(false);
+  ex->add_option("--sort", a.sort, "sort field of the exported entries");
+  ex->add_flag("--rev", a.rev, "sort descending");
+  ex->add_option("--then", a.then, "second sort field");
   ex->callback([] {
     SetNotifier([](const Notification& n) {
       std::fprintf(stderr, "rykel db export: %s\n", n.text.c_str());
@@ -67,9 +75,24 @@ void AddDbExportCommand(CLI::App& app) {
     Variant view = a.view;
     if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos) view = std::stoi(a.view);
     if (!db->VIEW(view)) throw CLI::ValidationError("--view", "no view '" + a.view + "'");
+    // The entries: every one in table order, or those a filter and sort choose.
+    cls_DB::IDList ids;
+    if (!a.filters.empty() || !a.sort.empty() || !a.then.empty()) {
+      auto filter = cls_Structure::New();
+      for (const auto& f : a.filters) {
+        auto eq = f.find('=');
+        if (eq == std::string::npos || eq == 0) throw CLI::ValidationError("--filter", "expected FIELD=CONDITION: " + f);
+        std::string field = f.substr(0, eq);
+        if (!db->FIELDEXISTS(field)) throw CLI::ValidationError("--filter", "no field '" + field + "'");
+        filter->ITEMBYID_LET(field, f.substr(eq + 1));
+      }
+      for (const auto& s : {a.sort, a.then})
+        if (!s.empty() && !db->FIELDEXISTS(s)) throw CLI::ValidationError("--sort", "no field '" + s + "'");
+      ids = db->ENTRYFILTERADVANCED(view, a.sort, a.then, false, filter, std::nullopt, a.rev);
+    }
     std::string format = text::UCase(a.format);
-    bool ok = format == "XLSX" ? db->EXPORTEXCEL(view, a.out, std::nullopt, settings)
-                               : db->EXPORTFILE(view, a.out, format, std::nullopt, settings);
+    bool ok = format == "XLSX" ? db->EXPORTEXCEL(view, a.out, ids, settings)
+                               : db->EXPORTFILE(view, a.out, format, ids, settings);
     if (!ok) {
       std::fprintf(stderr, "rykel db export: cannot write '%s'\n", a.out.c_str());
       std::exit(1);
