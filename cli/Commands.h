@@ -21,5 +21,7 @@ void AddQueryCommands(CLI::App& app);
 void AddDbExportCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
+// rykel help [TOPIC] and the manual page.
+void AddHelpCommand(CLI::App& app);
 
 }  // namespace rykel::cli
