@@ -50,6 +50,14 @@ Checked hList(const DBCall& c, std::string_view key, std::optional<IdList>& rLis
   return c.Fail("Id list expected", c.cmd + " " + std::string(key) + "=" + CStr(v));
 }
 
+// The LIST parameter's ids, every id in table order when it is empty.
+Checked hListOrAll(const DBCall& c, IdList& rIds) {
+  std::optional<IdList> list;
+  if (auto e = hList(c, "LIST", list)) return e;
+  rIds = list ? std::move(*list) : c.db.ENTRYALL_IDS();
+  return std::nullopt;
+}
+
 Variant hListValue(const IdList& ids) {
   auto out = cls_Structure::New();
   for (const auto& id : ids) out->ADD(id);
@@ -154,9 +162,8 @@ Variant hSort(const DBCall& c) {
 
 // Items START .. START+SIZE-1 of the list (1-based); every entry's ids when LIST is empty.
 Variant hLimit(const DBCall& c) {
-  std::optional<IdList> list;
-  if (auto e = hList(c, "LIST", list)) return *e;
-  IdList ids = list ? std::move(*list) : c.db.ENTRYALL_IDS();
+  IdList ids;
+  if (auto e = hListOrAll(c, ids)) return *e;
   int64_t start = std::max<int64_t>(1, CLng(c.p->ITEM_GET("START"))) - 1;
   int64_t count = std::max<int64_t>(0, CLng(c.p->ITEM_GET("SIZE")));
   int64_t size = static_cast<int64_t>(ids.size());
@@ -185,9 +192,8 @@ Variant hEntryCmd(const DBCall& c) {
 Variant hEntries(const DBCall& c) {
   std::vector<DBFieldPtr> fields;
   if (auto e = hFieldList(c, fields)) return *e;
-  std::optional<IdList> list;
-  if (auto e = hList(c, "LIST", list)) return *e;
-  IdList ids = list ? std::move(*list) : c.db.ENTRYALL_IDS();
+  IdList ids;
+  if (auto e = hListOrAll(c, ids)) return *e;
   bool html = c.Flag("HTML");
   auto out = cls_Structure::New();
   for (const auto& id : ids)
@@ -208,9 +214,8 @@ Variant hFields(const DBCall& c) {
 // counts in text order. TOP > 0 keeps that many.
 Variant hGroup(const DBCall& c) {
   if (auto e = hField(c, "FIELD")) return *e;
-  std::optional<IdList> list;
-  if (auto e = hList(c, "LIST", list)) return *e;
-  IdList ids = list ? std::move(*list) : c.db.ENTRYALL_IDS();
+  IdList ids;
+  if (auto e = hListOrAll(c, ids)) return *e;
   Variant field(c.Str("FIELD"));
   std::unordered_map<std::string, int32_t> counts;
   for (const auto& id : ids) ++counts[c.db.FIELDTEXT_GET(id, field)];
