@@ -22,12 +22,13 @@
 //   GROUP FIELD [LIST] [TOP]           structure of {VALUE, TOTAL}, most frequent first
 // Errors (recorded in ERRORLIST, the command yields the error text): "Database not found: file",
 // "Database error: <open message>", "No database open: <command>", "Unknown database: name",
-// "Unknown field: name", "Id list expected: <command>", "DB function not supported: <command>".
+// "Unknown field: name", "Unknown entry: id", "Id list expected: <command>", "Filter structure
+// expected: <command>", "DB function not supported: <command>".
 // HTML texts carry "{" and "}" as character references, so values are never run as commands.
 //
 //   auto db = std::make_shared<rykel::mod_KELDB>();
 //   kel.MODULES->ADD(db);
-//   kel.PROCESS("{DB:OPEN contacts.ry-dbb}{DB:COUNT}");
+//   kel.PROCESS("{DB:OPEN \"contacts.ry-dbb\"}{DB:COUNT}");   // file names in quotes: "-" is an operator
 #pragma once
 
 #include <map>
