@@ -39,6 +39,7 @@ constexpr HelpTopic kTopics[] = {
      "entries: binary when the name ends in .ry-dbb, else the structure form.\n"
      "  rykel db new people.ry-dbb --field VORNAME:STRING --field PLZ:STRING\n"
      "  rykel db add people.ry-dbb VORNAME=Anna PLZ=01067\n"
+     "  rykel db fill people.ry-dbb -n 100 --seed 1        (random entries fitting the fields)\n"
      "  rykel db show people.ry-dbb          rykel db info people.ry-dbb\n"
      "Templates read databases with the DB module: {DB:OPEN \"file\"}, {DB:QUERY FIELD CONDITION},\n"
      "{DB:SORT LIST FIELD}, {DB:TEXT ID FIELD}; rykel render --db FILE opens one first.\n"
