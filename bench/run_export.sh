@@ -46,3 +46,21 @@ awk -v rows="$rows" -v xo="$(cat "$out/rykel_xlsx.out")" -v ho="$(cat "$out/ryke
            m["rykel_xlsx"] / m["c_constant"], m["rykel_xlsx"] / m["openpyxl"]
     printf "HTML path time / xlsx path time: %.2f\n", t["rykel_htm"] / t["rykel_xlsx"]
   }' "$out/export_runs.txt"
+
+# The LibreOffice Calc path of EXPORTEXCEL on the same rows (office start, transfer, formatting and
+# the office's own .xlsx writer) against the built-in writer above.
+if command -v soffice >/dev/null; then
+  run rykel_calc build/bench/bench_export calc "$out/w5_calc.xlsx" "$rows" >"$out/export_calc.txt"
+  awk -v rows="$rows" -v co="$(cat "$out/rykel_calc.out")" -v xo="$(cat "$out/rykel_xlsx.out")" '
+    FNR == NR { t[$1] = $2; m[$1] = $3 / 1024; next }
+    { t[$1] = $2; m[$1] = $3 / 1024 }
+    END {
+      split(co, c, /[= ]/); split(xo, x, /[= ]/)
+      printf "\nEXPORTEXCEL through LibreOffice Calc, %d rows x 8 fields\n", rows
+      printf "%-28s %8.2f %10.1f   (%s)\n", "rykel_calc", t["rykel_calc"], m["rykel_calc"], co
+      printf "time ratio Calc path / built-in writer: whole process %.2f   export alone %.2f\n",
+             t["rykel_calc"] / t["rykel_xlsx"], c[4] / x[4]
+    }' "$out/export_runs.txt" "$out/export_calc.txt"
+else
+  echo "LibreOffice Calc is not installed: the Calc path is not timed (scripts/setup installs it)"
+fi

@@ -16,7 +16,7 @@ namespace rykel::cli {
 namespace {
 
 struct ExportArgs {
-  std::string db, format = "xlsx", out, view = "1", title, sheetsBy, sort, then;
+  std::string db, format = "xlsx", out, view = "1", title, sheetsBy, password, office, sort, then;
   std::vector<std::string> filters;
   bool quiet = false, rev = false;
 };
@@ -39,12 +39,14 @@ void AddDbExportCommand(CLI::App& app) {
   auto* dbc = app.get_subcommand("db");
   auto* ex = dbc->add_subcommand("export", "Write a view's entries as a workbook, HTML table, batch file, PDF or database");
   ex->add_option("DB", a.db, "database file")->required();
-  ex->add_option("--format", a.format, "xlsx, htm, bat, pdf or db")
-      ->check(CLI::IsMember({"xlsx", "htm", "html", "bat", "cmd", "pdf", "db"}, CLI::ignore_case));
+  ex->add_option("--format", a.format, "xlsx, xls, htm, bat, pdf or db")
+      ->check(CLI::IsMember({"xlsx", "xls", "htm", "html", "bat", "cmd", "pdf", "db"}, CLI::ignore_case));
   ex->add_option("--out", a.out, "target file")->required();
   ex->add_option("--view", a.view, "view number or ID (default: the first)");
   ex->add_option("--title", a.title, "title band text");
   ex->add_option("--sheets-by", a.sheetsBy, "xlsx: one more sheet per value of this field");
+  ex->add_option("--password", a.password, "xlsx, xls: encrypt the workbook with this file-open password (through LibreOffice)");
+  ex->add_option("--office", a.office, "xlsx, xls: build the workbook in this LibreOffice program (default for xls and --password: soffice)");
   ex->add_flag("--quiet", a.quiet, "no progress bar");
   ex->add_option("--filter", a.filters, "FIELD=CONDITION: export only the entries that meet it (repeatable: all must)")
       ->allow_extra_args(false);
@@ -71,6 +73,11 @@ void AddDbExportCommand(CLI::App& app) {
       settings->ITEM_LET("SUBSHEET", true);
       settings->ITEM_LET("TABFILTER", a.sheetsBy);
     }
+    // xls, a password or a named office program take the LibreOffice path of EXPORTEXCEL.
+    if (!a.password.empty()) settings->ITEM_LET("EXCEL.PASSWORD", a.password);
+    if (!a.office.empty()) settings->ITEM_LET("EXCEL.PROGRAM", a.office);
+    std::string format = text::UCase(a.format);
+    if (format == "XLS" || format == "XLSX") settings->ITEM_LET("FORMAT", format);
     if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);
     Variant view = a.view;
     if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos) view = std::stoi(a.view);
@@ -90,9 +97,8 @@ void AddDbExportCommand(CLI::App& app) {
         if (!s.empty() && !db->FIELDEXISTS(s)) throw CLI::ValidationError("--sort", "no field '" + s + "'");
       ids = db->ENTRYFILTERADVANCED(view, a.sort, a.then, false, filter, std::nullopt, a.rev);
     }
-    std::string format = text::UCase(a.format);
-    bool ok = format == "XLSX" ? db->EXPORTEXCEL(view, a.out, ids, settings)
-                               : db->EXPORTFILE(view, a.out, format, ids, settings);
+    bool ok = format == "XLSX" || format == "XLS" ? db->EXPORTEXCEL(view, a.out, ids, settings)
+                                                  : db->EXPORTFILE(view, a.out, format, ids, settings);
     if (!ok) {
       std::fprintf(stderr, "rykel db export: cannot write '%s'\n", a.out.c_str());
       std::exit(1);

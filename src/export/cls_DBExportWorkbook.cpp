@@ -32,6 +32,25 @@ void hCheck(lxw_error e, const std::string& what) {
 
 }  // namespace
 
+std::vector<std::pair<std::string, std::string>> cls_DBExportWorkbook::hSheetPlan(
+    const std::string& pTitle, const std::vector<std::string>& pValues) {
+  std::set<std::string> taken;
+  auto unique = [&](std::string name) {
+    if (name.empty()) name = "Leer";
+    std::string candidate = name;
+    for (int n = 2; taken.count(text::UCase(candidate)); ++n) {
+      std::string suffix = std::to_string(n);
+      candidate = std::string(text::Left(name, kMaxSheetName - suffix.size())) + suffix;
+    }
+    taken.insert(text::UCase(candidate));
+    return candidate;
+  };
+  std::vector<std::pair<std::string, std::string>> plan{
+      {unique("Alle"), pTitle + (pValues.empty() ? "" : " - Gesamt")}};
+  for (const auto& v : pValues) plan.emplace_back(unique(hSheetName(v)), pTitle.empty() ? v : pTitle + " - " + v);
+  return plan;
+}
+
 std::string cls_DBExportWorkbook::hSheetName(const std::string& pValue) {
   std::string out;
   for (char c : pValue) {
@@ -141,25 +160,9 @@ void cls_DBExportWorkbook::BEGIN(const ExportTable& pTable) {
   format_set_pattern(header_, LXW_PATTERN_SOLID);
   format_set_bg_color(header_, 0xF2F2F2);
 
-  std::set<std::string> taken;
-  auto unique = [&](std::string name) {
-    if (name.empty()) name = "Leer";
-    std::string candidate = name;
-    for (int n = 2; taken.count(text::UCase(candidate)); ++n) {
-      std::string suffix = std::to_string(n);
-      candidate = std::string(text::Left(name, kMaxSheetName - suffix.size())) + suffix;
-    }
-    taken.insert(text::UCase(candidate));
-    return candidate;
-  };
   bool split = split_ >= 0 && !values_.empty();
-  std::vector<std::pair<std::string, std::string>> sheets{{unique("Alle"), pTable.titleText + (split ? " - Gesamt" : "")}};
-  if (split) {
-    for (const auto& v : values_) {
-      sheetByValue_[v] = sheets.size();
-      sheets.emplace_back(unique(hSheetName(v)), pTable.titleText.empty() ? v : pTable.titleText + " - " + v);
-    }
-  }
+  auto sheets = hSheetPlan(pTable.titleText, split ? values_ : std::vector<std::string>{});
+  for (size_t i = 0; split && i < values_.size(); ++i) sheetByValue_[values_[i]] = i + 1;
   sheets_.resize(sheets.size());
   for (size_t i = 0; i < sheets.size(); ++i) {
     sheets_[i].ws = workbook_add_worksheet(wb_, sheets[i].first.c_str());

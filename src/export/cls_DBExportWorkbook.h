@@ -43,6 +43,10 @@ class cls_DBExportWorkbook : public ExportSink {
 
   // A value as a sheet name: forbidden characters removed, at most 31 characters.
   static std::string hSheetName(const std::string& pValue);
+  // The sheets as (name, title): "Alle" first, then one per value in the given order, each name
+  // cleaned and made unique (case-blind) by a number; " - Gesamt" on "Alle" when there are values.
+  static std::vector<std::pair<std::string, std::string>> hSheetPlan(const std::string& pTitle,
+                                                                      const std::vector<std::string>& pValues);
 
  private:
   struct Sheet {

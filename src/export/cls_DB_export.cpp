@@ -5,6 +5,7 @@
 #include "database/DBEntryText.h"
 #include "database/cls_DB.h"
 #include "export/cls_DBExport.h"
+#include "export/cls_DBExportCalc.h"
 #include "export/cls_DBExportHtml.h"
 #include "export/cls_DBExportPdf.h"
 #include "export/cls_DBExportWorkbook.h"
@@ -30,6 +31,30 @@ bool hSetting(const StructurePtr& pSettings, const char* pKey) {
 void hShowInfo(const StructurePtr& pSettings, const std::string& pFile, int64_t pRows) {
   if (!hSetting(pSettings, "SHOWINFO")) return;
   Notify({"Export", "Export abgeschlossen: " + std::to_string(pRows) + " Einträge in " + pFile, "OK", "Information"});
+}
+
+// The spreadsheet program path of EXPORTEXCEL: taken when the settings ask for what only the
+// program does (a file-open password "EXCEL.PASSWORD", the older file format by "FORMAT" = "XLS"
+// or a ".xls" target) or name the program ("EXCEL.PROGRAM") or ask for it ("EXCEL.USEPROGRAM").
+// Otherwise the built-in writer makes the .xlsx.
+std::optional<CalcOptions> hCalcOptions(const StructurePtr& pSettings, const std::string& pFile) {
+  if (!pSettings) return std::nullopt;
+  CalcOptions o;
+  o.password = CStr(pSettings->ITEM_GET("EXCEL.PASSWORD"));
+  std::string format = text::UCase(CStr(pSettings->ITEM_GET("FORMAT")));
+  std::string ext = text::UCase(std::filesystem::path(pFile).extension().string());
+  o.oldFormat = format == "XLS" || (format.empty() && ext == ".XLS");
+  std::string program = CStr(pSettings->ITEM_GET("EXCEL.PROGRAM"));
+  if (!program.empty()) o.program = program;
+  Variant timeout = pSettings->ITEM_GET("EXCEL.TIMEOUT");
+  if (!timeout.isEmpty()) o.timeoutSeconds = CDbl(timeout);
+  if (o.password.empty() && !o.oldFormat && program.empty() && !hSetting(pSettings, "EXCEL.USEPROGRAM")) return std::nullopt;
+  return o;
+}
+
+bool hCannotStart() {
+  Notify({"Export", "Excel konnte nicht gestartet werden!", "OK", "Critical"});
+  return false;
 }
 
 }  // namespace
@@ -91,6 +116,16 @@ bool cls_DB::EXPORTEXCEL(const Variant& pView, const std::string& pFile, const I
         for (const auto& id : walk.IDS()) seen.insert(walk.ROW(id, 0).cells[static_cast<size_t>(split)].text);
         values.assign(seen.begin(), seen.end());
       }
+    }
+    if (auto calc = hCalcOptions(pSettings, pFile)) {
+      DEBUGTRACK_LET("EXPORTEXCEL-3");
+      cls_DBExportCalc office(pFile, *calc, split, std::move(values));
+      if (!office.START()) return hCannotStart();
+      walk.WALK({&office});
+      DEBUGTRACK_LET("EXPORTEXCEL-4");
+      if (!office.WRITE()) return hCannotStart();
+      hShowInfo(pSettings, pFile, table.rows);
+      return true;
     }
     bool constant = hSetting(pSettings, "CONSTANTMEMORY") || table.rows >= kConstantMemoryRows;
     DEBUGTRACK_LET("EXPORTEXCEL-2");

@@ -1,0 +1,182 @@
+#include "export/cls_DBExportCalc.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "export/OfficeProcess.h"
+#include "export/cls_DBExportWorkbook.h"
+#include "frame/Notifier.h"
+
+namespace rykel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A scratch folder that is also TMPDIR while it lives, so the office's profile folders land in
+// it and a test can see that none is left behind.
+struct Scratch {
+  fs::path path;
+  std::string oldTmp;
+  bool hadTmp;
+  std::vector<std::string> said;
+  Scratch() {
+    static int n = 0;
+    path = fs::temp_directory_path() / ("rykel_calc_" + std::to_string(::getpid()) + "_" + std::to_string(n++));
+    fs::create_directories(path);
+    const char* t = std::getenv("TMPDIR");
+    hadTmp = t != nullptr;
+    if (t) oldTmp = t;
+    ::setenv("TMPDIR", path.c_str(), 1);
+    SetNotifier([this](const Notification& note) {
+      said.push_back(note.text);
+      return std::string("OK");
+    });
+  }
+  ~Scratch() {
+    SetNotifier({});
+    if (hadTmp) ::setenv("TMPDIR", oldTmp.c_str(), 1);
+    else ::unsetenv("TMPDIR");
+    fs::remove_all(path);
+  }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+  size_t profiles() const {
+    size_t n = 0;
+    for (const auto& e : fs::directory_iterator(path)) n += e.path().filename().string().rfind("rykel-office-", 0) == 0;
+    return n;
+  }
+};
+
+DBPtr hSmall() {
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NAME", ID_DBFieldType_String, "Name");
+  db->FIELDCREATE("ZIP", ID_DBFieldType_String, "PLZ");
+  db->ENTRYADD(1);
+  db->ENTRYFIELD_LET(1, "NAME", "Anna");
+  db->ENTRYFIELD_LET(1, "ZIP", "01067");
+  return db;
+}
+
+StructurePtr hSettings(std::initializer_list<std::pair<const char*, Variant>> items) {
+  auto s = cls_Structure::New();
+  for (const auto& [k, v] : items) s->ITEM_LET(k, v);
+  return s;
+}
+
+std::string hRead(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+bool hOfficeInstalled() {
+  for (const char* dir : {"/usr/bin", "/usr/local/bin"}) {
+    if (fs::exists(fs::path(dir) / "soffice")) return true;
+  }
+  return false;
+}
+
+// True while pid names a live process (a zombie counts as gone).
+bool hAlive(pid_t pid) {
+  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+  std::string line;
+  if (!std::getline(stat, line)) return false;
+  size_t paren = line.rfind(')');
+  return paren != std::string::npos && paren + 2 < line.size() && line[paren + 2] != 'Z';
+}
+
+}  // namespace
+
+TEST(DBExportSheets, PlanCleansNamesKeepsThemUniqueAndTitlesThem) {
+  std::string longValue(40, 'x');
+  auto plan = cls_DBExportWorkbook::hSheetPlan("Liste", {"Alle", "Frankfurt a.M.", "a.b", "ab", "", longValue});
+  ASSERT_EQ(plan.size(), 7u);
+  EXPECT_EQ(plan[0], (std::pair<std::string, std::string>{"Alle", "Liste - Gesamt"}));
+  EXPECT_EQ(plan[1].first, "Alle2");  // the value "Alle" may not take the all-entries sheet's name
+  EXPECT_EQ(plan[2].first, "Frankfurt aM");
+  EXPECT_EQ(plan[2].second, "Liste - Frankfurt a.M.");  // the title keeps the value as it is
+  EXPECT_EQ(plan[3].first, "ab");
+  EXPECT_EQ(plan[4].first, "ab2");
+  EXPECT_EQ(plan[5].first, "Leer");
+  EXPECT_EQ(plan[6].first, std::string(31, 'x'));
+
+  auto alone = cls_DBExportWorkbook::hSheetPlan("", {});
+  ASSERT_EQ(alone.size(), 1u);
+  EXPECT_EQ(alone[0].second, "") << "no \" - Gesamt\" without split sheets";
+  EXPECT_EQ(cls_DBExportWorkbook::hSheetPlan("", {"Köln"})[1].second, "Köln");
+
+  // Case-blind: "ALLE" also clashes, and a cut name keeps room for its number.
+  auto clash = cls_DBExportWorkbook::hSheetPlan("", {"ALLE", longValue, longValue + "y"});
+  EXPECT_EQ(clash[1].first, "ALLE2");
+  EXPECT_EQ(clash[3].first, std::string(30, 'x') + "2");
+}
+
+TEST(DBExportCalc, FileUrlsEncodeWhatAUrlCannotHold) {
+  EXPECT_EQ(OfficeProcess::hFileUrl("/tmp/a b/Müller.xlsx"), "file:///tmp/a%20b/M%C3%BCller.xlsx");
+  EXPECT_EQ(OfficeProcess::hFileUrl("/x/./y/../z#1.xls"), "file:///x/z%231.xls");
+  std::string rel = OfficeProcess::hFileUrl("rel.xlsx");
+  EXPECT_EQ(rel, "file://" + (fs::current_path() / "rel.xlsx").string());
+}
+
+TEST(DBExportCalc, AnOfficeThatCannotStartGivesTheMessageAndFalse) {
+  Scratch dir;
+  auto db = hSmall();
+  std::string out = dir / "a.xlsx";
+  // Missing program, a program that exits at once, and one that never listens (killed by the
+  // time limit together with everything it started).
+  std::string hang = dir / "hang.sh";
+  std::string childPid = dir / "child.pid";
+  {
+    std::ofstream s(hang);
+    s << "#!/bin/sh\nsleep 60 &\necho $! > '" << childPid << "'\nexec sleep 60\n";
+  }
+  fs::permissions(hang, fs::perms::owner_all);
+  for (const std::string& program : {dir / "no-such-office", std::string("/bin/false"), hang}) {
+    SCOPED_TRACE(program);
+    dir.said.clear();
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(db->EXPORTEXCEL(1, out, std::nullopt, hSettings({{"EXCEL.PROGRAM", program}, {"EXCEL.TIMEOUT", 1}})));
+    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_LT(seconds, 20) << "the time limit ends a silent office";
+    EXPECT_EQ(dir.said, std::vector<std::string>{"Excel konnte nicht gestartet werden!"});
+    EXPECT_FALSE(fs::exists(out));
+    EXPECT_EQ(dir.profiles(), 0u) << "the profile folder is removed";
+  }
+  std::ifstream pidFile(childPid);
+  pid_t child = 0;
+  ASSERT_TRUE(pidFile >> child) << "the hanging office ran";
+  for (int i = 0; i < 100 && hAlive(child); ++i) ::usleep(10000);
+  EXPECT_FALSE(hAlive(child)) << "the whole process group is killed";
+}
+
+TEST(DBExportCalc, PasswordWorkbookIsEncryptedAndReplacesTheTarget) {
+  if (!cls_DBExportCalc::AVAILABLE() || !hOfficeInstalled()) {
+    GTEST_SKIP() << "LibreOffice Calc or its SDK is not installed (scripts/setup installs both)";
+  }
+  Scratch dir;
+  auto db = hSmall();
+  std::string out = dir / "geheim.xlsx";
+  { std::ofstream(out) << "old"; }
+  ASSERT_TRUE(db->EXPORTEXCEL(1, out, std::nullopt, hSettings({{"EXCEL.PASSWORD", "Geheim1"}})));
+  std::string bytes = hRead(out);
+  ASSERT_GE(bytes.size(), 512u);
+  EXPECT_EQ(bytes.substr(0, 4), std::string("\xD0\xCF\x11\xE0", 4)) << "a compound file, not a plain zip";
+  // The encrypted package's streams, named in UTF-16.
+  std::string info;
+  for (char c : std::string("EncryptionInfo")) info += std::string{c, '\0'};
+  EXPECT_NE(bytes.find(info), std::string::npos);
+  EXPECT_EQ(bytes.find("Anna"), std::string::npos) << "no cell text in the clear";
+  EXPECT_TRUE(dir.said.empty());
+  EXPECT_EQ(dir.profiles(), 0u);
+  EXPECT_FALSE(fs::exists(out + ".rykel-tmp"));
+}
+
+}  // namespace rykel

@@ -1,0 +1,166 @@
+"""EXPORTEXCEL through LibreOffice Calc: the real office, read back with openpyxl, msoffcrypto and
+the office's own CSV conversion."""
+import csv
+import datetime
+import io
+import os
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+import rykel
+
+try:
+    import openpyxl
+except ImportError:
+    openpyxl = None
+try:
+    import msoffcrypto
+except ImportError:
+    msoffcrypto = None
+
+OFFICE = shutil.which("soffice")
+NO_OFFICE = "LibreOffice Calc is not installed (scripts/setup installs libreoffice-calc-nogui)"
+
+
+def contacts():
+    db = rykel.cls_DB()
+    for fid, ftype, name in (("NAME", rykel.ID_DBFieldType_String, "Name"),
+                             ("CITY", rykel.ID_DBFieldType_String, "Stadt"),
+                             ("ZIP", rykel.ID_DBFieldType_String, "PLZ"),
+                             ("PHONE", rykel.ID_DBFieldType_String, "Telefon"),
+                             ("BORN", rykel.ID_DBFieldType_Date, "Geboren"),
+                             ("AGE", rykel.ID_DBFieldType_Long, "Alter"),
+                             ("NOTE", rykel.ID_DBFieldType_String, "Notiz")):
+        db.FIELDCREATE(fid, ftype, name)
+        db.VIEW(1).COLUMNADD(fid, 100)
+    rows = [("Anna", "Berlin", "01067", "030 123", datetime.datetime(1980, 5, 17), 44, "12:30"),
+            ("Bernd", "Frankfurt a.M.", "60311", "+49 69 1", datetime.datetime(1990, 1, 2), -1234, "24.12.2023"),
+            ("Clara Müller", "Berlin", "10115", "0049", None, 7, ""),
+            ("Dora", "Alle", "99999", "", None, 1, "Grüße €")]
+    for i, row in enumerate(rows, 1):
+        db.ENTRYADD(i)
+        for fid, value in zip(("NAME", "CITY", "ZIP", "PHONE", "BORN", "AGE", "NOTE"), row):
+            db.ENTRYFIELD_LET(i, fid, value if value is not None else "")
+    return db
+
+
+def to_csv(workbook, folder):
+    """The first sheet as rows of text, converted by a second office with its own profile."""
+    profile = os.path.join(folder, "csv-profile")
+    out = os.path.join(folder, "csv")
+    subprocess.run([OFFICE, "-env:UserInstallation=file://" + profile, "--headless", "--convert-to",
+                    "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false", "--outdir", out, workbook],
+                   check=True, capture_output=True, timeout=120)
+    name = os.path.splitext(os.path.basename(workbook))[0] + ".csv"
+    with open(os.path.join(out, name), encoding="utf-8", newline="") as f:
+        return list(csv.reader(f))
+
+
+class Reports:
+    def __init__(self, test):
+        self.said = []
+        rykel.SetNotifier(lambda caption, text, buttons, icon: self.said.append(text) or "OK")
+        test.addCleanup(rykel.SetNotifier, None)
+
+
+class MissingOfficeTest(unittest.TestCase):
+    def test_a_missing_program_gives_the_message_and_false(self):
+        with tempfile.TemporaryDirectory() as d:
+            reports = Reports(self)
+            out = os.path.join(d, "a.xlsx")
+            settings = {"EXCEL.PROGRAM": os.path.join(d, "no-office"), "EXCEL.PASSWORD": "x"}
+            self.assertFalse(contacts().EXPORTEXCEL(1, out, None, settings))
+            self.assertEqual(reports.said, ["Excel konnte nicht gestartet werden!"])
+            self.assertFalse(os.path.exists(out))
+            # Without any setting that needs the program, the built-in writer needs no office.
+            self.assertTrue(contacts().EXPORTEXCEL(1, out, None, {"EXCEL.TIMEOUT": 5}))
+            with open(out, "rb") as f:
+                self.assertEqual(f.read(2), b"PK")
+
+
+@unittest.skipIf(OFFICE is None, NO_OFFICE)
+@unittest.skipIf(openpyxl is None, "python3-openpyxl is not installed")
+class CalcWorkbookTest(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.addCleanup(self.dir.cleanup)
+
+    def path(self, name):
+        return os.path.join(self.dir.name, name)
+
+    def test_sheets_title_header_cells_and_filter(self):
+        out = self.path("kontakte.xlsx")
+        settings = {"EXCEL.USEPROGRAM": True, "TITLE.SHOW": True, "TITLE.TEXT": "Kontakte",
+                    "SUBSHEET": True, "TABFILTER": "CITY"}
+        self.assertTrue(contacts().EXPORTEXCEL(1, out, None, settings))
+        wb = openpyxl.load_workbook(out)
+        self.assertEqual(wb.sheetnames, ["Alle", "Alle2", "Berlin", "Frankfurt aM"])
+
+        ws = wb["Alle"]
+        self.assertEqual(ws["A2"].value, "Kontakte - Gesamt")
+        self.assertEqual(ws["A2"].font.sz, 18)
+        self.assertRegex(ws["G2"].value, r"^Stand: \d\d\.\d\d\.\d{4} \d\d:\d\d$")
+        self.assertEqual([c.value for c in ws[4]], ["Name", "Stadt", "PLZ", "Telefon", "Geboren", "Alter", "Notiz"])
+        self.assertTrue(all(c.font.b for c in ws[4]))
+        self.assertEqual(ws["A4"].fill.fgColor.rgb, "FFF2F2F2")
+        self.assertEqual(ws["A4"].font.color.rgb, "FF00659F")  # the default title colour
+        self.assertEqual(ws.auto_filter.ref, "A4:G8")
+
+        anna, bernd, clara, dora = ws[5], ws[6], ws[7], ws[8]
+        # Postal codes and phone numbers stay text: leading zeros and "+" survive.
+        self.assertEqual((anna[2].value, anna[3].value, bernd[3].value, clara[3].value),
+                         ("01067", "030 123", "+49 69 1", "0049"))
+        self.assertEqual(anna[2].number_format, "@")
+        # Numbers are numbers with thousands separators and red negatives, right-aligned.
+        self.assertEqual(bernd[5].value, -1234)
+        self.assertIn("[RED]", bernd[5].number_format.upper())
+        self.assertEqual(bernd[5].alignment.horizontal, "right")
+        # Dates are dates; a "##:##" text stays text; a "##.##.####" text becomes a date.
+        self.assertEqual(anna[4].value, datetime.datetime(1980, 5, 17))
+        self.assertEqual(anna[4].alignment.horizontal, "left")
+        self.assertEqual((anna[6].value, anna[6].number_format), ("12:30", "@"))
+        self.assertEqual(bernd[6].value, datetime.datetime(2023, 12, 24))
+        # Blanks are empty cells, not error cells; text keeps umlauts and the euro sign.
+        self.assertIsNone(clara[4].value)
+        self.assertIsNone(clara[6].value)
+        self.assertEqual((clara[0].value, dora[6].value), ("Clara Müller", "Grüße €"))
+
+        berlin = wb["Berlin"]
+        self.assertEqual(berlin["A2"].value, "Kontakte - Berlin")
+        self.assertEqual([r[0].value for r in berlin.iter_rows(min_row=5)], ["Anna", "Clara Müller"])
+        self.assertEqual(berlin.auto_filter.ref, "A4:G6")
+        self.assertEqual([r[0].value for r in wb["Alle2"].iter_rows(min_row=5)], ["Dora"])
+
+        rows = to_csv(out, self.dir.name)
+        self.assertEqual(rows[3][:3], ["Name", "Stadt", "PLZ"])
+        self.assertEqual(rows[4][:3], ["Anna", "Berlin", "01067"])
+        self.assertEqual(rows[5][5], "-1234")
+        self.assertEqual(rows[7][6], "Grüße €")
+
+    @unittest.skipIf(msoffcrypto is None, "python3-msoffcrypto-tool is not installed")
+    def test_password_encrypts_and_only_the_password_opens_it(self):
+        out = self.path("geheim.xlsx")
+        with open(out, "w") as f:
+            f.write("an older file")
+        self.assertTrue(contacts().EXPORTEXCEL(1, out, None, {"EXCEL.PASSWORD": "Sesam öffne"}))
+        with open(out, "rb") as f:
+            self.assertEqual(f.read(4), b"\xd0\xcf\x11\xe0")
+        with open(out, "rb") as f, self.assertRaises(Exception):
+            office = msoffcrypto.OfficeFile(f)
+            office.load_key(password="sesam öffne")
+            office.decrypt(io.BytesIO())
+        plain = io.BytesIO()
+        with open(out, "rb") as f:
+            office = msoffcrypto.OfficeFile(f)
+            office.load_key(password="Sesam öffne")
+            office.decrypt(plain)
+        ws = openpyxl.load_workbook(plain)["Alle"]
+        self.assertEqual([c.value for c in ws[1]][:3], ["Name", "Stadt", "PLZ"])
+        self.assertEqual(ws["C2"].value, "01067")
+        self.assertEqual(ws.max_row, 5)
+
+
+if __name__ == "__main__":
+    unittest.main()
