@@ -3,12 +3,24 @@
 
 #include <CLI/CLI.hpp>
 
+#include <memory>
 #include <string>
+#include <vector>
+
+#include "database/cls_DB.h"
+#include "structure/cls_Structure.h"
 
 namespace rykel::cli {
 
 // Reads a whole file, or standard input for "-". Raises a clear error when it cannot.
 std::string ReadInput(const std::string& path);
+
+// The filter structure of ENTRYFILTERADVANCED from "FIELD=CONDITION" texts (all must hold, or any
+// with pOr). A text without "=" or without a field, or (given pDB) a field pDB does not have, fails
+// with a usage error naming pOption.
+std::shared_ptr<rykel::cls_Structure> FilterFromConditions(const std::vector<std::string>& pConditions, bool pOr,
+                                                           const std::string& pOption,
+                                                           const rykel::cls_DB* pDB = nullptr);
 
 void AddClassesCommand(CLI::App& app);
 void AddStructCommands(CLI::App& app);
@@ -21,5 +33,7 @@ void AddQueryCommands(CLI::App& app);
 void AddDbExportCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
+// rykel help [TOPIC] and the manual page.
+void AddHelpCommand(CLI::App& app);
 
 }  // namespace rykel::cli

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,7 +49,8 @@ void AddDbExportCommand(CLI::App& app) {
   ex->add_option("--sheets-by", a.sheetsBy, "xlsx: one more sheet per value of this field");
   ex->add_option("--password", a.password, "xlsx, xls: encrypt the workbook with this file-open password (through LibreOffice)");
   ex->add_option("--office", a.office, "xlsx, xls: build the workbook in this LibreOffice program (default for xls and --password: soffice)");
-  ex->add_option("--where", a.where, "FIELD=CONDITION: export only entries that meet it (repeatable)");
+  ex->add_option("--filter,--where", a.where, "FIELD=CONDITION: export only entries that meet it (repeatable)")
+      ->allow_extra_args(false);
   ex->add_flag("--or", a.orMode, "with several --where: entries that meet any of them");
   ex->add_option("--sort", a.sort, "sort field");
   ex->add_flag("--rev", a.rev, "sort descending");
@@ -86,14 +88,10 @@ void AddDbExportCommand(CLI::App& app) {
     // Filter and sort as `rykel db filter` does, on top of the view's own filter; without them
     // the view's filter and sort decide.
     cls_DB::IDList ids;
-    if (!a.where.empty() || !a.sort.empty()) {
-      auto filter = cls_Structure::New();
-      for (const auto& c : a.where) {
-        size_t eq = c.find('=');
-        if (eq == std::string::npos || eq == 0) throw CLI::ValidationError("--where", "expected FIELD=CONDITION: " + c);
-        filter->ITEMBYID_LET(c.substr(0, eq), Variant(c.substr(eq + 1)));
-      }
-      if (a.orMode) filter->ITEMBYID_LET("MODE", "OR");
+    if (!a.where.empty() || !a.sort.empty() || !a.then.empty()) {
+      for (const auto& s : {a.sort, a.then})
+        if (!s.empty() && !db->FIELDEXISTS(s)) throw CLI::ValidationError("--sort", "no field '" + s + "'");
+      auto filter = FilterFromConditions(a.where, a.orMode, "--filter", db.get());
       ids = db->ENTRYFILTERADVANCED(view, a.sort, a.then, a.thenRev, filter, std::nullopt, a.rev);
     }
     if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);

@@ -45,6 +45,20 @@ void hPrint(cls_DB& db, const cls_DB::IdList& ids, bool show) {
 
 }  // namespace
 
+std::shared_ptr<cls_Structure> FilterFromConditions(const std::vector<std::string>& pConditions, bool pOr,
+                                                    const std::string& pOption, const cls_DB* pDB) {
+  auto f = cls_Structure::New();
+  for (const auto& c : pConditions) {
+    size_t eq = c.find('=');
+    if (eq == std::string::npos || eq == 0) throw CLI::ValidationError(pOption, "expected FIELD=CONDITION: " + c);
+    std::string field = c.substr(0, eq);
+    if (pDB && !pDB->FIELDEXISTS(field)) throw CLI::ValidationError(pOption, "no field '" + field + "'");
+    f->ITEMBYID_LET(field, Variant(c.substr(eq + 1)));
+  }
+  if (pOr) f->ITEMBYID_LET("MODE", "OR");
+  return f;
+}
+
 void AddQueryCommands(CLI::App& app) {
   static QueryArgs a;
   CLI::App* dbc = app.get_subcommand("db");
@@ -72,13 +86,7 @@ void AddQueryCommands(CLI::App& app) {
   filter->add_flag("--show", a.show, "print the entries as a table");
   filter->callback([] {
     auto db = hOpenReadOnly(a.db);
-    auto f = cls_Structure::New();
-    for (const auto& c : a.conditions) {
-      size_t eq = c.find('=');
-      if (eq == std::string::npos || eq == 0) throw CLI::ValidationError("condition", "expected FIELD=CONDITION: " + c);
-      f->ITEMBYID_LET(c.substr(0, eq), Variant(c.substr(eq + 1)));
-    }
-    if (a.orMode) f->ITEMBYID_LET("MODE", "OR");
+    auto f = FilterFromConditions(a.conditions, a.orMode, "condition");
     hPrint(*db, db->ENTRYFILTERADVANCED(Variant(), a.sort, a.then, a.thenRev, f, std::nullopt, a.rev), a.show);
   });
 

@@ -7,6 +7,8 @@
 #include "Commands.h"
 #include "frame/Convert.h"
 #include "interpreter/cls_KEL.h"
+#include "modules/cls_KELModules.h"
+#include "modules/mod_KELDB.h"
 
 namespace rykel::cli {
 
@@ -14,7 +16,7 @@ namespace {
 
 struct RenderOptions {
   std::string file, expression;
-  std::vector<std::string> directories, variables, settings, structs;
+  std::vector<std::string> directories, variables, settings, structs, databases;
   bool errors = false;
 };
 
@@ -46,11 +48,25 @@ void AddRenderCommand(CLI::App& app) {
   r->add_option("--struct", o.structs,
                 "NAME=FILE: a structure variable read from a serialized (or script-form) file (repeatable)")
       ->allow_extra_args(false);
+  r->add_option("--db", o.databases,
+                "[NAME=]FILE: a database opened read-only for the DB commands (repeatable; the last is current)")
+      ->allow_extra_args(false);
   r->add_flag("--errors", o.errors, "print the error list to standard error");
   r->callback([] {
     if (o.file.empty() && o.expression.empty())
       throw CLI::ValidationError("render", "give a template file or -e TEXT");
     auto k = std::make_shared<cls_KEL>();
+    // Templates rendered here may read databases: {DB:OPEN file}, {DB:QUERY ...}.
+    auto dbModule = std::make_shared<mod_KELDB>();
+    k->MODULES->ADD(dbModule);
+    for (const auto& a : o.databases) {
+      auto eq = a.find('=');
+      std::string name = eq == std::string::npos ? "MAIN" : a.substr(0, eq);
+      std::string file = eq == std::string::npos ? a : a.substr(eq + 1);
+      auto db = std::make_shared<cls_DB>();
+      if (!db->DBOPENREADONLY(file, "", false)) throw CLI::ValidationError("--db", db->DBOPENERROR_GET());
+      dbModule->ATTACH(db, name);
+    }
     std::string text = o.expression;
     if (!o.file.empty()) {
       text = ReadInput(o.file);

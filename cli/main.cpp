@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   rykel::cli::AddDbExportCommand(app);
   rykel::cli::AddRenderCommand(app);
   rykel::cli::AddRandomCommands(app);
+  rykel::cli::AddHelpCommand(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

@@ -16,4 +16,5 @@ void BindCollections(pyb::module_& m);
 void BindDB(pyb::module_& m);
 void BindExport(pyb::module_& m);  // after BindDB: adds to cls_DB
 void BindKEL(pyb::module_& m);
+void BindKELDB(pyb::module_& m);  // after BindKEL and BindDB: the DB command module
 }  // namespace rykel::py

@@ -53,7 +53,9 @@ void BindDB(pyb::module_& m) {
       .def("VALUECONVERT", &F::VALUECONVERT, arg("pValue"))
       .def("TEXT", &F::TEXT, arg("pValue"), arg("pMode") = 0)
       .def("TEXTHTML", &F::TEXTHTML, arg("pValue"), arg("pMode") = 0)
-      .def("TEXTSORT", &F::TEXTSORT, arg("pValue"), arg("pPrefix") = false, arg("pInvert") = false);
+      .def("TEXTSORT", &F::TEXTSORT, arg("pValue"), arg("pPrefix") = false, arg("pInvert") = false)
+      .def("INDEXKEY", &F::INDEXKEY, arg("pValue"))
+      .def("DEFAULTVALUE_GET", &F::DEFAULTVALUE_GET);
 
   using V = cls_DBView;
   pyb::class_<V, Object, std::shared_ptr<V>> view(m, "cls_DBView", "A list layout of a database.");
@@ -86,6 +88,7 @@ void BindDB(pyb::module_& m) {
       .def("ADD", &I::ADD, arg("pKey"), arg("pID"))
       .def("REMOVE", &I::REMOVE, arg("pKey"), arg("pID"))
       .def("FINDALL", &I::FINDALL, arg("pKey"))
+      .def("EXISTS", &I::EXISTS, arg("pKey"))
       .def("WALK", &I::WALK, arg("pRev") = false)
       .def("COUNT", &I::COUNT)
       .def("KEYCOUNT", &I::KEYCOUNT)

@@ -11,6 +11,7 @@
 #include "structure/cls_StructureTools.h"
 #include "interpreter/cls_KEL.h"
 #include "modules/cls_KELModules.h"
+#include "modules/mod_KELDB.h"
 #include "tools/cls_DBTool.h"
 #include "database/cls_DB.h"
 
@@ -57,6 +58,7 @@ const std::vector<Creatable>& hCreatables() {
       {"cls_KEL", [] { return ObjectPtr(std::make_shared<cls_KEL>()); }},
       {"cls_KELModules", [] { return ObjectPtr(std::make_shared<cls_KELModules>()); }},
       {"cls_KELModule", [] { return ObjectPtr(std::make_shared<cls_KELModule>()); }},
+      {"mod_KELDB", [] { return ObjectPtr(std::make_shared<mod_KELDB>()); }},
   };
   return rows;
 }

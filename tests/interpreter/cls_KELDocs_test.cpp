@@ -8,6 +8,8 @@
 #include <iterator>
 
 #include "interpreter/cls_KEL.h"
+#include "modules/cls_KELModules.h"
+#include "modules/mod_KELDB.h"
 
 namespace rykel {
 namespace {
@@ -53,7 +55,10 @@ TEST(cls_KELDocs, ReferenceExamples) {
   auto examples = Examples(ReadFile(std::filesystem::path(RYKEL_SOURCE_DIR) / "docs/KEL.md"));
   ASSERT_GE(examples.size(), 18u);
   for (const auto& e : examples) {
+    // As `rykel render -d examples` runs them: with the DB module, finding examples/data/.
     cls_KEL k;
+    k.MODULES->ADD(std::make_shared<mod_KELDB>());
+    k.DIRECTORIES->ADD(std::string(RYKEL_SOURCE_DIR) + "/examples/");
     EXPECT_EQ(k.PROCESS(e.templ, nullptr), e.expected) << "docs/KEL.md line " << e.line;
   }
 }

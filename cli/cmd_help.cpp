@@ -1,0 +1,145 @@
+// rykel help [TOPIC]: short guides to the program's areas. The topics below are the one source of
+// this text: `rykel help --man` prints them as the manual page docs/rykel.1 (a test keeps the two
+// equal), and each topic points to the document in docs/ that goes deeper.
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "Commands.h"
+
+namespace rykel::cli {
+
+namespace {
+
+struct HelpTopic {
+  std::string_view name;
+  std::string_view title;
+  std::string_view text;  // lines; a line led by two blanks is an example
+};
+
+constexpr HelpTopic kTopics[] = {
+    {"kel", "KEL templates",
+     "Templates are text with commands in braces; each command's result replaces it and is read again.\n"
+     "Variables {VAR x 5} {VAR:x}, blocks {BLOCK row {...}} {BLOCK:row}, conditions {IF (x > 3) {a} {b}},\n"
+     "loops {FOR i 1 3 1 {...}} {ITERATE item VAR:list {...}} {WHILE (cond) {...}}, files {INCLUDE name}\n"
+     "(looked for as given, under pages/ and inc/, in every -d folder), modules IO:, STRUCT: and DB:.\n"
+     "Errors never stop a page: they become ERR:---...--- texts; --errors lists them with line and column.\n"
+     "  rykel render -e '{VAR x 5}{IF (x > 3) {big} {small}}'\n"
+     "  rykel render -d examples/site --struct team=examples/site/data/team.ser examples/site/pages/index.kel\n"
+     "See docs/KEL.md.\n"},
+    {"struct", "Structures",
+     "A structure is a tree of named and numbered items; dotted keys reach into sub-structures.\n"
+     "Its exchange form is PHP's serialized text; the script form is for reading and writing by hand.\n"
+     "  rykel struct set person.name=Anna person.age=34\n"
+     "  rykel struct convert --from php --to script examples/site/data/team.ser\n"
+     "  rykel struct show FILE          rykel tree OPERATION ...          rykel serialized check FILE\n"
+     "See docs/API.md (Structures) and docs/FORMATS.md.\n"},
+    {"db", "Databases",
+     "A database is a header file (the fields, default name info.header) and a database file with the\n"
+     "entries: binary when the name ends in .ry-dbb, else the structure form.\n"
+     "  rykel db new people.ry-dbb --field VORNAME:STRING --field PLZ:STRING\n"
+     "  rykel db add people.ry-dbb VORNAME=Anna PLZ=01067\n"
+     "  rykel db fill people.ry-dbb -n 100 --seed 1        (random entries fitting the fields)\n"
+     "  rykel db show people.ry-dbb          rykel db info people.ry-dbb\n"
+     "Templates read databases with the DB module: {DB:OPEN \"file\"}, {DB:QUERY FIELD CONDITION},\n"
+     "{DB:SORT LIST FIELD}, {DB:TEXT ID FIELD}; rykel render --db FILE opens one first.\n"
+     "See docs/API.md (cls_DB) and docs/KEL.md (the DB module).\n"},
+    {"query", "Queries, filters and sorting",
+     "A condition is an operator and a value: a value alone compares case-blind, '== x' exactly;\n"
+     "< > <= >= != BEGINS ENDS CONTAINS CONTAINSWORD CONTAINSONE IN, ranges '[] a b' '[[ a b';\n"
+     "'$' before the operator compares as text, '!' negates.\n"
+     "  rykel db query people.ry-dbb VORNAME '$BEGINS an' --show\n"
+     "  rykel db filter people.ry-dbb 'NACHNAME=Müller' 'ORT=$CONTAINS burg' --sort VORNAME\n"
+     "  rykel db search people.ry-dbb 'anna -berlin'          rykel db sort people.ry-dbb PLZ --rev\n"
+     "See docs/API.md (Queries, search, filters and sorting).\n"},
+    {"export", "Exports",
+     "A view's entries go to a workbook (xlsx), a spreadsheet HTML table (htm), a batch file (bat),\n"
+     "a PDF (pdf) or another database (db); --filter, --sort and --then choose and order the entries.\n"
+     "  rykel db export people.ry-dbb --format xlsx --out people.xlsx --title Kontakte\n"
+     "  rykel db export people.ry-dbb --format pdf --out nord.pdf --filter 'ORT=IN Bremen,Hamburg' --sort NACHNAME\n"
+     "See docs/API.md (Exports) and docs/FORMATS.md.\n"},
+    {"random", "Random test data",
+     "German test data by field name (VORNAME, NACHNAME, STRASSE, PLZ, ORT, TELEFON, EMAIL, FIRMA, ...)\n"
+     "or by pattern ({D*5} five digits, {d[4-10]} four to ten, {VORNAME} a first name); --seed repeats.\n"
+     "  rykel random TELEFON -n 3 --seed 7\n"
+     "  rykel random '{STRASSE}, {PLZ} {ORT}' -n 3\n"
+     "See docs/API.md (cls_DBTool).\n"},
+    {"formats", "File and text formats",
+     "Serialized structure text (PHP's serialize form, a:2:{...}), the compact form (QS1:), the script\n"
+     "form of structure files, database files (binary .ry-dbb and structure form), header files and\n"
+     "the one-string database form (DBS1:) are each described as grammar in docs/FORMATS.md.\n"
+     "  rykel serialized check FILE          rykel db convert people.ry-dbb people.db\n"
+     "See docs/FORMATS.md.\n"},
+};
+
+const HelpTopic* hFind(std::string_view name) {
+  for (const auto& t : kTopics)
+    if (t.name == name) return &t;
+  return nullptr;
+}
+
+void hPrintList() {
+  std::printf("rykel help TOPIC: a short guide to one area. Topics:\n");
+  for (const auto& t : kTopics) std::printf("  %-9s %s\n", std::string(t.name).c_str(), std::string(t.title).c_str());
+  std::printf("Every command also has --help, e.g. rykel db export --help.\n");
+}
+
+// Roff needs "-" and "\" escaped and no line starting with "." or "'".
+std::string hRoff(std::string_view line) {
+  std::string out;
+  if (!line.empty() && (line[0] == '.' || line[0] == '\'')) out += "\\&";
+  for (char c : line) {
+    if (c == '\\') out += "\\e";
+    else if (c == '-') out += "\\-";
+    else out += c;
+  }
+  return out;
+}
+
+void hPrintMan() {
+  std::printf(".TH RYKEL 1 \"\" \"rykel %s\" \"User Commands\"\n", RYKEL_VERSION);
+  std::printf(".SH NAME\nrykel \\- KEL templates, structures and a small file database\n");
+  std::printf(".SH SYNOPSIS\n.B rykel\n.I command\n[\\fIoptions\\fR]\n.br\n.B rykel help\n[\\fItopic\\fR]\n");
+  std::printf(".SH DESCRIPTION\nEvery command prints its options with \\fB\\-\\-help\\fR. "
+              "The topics below are also shown by \\fBrykel help\\fR \\fItopic\\fR.\n");
+  for (const auto& t : kTopics) {
+    std::printf(".SH %s\n", hRoff(std::string(t.title)).c_str());
+    std::string_view rest = t.text;
+    bool inExample = false;
+    while (!rest.empty()) {
+      size_t nl = rest.find('\n');
+      std::string_view line = rest.substr(0, nl);
+      rest = nl == std::string_view::npos ? std::string_view{} : rest.substr(nl + 1);
+      bool example = line.starts_with("  ");
+      if (example && !inExample) std::printf(".PP\n.nf\n");
+      if (!example && inExample) std::printf(".fi\n.PP\n");
+      inExample = example;
+      std::printf("%s\n", hRoff(line).c_str());
+    }
+    if (inExample) std::printf(".fi\n");
+  }
+  std::printf(".SH SEE ALSO\nREADME.md, docs/KEL.md, docs/API.md, docs/FORMATS.md\n");
+}
+
+}  // namespace
+
+void AddHelpCommand(CLI::App& app) {
+  static std::string topic;
+  static bool man = false;
+  auto* h = app.add_subcommand("help", "Short guides: rykel help TOPIC (kel, struct, db, query, export, random, formats)");
+  h->add_option("topic", topic, "the topic; none lists them");
+  h->add_flag("--man", man, "print every topic as a manual page (roff)");
+  h->callback([] {
+    if (man) return hPrintMan();
+    if (topic.empty()) return hPrintList();
+    const HelpTopic* t = hFind(topic);
+    if (!t) {
+      std::fprintf(stderr, "rykel help: no topic '%s'\n", topic.c_str());
+      hPrintList();
+      throw CLI::RuntimeError(2);
+    }
+    std::printf("%s\n\n%s", std::string(t->title).c_str(), std::string(t->text).c_str());
+  });
+}
+
+}  // namespace rykel::cli

@@ -1,0 +1,131 @@
+// The DB command module: templates that open, query, sort and read databases, and the errors a
+// template author meets (missing database, unknown field, no database, wrong parameters).
+#include "modules/mod_KELDB.h"
+
+#include <gtest/gtest.h>
+
+#include "database/cls_DB.h"
+#include "interpreter/cls_KEL.h"
+#include "modules/cls_KELModules.h"
+
+namespace rykel {
+namespace {
+
+// An interpreter with the DB module, searching the examples folder (which holds data/kunden.db).
+struct DBKel {
+  std::shared_ptr<cls_KEL> k = std::make_shared<cls_KEL>();
+  std::shared_ptr<mod_KELDB> db = std::make_shared<mod_KELDB>();
+  DBKel() {
+    k->MODULES->ADD(db);
+    k->DIRECTORIES->ADD(std::string(RYKEL_SOURCE_DIR) + "/examples/");
+  }
+  std::string Run(std::string_view t) { return k->PROCESS(t, nullptr); }
+  int Errors() { return k->ERRORLIST->COUNT(); }
+};
+
+constexpr const char* kOpen = R"({DB:OPEN "data/kunden.db"})";
+
+TEST(mod_KELDB, QueriesSortsAndReads) {
+  DBKel t;
+  // Three Müllers, sorted by first name downwards; a query narrows a given list.
+  EXPECT_EQ(t.Run(std::string(kOpen) +
+                  R"({DB:COUNT} {VAR m {{DB:QUERY NACHNAME "Müller"}}}{DB:COUNT VAR:m}:)"
+                  R"({ITERATE id {{DB:SORT VAR:m VORNAME REV=1}} {{DB:TEXT VAR:id VORNAME},}})"
+                  R"( {DB:COUNT {{DB:QUERY ORT "Hamburg" VAR:m}}})"),
+            "8 3:Hans,Clara,Anna, 2");
+  // A filter structure: AND of two conditions, sorted by a number field; display texts of dates.
+  EXPECT_EQ(t.Run(R"({STRUCT f ORT="Hamburg" UMSATZ=">= 1500"})"
+                  R"({ITERATE p {{DB:ENTRIES {{DB:FILTER VAR:f SORT=UMSATZ REV=1}}}} {{VAR:p.VORNAME} {VAR:p.GEBURTSTAG};}})"),
+            "Dieter 30.01.1968;Hans 01.04.1959;");
+  // OR mode lists an entry that both conditions match once.
+  EXPECT_EQ(t.Run(R"({STRUCT o MODE="OR" ORT="Köln" VORNAME="Bernd"}{DB:COUNT {{DB:FILTER VAR:o}}})"), "2");
+  // Two sort fields; a sort on the display text; the full-text search.
+  EXPECT_EQ(t.Run(R"({ITERATE id {{DB:SORT "" ORT FIELD2=VORNAME REV2=1}} {{DB:TEXT VAR:id VORNAME} }})"),
+            "Clara Emma Hans Dieter Anna Felix Bernd Greta ");
+  EXPECT_EQ(t.Run(R"({DB:COUNT {{DB:SEARCH "burg -hamburg"}}})"), "3");
+  // Groups: most frequent first, equal counts by text, TOP keeps the first ones.
+  EXPECT_EQ(t.Run(R"({ITERATE g {{DB:GROUP ORT TOP=3}} {{VAR:g.VALUE}={VAR:g.TOTAL} }})"),
+            "Hamburg=3 Köln=2 Augsburg=1 ");
+  EXPECT_EQ(t.Run(R"({ITERATE f {{DB:FIELDS}} {{VAR:f_KEY}={VAR:f} }})"),
+            "VORNAME=Vorname NACHNAME=Nachname ORT=Ort PLZ=PLZ GEBURTSTAG=Geburtstag UMSATZ=Umsatz ");
+  EXPECT_EQ(t.Errors(), 0);
+}
+
+TEST(mod_KELDB, LimitCutsListsAtTheirEdges) {
+  DBKel t;
+  t.Run(kOpen);
+  auto ids = [&](std::string_view args) {
+    return t.Run("{ITERATE id {{DB:LIMIT " + std::string(args) + "}} {{VAR:id},}}");
+  };
+  EXPECT_EQ(ids(R"("" 3)"), "1,2,3,");
+  EXPECT_EQ(ids(R"("" 3 START=7)"), "7,8,");
+  EXPECT_EQ(ids(R"("" 3 START=9)"), "");
+  EXPECT_EQ(ids(R"("" 0)"), "");
+  EXPECT_EQ(ids(R"({{DB:SORT "" VORNAME REV=1}} 2 START=2)"), "7,6,");
+  EXPECT_EQ(t.Errors(), 0);
+}
+
+TEST(mod_KELDB, ErrorsNameTheCulprit) {
+  DBKel t;
+  // Before any database is open.
+  EXPECT_EQ(t.Run("{DB:COUNT}"), "ERR:---No database open: DB:COUNT---");
+  EXPECT_EQ(t.Run(R"({DB:OPEN "data/nichts.db"})"), "ERR:---Database not found: data/nichts.db---");
+  EXPECT_EQ(t.Run(R"({DB:OPEN "data/kunden.db" HEADER="data/nichts.header"})"),
+            "ERR:---Database not found: data/nichts.header---");
+  EXPECT_EQ(t.db->DB_GET(), nullptr);
+  t.Run(kOpen);
+  ASSERT_NE(t.db->DB_GET(), nullptr);
+  EXPECT_EQ(t.db->CURRENT_GET(), "MAIN");
+  // Unknown fields wherever a field is named, instead of quietly matching nothing.
+  EXPECT_EQ(t.Run(R"({DB:QUERY NAME "x"})"), "ERR:---Unknown field: NAME---");
+  EXPECT_EQ(t.Run(R"({DB:TEXT 1 TELEFON})"), "ERR:---Unknown field: TELEFON---");
+  EXPECT_EQ(t.Run(R"({DB:SORT "" ORT FIELD2=LAND})"), "ERR:---Unknown field: LAND---");
+  EXPECT_EQ(t.Run(R"({DB:ALL SORT=LAND})"), "ERR:---Unknown field: LAND---");
+  EXPECT_EQ(t.Run(R"({STRUCT f MODE=AND STADT="Köln"}{DB:FILTER VAR:f})"), "ERR:---Unknown field: STADT---");
+  EXPECT_EQ(t.Run(R"({DB:ENTRY 1 FIELDS="ORT,LAND"})"), "ERR:---Unknown field: LAND---");
+  EXPECT_EQ(t.Run(R"({DB:ENTRY 99})"), "ERR:---Unknown entry: 99---");
+  // A field's display name works as well as its ID; so does "&" before a sort field.
+  EXPECT_EQ(t.Run(R"({DB:TEXT 2 Vorname}/{DB:COUNT {{DB:SORT "" "&ORT"}}})"), "Bernd/8");
+  // Wrong parameters.
+  EXPECT_EQ(t.Run(R"({DB:COUNT "1,2"})"), "ERR:---Id list expected: COUNT LIST=1,2---");
+  EXPECT_EQ(t.Run(R"({DB:FILTER ORT})"), "ERR:---Filter structure expected: FILTER ORT---");
+  EXPECT_EQ(t.Run(R"({DB:USE ANDERE})"), "ERR:---Unknown database: ANDERE---");
+  EXPECT_EQ(t.Run(R"({DB:DROP})"), "ERR:---DB function not supported: DROP---");
+  int before = t.Errors();
+  EXPECT_EQ(t.Run("{DB:QUERY}"), "");  // the parameter check records what is missing
+  EXPECT_EQ(t.Errors(), before + 1);
+  // Closing leaves no current database.
+  EXPECT_EQ(t.Run("{DB:CLOSE}{DB:COUNT}"), "ERR:---No database open: DB:COUNT---");
+  EXPECT_GE(t.Errors(), 16);
+}
+
+TEST(mod_KELDB, HostDatabasesAndHtmlTexts) {
+  DBKel t;
+  auto a = std::make_shared<cls_DB>();
+  a->FIELDCREATE("NAME");
+  for (const char* n : {"<b>{VAR x 1}</b>", "Ärger & Co"}) {
+    Variant id = a->ENTRYFREEID();
+    a->ENTRYADD(id);
+    a->ENTRYFIELD_LET(id, "NAME", n);
+  }
+  auto b = std::make_shared<cls_DB>();
+  b->FIELDCREATE("NAME");
+  b->ENTRYADD(Variant(1));
+  t.db->ATTACH(a, "erste");
+  t.db->ATTACH(b, "zweite");
+  EXPECT_EQ(t.db->CURRENT_GET(), "ZWEITE");
+  EXPECT_EQ(t.Run("{DB:COUNT}{DB:USE Erste}{DB:COUNT}"), "12");
+  // HTML texts are escaped and carry braces as references, so a value is never run as a command.
+  EXPECT_EQ(t.Run("{DB:HTML 1 NAME}|{DB:HTML 2 NAME}"), "&lt;b&gt;&#123;VAR x 1&#125;&lt;/b&gt;|Ärger &amp; Co");
+  EXPECT_EQ(t.Run("{ITERATE e {{DB:ENTRIES \"\" HTML=1}} {{VAR:e.ID}:{VAR:e.NAME};}}"),
+            "1:&lt;b&gt;&#123;VAR x 1&#125;&lt;/b&gt;;2:Ärger &amp; Co;");
+  EXPECT_EQ(t.k->VARIABLES->EXISTSBYID_GET("X"), false);
+  // Detaching the current database leaves none current.
+  t.db->ATTACH(nullptr, "ERSTE");
+  EXPECT_EQ(t.db->DB_GET(), nullptr);
+  EXPECT_EQ(t.db->DB_GET("zweite"), b);
+  EXPECT_EQ(t.Run("{DB:USE zweite}{DB:COUNT}"), "1");
+}
+
+}  // namespace
+}  // namespace rykel
