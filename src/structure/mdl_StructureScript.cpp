@@ -550,6 +550,7 @@ void AppendName(std::string& rOut, std::string_view pName, int32_t pIndex) {
   }
   bool quote = hNeedsQuotes(pName) || hIsBlank(pName.front()) || hIsBlank(pName.back()) ||
                pName[0] == '#' || pName[0] == '[' || pName.substr(0, 2) == "//" ||
+               pName.substr(0, 3) == "\xEF\xBB\xBF" ||  // at the start of a text PARSE drops it as a byte order mark
                pName.find_first_of("={}") != std::string_view::npos;
   if (quote) {
     AppendQuoted(rOut, pName);
