@@ -16,4 +16,5 @@ void BindCollections(pyb::module_& m);
 void BindDB(pyb::module_& m);
 void BindExport(pyb::module_& m);  // after BindDB: adds to cls_DB
 void BindKEL(pyb::module_& m);
+void BindLimits(pyb::module_& m);
 }  // namespace rykel::py

@@ -13,4 +13,5 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindDB(m);
   rykel::py::BindExport(m);
   rykel::py::BindKEL(m);
+  rykel::py::BindLimits(m);
 }

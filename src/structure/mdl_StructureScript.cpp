@@ -180,8 +180,8 @@ struct Writer {
 
   // Returns false when nothing was written (SCRIPTNOTEMPTY leaves out empty blocks).
   bool Node(int32_t id, int32_t level, int depth) {
-    if (depth > kMaxDepth)
-      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(kMaxDepth) +
+    if (depth > MaxDepth())
+      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) +
                                    " levels (or holding itself)");
     const auto& items = m.Items(id);
     bool any = false;
@@ -368,8 +368,8 @@ class Parser {
   }
 
   void hDepthCheck(size_t extra) {
-    if (stack_.back().depth + extra > static_cast<size_t>(kMaxDepth))
-      hFail("nested deeper than " + std::to_string(kMaxDepth) + " levels");
+    if (stack_.back().depth + extra > static_cast<size_t>(MaxDepth()))
+      hFail("nested deeper than " + std::to_string(MaxDepth()) + " levels");
   }
 
   // The node that holds the last part: walks (creating) the sub-structures of the parts before it.
@@ -571,6 +571,7 @@ std::string Write(cls_StructureManager& m, int32_t pID, int32_t pIndentation, bo
 }
 
 void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
+  mdl_Limits::CheckInputSize(pText.size(), "Script text");
   if (pText.substr(0, 3) == "\xEF\xBB\xBF") pText.remove_prefix(3);  // UTF-8 byte order mark
   Parser p(m, pID);
   size_t lineNo = 0;
@@ -589,8 +590,8 @@ void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
 void AssignPath(cls_StructureManager& m, int32_t pID, const std::vector<PathPart>& pPath, const Variant& pValue,
                 bool pEmptyStruct) {
   if (pPath.empty()) hFailAt(0, "empty name");
-  if (pPath.size() > static_cast<size_t>(kMaxDepth))
-    hFailAt(0, "nested deeper than " + std::to_string(kMaxDepth) + " levels");
+  if (pPath.size() > static_cast<size_t>(MaxDepth()))
+    hFailAt(0, "nested deeper than " + std::to_string(MaxDepth()) + " levels");
   std::vector<StructurePtr> keep;
   int32_t node = pID;
   for (size_t i = 0; i + 1 < pPath.size(); ++i) node = hChildOf(m, node, pPath[i], keep, 0);
