@@ -39,8 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   k.SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
   // small bounds keep one input fast; the bounds themselves are tested in the interpreter's tests
   k.SETTINGS->ITEM_LET("SYS.LOOP.MAX", 200);
-  k.SETTINGS->ITEM_LET("SYS.STEPS.MAX", 20000);
-  k.SETTINGS->ITEM_LET("SYS.OUTPUT.MAX", 1 << 20);
+  k.SETTINGS->ITEM_LET("SYS.STEPS.MAX", 5000);
+  k.SETTINGS->ITEM_LET("SYS.OUTPUT.MAX", 64 << 10);
   k.VARIABLES->ITEM_LET("TITLE", "Start");
   std::string_view text(reinterpret_cast<const char*>(data), size);
   std::string out = k.PROCESS(text, nullptr);
