@@ -1,4 +1,6 @@
 // rykel db ...: create, read and change databases from the shell.
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -7,6 +9,8 @@
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
+#include "frame/sys_Global.h"
+#include "tools/cls_DBTool.h"
 
 namespace rykel::cli {
 
@@ -60,6 +64,37 @@ void hShow(cls_DB& db, const Variant& id) {
   std::string line = CStr(id);
   for (int32_t f = 1; f <= db.FIELDS(); ++f) line += "\t" + db.FIELD(f)->ID + "=" + db.FIELDTEXT_GET(id, f);
   std::printf("%s\n", line.c_str());
+}
+
+// A progress bar on stderr, drawn only when stderr is a terminal and only when the percentage moves.
+class Progress {
+ public:
+  explicit Progress(long long pTotal) : total_(pTotal), shown_(isatty(STDERR_FILENO) && pTotal > 0) {}
+  void Step(long long pDone) {
+    if (!shown_) return;
+    int percent = static_cast<int>(pDone * 100 / total_);
+    if (percent == last_) return;
+    last_ = percent;
+    std::string bar(static_cast<size_t>(percent / 2), '#');
+    std::fprintf(stderr, "\r[%-50s] %3d%%", bar.c_str(), percent);
+    if (pDone == total_) std::fprintf(stderr, "\n");
+  }
+
+ private:
+  long long total_;
+  bool shown_;
+  int last_ = -1;
+};
+
+// A random value fitting the field: by the last part of its ID (so "ADDR.PLZ" gets a postal code),
+// else by its type; choice fields draw from their member values. Structure fields stay empty.
+std::string hRandomValue(cls_DBTool& pTool, const cls_DBField& pField) {
+  if (pField.TYPE == ID_DBFieldType_Structure) return {};
+  std::string members;
+  for (const auto& m : pField.MembersParsed()) members += (members.empty() ? "" : ",") + m.value;
+  size_t dot = pField.ID.rfind('.');
+  std::string name = dot == std::string::npos ? pField.ID : pField.ID.substr(dot + 1);
+  return pTool.RANDOM(name, pField.TYPE, members);
 }
 
 }  // namespace
@@ -136,6 +171,32 @@ void AddDbCommands(CLI::App& app) {
       }
       hShow(*db, db->ENTRYIDAT(db->ENTRYPOSITION(text)));
     }
+  });
+
+  static long long fillCount = 0, fillSeed = 0;
+  auto* fill = dbc->add_subcommand("fill", "Add random entries: every field gets a value fitting its name and type");
+  fill->add_option("DB", a.db, "database file")->required();
+  fill->add_option("-n,--count", fillCount, "number of entries to add")->required()->check(CLI::NonNegativeNumber);
+  auto* seedOpt = fill->add_option("--seed", fillSeed, "seed for a reproducible fill (default: a fresh sequence)");
+  fill->callback([seedOpt] {
+    auto db = hOpen(a.db, true);
+    const auto& tool = sys_Global::DBTOOL_GET();
+    if (*seedOpt) tool->RANDOMIZE(fillSeed);
+    else tool->RANDOMIZE();
+    Progress progress(fillCount);
+    for (long long i = 1; i <= fillCount; ++i) {
+      Variant id = db->ENTRYFREEID();
+      db->ENTRYADD(id);
+      for (int32_t f = 1; f <= db->FIELDS(); ++f) {
+        auto field = db->FIELD(f);
+        std::string value = hRandomValue(*tool, *field);
+        if (!value.empty()) db->ENTRYFIELD_LET(id, f, value);
+      }
+      progress.Step(i);
+    }
+    if (fillCount > 0) db->ENTRYCHANGED_LET(true);
+    hSave(*db);
+    std::printf("%lld entries added, %d in all\n", fillCount, db->ENTRYCOUNT());
   });
 
   auto* set = dbc->add_subcommand("set", "Change fields of one entry");

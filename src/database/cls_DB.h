@@ -248,7 +248,9 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   // FIELDFILTERVALUESADVANCED with default settings.
   StructurePtr FIELDFILTERVALUES(const Variant& pField, const std::optional<IdList>& pList = std::nullopt);
   // Filter choices for a field: items label -> condition text. Settings: "SORT" (labels in
-  // order), "SHOW.USAGE" (label + " (" + count + ")"), "LIST" (return the labels only, numbered).
+  // order, case-blind), "SHOW.USAGE" (label + " (" + count + ")"), "LIST" (a structure of field ID
+  // -> mark: a field marked "_DEFAULT_" offers its plain values whatever its type, unless its name
+  // selects choices of its own).
   // Unknown field: an empty structure.
   StructurePtr FIELDFILTERVALUESADVANCED(const Variant& pField, const std::optional<IdList>& pList = std::nullopt,
                                          const StructurePtr& pSettings = nullptr);

@@ -310,17 +310,21 @@ TEST(QuerySQLite, FiltersAreAndOrOfTheirConditions) {
 
 TEST(QuerySQLite, SortsAgreeWithOrderBy) {
   Fixture f;
-  // Sort texts order numbers and dates as values and put empty values first; equal keys keep the
-  // table order, in both directions.
-  const std::vector<std::pair<std::string, std::string>> keys = {{"N", "n"}, {"D", "d"}, {"T", "t"}};
+  // Sort texts order numbers, dates and booleans as values and put empty values first; equal keys
+  // keep the table order, in both directions. With a second field the key is key1 "_" key2, and
+  // "_" sorts above the digits and capitals of number and date sort texts, so an empty first value
+  // (key "_" key2) comes after every filled one, and before them under a descending sort.
+  const std::vector<std::pair<std::string, std::string>> keys = {
+      {"N", "n"}, {"D", "d"}, {"T", "t"}, {"B", "(b <> 0)"}};
   for (const auto& [f1, c1] : keys) {
     for (bool rev : {false, true}) {
-      EXPECT_EQ(Ids(f.db->ENTRYSORT(f1, rev)), f.Ids("1", c1 + (rev ? " DESC" : "") + ", pos")) << f1;
+      const std::string dir = rev ? " DESC" : "";
+      EXPECT_EQ(Ids(f.db->ENTRYSORT(f1, rev)), f.Ids("1", c1 + dir + ", pos")) << f1;
       for (const auto& [f2, c2] : keys) {
         if (f1 == f2) continue;
         for (bool rev2 : {false, true}) {
           EXPECT_EQ(Ids(f.db->ENTRYSORTADVANCED(f1, rev, f2, std::nullopt, rev2)),
-                    f.Ids("1", c1 + (rev ? " DESC, " : ", ") + c2 + (rev2 ? " DESC" : "") + ", pos"))
+                    f.Ids("1", c1 + " IS NULL" + dir + ", " + c1 + dir + ", " + c2 + (rev2 ? " DESC" : "") + ", pos"))
               << f1 << rev << " " << f2 << rev2;
         }
       }

@@ -150,6 +150,58 @@ TEST(cls_DB_query, Sorting) {
   EXPECT_EQ(Ids(p.db->ENTRYALL()), "1,2,3,4,5");
 }
 
+// Two-field sorts order by the joined key key1 "_" key2 (key2 inverted when the directions
+// differ), byte by byte, stable in both directions. The reference here builds those keys as
+// strings from the fields' sort texts; prefixes, "_" and blanks inside the first key are where
+// the joined order differs from "field 1, then field 2".
+TEST(cls_DB_query, TwoFieldSortsUseTheJoinedKey) {
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("W", ID_DBFieldType_String);
+  db->FIELDCREATE("V", ID_DBFieldType_String);
+  db->FIELDCREATE("N", ID_DBFieldType_Long);
+  const char* w[] = {"A", "AB", "A_B", "A B", "", "a", "A_", "AB", "", "A"};
+  const char* v[] = {"x", "", "y", "x", "b", "a", "", "xy", "a", "x"};
+  for (int i = 0; i < 10; ++i) {
+    db->ENTRYADD(i + 1);
+    db->ENTRYFIELD_LET(i + 1, "W", w[i]);
+    db->ENTRYFIELD_LET(i + 1, "V", v[i]);
+    db->ENTRYFIELD_LET(i + 1, "N", i % 3 ? Variant(i * 7 % 5) : Variant(""));
+  }
+  // The joined keys, spelled out: 4 "A B_X" < 2 "AB_" < 8 "AB_XY" < 6 "A_A" < 3 "A_B_Y" < 1, 10
+  // "A_X" < 7 "A__" < 9 "_A" < 5 "_B". So "A_B" comes between two "A" entries, and empty first
+  // values come last.
+  EXPECT_EQ(Ids(db->ENTRYSORTADVANCED("W", false, "V")), "4,2,8,6,3,1,10,7,9,5");
+  // Descending first, ascending second: V is inverted (every byte complemented, longer texts
+  // first), then the whole order runs backwards; equal keys (1 and 10) keep their order.
+  EXPECT_EQ(Ids(db->ENTRYSORTADVANCED("W", true, "V")), "9,5,6,1,10,7,3,2,8,4");
+  // One field: the sort text alone, no "_" appended.
+  EXPECT_EQ(Ids(db->ENTRYSORT("W")), "5,9,1,6,10,4,2,8,7,3");
+
+  auto reference = [&](std::string f1, bool rev1, std::string f2, bool rev2) {
+    bool p1 = f1.starts_with('&'), p2 = f2.starts_with('&');
+    if (p1) f1.erase(0, 1);
+    if (p2) f2.erase(0, 1);
+    std::vector<std::pair<std::string, int>> keyed;
+    for (int id = 1; id <= 10; ++id)
+      keyed.emplace_back(db->FIELDTEXTSORT_GET(id, f1, p1) + "_" + db->FIELDTEXTSORT_GET(id, f2, p2, rev1 != rev2), id);
+    std::stable_sort(keyed.begin(), keyed.end(), [&](const auto& a, const auto& b) {
+      return rev1 ? a.first > b.first : a.first < b.first;
+    });
+    std::string out;
+    for (const auto& k : keyed) out += (out.empty() ? "" : ",") + std::to_string(k.second);
+    return out;
+  };
+  for (const char* f1 : {"W", "N", "&N", "V"})
+    for (const char* f2 : {"V", "W", "&W", "N"})
+      for (bool rev1 : {false, true})
+        for (bool rev2 : {false, true}) {
+          if (std::string(f1) == f2) continue;
+          EXPECT_EQ(Ids(db->ENTRYSORTADVANCED(f1, rev1, f2, std::nullopt, rev2)), reference(f1, rev1, f2, rev2))
+              << f1 << rev1 << " " << f2 << rev2;
+        }
+  EXPECT_EQ(db->DEBUGTRACK_GET(), "ENTRYFILTER-ADVANCED-10");
+}
+
 TEST(cls_DB_query, Filters) {
   People p;
   auto f = cls_Structure::New();
