@@ -234,7 +234,12 @@ struct Block {
 
 void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Variant& value, size_t line) {
   if (p.index < 0) {
-    m.ITEMBYID_LET(node, p.name, value);
+    // A new name goes after the last item, not into an unused slot below it: the writer lists
+    // items in slot order, so this keeps a written node's order when it is read back.
+    if (!m.EXISTSBYID_GET(node, p.name))
+      m.ITEMDIRECT_LET(node, m.MAX(node) + 1, p.name, value);
+    else
+      m.ITEMBYID_LET(node, p.name, value);
     return;
   }
   if (p.index > static_cast<int64_t>(m.MAX(node)) + kMaxIndexGap)

@@ -143,6 +143,17 @@ TEST(StructureScript, RoundTripOfNamesThatLookLikeSyntax) {
     EXPECT_EQ(back->SCRIPT(), text) << asBlock;
     EXPECT_TRUE(back->EXISTS_GET(Variant(bom + "X"))) << asBlock;
   }
+  // A named item among unused slots: read back, a new name goes after the last item (not into
+  // the highest unused slot), so writing and reading again keeps the order.
+  {
+    auto gaps = cls_Structure::New();
+    gaps->PARSE("[5] = \"a\"\nB = 1\n[2] = \"c\"\n\"[52\" = 5\n");
+    const std::string once = gaps->SCRIPT();
+    EXPECT_EQ(once, "[2] = \"c\"\r\n[5] = \"a\"\r\nB = 1\r\n\"[52\" = 5\r\n");
+    auto again = cls_Structure::New();
+    again->PARSE(once);
+    EXPECT_EQ(again->SCRIPT(), once);
+  }
   // the input the fuzzer found: a dotted name behind a byte order mark and a blank
   std::string found = "\xEF\xBB\xBF \xEF\xBB\xBF.\xAE...7.\xFF\xFD.x = five\n";
   auto s = cls_Structure::New();
