@@ -1,5 +1,7 @@
 // rykel: the command-line host of the component.
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -44,6 +46,14 @@ int main(int argc, char** argv) {
   } catch (const rykel::Error& e) {
     std::fprintf(stderr, "rykel: %s (#%d%s%s)\n", e.description.c_str(), e.number,
                  e.source.empty() ? "" : ", ", e.source.c_str());
+    return 1;
+  }
+  // Output that could not be written (a full disk, a closed pipe) must not look like success.
+  std::cout.flush();
+  errno = 0;
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) || !std::cout) {
+    std::fprintf(stderr, "rykel: could not write the output: %s\n",
+                 errno ? std::strerror(errno) : "write error");
     return 1;
   }
   return 0;

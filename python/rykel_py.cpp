@@ -14,4 +14,5 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindExport(m);
   rykel::py::BindKEL(m);
   rykel::py::BindKELDB(m);
+  rykel::py::BindLimits(m);
 }

@@ -31,6 +31,7 @@
 #include "frame/ValueReader.h"
 #include "frame/ValueWriter.h"
 #include "frame/mdl_Global.h"
+#include "frame/mdl_Limits.h"
 
 namespace rykel {
 
@@ -174,17 +175,29 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
     if (!HEADERLOAD(path)) hOpenFail(err::kInvalidData, "Header file ('" + path + "') invalid!");
   };
   bool headerGiven = !H.empty();
-  if (!dbFile_.empty() && mdl_FileTools::FILEEXISTS(dbFile_)) {
+  if (!dbFile_.empty() && !isNew) {
+    // The file existed a moment ago: if it is gone now, opening fails (an empty database in its
+    // place would be saved over the file when it comes back).
     struct stat st {};
-    bool empty = ::stat(dbFile_.c_str(), &st) == 0 && st.st_size == 0;
+    if (::stat(dbFile_.c_str(), &st) != 0) hOpenFail(err::kFileNotFound, "DB file '" + D + "' does not exist");
+    bool empty = st.st_size == 0;
+    try {
+      mdl_Limits::CheckInputSize(static_cast<uint64_t>(st.st_size), "DB file '" + D + "'");
+    } catch (const Error& e) {
+      hOpenFail(e.number, e.description);
+    }
+    auto readFail = [&](const Error& e) {
+      if (e.number == err::kFileNotFound) hOpenFail(e.number, "DB file '" + D + "' does not exist");
+      hOpenFail(err::kInvalidData, "DB entry file ('" + dbFile_ + "') invalid!");
+    };
     if (hIsBinaryName(dbFile_)) {
       std::string headerName;
       std::vector<DBRow> rows;
       if (!empty) {
         try {
           hReadBinary(dbFile_, headerName, rows);
-        } catch (const Error&) {
-          hOpenFail(err::kInvalidData, "DB entry file ('" + dbFile_ + "') invalid!");
+        } catch (const Error& e) {
+          readFail(e);
         }
       }
       // The header first: it decides whether ids are numbers or texts.
@@ -195,8 +208,8 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
       if (!empty) {
         try {
           loaded = hStructureFileLoad(dbFile_);
-        } catch (const Error&) {
-          hOpenFail(err::kInvalidData, "DB entry file ('" + dbFile_ + "') invalid!");
+        } catch (const Error& e) {
+          readFail(e);
         }
       }
       if (!headerGiven) locateAndLoad(loaded ? CStr(loaded->ITEM_GET("INFO.HEADER", std::string(kDefaultHeader))) : "");
@@ -383,6 +396,7 @@ std::string cls_DB::SERIALIZE() {
 bool cls_DB::UNSERIALIZE(const std::string& pText) {
   return Guard(kClass, "UNSERIALIZE", [&] {
     if (pText.compare(0, 3, "DBS") != 0) return false;
+    mdl_Limits::CheckInputSize(pText.size(), "Database text");
     size_t at = pText.find('@');
     if (at == std::string::npos) return false;
     std::string_view head = std::string_view(pText).substr(3, at - 3);
@@ -400,11 +414,13 @@ bool cls_DB::UNSERIALIZE(const std::string& pText) {
       if (parts.size() < 3) return false;
       size_t n = (parts.size() - 1 - 2) / 2;
       header = hEntryFromText(parts[2]);
+      // the ids are read as the text's own header says, not as this database was before
+      const bool numeric = mdl_Global::hCBool(header->ITEM_GET("HEADER.NUMERIC", true));
       rows.reserve(n);
       for (size_t i = 1; i <= n; ++i) {
         std::string_view idText = parts[2 * i + 1];
         Variant id = hNumber(hLeadingNumber(idText));
-        if (!DBNUMERIC_GET() && !IsNumericText(idText)) id = Variant(idText);
+        if (!numeric && !IsNumericText(idText)) id = Variant(idText);
         rows.push_back({id, hEntryFromText(parts[2 * i + 2])});
       }
     } else {

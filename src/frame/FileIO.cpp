@@ -10,6 +10,7 @@
 #include <mutex>
 
 #include "frame/Error.h"
+#include "frame/mdl_Limits.h"
 
 namespace rykel::fileio {
 
@@ -68,7 +69,18 @@ std::string ReadFile(const std::string& pFile) {
     Raise(err::kPathFileAccess, "Not a file: '" + pFile + "'");
   }
   std::string data;
-  if (st.st_size > 0) data.reserve(static_cast<size_t>(st.st_size));
+  auto tooLarge = [&](uint64_t size) {
+    try {
+      mdl_Limits::CheckInputSize(size, "File '" + pFile + "'");
+    } catch (...) {
+      ::close(fd);
+      throw;
+    }
+  };
+  if (st.st_size > 0) {
+    tooLarge(static_cast<uint64_t>(st.st_size));
+    data.reserve(static_cast<size_t>(st.st_size));
+  }
   char buf[65536];
   for (;;) {
     ssize_t n = ::read(fd, buf, sizeof buf);
@@ -80,6 +92,7 @@ std::string ReadFile(const std::string& pFile) {
     }
     if (n == 0) break;
     data.append(buf, static_cast<size_t>(n));
+    if (data.size() > static_cast<uint64_t>(st.st_size)) tooLarge(data.size());  // grew while read, or a pipe
   }
   ::close(fd);
   return data;

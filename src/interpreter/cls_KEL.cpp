@@ -62,6 +62,9 @@ int32_t cls_KEL::hSettingInt(std::string_view pKey, int32_t pDefault) {
 void cls_KEL::hReadSettings() {
   run_.commandsMax = hSettingInt("SYS.COMMANDS.MAX", 100);
   run_.nestingMax = hSettingInt("SYS.NESTING.MAX", 50);
+  run_.outputMax = static_cast<size_t>(hSettingInt("SYS.OUTPUT.MAX", 64 << 20));
+  run_.stepsMax = hSettingInt("SYS.STEPS.MAX", 10000000);
+  steps_ = 0;
   run_.html = hSetting("SYS.OUTPUT.HTML", false);
   run_.debug = hSetting("DEVELOPER.DEBUG", false);
   run_.noexec = hSetting("SYS.NOEXEC", false);

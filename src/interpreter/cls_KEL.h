@@ -9,6 +9,11 @@
 //   DEVELOPER.DEBUG     false  "Not parseable" / "Syntax error" are reported instead of empty output
 //   SYS.COMMANDS.MAX    100    commands per PROCESS call (each nested call counts on its own)
 //   SYS.NESTING.MAX     50     nested PROCESS levels (blocks, includes) before "Nesting too deep"
+//   SYS.LOOP.MAX        100000 rounds of one WHILE, DO or FOR before "Loop limit reached"
+//   SYS.OUTPUT.MAX      67108864  bytes of output of one PROCESS level before "Output too large"
+//                              (processing then stops, as after QUITEXEC)
+//   SYS.STEPS.MAX       10000000  commands and loop rounds of one outermost PROCESS, all levels
+//                              together, before "Step limit reached" (processing then stops)
 //   SYS.LOCATE.CONFINED false  INCLUDE and LOCATE find files only inside DIRECTORIES
 //   SYS.NOEXEC          false  DECODE never runs a parameter as a command
 // Threads: one thread only, the one that created it (its structures live in that thread's manager).
@@ -105,8 +110,9 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   // and records "The command ... needs other parameters: ..." when one stays missing.
   bool SYNTAXCHECK(const StructurePtr& rValue, std::string_view pParaWanted);
   // "\" becomes "/"; the file itself when it exists, else the first DIRECTORIES entry + file that
-  // exists, else pDefault. With SYS.LOCATE.CONFINED only DIRECTORIES entries count and ".." parts or
-  // absolute paths give pDefault.
+  // exists, else pDefault. With SYS.LOCATE.CONFINED only DIRECTORIES entries count, ".." parts or
+  // absolute paths give pDefault, and a file whose real path (links followed) lies outside its
+  // DIRECTORIES entry is not found.
   std::string LOCATE(std::string_view pFile, std::string_view pDefault = {});
   // Every existing path of the file: itself, then each DIRECTORIES entry + file.
   std::vector<std::string> LOCATEALL(std::string_view pFile);
@@ -155,6 +161,8 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   // host's EXECUTE) starts; nested levels use them as they were then.
   struct RunSettings {
     int32_t commandsMax = 100, nestingMax = 50;
+    size_t outputMax = size_t{64} << 20;
+    int64_t stepsMax = 10000000;
     bool html = false, debug = false, noexec = false, confined = false;
   };
   void hReadSettings();
@@ -163,6 +171,7 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
 
   bool quit_ = false;
   int64_t calls_ = 0;                            // the count mirrored in RECURSIONS
+  int64_t steps_ = 0;                            // commands and loop rounds since the outermost start
   std::map<int64_t, bool> chain_;                // IF chains: counter value -> branch taken
   std::vector<SwitchFrame> switches_;            // SWITCH blocks in progress
   SwitchFrame looseSwitch_;                      // set by a SWITCH without block

@@ -317,6 +317,27 @@ int32_t hLoopMax(cls_KEL& k) {
   return kDefaultLoopMax;
 }
 
+// Counts one step of the whole outermost PROCESS (a command or a loop round). Nested loops and
+// blocks that call blocks multiply their rounds, so each bound alone would not bound the time: this
+// one does. True, with processing stopped and "Step limit reached" appended once, past SYS.STEPS.MAX.
+bool hStepOver(cls_KEL& k, std::string& rOut) {
+  if (++k.steps_ <= k.run_.stepsMax) return false;
+  if (!k.quit_) {
+    rOut += k.ERRORS("Step limit reached", "more than " + std::to_string(k.run_.stepsMax) + " steps (SYS.STEPS.MAX)");
+    k.quit_ = true;
+  }
+  return true;
+}
+
+// True (and processing stopped with "Output too large") once a loop's output passes
+// SYS.OUTPUT.MAX: a loop must not build an unbounded text before the front end sees it.
+bool hOutputFull(Ctx& c, std::string& rOut) {
+  if (rOut.size() <= c.k.run_.outputMax) return false;
+  rOut += c.k.ERRORS("Output too large", "more than " + std::to_string(c.k.run_.outputMax) + " bytes (SYS.OUTPUT.MAX)");
+  c.k.quit_ = true;
+  return true;
+}
+
 // The rest of the command text after the command word, trimmed and unquoted.
 std::string hRest(Ctx& c) {
   std::string_view s = c.text;
@@ -457,7 +478,9 @@ Variant hWhile(Ctx& c) {
   int32_t max = hLoopMax(c.k), rounds = 0;
   while (!c.k.quit_ && hCondition(c, c.params[0])) {
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    if (hStepOver(c.k, out)) break;
     out += hBlock(c, c.params[1]);
+    if (hOutputFull(c, out)) break;
   }
   return Variant(out);
 }
@@ -474,7 +497,9 @@ Variant hDo(Ctx& c) {
   int32_t max = hLoopMax(c.k), rounds = 0;
   do {
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    if (hStepOver(c.k, out)) break;
     out += hBlock(c, c.params[0]);
+    if (hOutputFull(c, out)) break;
   } while (!c.k.quit_ && hCondition(c, c.params[2]) != until);
   return Variant(out);
 }
@@ -532,8 +557,10 @@ Variant hFor(Ctx& c) {
   for (double i = from; step > 0 ? i <= to : i >= to; i += step) {
     if (c.k.quit_) break;
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    if (hStepOver(c.k, out)) break;
     c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
     out += hBlock(c, c.params[4]);
+    if (hOutputFull(c, out)) break;
   }
   return Variant(out);
 }
@@ -552,11 +579,13 @@ Variant hIterate(Ctx& c) {
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
     if (c.k.quit_) break;
     if (!s->EXISTS_GET(i)) continue;
+    if (hStepOver(c.k, out)) break;
     std::string key = s->ID_GET(i);
     c.k.VARIABLES->ITEM_LET(nameV, s->ITEM_GET(i));
     c.k.VARIABLES->ITEM_LET(keyV, key.empty() ? Variant(i) : Variant(key));
     c.k.VARIABLES->ITEM_LET(indexV, Variant(++position));
     out += hBlock(c, c.params[2]);
+    if (hOutputFull(c, out)) break;
   }
   return Variant(out);
 }
@@ -749,6 +778,10 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
   }
   ++k.calls_;
   std::string_view s = pCmd;
+  {
+    std::string over;
+    if (hStepOver(k, over)) return Variant(over);
+  }
   try {
     k.RECURSIONS->ITEMDIRECT_LET(1, "CALLS", Variant(static_cast<double>(k.calls_)));
     while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);

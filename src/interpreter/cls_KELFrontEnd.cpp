@@ -1,7 +1,6 @@
 #include "interpreter/cls_KELFrontEnd.h"
 
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <unordered_map>
 
@@ -9,7 +8,9 @@
 #include "frame/Error.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
+#include "frame/FileIO.h"
 #include "frame/mdl_Global.h"
+#include "frame/mdl_Limits.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELExecutor.h"
 
@@ -42,6 +43,17 @@ bool hEscapes(const std::string& p) {
   for (const auto& part : path)
     if (part == "..") return true;
   return false;
+}
+
+// True when the file, all links followed, lies inside the folder (a link inside a confined folder
+// must not lead out of it).
+bool hInside(const std::string& dir, const std::string& path) {
+  std::error_code ec1, ec2;
+  std::string root = std::filesystem::canonical(dir, ec1).string();
+  std::string real = std::filesystem::canonical(path, ec2).string();
+  if (ec1 || ec2 || root.empty()) return false;
+  if (root.back() != '/') root += '/';
+  return real.compare(0, root.size(), root) == 0;
 }
 
 std::string hJoin(const std::string& dir, const std::string& file) {
@@ -151,6 +163,9 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
     k.master_.clear();
     k.hReadSettings();
   }
+  if (outermost && pText.size() > static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize)))
+    return k.ERRORS("Input too large", "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) +
+                                           " bytes (INPUT.SIZE.MAX)");
   const int32_t maxDepth = k.run_.nestingMax;
   if (k.depth_ >= maxDepth) {
     bool go = true;
@@ -236,6 +251,13 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
         result = converted;
       }
       size_t after = close < work.size() ? close + 1 : work.size();
+      if (!k.quit_ && out.size() + result.size() > k.run_.outputMax) {
+        // a template that multiplies its own output (loops, self-doubling variables) stops here
+        out += k.ERRORS("Output too large", "more than " + std::to_string(k.run_.outputMax) +
+                                                " bytes (SYS.OUTPUT.MAX)");
+        k.quit_ = true;
+        break;
+      }
       if (k.quit_) {
         out += result;
         break;
@@ -359,8 +381,9 @@ std::string cls_KELFrontEnd::Locate(cls_KEL& k, std::string_view pFile, std::str
   auto& dirs = *k.DIRECTORIES;
   for (int32_t i = dirs.BASE(); i <= dirs.MAX(); ++i) {
     if (!dirs.EXISTS_GET(i)) continue;
-    std::string path = hJoin(hSlashes(CStr(dirs.ITEM_GET(i))), file);
-    if (mdl_FileTools::FILEEXISTS(path)) return path;
+    std::string dir = hSlashes(CStr(dirs.ITEM_GET(i)));
+    std::string path = hJoin(dir, file);
+    if (mdl_FileTools::FILEEXISTS(path) && (!confined || hInside(dir, path))) return path;
   }
   return std::string(pDefault);
 }
@@ -375,8 +398,9 @@ std::vector<std::string> cls_KELFrontEnd::LocateAll(cls_KEL& k, std::string_view
   auto& dirs = *k.DIRECTORIES;
   for (int32_t i = dirs.BASE(); i <= dirs.MAX(); ++i) {
     if (!dirs.EXISTS_GET(i)) continue;
-    std::string path = hJoin(hSlashes(CStr(dirs.ITEM_GET(i))), file);
-    if (mdl_FileTools::FILEEXISTS(path)) found.push_back(path);
+    std::string dir = hSlashes(CStr(dirs.ITEM_GET(i)));
+    std::string path = hJoin(dir, file);
+    if (mdl_FileTools::FILEEXISTS(path) && (!confined || hInside(dir, path))) found.push_back(path);
   }
   return found;
 }
@@ -392,12 +416,13 @@ std::string cls_KELFrontEnd::Include(cls_KEL& k, std::string_view pName, const S
     k.ERRORS("Could not include '" + std::string(pName) + "'");
     return "";
   }
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    k.ERRORS("Could not include '" + std::string(pName) + "'");
+  std::string textIn;
+  try {
+    textIn = fileio::ReadFile(path);  // bounded by INPUT.SIZE.MAX
+  } catch (const Error& e) {
+    k.ERRORS("Could not include '" + std::string(pName) + "'", e.description);
     return "";
   }
-  std::string textIn((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   return Process(k, textIn, pData, path, true);
 }
 

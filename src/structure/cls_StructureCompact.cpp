@@ -49,8 +49,8 @@ class PieceList {
 };
 
 void hWriteNode(const cls_StructureManager& m, int32_t id, int depth, PieceList& out) {
-  if (depth > cls_StructureCompact::kMaxDepth)
-    Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(cls_StructureCompact::kMaxDepth) +
+  if (depth > cls_StructureCompact::MaxDepth())
+    Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(cls_StructureCompact::MaxDepth()) +
                                  " levels (does it hold itself?)");
   const std::vector<Item>& items = m.Items(id);
   const size_t base = m.HASZERO_GET(id) ? 0 : 1;
@@ -150,7 +150,7 @@ class CompactReader {
 
   // node -> header { item }
   void Node(int32_t pID, int depth) {
-    if (depth > cls_StructureCompact::kMaxDepth) hInvalid();
+    if (depth > cls_StructureCompact::MaxDepth()) hInvalid();
     std::string_view h = Take();
     size_t a1 = h.find('@'), a2 = a1 == std::string_view::npos ? a1 : h.find('@', a1 + 1);
     int flags = 0;
@@ -270,8 +270,8 @@ int64_t cls_StructureCompact::CountPieces(int32_t pID) {
   while (!stack.empty()) {
     auto [id, depth] = stack.back();
     stack.pop_back();
-    if (depth > kMaxDepth)
-      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(kMaxDepth) +
+    if (depth > MaxDepth())
+      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) +
                                    " levels (does it hold itself?)");
     const auto& items = m_.Items(id);
     ++n;
@@ -289,6 +289,7 @@ int64_t cls_StructureCompact::CountPieces(int32_t pID) {
 }
 
 void cls_StructureCompact::Read(int32_t pID, std::string_view pText) {
+  mdl_Limits::CheckInputSize(pText.size(), "Compact text");
   m_.hEmpty(pID);
   if (pText.substr(0, 4) != "QS1:") hInvalid();
   size_t colon = pText.find(':', 4);

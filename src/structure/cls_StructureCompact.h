@@ -29,6 +29,7 @@
 #include <string_view>
 #include <vector>
 
+#include "frame/mdl_Limits.h"
 #include "structure/cls_StructureManager.h"
 
 namespace rykel {
@@ -37,7 +38,7 @@ class cls_StructureCompact {
  public:
   explicit cls_StructureCompact(cls_StructureManager& pManager) : m_(pManager) {}
 
-  // "QS1:" + separator + ":" + the pieces. Raises kInvalidData past kMaxDepth levels.
+  // "QS1:" + separator + ":" + the pieces. Raises kInvalidData past MaxDepth() levels.
   std::string Write(int32_t pID);
   // The node's pieces, appended to rPieces.
   void WritePieces(int32_t pID, std::vector<std::string>& rPieces);
@@ -50,7 +51,7 @@ class cls_StructureCompact {
   // Empties the node and fills it from pieces[rIndex...]; rIndex moves past the node's pieces.
   void ReadPieces(int32_t pID, const std::vector<std::string_view>& pPieces, int64_t& rIndex);
 
-  static constexpr int kMaxDepth = 100;
+  static int MaxDepth() { return static_cast<int>(mdl_Limits::Get(mdl_Limits::kSerializedDepth)); }
 
  private:
   cls_StructureManager& m_;

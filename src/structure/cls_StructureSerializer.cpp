@@ -154,9 +154,9 @@ class Writer {
   explicit Writer(const cls_StructureManager& m) : m_(m) {}
 
   void Node(int32_t id, int depth) {
-    if (depth > cls_StructureSerializer::kMaxDepth)
+    if (depth > cls_StructureSerializer::MaxDepth())
       Raise(err::kInvalidData, "Structure nested deeper than " +
-                                   std::to_string(cls_StructureSerializer::kMaxDepth) +
+                                   std::to_string(cls_StructureSerializer::MaxDepth()) +
                                    " levels (does it hold itself?)");
     const std::vector<Item>& items = m_.Items(id);
     const size_t base = m_.HASZERO_GET(id) ? 0 : 1;
@@ -407,7 +407,7 @@ class SerializedReader {
     int64_t count = Int(':');
     Expect('{');
     if (count < 0) hInvalid();
-    if (++tDepth > cls_StructureSerializer::kMaxDepth) hInvalid();
+    if (++tDepth > cls_StructureSerializer::MaxDepth()) hInvalid();
     {
       // every pair takes at least 8 bytes ("i:0;N;" plus the closing brace): never trust the count
       int64_t room = (end_ - p_) / 6;
@@ -659,6 +659,7 @@ void cls_StructureSerializer::Unserialize(int32_t pID, std::string_view pText) {
     cls_StructureCompact(m_).Read(pID, pText);
     return;
   }
+  mdl_Limits::CheckInputSize(pText.size(), "Serialized text");
   tDepth = 0;
   m_.hEmpty(pID);
   try {

@@ -22,7 +22,7 @@
 //   key    -> "i:" decimal ";"                            a numbered item at that index
 //   chars  -> a byte count, when the character count does not end on "\";"
 // A key "" appends a numbered item; a string value whose 5th and 8th characters are "-" becomes a
-// Date when it reads as one. Nesting deeper than kMaxDepth arrays raises "Serialized data invalid".
+// Date when it reads as one. Nesting deeper than MaxDepth() arrays raises "Serialized data invalid".
 //
 // Threads: the depth counter is per thread; a serializer works on one manager of that thread.
 #pragma once
@@ -31,6 +31,7 @@
 #include <string>
 #include <string_view>
 
+#include "frame/mdl_Limits.h"
 #include "frame/Variant.h"
 #include "structure/cls_StructureManager.h"
 
@@ -38,12 +39,12 @@ namespace rykel {
 
 class cls_StructureSerializer {
  public:
-  static constexpr int kMaxDepth = 100;
+  static int MaxDepth() { return static_cast<int>(mdl_Limits::Get(mdl_Limits::kSerializedDepth)); }
 
   explicit cls_StructureSerializer(cls_StructureManager& pManager) : m_(pManager) {}
 
   // The serialized text of the node and its subtree. Raises kInvalidData when the tree is nested
-  // deeper than kMaxDepth (a structure that holds itself is the usual cause).
+  // deeper than MaxDepth() (a structure that holds itself is the usual cause).
   std::string Write(int32_t pID);
 
   // Empties the node, then fills it from the text: compact text ("QS...") goes to the compact

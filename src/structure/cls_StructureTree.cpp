@@ -90,8 +90,8 @@ std::string cls_StructureTree::CLIPBOARD_GET() { return tClipboardText; }
 // ---- slots ---------------------------------------------------------------------------------------
 
 void cls_StructureTree::hEnter(int depth) const {
-  if (depth > kMaxDepth)
-    Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(kMaxDepth) + " levels");
+  if (depth > MaxDepth())
+    Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) + " levels");
 }
 
 // The slot of the first used item with the name, or a fresh one for it (the last unused slot, else

@@ -5,7 +5,7 @@
 // Rules every operation keeps:
 // - Names written are upper case (they come from interned names or are upper-cased); an item
 //   without a name is addressed by its index.
-// - Recursion stops with error 1000 "Structure nested deeper than 1000 levels" past kMaxDepth.
+// - Recursion stops with error 1000 "Structure nested deeper than 1000 levels" past MaxDepth().
 // - A structure stored inside itself (a cycle) never loops: COPY reproduces the cycle in the copy,
 //   every other operation skips a sub-structure that is already on the path being walked.
 // - Values are copied, never shared: sub-structures taken from another tree are deep copies.
@@ -21,6 +21,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "frame/mdl_Limits.h"
 #include "frame/Variant.h"
 #include "structure/cls_StructureManager.h"
 
@@ -29,7 +30,7 @@ namespace rykel {
 class cls_StructureTree {
  public:
   // How deep a tree the recursive operations walk before they give up.
-  static constexpr int kMaxDepth = 1000;
+  static int MaxDepth() { return static_cast<int>(mdl_Limits::Get(mdl_Limits::kStructureDepth)); }
 
   explicit cls_StructureTree(cls_StructureManager& pManager) : m_(pManager) {}
 

@@ -180,8 +180,8 @@ struct Writer {
 
   // Returns false when nothing was written (SCRIPTNOTEMPTY leaves out empty blocks).
   bool Node(int32_t id, int32_t level, int depth) {
-    if (depth > kMaxDepth)
-      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(kMaxDepth) +
+    if (depth > MaxDepth())
+      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) +
                                    " levels (or holding itself)");
     const auto& items = m.Items(id);
     bool any = false;
@@ -234,7 +234,12 @@ struct Block {
 
 void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Variant& value, size_t line) {
   if (p.index < 0) {
-    m.ITEMBYID_LET(node, p.name, value);
+    // A new name goes after the last item, not into an unused slot below it: the writer lists
+    // items in slot order, so this keeps a written node's order when it is read back.
+    if (!m.EXISTSBYID_GET(node, p.name))
+      m.ITEMDIRECT_LET(node, m.MAX(node) + 1, p.name, value);
+    else
+      m.ITEMBYID_LET(node, p.name, value);
     return;
   }
   if (p.index > static_cast<int64_t>(m.MAX(node)) + kMaxIndexGap)
@@ -368,8 +373,8 @@ class Parser {
   }
 
   void hDepthCheck(size_t extra) {
-    if (stack_.back().depth + extra > static_cast<size_t>(kMaxDepth))
-      hFail("nested deeper than " + std::to_string(kMaxDepth) + " levels");
+    if (stack_.back().depth + extra > static_cast<size_t>(MaxDepth()))
+      hFail("nested deeper than " + std::to_string(MaxDepth()) + " levels");
   }
 
   // The node that holds the last part: walks (creating) the sub-structures of the parts before it.
@@ -550,6 +555,7 @@ void AppendName(std::string& rOut, std::string_view pName, int32_t pIndex) {
   }
   bool quote = hNeedsQuotes(pName) || hIsBlank(pName.front()) || hIsBlank(pName.back()) ||
                pName[0] == '#' || pName[0] == '[' || pName.substr(0, 2) == "//" ||
+               pName.substr(0, 3) == "\xEF\xBB\xBF" ||  // at the start of a text PARSE drops it as a byte order mark
                pName.find_first_of("={}") != std::string_view::npos;
   if (quote) {
     AppendQuoted(rOut, pName);
@@ -570,6 +576,7 @@ std::string Write(cls_StructureManager& m, int32_t pID, int32_t pIndentation, bo
 }
 
 void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
+  mdl_Limits::CheckInputSize(pText.size(), "Script text");
   if (pText.substr(0, 3) == "\xEF\xBB\xBF") pText.remove_prefix(3);  // UTF-8 byte order mark
   Parser p(m, pID);
   size_t lineNo = 0;
@@ -588,8 +595,8 @@ void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
 void AssignPath(cls_StructureManager& m, int32_t pID, const std::vector<PathPart>& pPath, const Variant& pValue,
                 bool pEmptyStruct) {
   if (pPath.empty()) hFailAt(0, "empty name");
-  if (pPath.size() > static_cast<size_t>(kMaxDepth))
-    hFailAt(0, "nested deeper than " + std::to_string(kMaxDepth) + " levels");
+  if (pPath.size() > static_cast<size_t>(MaxDepth()))
+    hFailAt(0, "nested deeper than " + std::to_string(MaxDepth()) + " levels");
   std::vector<StructurePtr> keep;
   int32_t node = pID;
   for (size_t i = 0; i + 1 < pPath.size(); ++i) node = hChildOf(m, node, pPath[i], keep, 0);

@@ -29,6 +29,7 @@
 #include <vector>
 
 #include "frame/Variant.h"
+#include "frame/mdl_Limits.h"
 
 namespace rykel {
 
@@ -36,8 +37,9 @@ class cls_StructureManager;
 
 namespace mdl_StructureScript {
 
-// Deepest nesting the writers and readers accept; deeper (or cyclic) trees raise an error.
-constexpr int kMaxDepth = 1000;
+// Deepest nesting the writers and readers accept (the limit STRUCTURE.DEPTH.MAX); deeper (or
+// cyclic) trees raise an error.
+inline int MaxDepth() { return static_cast<int>(mdl_Limits::Get(mdl_Limits::kStructureDepth)); }
 
 // Appends the literal of a scalar value. With pBareStrings a string is written without quotes
 // whenever it would read back as the same string (the encoded form uses this).
@@ -58,7 +60,7 @@ struct PathPart {
   int64_t index = -1;
 };
 // Writes the value (or, with pEmptyStruct, a new empty sub-structure) under the path, creating or
-// replacing sub-structures on the way. Raises 1000 for a path deeper than kMaxDepth or an index
+// replacing sub-structures on the way. Raises 1000 for a path deeper than MaxDepth() or an index
 // that skips more than 1024 unused slots.
 void AssignPath(cls_StructureManager& m, int32_t pID, const std::vector<PathPart>& pPath, const Variant& pValue,
                 bool pEmptyStruct);

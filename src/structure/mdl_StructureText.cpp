@@ -26,11 +26,11 @@ namespace rykel {
 namespace {
 
 constexpr const char* kClass = "cls_StructureManager";
-using mdl_StructureScript::kMaxDepth;
+using mdl_StructureScript::MaxDepth;
 
 void hDepthGuard(int depth) {
-  if (depth > kMaxDepth)
-    Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(kMaxDepth) +
+  if (depth > MaxDepth())
+    Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) +
                                  " levels (or holding itself)");
 }
 
@@ -286,7 +286,7 @@ void hDecode(cls_StructureManager& m, int32_t id, std::string_view text) {
       else
         p.name = piece;
       path.push_back(std::move(p));
-      if (path.size() > static_cast<size_t>(kMaxDepth)) fail("key nested too deeply");
+      if (path.size() > static_cast<size_t>(MaxDepth())) fail("key nested too deeply");
       if (dot == std::string_view::npos) break;
       key = key.substr(dot + 1);
     }

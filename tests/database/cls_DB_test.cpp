@@ -278,6 +278,25 @@ TEST(cls_DB, SerializedFormsAndMerge) {
   EXPECT_TRUE(copy.FIELDINDEXED("NAME"));
   EXPECT_EQ(copy.FIELDINDEX("NAME")->COUNT(), 4);
 
+  // Ids are read as the text's header says, whatever the reading database was before: text ids
+  // into a fresh (numeric) database, numeric ids into a text-id database.
+  cls_DB texts;
+  texts.DBNUMERIC_LET(false);
+  texts.FIELDCREATE("NAME");
+  texts.ENTRYFIELD_LET("EFA9ED", "NAME", "Anna");
+  texts.ENTRYFIELD_LET("C08B07", "NAME", "Bernd");
+  texts.ENTRYFIELD_LET("7up", "NAME", "Clara");  // begins with a digit
+  cls_DB fresh;
+  EXPECT_TRUE(fresh.UNSERIALIZE(texts.SERIALIZE()));
+  EXPECT_FALSE(fresh.DBNUMERIC_GET());
+  EXPECT_EQ(hDump(fresh), hDump(texts));
+  EXPECT_EQ(CStr(fresh.ENTRYFIELD_GET("7up", "NAME")), "Clara");
+  cls_DB wasText;
+  wasText.DBNUMERIC_LET(false);
+  EXPECT_TRUE(wasText.UNSERIALIZE(s));
+  EXPECT_TRUE(wasText.DBNUMERIC_GET());
+  EXPECT_EQ(hDump(wasText), hDump(*db));
+
   // The older line form.
   cls_DB old;
   std::string line = "DBS0:|@" + hEntryText(db->HEADERSTRUCTURE_GET()) + "|5:" +

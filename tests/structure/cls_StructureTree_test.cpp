@@ -240,7 +240,7 @@ TEST(cls_StructureTree, CopyClipboardGoesToTheHandler) {
 TEST(cls_StructureTree, DeepTreesStopAtTheLimitAndCyclesEnd) {
   auto top = cls_Structure::New();
   auto cur = top;
-  for (int i = 0; i < cls_StructureTree::kMaxDepth + 5; ++i) {
+  for (int i = 0; i < cls_StructureTree::MaxDepth() + 5; ++i) {
     auto next = cls_Structure::New();
     cur->ITEM_LET("n", Variant(next));
     cur = next;

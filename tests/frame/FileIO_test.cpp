@@ -1,0 +1,263 @@
+// Faults of real files under the whole-file reader and the crash-safe writer, seen through the
+// structure files and the database: a full disk (the file size limit), a folder we may not write
+// to, files that vanish while being read, and a writer killed in the middle of a save. Afterwards
+// a file is always its old or its new version, never a mix, and failures come as errors.
+#include "frame/FileIO.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <thread>
+
+#include "database/cls_DB.h"
+#include "frame/Convert.h"
+#include "frame/Error.h"
+#include "frame/Notifier.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct TempDir {
+  fs::path path;
+  TempDir() {
+    std::string t = (fs::temp_directory_path() / "rykel_fileio_XXXXXX").string();
+    path = ::mkdtemp(t.data());
+  }
+  ~TempDir() {
+    std::error_code ec;
+    fs::permissions(path, fs::perms::owner_all, fs::perm_options::add, ec);
+    fs::remove_all(path, ec);
+  }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+  size_t Count() const { return static_cast<size_t>(std::distance(fs::directory_iterator(path), {})); }
+};
+
+std::string ReadAll(const std::string& p) {
+  std::ifstream in(p, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+int ErrorOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const Error& e) {
+    return e.number;
+  }
+  return 0;
+}
+
+// A structure whose script form is large: n items, each holding the generation mark.
+StructurePtr Big(int n, int mark) {
+  auto s = cls_Structure::New();
+  for (int i = 0; i < n; ++i) s->ITEM_LET("ITEM" + std::to_string(i), "generation " + std::to_string(mark));
+  return s;
+}
+
+// Lowers the file size limit for the current process while alive; writes past it fail with EFBIG
+// instead of killing the process.
+struct FileSizeLimit {
+  struct rlimit old {};
+  void (*oldHandler)(int);
+  explicit FileSizeLimit(rlim_t bytes) {
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    oldHandler = ::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit small = old;
+    small.rlim_cur = bytes;
+    ::setrlimit(RLIMIT_FSIZE, &small);
+  }
+  ~FileSizeLimit() {
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    ::signal(SIGXFSZ, oldHandler);
+  }
+};
+
+TEST(FileIO, FullDiskKeepsTheOldFileAndRaisesAFileError) {
+  TempDir dir;
+  const std::string file = dir / "data.txt";
+  ASSERT_TRUE(Big(10, 1)->SAVE(file));
+  const std::string before = ReadAll(file);
+  auto big = Big(5000, 2);
+  int number;
+  {
+    FileSizeLimit limit(8192);
+    number = ErrorOf([&] { big->SAVE(file); });
+  }
+  EXPECT_TRUE(number == err::kDiskFull || number == err::kFileIO) << number;
+  EXPECT_EQ(ReadAll(file), before);
+  EXPECT_EQ(dir.Count(), 1u);  // no temporary file left
+  // the same write goes through once there is room again
+  EXPECT_TRUE(big->SAVE(file));
+  auto back = cls_Structure::New();
+  ASSERT_TRUE(back->LOAD(file));
+  EXPECT_EQ(back->COUNT(), 5000);
+}
+
+// The checks in a folder the process may not write to; "" when all held.
+std::string ReadOnlyChecks(const std::string& file, const std::string& header, const std::string& dbFile,
+                           cls_DB& db, const std::string& oldScript, const std::string& oldDB) {
+  std::string fail;
+  auto check = [&](bool ok, const char* what) {
+    if (!ok) fail += std::string(what) + "; ";
+  };
+  check(ErrorOf([&] { Big(3, 2)->SAVE(file); }) == err::kPermissionDenied, "SAVE raises 70");
+  db.ENTRYFIELD_LET(1, "NAME", "Bernd");
+  check(!db.DBSAVE(), "DBSAVE answers false");
+  check(db.ENTRYCHANGED_GET(), "the change waits for the next save");
+  check(ErrorOf([&] { db.HEADERSAVE(header); }) == err::kPermissionDenied, "HEADERSAVE raises 70");
+  check(ReadAll(file) == oldScript, "structure file unchanged");
+  check(ReadAll(dbFile) == oldDB, "database file unchanged");
+  return fail;
+}
+
+TEST(FileIO, ReadOnlyFolderRefusesSavesOfStructuresAndDatabases) {
+  TempDir dir;
+  SetNotifier([](const Notification&) { return std::string("OK"); });
+  const std::string file = dir / "data.txt", header = dir / "info.header", dbFile = dir / "p.ry-dbb";
+  ASSERT_TRUE(Big(3, 1)->SAVE(file));
+  cls_DB db;
+  db.FIELDCREATE("NAME");
+  ASSERT_TRUE(db.HEADERSAVE(header));
+  ASSERT_TRUE(db.DBOPEN(dbFile, header));
+  db.ENTRYFIELD_LET(1, "NAME", "Anna");
+  ASSERT_TRUE(db.DBSAVE());
+  const std::string oldScript = ReadAll(file), oldDB = ReadAll(dbFile);
+
+  fs::permissions(dir.path, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read |
+                                fs::perms::others_exec,
+                  fs::perm_options::replace);
+  if (::access(dir.path.c_str(), W_OK) != 0) {
+    EXPECT_EQ(ReadOnlyChecks(file, header, dbFile, db, oldScript, oldDB), "");
+  } else {
+    // Root may write anywhere: run the checks in a child that gives up its rights first.
+    int fds[2];
+    ASSERT_EQ(::pipe(fds), 0);
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      ::close(fds[0]);
+      std::string fail = (::setgid(65534) == 0 && ::setuid(65534) == 0)
+                             ? ReadOnlyChecks(file, header, dbFile, db, oldScript, oldDB)
+                             : std::string("could not give up root");
+      ssize_t w = ::write(fds[1], fail.data(), fail.size());
+      (void)w;
+      ::_exit(0);
+    }
+    ::close(fds[1]);
+    std::string fail;
+    char buf[256];
+    for (ssize_t n; (n = ::read(fds[0], buf, sizeof buf)) > 0;) fail.append(buf, static_cast<size_t>(n));
+    ::close(fds[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(fail, "");
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    db.ENTRYFIELD_LET(1, "NAME", "Bernd");  // the child's change, made here too
+  }
+
+  fs::permissions(dir.path, fs::perms::owner_all, fs::perm_options::add);
+  EXPECT_TRUE(db.DBSAVE());
+  db.DBCLOSE();
+  cls_DB back;
+  ASSERT_TRUE(back.DBOPENREADONLY(dbFile, header));
+  EXPECT_EQ(CStr(back.ENTRYFIELD_GET(1, "NAME")), "Bernd");
+  SetNotifier({});
+}
+
+TEST(FileIO, FilesThatVanishWhileReadGiveWholeDataOrAClearError) {
+  TempDir dir;
+  SetNotifier([](const Notification&) { return std::string("OK"); });
+  const std::string file = dir / "data.txt", header = dir / "info.header", dbFile = dir / "p.db";
+  const std::string script = Big(2000, 7)->SCRIPT();
+  cls_DB db;
+  db.FIELDCREATE("NAME");
+  ASSERT_TRUE(db.HEADERSAVE(header));
+  ASSERT_TRUE(db.DBOPEN(dbFile, header));
+  for (int i = 1; i <= 500; ++i) db.ENTRYFIELD_LET(i, "NAME", "Name " + std::to_string(i));
+  ASSERT_TRUE(db.DBSAVE());
+  db.DBCLOSE();
+  const std::string dbText = ReadAll(dbFile);
+
+  // Another process keeps deleting the files and putting them back (by rename, as savers do).
+  std::atomic<bool> stop{false};
+  std::thread churn([&] {
+    for (int round = 0; !stop; ++round) {
+      std::error_code ec;
+      fs::remove(file, ec);
+      fs::remove(dbFile, ec);
+      std::ofstream(file + ".new", std::ios::binary) << script;
+      fs::rename(file + ".new", file, ec);
+      std::ofstream(dbFile + ".new", std::ios::binary) << dbText;
+      fs::rename(dbFile + ".new", dbFile, ec);
+    }
+  });
+  int loaded = 0, missing = 0, opened = 0, refused = 0;
+  for (int i = 0; i < 150; ++i) {
+    auto s = cls_Structure::New();
+    int number = ErrorOf([&] { s->LOAD(file); });
+    if (number == 0) {
+      ++loaded;
+      EXPECT_EQ(s->COUNT(), 2000);
+    } else {
+      ++missing;
+      EXPECT_EQ(number, err::kFileNotFound);
+      EXPECT_EQ(s->COUNT(), 0);
+    }
+    cls_DB d;
+    if (d.DBOPENREADONLY(dbFile, header)) {
+      ++opened;
+      EXPECT_EQ(d.ENTRYCOUNT(), 500);
+    } else {
+      ++refused;
+      EXPECT_NE(d.DBOPENERROR_GET(), "");
+    }
+  }
+  stop = true;
+  churn.join();
+  SetNotifier({});
+  EXPECT_EQ(loaded + missing, 150);
+  EXPECT_EQ(opened + refused, 150);
+}
+
+TEST(FileIO, KilledStructureSavesLeaveTheOldOrTheNewFile) {
+  TempDir dir;
+  const std::string file = dir / "big.txt";
+  ASSERT_TRUE(Big(20000, 0)->SAVE(file));
+  std::mt19937 gen(11);
+  for (int round = 0; round < 10; ++round) {
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      for (int mark = 1;; ++mark) Big(20000, mark)->SAVE(file);  // until killed
+    }
+    ::usleep(5000 + gen() % 80000);
+    ::kill(child, SIGKILL);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    auto back = cls_Structure::New();
+    ASSERT_NO_THROW(back->LOAD(file)) << "round " << round;
+    ASSERT_EQ(back->COUNT(), 20000);
+    // one generation throughout: never the front of one save and the tail of another
+    const std::string first = CStr(back->ITEM_GET("ITEM0"));
+    ASSERT_EQ(CStr(back->ITEM_GET("ITEM19999")), first);
+    ASSERT_EQ(CStr(back->ITEM_GET("ITEM10000")), first);
+  }
+  // a killed writer may leave its temporary file; it never replaces the real one
+  for (const auto& e : fs::directory_iterator(dir.path))
+    if (e.path().string() != file) fs::remove(e.path());
+}
+
+}  // namespace
+}  // namespace rykel

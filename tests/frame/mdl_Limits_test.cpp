@@ -1,0 +1,177 @@
+// The named limits: reading and setting them by name, and the clear error each one gives when
+// input goes past it (structures, serialized and compact forms, files, databases, templates).
+#include "frame/mdl_Limits.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "database/cls_DB.h"
+#include "frame/Error.h"
+#include "interpreter/cls_KEL.h"
+#include "structure/cls_Structure.h"
+#include "frame/Convert.h"
+#include "frame/sys_Global.h"
+#include "structure/cls_StructureTools.h"
+
+namespace rykel {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Runs f and returns the error it raised ("" and number 0 when none).
+template <class F>
+std::pair<int, std::string> Failure(F&& f) {
+  try {
+    f();
+  } catch (const Error& e) {
+    return {e.number, e.description};
+  }
+  return {0, ""};
+}
+
+// Puts every limit back to its default when a test ends, passed or failed.
+struct LimitsReset {
+  ~LimitsReset() { mdl_Limits::RESET(); }
+};
+
+// A chain of n nested structures under "A".
+StructurePtr Chain(int n) {
+  auto top = cls_Structure::New();
+  auto at = top;
+  for (int i = 0; i < n; ++i) {
+    auto next = cls_Structure::New();
+    at->ITEM_LET("A", next);
+    at = next;
+  }
+  at->ITEM_LET("X", 1);
+  return top;
+}
+
+TEST(mdl_Limits, ByNameWithRangeChecks) {
+  LimitsReset reset;
+  EXPECT_EQ(mdl_Limits::LIMITS(),
+            (std::vector<std::string>{"STRUCTURE.DEPTH.MAX", "SERIALIZED.DEPTH.MAX", "INPUT.SIZE.MAX"}));
+  EXPECT_EQ(mdl_Limits::LIMIT_GET("structure.depth.max"), 1000);
+  EXPECT_EQ(mdl_Limits::LIMIT_GET(" SERIALIZED.DEPTH.MAX "), 100);
+  EXPECT_EQ(mdl_Limits::LIMIT_GET("INPUT.SIZE.MAX"), int64_t{1} << 30);
+  mdl_Limits::LIMIT_LET("STRUCTURE.DEPTH.MAX", 5000);  // the cap itself is allowed
+  EXPECT_EQ(mdl_Limits::Get(mdl_Limits::kStructureDepth), 5000);
+  auto [n1, m1] = Failure([] { mdl_Limits::LIMIT_LET("STRUCTURE.DEPTH.MAX", 5001); });
+  EXPECT_EQ(n1, err::kInvalidCall);
+  EXPECT_EQ(m1, "STRUCTURE.DEPTH.MAX must be from 1 to 5000, not 5001");
+  EXPECT_EQ(Failure([] { mdl_Limits::LIMIT_LET("INPUT.SIZE.MAX", 0); }).first, err::kInvalidCall);
+  EXPECT_EQ(Failure([] { mdl_Limits::LIMIT_GET("NO.SUCH"); }).second, "Unknown limit 'NO.SUCH'");
+  EXPECT_EQ(mdl_Limits::Get(mdl_Limits::kStructureDepth), 5000);  // a refused value changes nothing
+  mdl_Limits::RESET();
+  EXPECT_EQ(mdl_Limits::LIMIT_GET("STRUCTURE.DEPTH.MAX"), 1000);
+}
+
+TEST(mdl_Limits, StructureDepthBoundsScriptReadingWritingAndTreeOperations) {
+  LimitsReset reset;
+  mdl_Limits::LIMIT_LET("STRUCTURE.DEPTH.MAX", 10);
+  // exactly at the limit: written and read back
+  auto ok = Chain(9);
+  const std::string text = ok->SCRIPT();
+  auto back = cls_Structure::New();
+  back->PARSE(text);
+  EXPECT_EQ(back->SCRIPT(), text);
+
+  auto deep = Chain(11);
+  auto [n1, m1] = Failure([&] { deep->SCRIPT(); });
+  EXPECT_EQ(n1, err::kInvalidData);
+  EXPECT_NE(m1.find("nested deeper than 10 levels"), std::string::npos) << m1;
+
+  std::string nested;
+  for (int i = 0; i < 11; ++i) nested += "A {\n";
+  auto [n2, m2] = Failure([&] { cls_Structure::New()->PARSE(nested); });
+  EXPECT_EQ(n2, err::kInvalidData);
+  EXPECT_NE(m2.find("nested deeper than 10 levels"), std::string::npos) << m2;
+  // a dotted path counts its levels too
+  EXPECT_EQ(Failure([] { cls_Structure::New()->PARSE("A.A.A.A.A.A.A.A.A.A.A.A = 1"); }).first, err::kInvalidData);
+  // whole-tree operations stop with the same error instead of running the stack out
+  EXPECT_EQ(Failure([&] { deep->CLONE(); }).first, err::kInvalidData);
+
+  mdl_Limits::RESET();
+  EXPECT_NO_THROW(deep->SCRIPT());
+}
+
+TEST(mdl_Limits, SerializedDepthBoundsBothTextForms) {
+  LimitsReset reset;
+  mdl_Limits::LIMIT_LET("SERIALIZED.DEPTH.MAX", 4);
+  auto deep = Chain(5);
+  EXPECT_EQ(Failure([&] { deep->SERIALIZE(); }).first, err::kInvalidData);
+  EXPECT_EQ(Failure([&] { deep->SERIALIZEBINARY(); }).first, err::kInvalidData);
+  mdl_Limits::RESET();
+  const std::string serial = deep->SERIALIZE(), compact = deep->SERIALIZEBINARY();
+  mdl_Limits::LIMIT_LET("SERIALIZED.DEPTH.MAX", 4);
+  auto s = cls_Structure::New();
+  EXPECT_EQ(Failure([&] { s->UNSERIALIZE(serial); }).first, err::kInvalidData);
+  EXPECT_EQ(Failure([&] { s->UNSERIALIZE(compact); }).first, err::kInvalidData);
+  // one level less reads
+  auto shallow = Chain(3);
+  EXPECT_NO_THROW(s->UNSERIALIZE(shallow->SERIALIZE()));
+  EXPECT_NO_THROW(s->UNSERIALIZE(shallow->SERIALIZEBINARY()));
+}
+
+TEST(mdl_Limits, InputSizeBoundsEveryReader) {
+  LimitsReset reset;
+  const fs::path dir = fs::path(RYKEL_BINARY_DIR) / "limits_test";
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  auto big = cls_Structure::New();
+  big->ITEM_LET("TEXT", std::string(300, 'x'));
+  const std::string script = big->SCRIPT(), serial = big->SERIALIZE(), compact = big->SERIALIZEBINARY();
+  ASSERT_TRUE(big->SAVE((dir / "big.txt").string()));
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NAME");
+  db->ENTRYFIELD_LET(1, "NAME", std::string(300, 'y'));
+  const std::string dbText = db->SERIALIZE();
+  ASSERT_TRUE(db->HEADERSAVE((dir / "info.header").string()));
+  ASSERT_TRUE(db->DBOPEN((dir / "big.db").string(), (dir / "info.header").string()));
+  db->ENTRYFIELD_LET(1, "NAME", std::string(20000, 'y'));  // far larger than the header
+  ASSERT_TRUE(db->DBSAVE());
+  db->DBCLOSE();
+  std::ofstream(dir / "big.kel") << std::string(300, 'k');
+
+  mdl_Limits::LIMIT_LET("INPUT.SIZE.MAX", 200);
+  auto s = cls_Structure::New();
+  auto [n1, m1] = Failure([&] { s->PARSE(script); });
+  EXPECT_EQ(n1, err::kInvalidData);
+  EXPECT_NE(m1.find("is larger than INPUT.SIZE.MAX (200 bytes)"), std::string::npos) << m1;
+  EXPECT_EQ(Failure([&] { s->UNSERIALIZE(serial); }).first, err::kInvalidData);
+  EXPECT_EQ(Failure([&] { s->UNSERIALIZE(compact); }).first, err::kInvalidData);
+  EXPECT_EQ(Failure([&] { sys_Global::STRUCT_GET()->UNSERIALIZE(serial); }).first, err::kInvalidData);
+  auto [n2, m2] = Failure([&] { s->LOAD((dir / "big.txt").string()); });
+  EXPECT_EQ(n2, err::kInvalidData);
+  EXPECT_NE(m2.find("big.txt"), std::string::npos) << m2;
+  EXPECT_FALSE(s->LOADEX((dir / "big.txt").string()));
+  EXPECT_EQ(s->COUNT(), 0);
+
+  auto other = std::make_shared<cls_DB>();
+  EXPECT_EQ(Failure([&] { other->UNSERIALIZE(dbText); }).first, err::kInvalidData);
+  EXPECT_EQ(other->ENTRYCOUNT(), 0);
+  // the header fits, the database file does not
+  mdl_Limits::LIMIT_LET("INPUT.SIZE.MAX", static_cast<int64_t>(fs::file_size(dir / "info.header")) + 1);
+  EXPECT_FALSE(other->DBOPEN((dir / "big.db").string(), (dir / "info.header").string()));
+  EXPECT_NE(other->DBOPENERROR_GET().find("is larger than INPUT.SIZE.MAX"), std::string::npos)
+      << other->DBOPENERROR_GET();
+  EXPECT_FALSE(other->DBOPENED_GET());
+  mdl_Limits::LIMIT_LET("INPUT.SIZE.MAX", 200);
+
+  cls_KEL k;
+  k.DIRECTORIES->ADD(dir.string());
+  EXPECT_EQ(k.PROCESS(std::string(201, 'a'), nullptr).rfind("ERR:---Input too large", 0), 0u);
+  EXPECT_EQ(k.PROCESS("{INCLUDE big}", nullptr), "");
+  EXPECT_NE(CStr(k.ERRORLIST->ITEM_GET(k.ERRORLIST->MAX())).find("INPUT.SIZE.MAX"), std::string::npos);
+
+  mdl_Limits::RESET();
+  EXPECT_TRUE(s->LOAD((dir / "big.txt").string()));
+  EXPECT_EQ(k.PROCESS("{INCLUDE big}", nullptr), std::string(300, 'k'));
+  fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace rykel
