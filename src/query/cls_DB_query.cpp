@@ -13,6 +13,22 @@ namespace rykel {
 
 namespace {
 constexpr const char* kClass = "cls_DB";
+
+// Appends to rResult the ids, in table order or in the order of pList (ids it lacks skipped), of
+// the entries whose position passes pTest.
+template <class Test>
+void hSelect(DBEntryTable& rEntries, const std::optional<cls_DB::IdList>& pList, Test& pTest, cls_DB::IdList& rResult) {
+  const auto& all = rEntries.Entries();
+  if (!pList) {
+    for (size_t p = 0; p < all.size(); ++p)
+      if (pTest(p)) rResult.push_back(all[p].id);
+    return;
+  }
+  for (const auto& id : *pList) {
+    int32_t p = rEntries.Position(rEntries.NormalizeId(id));
+    if (p >= 0 && pTest(static_cast<size_t>(p))) rResult.push_back(all[static_cast<size_t>(p)].id);
+  }
+}
 }
 
 cls_DB::IdList cls_DB::ENTRYALL(const std::string& pSortBy, bool pSortRev) {
@@ -69,7 +85,6 @@ cls_DB::IdList cls_DB::ENTRYQUERY(const Variant& pField, const std::string& pOp,
     DEBUGTRACK_LET("ENTRYQUERY-8");
     IdList result;
     if (cond.KIND() == cls_DBCondition::Kind::None || !cond.VALID()) return result;
-    const auto& all = entries_.Entries();
     const std::vector<Variant>* values = no ? &FIELDCOLUMN(no) : nullptr;
     const std::vector<std::string>* upper =
         (no && cond.CASEBLIND() && cond.NEEDSTEXT()) ? &FIELDUPPERCOLUMN(no) : nullptr;
@@ -80,15 +95,7 @@ cls_DB::IdList cls_DB::ENTRYQUERY(const Variant& pField, const std::string& pOp,
       DEBUGTRACK_LET("ENTRYQUERY-14-5-", no, static_cast<int32_t>(p));
       return cond.TEST(values ? (*values)[p] : empty, upper ? &(*upper)[p] : nullptr);
     };
-    if (!pList) {
-      for (size_t p = 0; p < all.size(); ++p)
-        if (test(p)) result.push_back(all[p].id);
-    } else {
-      for (const auto& id : *pList) {
-        int32_t p = entries_.Position(entries_.NormalizeId(id));
-        if (p >= 0 && test(static_cast<size_t>(p))) result.push_back(all[static_cast<size_t>(p)].id);
-      }
-    }
+    hSelect(entries_, pList, test, result);
     DEBUGTRACK_LET("ENTRYQUERY-15");
     return result;
   });
@@ -102,7 +109,6 @@ cls_DB::IdList cls_DB::ENTRYSEARCH(const std::string& pSearch, const std::option
     DEBUGTRACK_LET("ENTRYSEARCH-2");
     std::vector<const std::vector<std::string>*> columns;
     for (int32_t f = 1; f <= FIELDS(); ++f) columns.push_back(&FIELDUPPERCOLUMN(f));
-    const auto& all = entries_.Entries();
     std::vector<std::string_view> texts(columns.size());
     IdList result;
     auto test = [&](size_t p) {
@@ -110,15 +116,7 @@ cls_DB::IdList cls_DB::ENTRYSEARCH(const std::string& pSearch, const std::option
       for (size_t f = 0; f < columns.size(); ++f) texts[f] = (*columns[f])[p];
       return search.TEST(texts);
     };
-    if (!pList) {
-      for (size_t p = 0; p < all.size(); ++p)
-        if (test(p)) result.push_back(all[p].id);
-    } else {
-      for (const auto& id : *pList) {
-        int32_t p = entries_.Position(entries_.NormalizeId(id));
-        if (p >= 0 && test(static_cast<size_t>(p))) result.push_back(all[static_cast<size_t>(p)].id);
-      }
-    }
+    hSelect(entries_, pList, test, result);
     return result;
   });
 }
