@@ -57,7 +57,8 @@ class DbExportOfficeTest(unittest.TestCase):
         # leading zero and "+", whole numbers.
         subprocess.run([OFFICE, "-env:UserInstallation=file://" + self.out("profile"), "--headless", "--convert-to",
                         "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false", "--outdir",
-                        self.out("csv"), plain], check=True, capture_output=True, timeout=120)
+                        self.out("csv"), plain], check=True, capture_output=True, timeout=120,
+                       env={k: v for k, v in os.environ.items() if k != "LD_PRELOAD"})  # no sanitizer runtime
         with open(self.out("csv/plain.csv"), encoding="utf-8", newline="") as f:
             rows = list(csv.reader(f))
         self.assertEqual(rows, [["NAME", "PHONE", "AGE"], ["Anna", "0301", "3"], ["Jörg", "+4969", "-12000"]])

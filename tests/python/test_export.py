@@ -148,7 +148,9 @@ def soffice_csv(src, outdir, infilter=None):
     if infilter:
         cmd.append("--infilter=" + infilter)
     cmd += ["--convert-to", "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false", "--outdir", outdir, src]
-    env = dict(os.environ, LC_ALL="C")
+    # The office must not inherit the sanitizer runtime the test suite may preload.
+    env = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
+    env["LC_ALL"] = "C"
     r = subprocess.run(cmd, capture_output=True, text=True, timeout=180, env=env)
     out = os.path.join(outdir, os.path.splitext(os.path.basename(src))[0] + ".csv")
     if r.returncode != 0 or not os.path.exists(out):
