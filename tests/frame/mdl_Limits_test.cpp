@@ -16,21 +16,13 @@
 #include "frame/sys_Global.h"
 #include "structure/cls_StructureTools.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
 namespace fs = std::filesystem;
 
-// Runs f and returns the error it raised ("" and number 0 when none).
-template <class F>
-std::pair<int, std::string> Failure(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return {e.number, e.description};
-  }
-  return {0, ""};
-}
 
 // Puts every limit back to its default when a test ends, passed or failed.
 struct LimitsReset {

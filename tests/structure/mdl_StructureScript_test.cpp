@@ -15,21 +15,13 @@
 #include "frame/FileIO.h"
 #include "structure/cls_Structure.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
 namespace fs = std::filesystem;
 
-// Runs f and returns the error it raised ("" and number 0 when none).
-template <class F>
-std::pair<int, std::string> Failure(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return {e.number, e.description};
-  }
-  return {0, ""};
-}
 
 std::string ReadAll(const fs::path& p) {
   std::ifstream in(p, std::ios::binary);
