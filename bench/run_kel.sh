@@ -20,7 +20,7 @@ with open(sys.argv[2], "w", encoding="utf-8") as f:
     for r in rows:
         f.write("%s\t%s\t%s\t%d\n" % (r["name"], r["city"], r["amount"], 1 if r["active"] else 0))
 PYEOF
-KEL_W2_ROWS="$OUT/w2_rows.tsv" KEL_W2_OUT="$OUT/w2_kel.html" RYKEL_QUIET=1 \
+KEL_W2_DIR=bench/kel_w2 KEL_W2_ROWS="$OUT/w2_rows.tsv" KEL_W2_OUT="$OUT/w2_kel.html" RYKEL_QUIET=1 \
   "$OUT/bench_kel" --benchmark_format=json --benchmark_out="$OUT/kel.json" --benchmark_out_format=json \
   --benchmark_repetitions=5 >/dev/null
 $PY - "$PEERS/w2" "$OUT" <<'PYEOF'
