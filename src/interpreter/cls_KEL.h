@@ -172,7 +172,10 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   bool quit_ = false;
   int64_t calls_ = 0;                            // the count mirrored in RECURSIONS
   int64_t steps_ = 0;                            // commands and loop rounds since the outermost start
-  std::map<int64_t, bool> chain_;                // IF chains: counter value -> branch taken
+  // The IF chain record for the command that comes next: the counter value it is meant for (0:
+  // none) and whether a branch was taken. One record suffices: the counter only grows.
+  int64_t chainAt_ = 0;
+  bool chainTaken_ = false;
   std::vector<SwitchFrame> switches_;            // SWITCH blocks in progress
   SwitchFrame looseSwitch_;                      // set by a SWITCH without block
   int depth_ = 0;                                // nested PROCESS levels

@@ -27,8 +27,6 @@ static_assert(std::size(kOperators) == static_cast<size_t>(enm_KELOperator::Coun
 constexpr int kLevels[] = {99, 1, 2, 2, 3, 3, 4, 4, 4, 4, 4, 4, 5, 6, 7};
 static_assert(std::size(kLevels) == std::size(kOperators));
 constexpr int kLowestLevel = 7;
-// Letters tell names from numbers and operators.
-constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 // Loops stop after this many rounds unless SYS.LOOP.MAX says otherwise.
 constexpr int32_t kDefaultLoopMax = 100000;
 
@@ -41,7 +39,7 @@ struct Ctx {
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
-bool hIsLetter(char c) { return kLetters.find(c) != std::string_view::npos; }
+bool hIsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
 std::string_view hInner(const KELToken& t) {
   std::string_view s = t.text;
@@ -103,6 +101,23 @@ bool hTruth(const Variant& v) {
 
 std::string hText(cls_KEL& k, const Variant& v) { return k.hToText(v); }
 
+// A variable by name or dotted path ("row.name"), Null when there is none. Short ASCII names are
+// upper-cased on the stack, so the lookup allocates nothing.
+Variant hVariable(cls_KEL& k, std::string_view name) {
+  char up[64];
+  if (name.size() <= sizeof up) {
+    size_t i = 0;
+    for (; i < name.size(); ++i) {
+      char ch = name[i];
+      if (static_cast<unsigned char>(ch) >= 0x80) break;
+      up[i] = (ch >= 'a' && ch <= 'z') ? static_cast<char>(ch - 32) : ch;
+    }
+    if (i == name.size())
+      return k.VARIABLES->ItemGetDirect_GET(std::string_view(up, i), 0, Variant::Null(), false);
+  }
+  return k.VARIABLES->ITEM_GET(Variant(name), Variant::Null());
+}
+
 Variant hValue(Ctx& c, const KELToken& t);
 Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
 
@@ -161,7 +176,7 @@ Variant hOperand(Ctx& c, const KELToken& t) {
   if (t.kind == enm_KELToken::Word) {
     if (cls_KELDecoder::IsLiteralWord(t.text)) return Variant(cls_KELDecoder::LITERAL(t.text));
     if (hIsName(t.text)) {
-      Variant v = c.k.VARIABLES->ITEM_GET(Variant(t.text), Variant::Null());
+      Variant v = hVariable(c.k, t.text);
       if (!v.isNull()) return v;
       return Variant(t.text);
     }
@@ -444,11 +459,9 @@ Variant hIf(Ctx& c) { return hIfLike(c, "IF"); }
 
 // The chain record left for this command by the IF or ELSEIF before it; -1 when there is none.
 int hChainGet(cls_KEL& k) {
-  auto it = k.chain_.find(k.calls_);
-  if (it == k.chain_.end()) return -1;
-  int taken = it->second ? 1 : 0;
-  k.chain_.erase(it);
-  return taken;
+  if (k.chainAt_ != k.calls_) return -1;
+  k.chainAt_ = 0;
+  return k.chainTaken_ ? 1 : 0;
 }
 
 Variant hElseIf(Ctx& c) {
@@ -572,8 +585,9 @@ Variant hIterate(Ctx& c) {
   Variant sv = hEvalTokens(c, &c.params[1], 1);
   auto s = sv.as<cls_Structure>();
   if (!s) return Variant(c.k.ERRORS("ITERATE needs a structure", c.text));
-  std::string keyName = name + "_KEY", indexName = name + "_INDEX";
-  Variant nameV(name), keyV(keyName), indexV(indexName);
+  // The names upper-cased once: the writes per round then take them as they are.
+  std::string upper = text::UCase(name);
+  Variant nameV(upper), keyV(upper + "_KEY"), indexV(upper + "_INDEX");
   std::string out;
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
@@ -676,9 +690,9 @@ Variant hMaster(Ctx& c) {
 }
 
 void hChainSet(cls_KEL& k, int64_t calls, bool taken) {
-  // Records can only be read by a later command: drop the ones whose counter value is past.
-  k.chain_.erase(k.chain_.begin(), k.chain_.upper_bound(calls));
-  k.chain_[calls + 1] = taken;
+  // Only the next command can read the record; any older one is past.
+  k.chainAt_ = calls + 1;
+  k.chainTaken_ = taken;
 }
 
 // "%n": the n-th item of the parameter structure.
@@ -717,7 +731,7 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
     if (cls_KELTokenizer::IsSeparator(ch)) { oneWord = false; break; }
   if (oneWord && hStartsWithUpper(s, "VAR:")) {
     std::string_view name = s.substr(4);
-    Variant v = k.VARIABLES->ITEM_GET(Variant(name), Variant::Null());
+    Variant v = hVariable(k, name);
     if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
     return v;
   }

@@ -195,6 +195,7 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
       Encapsulate(owned, "<style", "</style>");
       work = owned;
     }
+    out.reserve(work.size());  // the output is usually about as long as the text
 
     const int32_t limit = k.run_.commandsMax;
     // Origin of a position in work within the text handed in (for error places): positions in a
