@@ -171,6 +171,10 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
 
   bool quit_ = false;
   int64_t calls_ = 0;                            // the count mirrored in RECURSIONS
+  int64_t callsShown_ = 0;                       // the count RECURSIONS holds now
+  // Brings RECURSIONS up to calls_. Commands only count; the structure is written when a host,
+  // callback or module can look at it (outermost ends, events, module commands).
+  void hShowCalls();
   int64_t steps_ = 0;                            // commands and loop rounds since the outermost start
   // The IF chain record for the command that comes next: the counter value it is meant for (0:
   // none) and whether a branch was taken. One record suffices: the counter only grows.

@@ -588,15 +588,26 @@ Variant hIterate(Ctx& c) {
   // The names upper-cased once: the writes per round then take them as they are.
   std::string upper = text::UCase(name);
   Variant nameV(upper), keyV(upper + "_KEY"), indexV(upper + "_INDEX");
+  // The slots are read in place (the block may change the structure: they are looked up anew
+  // each round, as BASE and MAX are).
+  const auto& manager = s->MANAGER_GET();
+  const int32_t sid = s->SID_GET();
   std::string out;
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
     if (c.k.quit_) break;
-    if (!s->EXISTS_GET(i)) continue;
+    Variant item, key;
+    {
+      const auto& slots = manager->Items(sid);
+      if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
+      const auto& slot = slots[i];
+      item = slot.isStruct ? Variant(manager->Ref(slot.child)) : slot.value;
+      std::string_view name = slot.name ? manager->Names().Name(slot.name) : std::string_view();
+      key = name.empty() ? Variant(i) : Variant(name);
+    }
     if (hStepOver(c.k, out)) break;
-    std::string key = s->ID_GET(i);
-    c.k.VARIABLES->ITEM_LET(nameV, s->ITEM_GET(i));
-    c.k.VARIABLES->ITEM_LET(keyV, key.empty() ? Variant(i) : Variant(key));
+    c.k.VARIABLES->ITEM_LET(nameV, item);
+    c.k.VARIABLES->ITEM_LET(keyV, key);
     c.k.VARIABLES->ITEM_LET(indexV, Variant(++position));
     out += hBlock(c, c.params[2]);
     if (hOutputFull(c, out)) break;
@@ -759,6 +770,7 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
     StructurePtr params = hParamStruct(c);
     std::string saved = std::move(k.currentCommand_);
     k.currentCommand_ = upper;
+    k.hShowCalls();
     Variant r = k.MODULES->EXECUTE(k, upper, params);
     k.currentCommand_ = std::move(saved);
     return r;
@@ -769,6 +781,7 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
   StructurePtr params = hParamStruct(c);
   Variant r;
   k.currentCommand_ = "OTHER:" + upper;
+  k.hShowCalls();
   bool taken = k.MODULES->hRoute(k, "OTHER:" + upper, params, nullptr, r);
   k.currentCommand_.clear();
   if (!taken) return Variant(k.ERRORS("Cannot execute", s));
@@ -786,6 +799,13 @@ enm_KELOperator cls_KELExecutor::OperatorOf(std::string_view pText) {
 int cls_KELExecutor::Level(enm_KELOperator pOp) { return kLevels[static_cast<size_t>(pOp)]; }
 
 Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
+  // A host's own EXECUTE shows its count in RECURSIONS when it returns.
+  struct ShowCalls {
+    cls_KEL* k;
+    ~ShowCalls() {
+      if (k) k->hShowCalls();
+    }
+  } show{k.depth_ == 0 && k.nest_ == 0 ? &k : nullptr};
   if (k.depth_ == 0) {
     k.quit_ = false;
     k.hReadSettings();
@@ -797,7 +817,6 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
     if (hStepOver(k, over)) return Variant(over);
   }
   try {
-    k.RECURSIONS->ITEMDIRECT_LET(1, "CALLS", Variant(static_cast<double>(k.calls_)));
     while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);
     while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front()) && s.front() != ',' && s.front() != ';')
       s.remove_prefix(1);

@@ -169,7 +169,10 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
   const int32_t maxDepth = k.run_.nestingMax;
   if (k.depth_ >= maxDepth) {
     bool go = true;
-    if (k.WARNING) k.WARNING("Nesting too deep", go);
+    if (k.WARNING) {
+      k.hShowCalls();
+      k.WARNING("Nesting too deep", go);
+    }
     if (!go) k.quit_ = true;
     return k.ERRORS("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
   }
@@ -283,7 +286,10 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
     }
     if (!failure.empty()) {
       bool go = true;
-      if (failure == "Not parseable" && k.WARNING) k.WARNING("Not parseable", go);
+      if (failure == "Not parseable" && k.WARNING) {
+        k.hShowCalls();
+        k.WARNING("Not parseable", go);
+      }
       if (!go) k.quit_ = true;
       if (k.run_.debug)
         out = k.ERRORS(failure, failureDetail);
