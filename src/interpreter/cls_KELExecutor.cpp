@@ -118,6 +118,12 @@ Variant hVariable(cls_KEL& k, std::string_view name) {
   return k.VARIABLES->ITEM_GET(Variant(name), Variant::Null());
 }
 
+// A bare name as an operand: the variable's value, or the name itself when there is none.
+Variant hNameValue(cls_KEL& k, std::string_view name) {
+  Variant v = hVariable(k, name);
+  return v.isNull() ? Variant(name) : v;
+}
+
 Variant hValue(Ctx& c, const KELToken& t);
 Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
 
@@ -134,20 +140,31 @@ struct NestGuard {
 Variant hEvalText(Ctx& c, std::string_view s) {
   NestGuard guard(c.k);
   if (!guard.ok) return Variant(c.k.ERRORS("Nesting too deep", s));
+  // A bare name ("(row.active)") is one word token: its operand value, without the tokenizer.
+  if (hIsName(s) && !cls_KELDecoder::IsLiteralWord(s)) return hNameValue(c.k, s);
   auto cached = cls_KELTokenizer::TokenizeCached(s);
   return hEvalTokens(c, cached->tokens.data(), cached->tokens.size());
 }
 
-// A block parameter's output: a "{...}" group is processed as template text.
-std::string hBlock(Ctx& c, const KELToken& t) {
+// A block parameter's output, appended to rOut: a "{...}" group is processed as template text.
+void hBlockAppend(Ctx& c, const KELToken& t, std::string& rOut) {
   if (t.kind == enm_KELToken::Braces) {
     std::string_view inner = hInner(t);
     // Text without commands and without script or style sections comes out as it is.
-    if (inner.find('{') == std::string_view::npos && inner.find("<s") == std::string_view::npos)
-      return std::string(inner);
-    return c.k.PROCESS(inner, c.data);
+    if (inner.find('{') == std::string_view::npos && inner.find("<s") == std::string_view::npos) {
+      rOut.append(inner);
+      return;
+    }
+    cls_KELFrontEnd::ProcessAppend(c.k, inner, c.data, std::string(), false, rOut);
+    return;
   }
-  return hText(c.k, hValue(c, t));
+  rOut += hText(c.k, hValue(c, t));
+}
+
+std::string hBlock(Ctx& c, const KELToken& t) {
+  std::string out;
+  hBlockAppend(c, t, out);
+  return out;
 }
 
 // The value of one parameter token.
@@ -175,11 +192,7 @@ Variant hValue(Ctx& c, const KELToken& t) {
 Variant hOperand(Ctx& c, const KELToken& t) {
   if (t.kind == enm_KELToken::Word) {
     if (cls_KELDecoder::IsLiteralWord(t.text)) return Variant(cls_KELDecoder::LITERAL(t.text));
-    if (hIsName(t.text)) {
-      Variant v = hVariable(c.k, t.text);
-      if (!v.isNull()) return v;
-      return Variant(t.text);
-    }
+    if (hIsName(t.text)) return hNameValue(c.k, t.text);
   }
   return hValue(c, t);
 }
@@ -492,7 +505,7 @@ Variant hWhile(Ctx& c) {
   while (!c.k.quit_ && hCondition(c, c.params[0])) {
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
-    out += hBlock(c, c.params[1]);
+    hBlockAppend(c, c.params[1], out);
     if (hOutputFull(c, out)) break;
   }
   return Variant(out);
@@ -511,7 +524,7 @@ Variant hDo(Ctx& c) {
   do {
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
-    out += hBlock(c, c.params[0]);
+    hBlockAppend(c, c.params[0], out);
     if (hOutputFull(c, out)) break;
   } while (!c.k.quit_ && hCondition(c, c.params[2]) != until);
   return Variant(out);
@@ -572,7 +585,7 @@ Variant hFor(Ctx& c) {
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
     c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
-    out += hBlock(c, c.params[4]);
+    hBlockAppend(c, c.params[4], out);
     if (hOutputFull(c, out)) break;
   }
   return Variant(out);
@@ -609,7 +622,7 @@ Variant hIterate(Ctx& c) {
     c.k.VARIABLES->ITEM_LET(nameV, item);
     c.k.VARIABLES->ITEM_LET(keyV, key);
     c.k.VARIABLES->ITEM_LET(indexV, Variant(++position));
-    out += hBlock(c, c.params[2]);
+    hBlockAppend(c, c.params[2], out);
     if (hOutputFull(c, out)) break;
   }
   return Variant(out);
