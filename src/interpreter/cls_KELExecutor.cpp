@@ -106,14 +106,14 @@ std::string hText(cls_KEL& k, const Variant& v) { return k.hToText(v); }
 Variant hVariable(cls_KEL& k, std::string_view name) {
   char up[64];
   if (name.size() <= sizeof up) {
-    size_t i = 0;
-    for (; i < name.size(); ++i) {
-      char ch = name[i];
-      if (static_cast<unsigned char>(ch) >= 0x80) break;
-      up[i] = (ch >= 'a' && ch <= 'z') ? static_cast<char>(ch - 32) : ch;
+    unsigned high = 0;
+    for (size_t i = 0; i < name.size(); ++i) {
+      auto ch = static_cast<unsigned char>(name[i]);
+      high |= ch;
+      up[i] = static_cast<char>(ch - (static_cast<unsigned>(ch - 'a') < 26u ? 32 : 0));
     }
-    if (i == name.size())
-      return k.VARIABLES->ItemGetDirect_GET(std::string_view(up, i), 0, Variant::Null(), false);
+    if (high < 0x80)
+      return k.VARIABLES->ItemGetDirect_GET(std::string_view(up, name.size()), 0, Variant::Null(), false);
   }
   return k.VARIABLES->ITEM_GET(Variant(name), Variant::Null());
 }
