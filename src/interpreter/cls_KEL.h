@@ -93,7 +93,9 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
 
   // ---- executor --------------------------------------------------------------------------------
   // Runs one command (without its braces) with the parameter structure pData; the result is the
-  // command's value (usually text; structures stay objects). Raises RECURSIONS by one. Never raises.
+  // command's value (usually text; structures stay objects). Counts one call in RECURSIONS.CALLS
+  // (written there when the host's call returns and before events and module commands). Never
+  // raises.
   Variant EXECUTE(std::string_view pCmd, const StructurePtr& pData = nullptr);
 
   // ---- front end -------------------------------------------------------------------------------
