@@ -187,7 +187,14 @@ bool cls_KEL::ISERROR(const Variant& pValue) {
   return pValue.isString() && pValue.str().substr(0, 4) == "ERR:";
 }
 
+void cls_KEL::hShowCalls() {
+  if (callsShown_ == calls_) return;
+  RECURSIONS->ITEMDIRECT_LET(1, "CALLS", Variant(static_cast<double>(calls_)));
+  callsShown_ = calls_;
+}
+
 void cls_KEL::CRITICAL(std::string_view pTitle, std::string_view pText) {
+  hShowCalls();
   quit_ = true;
   Notify({std::string(pTitle), std::string(pText), "OK", "Critical"});
 }
@@ -199,6 +206,7 @@ void cls_KEL::ERRORLISTSHOW() {
 // ---- host helpers ------------------------------------------------------------------------------
 
 void cls_KEL::SIGNAL(int32_t pSignal, const Variant& pParameters) {
+  hShowCalls();
   MODULES->SIGNAL(pSignal, pParameters);
   if (SIGNALED) {
     bool done = false;

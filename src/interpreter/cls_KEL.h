@@ -93,7 +93,9 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
 
   // ---- executor --------------------------------------------------------------------------------
   // Runs one command (without its braces) with the parameter structure pData; the result is the
-  // command's value (usually text; structures stay objects). Raises RECURSIONS by one. Never raises.
+  // command's value (usually text; structures stay objects). Counts one call in RECURSIONS.CALLS
+  // (written there when the host's call returns and before events and module commands). Never
+  // raises.
   Variant EXECUTE(std::string_view pCmd, const StructurePtr& pData = nullptr);
 
   // ---- front end -------------------------------------------------------------------------------
@@ -171,8 +173,15 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
 
   bool quit_ = false;
   int64_t calls_ = 0;                            // the count mirrored in RECURSIONS
+  int64_t callsShown_ = 0;                       // the count RECURSIONS holds now
+  // Brings RECURSIONS up to calls_. Commands only count; the structure is written when a host,
+  // callback or module can look at it (outermost ends, events, module commands).
+  void hShowCalls();
   int64_t steps_ = 0;                            // commands and loop rounds since the outermost start
-  std::map<int64_t, bool> chain_;                // IF chains: counter value -> branch taken
+  // The IF chain record for the command that comes next: the counter value it is meant for (0:
+  // none) and whether a branch was taken. One record suffices: the counter only grows.
+  int64_t chainAt_ = 0;
+  bool chainTaken_ = false;
   std::vector<SwitchFrame> switches_;            // SWITCH blocks in progress
   SwitchFrame looseSwitch_;                      // set by a SWITCH without block
   int depth_ = 0;                                // nested PROCESS levels

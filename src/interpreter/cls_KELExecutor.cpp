@@ -27,8 +27,6 @@ static_assert(std::size(kOperators) == static_cast<size_t>(enm_KELOperator::Coun
 constexpr int kLevels[] = {99, 1, 2, 2, 3, 3, 4, 4, 4, 4, 4, 4, 5, 6, 7};
 static_assert(std::size(kLevels) == std::size(kOperators));
 constexpr int kLowestLevel = 7;
-// Letters tell names from numbers and operators.
-constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 // Loops stop after this many rounds unless SYS.LOOP.MAX says otherwise.
 constexpr int32_t kDefaultLoopMax = 100000;
 
@@ -41,7 +39,7 @@ struct Ctx {
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
-bool hIsLetter(char c) { return kLetters.find(c) != std::string_view::npos; }
+bool hIsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
 std::string_view hInner(const KELToken& t) {
   std::string_view s = t.text;
@@ -103,6 +101,29 @@ bool hTruth(const Variant& v) {
 
 std::string hText(cls_KEL& k, const Variant& v) { return k.hToText(v); }
 
+// A variable by name or dotted path ("row.name"), Null when there is none. Short ASCII names are
+// upper-cased on the stack, so the lookup allocates nothing.
+Variant hVariable(cls_KEL& k, std::string_view name) {
+  char up[64];
+  if (name.size() <= sizeof up) {
+    unsigned high = 0;
+    for (size_t i = 0; i < name.size(); ++i) {
+      auto ch = static_cast<unsigned char>(name[i]);
+      high |= ch;
+      up[i] = static_cast<char>(ch - (static_cast<unsigned>(ch - 'a') < 26u ? 32 : 0));
+    }
+    if (high < 0x80)
+      return k.VARIABLES->ItemGetDirect_GET(std::string_view(up, name.size()), 0, Variant::Null(), false);
+  }
+  return k.VARIABLES->ITEM_GET(Variant(name), Variant::Null());
+}
+
+// A bare name as an operand: the variable's value, or the name itself when there is none.
+Variant hNameValue(cls_KEL& k, std::string_view name) {
+  Variant v = hVariable(k, name);
+  return v.isNull() ? Variant(name) : v;
+}
+
 Variant hValue(Ctx& c, const KELToken& t);
 Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
 
@@ -119,20 +140,31 @@ struct NestGuard {
 Variant hEvalText(Ctx& c, std::string_view s) {
   NestGuard guard(c.k);
   if (!guard.ok) return Variant(c.k.ERRORS("Nesting too deep", s));
+  // A bare name ("(row.active)") is one word token: its operand value, without the tokenizer.
+  if (hIsName(s) && !cls_KELDecoder::IsLiteralWord(s)) return hNameValue(c.k, s);
   auto cached = cls_KELTokenizer::TokenizeCached(s);
   return hEvalTokens(c, cached->tokens.data(), cached->tokens.size());
 }
 
-// A block parameter's output: a "{...}" group is processed as template text.
-std::string hBlock(Ctx& c, const KELToken& t) {
+// A block parameter's output, appended to rOut: a "{...}" group is processed as template text.
+void hBlockAppend(Ctx& c, const KELToken& t, std::string& rOut) {
   if (t.kind == enm_KELToken::Braces) {
     std::string_view inner = hInner(t);
     // Text without commands and without script or style sections comes out as it is.
-    if (inner.find('{') == std::string_view::npos && inner.find("<s") == std::string_view::npos)
-      return std::string(inner);
-    return c.k.PROCESS(inner, c.data);
+    if (inner.find('{') == std::string_view::npos && inner.find("<s") == std::string_view::npos) {
+      rOut.append(inner);
+      return;
+    }
+    cls_KELFrontEnd::ProcessAppend(c.k, inner, c.data, std::string(), false, rOut);
+    return;
   }
-  return hText(c.k, hValue(c, t));
+  rOut += hText(c.k, hValue(c, t));
+}
+
+std::string hBlock(Ctx& c, const KELToken& t) {
+  std::string out;
+  hBlockAppend(c, t, out);
+  return out;
 }
 
 // The value of one parameter token.
@@ -160,11 +192,7 @@ Variant hValue(Ctx& c, const KELToken& t) {
 Variant hOperand(Ctx& c, const KELToken& t) {
   if (t.kind == enm_KELToken::Word) {
     if (cls_KELDecoder::IsLiteralWord(t.text)) return Variant(cls_KELDecoder::LITERAL(t.text));
-    if (hIsName(t.text)) {
-      Variant v = c.k.VARIABLES->ITEM_GET(Variant(t.text), Variant::Null());
-      if (!v.isNull()) return v;
-      return Variant(t.text);
-    }
+    if (hIsName(t.text)) return hNameValue(c.k, t.text);
   }
   return hValue(c, t);
 }
@@ -444,11 +472,9 @@ Variant hIf(Ctx& c) { return hIfLike(c, "IF"); }
 
 // The chain record left for this command by the IF or ELSEIF before it; -1 when there is none.
 int hChainGet(cls_KEL& k) {
-  auto it = k.chain_.find(k.calls_);
-  if (it == k.chain_.end()) return -1;
-  int taken = it->second ? 1 : 0;
-  k.chain_.erase(it);
-  return taken;
+  if (k.chainAt_ != k.calls_) return -1;
+  k.chainAt_ = 0;
+  return k.chainTaken_ ? 1 : 0;
 }
 
 Variant hElseIf(Ctx& c) {
@@ -479,7 +505,7 @@ Variant hWhile(Ctx& c) {
   while (!c.k.quit_ && hCondition(c, c.params[0])) {
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
-    out += hBlock(c, c.params[1]);
+    hBlockAppend(c, c.params[1], out);
     if (hOutputFull(c, out)) break;
   }
   return Variant(out);
@@ -498,7 +524,7 @@ Variant hDo(Ctx& c) {
   do {
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
-    out += hBlock(c, c.params[0]);
+    hBlockAppend(c, c.params[0], out);
     if (hOutputFull(c, out)) break;
   } while (!c.k.quit_ && hCondition(c, c.params[2]) != until);
   return Variant(out);
@@ -559,7 +585,7 @@ Variant hFor(Ctx& c) {
     if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
     c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
-    out += hBlock(c, c.params[4]);
+    hBlockAppend(c, c.params[4], out);
     if (hOutputFull(c, out)) break;
   }
   return Variant(out);
@@ -572,19 +598,31 @@ Variant hIterate(Ctx& c) {
   Variant sv = hEvalTokens(c, &c.params[1], 1);
   auto s = sv.as<cls_Structure>();
   if (!s) return Variant(c.k.ERRORS("ITERATE needs a structure", c.text));
-  std::string keyName = name + "_KEY", indexName = name + "_INDEX";
-  Variant nameV(name), keyV(keyName), indexV(indexName);
+  // The names upper-cased once: the writes per round then take them as they are.
+  std::string upper = text::UCase(name);
+  Variant nameV(upper), keyV(upper + "_KEY"), indexV(upper + "_INDEX");
+  // The slots are read in place (the block may change the structure: they are looked up anew
+  // each round, as BASE and MAX are).
+  const auto& manager = s->MANAGER_GET();
+  const int32_t sid = s->SID_GET();
   std::string out;
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
     if (c.k.quit_) break;
-    if (!s->EXISTS_GET(i)) continue;
+    Variant item, key;
+    {
+      const auto& slots = manager->Items(sid);
+      if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
+      const auto& slot = slots[i];
+      item = slot.isStruct ? Variant(manager->Ref(slot.child)) : slot.value;
+      std::string_view name = slot.name ? manager->Names().Name(slot.name) : std::string_view();
+      key = name.empty() ? Variant(i) : Variant(name);
+    }
     if (hStepOver(c.k, out)) break;
-    std::string key = s->ID_GET(i);
-    c.k.VARIABLES->ITEM_LET(nameV, s->ITEM_GET(i));
-    c.k.VARIABLES->ITEM_LET(keyV, key.empty() ? Variant(i) : Variant(key));
+    c.k.VARIABLES->ITEM_LET(nameV, item);
+    c.k.VARIABLES->ITEM_LET(keyV, key);
     c.k.VARIABLES->ITEM_LET(indexV, Variant(++position));
-    out += hBlock(c, c.params[2]);
+    hBlockAppend(c, c.params[2], out);
     if (hOutputFull(c, out)) break;
   }
   return Variant(out);
@@ -676,9 +714,9 @@ Variant hMaster(Ctx& c) {
 }
 
 void hChainSet(cls_KEL& k, int64_t calls, bool taken) {
-  // Records can only be read by a later command: drop the ones whose counter value is past.
-  k.chain_.erase(k.chain_.begin(), k.chain_.upper_bound(calls));
-  k.chain_[calls + 1] = taken;
+  // Only the next command can read the record; any older one is past.
+  k.chainAt_ = calls + 1;
+  k.chainTaken_ = taken;
 }
 
 // "%n": the n-th item of the parameter structure.
@@ -717,7 +755,7 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
     if (cls_KELTokenizer::IsSeparator(ch)) { oneWord = false; break; }
   if (oneWord && hStartsWithUpper(s, "VAR:")) {
     std::string_view name = s.substr(4);
-    Variant v = k.VARIABLES->ITEM_GET(Variant(name), Variant::Null());
+    Variant v = hVariable(k, name);
     if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
     return v;
   }
@@ -745,6 +783,7 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
     StructurePtr params = hParamStruct(c);
     std::string saved = std::move(k.currentCommand_);
     k.currentCommand_ = upper;
+    k.hShowCalls();
     Variant r = k.MODULES->EXECUTE(k, upper, params);
     k.currentCommand_ = std::move(saved);
     return r;
@@ -755,6 +794,7 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
   StructurePtr params = hParamStruct(c);
   Variant r;
   k.currentCommand_ = "OTHER:" + upper;
+  k.hShowCalls();
   bool taken = k.MODULES->hRoute(k, "OTHER:" + upper, params, nullptr, r);
   k.currentCommand_.clear();
   if (!taken) return Variant(k.ERRORS("Cannot execute", s));
@@ -772,6 +812,13 @@ enm_KELOperator cls_KELExecutor::OperatorOf(std::string_view pText) {
 int cls_KELExecutor::Level(enm_KELOperator pOp) { return kLevels[static_cast<size_t>(pOp)]; }
 
 Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
+  // A host's own EXECUTE shows its count in RECURSIONS when it returns.
+  struct ShowCalls {
+    cls_KEL* k;
+    ~ShowCalls() {
+      if (k) k->hShowCalls();
+    }
+  } show{k.depth_ == 0 && k.nest_ == 0 ? &k : nullptr};
   if (k.depth_ == 0) {
     k.quit_ = false;
     k.hReadSettings();
@@ -783,7 +830,6 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
     if (hStepOver(k, over)) return Variant(over);
   }
   try {
-    k.RECURSIONS->ITEMDIRECT_LET(1, "CALLS", Variant(static_cast<double>(k.calls_)));
     while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);
     while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front()) && s.front() != ',' && s.front() != ';')
       s.remove_prefix(1);

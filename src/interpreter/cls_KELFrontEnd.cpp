@@ -1,5 +1,6 @@
 #include "interpreter/cls_KELFrontEnd.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <iterator>
 #include <unordered_map>
@@ -103,7 +104,15 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
   };
   thread_local std::unordered_map<std::string, std::shared_ptr<const Prepared>, Hash, std::equal_to<>> cache;
   constexpr size_t kLimit = 512;
-  if (auto it = cache.find(pText); it != cache.end()) return it->second;
+  // A loop processes the same block text round after round: that one is compared, not hashed.
+  thread_local std::string lastText;
+  thread_local std::shared_ptr<const Prepared> last;
+  if (last && pText == lastText) return last;
+  if (auto it = cache.find(pText); it != cache.end()) {
+    lastText = pText;
+    last = it->second;
+    return last;
+  }
   auto p = std::make_shared<Prepared>();
   p->text = pText;
   if (p->text.find("<s") != std::string::npos) {
@@ -157,6 +166,16 @@ bool cls_KELFrontEnd::Encapsulate(std::string& rData, std::string_view pStartTag
 
 std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const StructurePtr& pData,
                                      const std::string& pFile, bool pNewSource) {
+  std::string out;
+  ProcessAppend(k, pText, pData, pFile, pNewSource, out);
+  return out;
+}
+
+void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const StructurePtr& pData,
+                                    const std::string& pFile, bool pNewSource, std::string& rOut) {
+  // This level's output is what follows base in rOut.
+  std::string& out = rOut;
+  const size_t base = out.size();
   const bool outermost = k.depth_ == 0;
   if (outermost) {
     k.quit_ = false;
@@ -164,14 +183,21 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
     k.hReadSettings();
   }
   if (outermost && pText.size() > static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize)))
-    return k.ERRORS("Input too large", "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) +
+  {
+    out += k.ERRORS("Input too large", "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) +
                                            " bytes (INPUT.SIZE.MAX)");
+    return;
+  }
   const int32_t maxDepth = k.run_.nestingMax;
   if (k.depth_ >= maxDepth) {
     bool go = true;
-    if (k.WARNING) k.WARNING("Nesting too deep", go);
+    if (k.WARNING) {
+      k.hShowCalls();
+      k.WARNING("Nesting too deep", go);
+    }
     if (!go) k.quit_ = true;
-    return k.ERRORS("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
+    out += k.ERRORS("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
+    return;
   }
   ++k.depth_;
   bool pushed = pNewSource || k.sources_.empty();
@@ -179,7 +205,6 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
   LevelGuard guard{k, k.depth_, &k.sources_, pushed};
   if (outermost) k.SIGNAL(kelSignalProcessStart);
 
-  std::string out;
   try {
     // work views the text being scanned: the text handed in, or owned once it had to change.
     std::string owned;
@@ -195,6 +220,8 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
       Encapsulate(owned, "<style", "</style>");
       work = owned;
     }
+    // The output is usually about as long as the text; a caller's buffer keeps growing by halves.
+    if (out.capacity() < base + work.size()) out.reserve(std::max(base + work.size(), out.capacity() * 3 / 2));
 
     const int32_t limit = k.run_.commandsMax;
     // Origin of a position in work within the text handed in (for error places): positions in a
@@ -251,7 +278,7 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
         result = converted;
       }
       size_t after = close < work.size() ? close + 1 : work.size();
-      if (!k.quit_ && out.size() + result.size() > k.run_.outputMax) {
+      if (!k.quit_ && out.size() - base + result.size() > k.run_.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
         out += k.ERRORS("Output too large", "more than " + std::to_string(k.run_.outputMax) +
                                                 " bytes (SYS.OUTPUT.MAX)");
@@ -282,12 +309,13 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
     }
     if (!failure.empty()) {
       bool go = true;
-      if (failure == "Not parseable" && k.WARNING) k.WARNING("Not parseable", go);
+      if (failure == "Not parseable" && k.WARNING) {
+        k.hShowCalls();
+        k.WARNING("Not parseable", go);
+      }
       if (!go) k.quit_ = true;
-      if (k.run_.debug)
-        out = k.ERRORS(failure, failureDetail);
-      else
-        out.clear();
+      out.resize(base);
+      if (k.run_.debug) out += k.ERRORS(failure, failureDetail);
     }
   } catch (const std::exception& e) {
     out += k.ERRORS("Could not execute", e.what());
@@ -307,16 +335,17 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
           ++k.depth_;
           std::string r = Process(k, "{" + cmd + "}", pData, std::string(), false);
           --k.depth_;
-          size_t at = out.find(marker);
+          size_t at = out.find(marker, base);
           if (at != std::string::npos) out.replace(at, marker.size(), r);
         }
       }
       if (!k.master_.empty()) {
         std::string master = k.master_;
         k.master_.clear();
-        k.VARIABLES->ITEM_LET("CONTENT", out);
+        k.VARIABLES->ITEM_LET("CONTENT", std::string_view(out).substr(base));
+        out.resize(base);
         ++k.depth_;
-        out = Include(k, master, pData);
+        out += Include(k, master, pData);
         --k.depth_;
       }
     } catch (const std::exception& e) {
@@ -324,7 +353,6 @@ std::string cls_KELFrontEnd::Process(cls_KEL& k, std::string_view pText, const S
     }
     k.SIGNAL(kelSignalProcessEnd);
   }
-  return out;
 }
 
 bool cls_KELFrontEnd::SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::string_view pParaWanted) {

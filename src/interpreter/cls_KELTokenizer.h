@@ -33,7 +33,11 @@ class cls_KELTokenizer {
   static constexpr std::string_view kOperatorChars = "+-*/&|><=!^:";
   static bool IsOperatorChar(char c) { return kOperatorChars.find(c) != std::string_view::npos; }
   static bool IsSeparator(char c) {
-    return c == ' ' || c == ',' || c == ';' || c == '\t' || c == '\r' || c == '\n';
+    // One test of a bit mask: all six separators lie below 64.
+    constexpr uint64_t kMask = (uint64_t{1} << ' ') | (uint64_t{1} << ',') | (uint64_t{1} << ';') |
+                               (uint64_t{1} << '\t') | (uint64_t{1} << '\r') | (uint64_t{1} << '\n');
+    auto u = static_cast<unsigned char>(c);
+    return u < 64 && ((kMask >> u) & 1);
   }
   // All tokens of the text, in order.
   static std::vector<KELToken> Tokenize(std::string_view pText);

@@ -961,7 +961,8 @@ void cls_StructureManager::ITEMDIRECT_LET(int32_t pID, int32_t pIndex, std::stri
     n.flags |= kChanged;
     if (pIndex == 0) n.flags |= kHasZero;
     if (pIndex >= static_cast<int32_t>(n.items.size())) hResize(n, pIndex);
-    uint32_t atom = names_.Intern(text::UCase(pName));
+    UpperKey key(pName);
+    uint32_t atom = names_.Intern(key.view);
     Item& it = n.items[pIndex];
     if (it.used && it.name != atom) {
       hIndexErase(n, it.name, pIndex);
