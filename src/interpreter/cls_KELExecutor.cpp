@@ -14,6 +14,7 @@
 #include "interpreter/cls_KELFrontEnd.h"
 #include "interpreter/cls_KELTokenizer.h"
 #include "modules/cls_KELModules.h"
+#include "structure/cls_StructureManager.h"
 
 namespace rykel {
 
@@ -30,12 +31,15 @@ constexpr int kLowestLevel = 7;
 // Loops stop after this many rounds unless SYS.LOOP.MAX says otherwise.
 constexpr int32_t kDefaultLoopMax = 100000;
 
+struct Plan;
+
 struct Ctx {
   cls_KEL& k;
   const StructurePtr& data;
   std::string_view text;  // the prepared command text
   const KELToken* params;
   size_t count;
+  Plan* plan = nullptr;   // the decoded form of the command text, when it has one
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -123,6 +127,96 @@ Variant hNameValue(cls_KEL& k, std::string_view name) {
   Variant v = hVariable(k, name);
   return v.isNull() ? Variant(name) : v;
 }
+
+// A variable name decoded once: its upper-cased parts as name atoms of the structure manager, so
+// that a lookup compares numbers in the slots instead of hashing the name again. Only plain
+// names of one or two ASCII parts take this way ("COUNT" means the item count and never does);
+// the atoms are checked against the manager's name table before each use, and whatever the
+// direct walk cannot answer goes to the general lookup.
+struct VarPath {
+  std::string name;        // as written
+  std::string head, tail;  // upper-cased parts; tail empty for a plain name
+  uint32_t headAtom = 0, tailAtom = 0;
+  int32_t headSlot = -1;   // where head was found last time (checked before it is trusted)
+  bool direct = false;
+};
+
+VarPath hMakeVarPath(std::string_view name) {
+  VarPath p;
+  p.name = name;
+  if (name.empty() || name.size() > 64) return p;
+  std::string up(name);
+  for (char& ch : up) {
+    if (static_cast<unsigned char>(ch) >= 0x80) return p;
+    if (ch >= 'a' && ch <= 'z') ch = static_cast<char>(ch - 32);
+  }
+  size_t dot = up.find('.');
+  p.head = up.substr(0, dot);
+  if (dot != std::string::npos) {
+    p.tail = up.substr(dot + 1);
+    if (p.tail.empty() || p.tail.find('.') != std::string::npos) return p;
+  }
+  p.direct = !p.head.empty() && p.head != "COUNT" && p.tail != "COUNT";
+  return p;
+}
+
+// The atom of an upper-cased part, re-read from the name table unless the one kept still names it.
+uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part) {
+  if (rAtom == 0 || rAtom >= names.Count() || names.Name(rAtom) != part) rAtom = names.Find(part);
+  return rAtom;
+}
+
+// The first used slot named atom in a small node; -1 when there is none, -2 when the node is too
+// big to search here (the manager keeps an index for those).
+int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_t hint) {
+  constexpr int32_t kScanMax = 48;
+  const auto& items = m.Items(id);
+  const int32_t size = static_cast<int32_t>(items.size());
+  const int32_t base = m.HASZERO_GET(id) ? 0 : 1;
+  int32_t end = size;
+  if (hint >= base && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom)
+    end = hint;  // the hint holds the name: only an earlier slot could come first
+  else if (size > kScanMax)
+    return -2;
+  for (int32_t i = base; i < end; ++i)
+    if (items[i].used && items[i].name == atom) return i;
+  return end < size ? end : -1;
+}
+
+// The direct walk: true with rValue set when it could answer.
+bool hVarDirect(cls_KEL& k, VarPath& p, Variant& rValue) {
+  if (!p.direct) return false;
+  cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
+  const int32_t vars = k.VARIABLES->SID_GET();
+  if (!hAtom(m.Names(), p.headAtom, p.head)) return false;
+  int32_t slot = hSlotOf(m, vars, p.headAtom, p.headSlot);
+  if (slot < 0) return false;
+  p.headSlot = slot;
+  const auto* item = &m.Items(vars)[slot];
+  if (!p.tail.empty()) {
+    if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail)) return false;
+    const int32_t child = item->child;
+    int32_t inner = hSlotOf(m, child, p.tailAtom, -1);
+    if (inner < 0) return false;
+    item = &m.Items(child)[inner];
+  }
+  rValue = item->isStruct ? Variant(m.Ref(item->child)) : item->value;
+  return true;
+}
+
+// What a command text decodes to, kept by the text: the tokens, the command word's handler and,
+// for a condition written as a bare name ("(row.active)"), that name. "VAR:name" alone is only the
+// name. Variables are never kept: each use looks them up again.
+struct KELCommand;
+struct Plan {
+  enum Kind : uint8_t { Var, Early, Tokens };
+  std::string text;
+  Kind kind = Tokens;
+  VarPath var;  // Var: the variable; Tokens: the condition's bare name when hasCondition
+  bool hasCondition = false;
+  std::shared_ptr<const cls_KELTokenizer::Cached> tokens;
+  const KELCommand* command = nullptr;
+};
 
 Variant hValue(Ctx& c, const KELToken& t);
 Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
@@ -326,7 +420,18 @@ Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n) {
   return e.Parse(kLowestLevel).v;
 }
 
-bool hCondition(Ctx& c, const KELToken& t) { return hTruth(hEvalTokens(c, &t, 1)); }
+bool hCondition(Ctx& c, const KELToken& t) {
+  // "(name)" as the first parameter: the plan has the name decoded.
+  if (c.plan && c.plan->hasCondition && &t == c.params) {
+    NestGuard guard(c.k);
+    if (guard.ok) {
+      Variant v;
+      if (!hVarDirect(c.k, c.plan->var, v)) v = hVariable(c.k, c.plan->var.name);
+      return hTruth(v.isNull() ? Variant(c.plan->var.name) : v);
+    }
+  }
+  return hTruth(hEvalTokens(c, &t, 1));
+}
 
 bool hEquals(Ctx& c, const Variant& a, const Variant& b) {
   double x, y;
@@ -747,12 +852,63 @@ bool hStartsWithUpper(std::string_view s, std::string_view prefix) {
   return true;
 }
 
+Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data,
+                   const cls_KELTokenizer::Cached& cached, Plan* plan);
+
+bool hOneWord(std::string_view s) {
+  for (char ch : s)
+    if (cls_KELTokenizer::IsSeparator(ch)) return false;
+  return true;
+}
+
+// The plan of a command text. Texts that run again usually come from the same place (a prepared
+// template or block kept by the front end), so the table is indexed by where the text lies and
+// each hit is confirmed by comparing the text itself: a text at a reused address is never
+// mistaken. A miss decodes the text and takes the entry over; long texts get no plan.
+std::shared_ptr<Plan> hPlanFor(std::string_view s) {
+  constexpr size_t kEntries = 1024, kTextMax = 256;
+  if (s.size() > kTextMax) return nullptr;
+  thread_local std::vector<std::shared_ptr<Plan>> table(kEntries);
+  auto at = reinterpret_cast<uintptr_t>(s.data());
+  auto& entry = table[((at >> 3) ^ (at >> 13) ^ s.size()) & (kEntries - 1)];
+  if (entry && entry->text == s) return entry;
+  auto plan = std::make_shared<Plan>();
+  plan->text = s;
+  const bool oneWord = hOneWord(s);
+  if (oneWord && hStartsWithUpper(s, "VAR:")) {
+    plan->kind = Plan::Var;
+    plan->var = hMakeVarPath(s.substr(4));
+  } else if ((s.size() >= 2 && s[0] == '@' && s[1] == '@') || (oneWord && hStartsWithUpper(s, "BLOCK:")) ||
+             (oneWord && s.size() >= 2 && s[0] == '%')) {
+    plan->kind = Plan::Early;
+  } else {
+    plan->tokens = cls_KELTokenizer::TokenizeCached(s);
+    const auto& tokens = plan->tokens->tokens;
+    if (!tokens.empty() && tokens[0].kind == enm_KELToken::Word) plan->command = hFindCommand(tokens[0].text);
+    if (tokens.size() >= 2 && tokens[1].kind == enm_KELToken::Parens) {
+      std::string_view inner = hInner(tokens[1]);
+      if (hIsName(inner) && !cls_KELDecoder::IsLiteralWord(inner)) {
+        plan->var = hMakeVarPath(inner);
+        plan->hasCondition = true;
+      }
+    }
+  }
+  entry = plan;
+  return plan;
+}
+
 Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
   if (s.empty()) return Variant("");
+  std::shared_ptr<Plan> plan = hPlanFor(s);
+  if (plan && plan->kind == Plan::Var) {
+    Variant v;
+    if (!hVarDirect(k, plan->var, v)) v = hVariable(k, plan->var.name);
+    if (v.isNull()) return Variant(k.ERRORS("VAR not found", plan->var.name));
+    return v;
+  }
+  if (plan && plan->kind == Plan::Tokens) return hRunTokens(k, s, data, *plan->tokens, plan.get());
   if (s.size() >= 2 && s[0] == '@' && s[1] == '@') return Variant(hDefer(k, s.substr(2)));
-  bool oneWord = true;
-  for (char ch : s)
-    if (cls_KELTokenizer::IsSeparator(ch)) { oneWord = false; break; }
+  bool oneWord = hOneWord(s);
   if (oneWord && hStartsWithUpper(s, "VAR:")) {
     std::string_view name = s.substr(4);
     Variant v = hVariable(k, name);
@@ -767,13 +923,19 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
   }
   if (oneWord && s.size() >= 2 && s[0] == '%' && IsNumericText(s.substr(1))) return hPlaceholder(k, s, data);
 
-  auto cached = cls_KELTokenizer::TokenizeCached(s);
-  const auto& tokens = cached->tokens;
+  return hRunTokens(k, s, data, *cls_KELTokenizer::TokenizeCached(s), nullptr);
+}
+
+// A command text by its tokens: a command word of the table, an expression, a module command, a
+// user function or a command routed to the modules.
+Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data,
+                   const cls_KELTokenizer::Cached& cached, Plan* plan) {
+  const auto& tokens = cached.tokens;
   if (tokens.empty()) return Variant("");
-  Ctx c{k, data, cached->text, tokens.data() + 1, tokens.size() - 1};
+  Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan};
   const KELToken& word = tokens[0];
   if (word.kind == enm_KELToken::Word) {
-    if (const KELCommand* cmd = hFindCommand(word.text)) return cmd->run(c);
+    if (const KELCommand* cmd = plan ? plan->command : hFindCommand(word.text)) return cmd->run(c);
   }
   if (word.kind != enm_KELToken::Word || (tokens.size() >= 2 && tokens[1].kind == enm_KELToken::Operator))
     return hEvalTokens(c, tokens.data(), tokens.size());

@@ -1,0 +1,91 @@
+// Command texts are decoded once and kept: what the kept form gives must follow every change of
+// the variables between uses, as decoding the text again would.
+#include "interpreter/cls_KEL.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "frame/Convert.h"
+
+namespace rykel {
+namespace {
+
+TEST(cls_KELPlans, KeptCommandsFollowTheVariables) {
+  cls_KEL k;
+  const std::string page = "[{VAR:row.name}|{IF (row.active) {on} {off}}]";
+  auto row = cls_Structure::New();
+  row->ITEM_LET("NAME", "Anna");
+  row->ITEM_LET("ACTIVE", 1);
+  k.VARIABLES->ITEM_LET("ROW", row);
+  EXPECT_EQ(k.PROCESS(page, nullptr), "[Anna|on]");
+
+  // The same texts again after the row changed in place, was replaced, became a scalar, was removed.
+  row->ITEM_LET("NAME", "Berta");
+  row->ITEM_LET("ACTIVE", 0);
+  EXPECT_EQ(k.PROCESS(page, nullptr), "[Berta|off]");
+  auto other = cls_Structure::New();
+  other->ITEM_LET("NAME", "Carl");
+  k.VARIABLES->ITEM_LET("ROW", other);
+  EXPECT_EQ(k.PROCESS(page, nullptr), "[Carl|on]");  // ACTIVE missing: its name is the (true) value
+  k.VARIABLES->ITEM_LET("ROW", "plain");
+  EXPECT_EQ(k.ERRORLIST->COUNT(), 0);
+  std::string scalar = k.PROCESS(page, nullptr);
+  EXPECT_NE(scalar.find("ERR:---VAR not found: row.name---"), std::string::npos) << scalar;
+
+  // Variables written before ROW move it to another slot; an earlier slot of the same name wins.
+  k.VARIABLES->REMOVE("ROW");
+  k.VARIABLES->ITEM_LET("A", 1);
+  k.VARIABLES->ITEM_LET("ROW", row);
+  EXPECT_EQ(k.PROCESS(page, nullptr), "[Berta|off]");
+
+  // COUNT is the item count, never a slot.
+  EXPECT_EQ(k.PROCESS("{VAR:row.count}", nullptr), "2");
+  // Zero-based structures and names in other letter cases.
+  auto zero = cls_Structure::New();
+  zero->ITEM_LET(0, "null");
+  zero->ITEM_LET("X", "x");
+  k.VARIABLES->ITEM_LET("Z", zero);
+  EXPECT_EQ(k.PROCESS("{VAR:Z.x}{VAR:z.X}", nullptr), "xx");
+}
+
+TEST(cls_KELPlans, LoopRoundsSeeTheirOwnRow) {
+  cls_KEL k;
+  auto rows = cls_Structure::New();
+  for (int i = 1; i <= 3; ++i) {
+    auto r = cls_Structure::New();
+    r->ITEM_LET("N", i);
+    r->ITEM_LET("ON", i % 2);
+    rows->ADD(r);
+  }
+  k.VARIABLES->ITEM_LET("ROWS", rows);
+  EXPECT_EQ(k.PROCESS("{ITERATE row VAR:rows {{VAR:row.n}{IF (row.on) {+} {-}}}}", nullptr), "1+2-3+");
+  // The block changes the loop variable itself: later commands of the round see the change.
+  EXPECT_EQ(k.PROCESS("{ITERATE row VAR:rows {{VAR row 7}{VAR:row}{IF (row.on) {+} {-}}}}", nullptr),
+            "7+7+7+");
+
+  // Big variable tables take the general lookup and give the same.
+  for (int i = 0; i < 100; ++i) k.VARIABLES->ITEM_LET("V" + std::to_string(i), i);
+  EXPECT_EQ(k.PROCESS("{ITERATE row VAR:rows {{VAR:row.n}{IF (row.on) {+} {-}}}}", nullptr), "1+2-3+");
+  EXPECT_EQ(k.PROCESS("{VAR:v99}", nullptr), "99");
+}
+
+TEST(cls_KELPlans, TheSameTextAtManyPlacesAndLongTexts) {
+  cls_KEL k;
+  k.VARIABLES->ITEM_LET("X", "a");
+  // Texts built anew each time lie at new addresses: each is still decoded right.
+  for (int i = 0; i < 50; ++i) {
+    std::string t = "{VAR:x}" + std::string(static_cast<size_t>(i), ' ') + "{IF (x) {" + std::to_string(i) + "}}";
+    k.VARIABLES->ITEM_LET("X", i % 2 ? "a" : "");
+    std::string want = (i % 2 ? "a" : "") + std::string(static_cast<size_t>(i), ' ') +
+                       (i % 2 ? std::to_string(i) : "");
+    ASSERT_EQ(k.PROCESS(t, nullptr), want) << i;
+  }
+  // A command longer than any kept one.
+  std::string longName(300, 'q');
+  k.VARIABLES->ITEM_LET(longName, "long");
+  EXPECT_EQ(k.PROCESS("{IF (" + longName + ") {yes} {no}}{VAR:" + longName + "}", nullptr), "yeslong");
+}
+
+}  // namespace
+}  // namespace rykel
