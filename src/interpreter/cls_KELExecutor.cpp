@@ -137,7 +137,7 @@ struct VarPath {
   std::string name;        // as written
   std::string head, tail;  // upper-cased parts; tail empty for a plain name
   uint32_t headAtom = 0, tailAtom = 0;
-  int32_t headSlot = -1;   // where head was found last time (checked before it is trusted)
+  int32_t headSlot = -1, tailSlot = -1;  // where the parts were found last (checked before use)
   bool direct = false;
 };
 
@@ -167,19 +167,21 @@ uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part) {
 }
 
 // The first used slot named atom in a small node; -1 when there is none, -2 when the node is too
-// big to search here (the manager keeps an index for those).
+// big to search here (the manager keeps an index for those). Slot 0 counts only in zero-based nodes.
 int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_t hint) {
   constexpr int32_t kScanMax = 48;
   const auto& items = m.Items(id);
   const int32_t size = static_cast<int32_t>(items.size());
-  const int32_t base = m.HASZERO_GET(id) ? 0 : 1;
   int32_t end = size;
-  if (hint >= base && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom)
+  if (hint > 0 && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom)
     end = hint;  // the hint holds the name: only an earlier slot could come first
   else if (size > kScanMax)
     return -2;
-  for (int32_t i = base; i < end; ++i)
-    if (items[i].used && items[i].name == atom) return i;
+  for (int32_t i = 0; i < end; ++i) {
+    if (!items[i].used || items[i].name != atom) continue;
+    if (i == 0 && !m.HASZERO_GET(id)) continue;
+    return i;
+  }
   return end < size ? end : -1;
 }
 
@@ -196,8 +198,9 @@ bool hVarDirect(cls_KEL& k, VarPath& p, Variant& rValue) {
   if (!p.tail.empty()) {
     if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail)) return false;
     const int32_t child = item->child;
-    int32_t inner = hSlotOf(m, child, p.tailAtom, -1);
+    int32_t inner = hSlotOf(m, child, p.tailAtom, p.tailSlot);
     if (inner < 0) return false;
+    p.tailSlot = inner;
     item = &m.Items(child)[inner];
   }
   rValue = item->isStruct ? Variant(m.Ref(item->child)) : item->value;
