@@ -315,6 +315,11 @@ class cls_StructureManager : public Object,
   bool Valid(int32_t pID) const;
   // Reference management for code that links nodes itself.
   void AddRef(int32_t pID);
+  // Appends a used slot after MAX named by the atom (0: unnamed) holding pValue or, when pChild is
+  // not 0, the sub-structure pChild, whose reference the slot takes over. Sets CHANGED. No lookup:
+  // REQUIRES the caller to know that no used slot of the node carries the name yet (readers that
+  // build fresh nodes). Returns the new index.
+  int32_t AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild = 0);
 
  private:
   struct NameIndex;
