@@ -9,19 +9,22 @@ constexpr size_t kBlock = 64 * 1024;
 }
 
 NameTable::NameTable() {
-  names_.push_back({"", 0, hHash("")});
+  names_.push_back({"", 0, Hash("")});
   slots_.assign(64, 0);
 }
 
-uint32_t NameTable::hHash(std::string_view s) {
+uint32_t NameTable::Hash(std::string_view s) {
   uint32_t h = 2166136261u;  // FNV-1a
   for (unsigned char c : s) h = (h ^ c) * 16777619u;
-  return h;
+  // FNV's low bits depend on the low bits of every step only: mix the high bits in, as the tables
+  // index by the low bits
+  h ^= h >> 15;
+  h *= 0x2c1b3c6du;
+  return h ^ (h >> 13);
 }
 
-uint32_t NameTable::Find(std::string_view s) const {
+uint32_t NameTable::Find(std::string_view s, uint32_t h) const {
   if (s.empty()) return 0;
-  uint32_t h = hHash(s);
   size_t mask = slots_.size() - 1;
   for (size_t i = h & mask;; i = (i + 1) & mask) {
     uint32_t a = slots_[i];
@@ -48,9 +51,8 @@ const char* NameTable::hStore(std::string_view s) {
   return p;
 }
 
-uint32_t NameTable::Intern(std::string_view s) {
+uint32_t NameTable::Intern(std::string_view s, uint32_t h) {
   if (s.empty()) return 0;
-  uint32_t h = hHash(s);
   size_t mask = slots_.size() - 1;
   size_t i = h & mask;
   for (;; i = (i + 1) & mask) {

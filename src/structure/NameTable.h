@@ -16,10 +16,16 @@ namespace rykel {
 class NameTable {
  public:
   NameTable();
+  // The hash every lookup of a name uses: callers that look a name up in several places (the
+  // table, a node's name index) compute it once and pass it on.
+  static uint32_t Hash(std::string_view s);
   // The atom of an upper-cased name, or 0 when it was never interned (reads never intern).
-  uint32_t Find(std::string_view upper) const;
+  uint32_t Find(std::string_view upper) const { return Find(upper, Hash(upper)); }
+  uint32_t Find(std::string_view upper, uint32_t hash) const;
   // The atom of an upper-cased name, interning it when new.
-  uint32_t Intern(std::string_view upper);
+  uint32_t Intern(std::string_view upper) { return Intern(upper, Hash(upper)); }
+  uint32_t Intern(std::string_view upper, uint32_t hash);
+  uint32_t HashOf(uint32_t atom) const { return names_[atom].hash; }
   std::string_view Name(uint32_t atom) const { return {names_[atom].data, names_[atom].size}; }
   size_t Count() const { return names_.size(); }
   size_t BytesUsed() const;
@@ -30,7 +36,6 @@ class NameTable {
     uint32_t size;
     uint32_t hash;
   };
-  static uint32_t hHash(std::string_view s);
   void hGrow();
   const char* hStore(std::string_view s);
 

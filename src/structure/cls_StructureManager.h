@@ -303,10 +303,10 @@ class cls_StructureManager : public Object,
   // ---- access for the rest of the structure subsystem (text forms, tree operations) ----------
   struct Item {
     Variant value;
-    uint32_t name = 0;  // atom in names()
-    int32_t child = 0;  // node id when isStruct
-    bool used = false;
-    bool isStruct = false;
+    uint32_t name = 0;      // atom in names()
+    int32_t child : 30 = 0; // node id when isStruct (ids stay far below 2^29)
+    bool used : 1 = false;
+    bool isStruct : 1 = false;
   };
   // The slots of a node, index = item index (always at least slot 0). REQUIRES: a node in use.
   const std::vector<Item>& Items(int32_t pID) const;
@@ -336,6 +336,10 @@ class cls_StructureManager : public Object,
   void hFlagLet(int32_t pID, uint8_t f, bool v);
   Extra& hExtra(Node& n);
   int32_t hFindSlot(int32_t pID, uint32_t atom);
+  // The first used slot named pUpper (hash: NameTable::Hash of it), or -1; never interns.
+  int32_t hFindName(Node& n, std::string_view pUpper, uint32_t hash);
+  int32_t hScan(const Node& n, uint32_t atom) const;
+  NameIndex* hIndexOf(Node& n);
   void hIndexInsert(Node& n, uint32_t atom, int32_t slot);
   void hIndexErase(Node& n, uint32_t atom, int32_t slot);
   Variant hValueOf(const Item& it);
