@@ -25,9 +25,12 @@ class NameTable {
   // The atom of an upper-cased name, interning it when new.
   uint32_t Intern(std::string_view upper) { return Intern(upper, Hash(upper)); }
   uint32_t Intern(std::string_view upper, uint32_t hash);
-  uint32_t HashOf(uint32_t atom) const { return names_[atom].hash; }
-  std::string_view Name(uint32_t atom) const { return {names_[atom].data, names_[atom].size}; }
-  size_t Count() const { return names_.size(); }
+  std::string_view Name(uint32_t atom) const {
+    const Entry& e = hEntry(atom);
+    return {e.data, e.size};
+  }
+  uint32_t HashOf(uint32_t atom) const { return hEntry(atom).hash; }
+  size_t Count() const { return count_; }
   size_t BytesUsed() const;
 
  private:
@@ -36,14 +39,26 @@ class NameTable {
     uint32_t size;
     uint32_t hash;
   };
+  // Probe slots carry the hash, so a probe reads entries only for a likely match.
+  struct Slot {
+    uint32_t hash;
+    uint32_t atom;  // 0 = empty
+  };
+  // Entries sit in fixed chunks: no doubling slack, and an entry never moves.
+  static constexpr uint32_t kChunkBits = 12;
+  const Entry& hEntry(uint32_t atom) const {
+    return chunks_[atom >> kChunkBits][atom & ((1u << kChunkBits) - 1)];
+  }
   void hGrow();
   const char* hStore(std::string_view s);
 
-  std::vector<Entry> names_;
-  std::vector<uint32_t> slots_;  // open addressing, linear probing; 0 = empty, else atom
+  std::vector<std::unique_ptr<Entry[]>> chunks_;
+  uint32_t count_ = 0;
+  std::vector<Slot> slots_;  // open addressing, linear probing, at most 80% full
   std::vector<std::unique_ptr<char[]>> blocks_;
   char* current_ = nullptr;  // the block small names are appended to
   size_t blockUsed_ = 0;
+  size_t chars_ = 0;
 };
 
 }  // namespace rykel

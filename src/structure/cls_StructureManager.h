@@ -73,6 +73,10 @@ class cls_StructureManager : public Object,
   void PERFORMANCE(std::string_view pKey, double pSeconds);
   std::string PERFORMANCEINFO() const;
   int16_t REFCOUNT(int32_t pID) const;
+  // Live cls_Structure handles on this manager (USAGEUSED): handles count themselves in and out.
+  int32_t HandleCount() const { return handles_; }
+  void hHandleCreated() { ++handles_; }
+  void hHandleEnded() { --handles_; }
   size_t BytesUsed() const;  // approximate heap bytes of nodes, items and names
 
   // ---- flags and bound values ----------------------------------------------------------------
@@ -359,6 +363,7 @@ class cls_StructureManager : public Object,
   std::vector<Node> nodes_;       // upper bound = size() - 1
   std::vector<int32_t> free_;     // upper bound = size() - 1, used from index 1
   int32_t freeCount_ = 0;
+  int32_t handles_ = 0;
   NameTable names_;
   bool terminated_ = false;
   struct Timing {
