@@ -105,7 +105,9 @@ void AddRenderCommand(CLI::App& app) {
         auto place = k->ERRORPLACES->ITEM_GET(i).as<cls_Structure>();
         if (place && CLng(place->ITEM_GET("LINE")) > 0) {
           std::string file = CStr(place->ITEM_GET("FILE"));
-          line = (file.empty() ? std::string("<text>") : file) + ":" + CStr(place->ITEM_GET("LINE")) + ":" +
+          // The main template has no file name of its own inside the interpreter.
+          if (file.empty()) file = o.file.empty() ? "<text>" : o.file == "-" ? "<stdin>" : o.file;
+          line = file + ":" + CStr(place->ITEM_GET("LINE")) + ":" +
                  CStr(place->ITEM_GET("COLUMN")) + ": " + line;
         }
         std::fprintf(stderr, "%s\n", line.c_str());

@@ -1,7 +1,13 @@
 // Small helpers shared by the C++ tests.
 #pragma once
 
+#include <stdlib.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <iterator>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "frame/Error.h"
@@ -18,5 +24,30 @@ std::pair<int, std::string> Failure(F&& f) {
   }
   return {0, ""};
 }
+
+// A fresh folder under the system's temporary folder, removed with everything in it (read-only
+// parts included) when the test ends.
+struct TempDir {
+  std::filesystem::path path;
+  TempDir() {
+    std::string t = (std::filesystem::temp_directory_path() / "rykel_test_XXXXXX").string();
+    if (::mkdtemp(t.data()) == nullptr)
+      throw std::filesystem::filesystem_error("mkdtemp", t, std::error_code(errno, std::generic_category()));
+    path = t;
+  }
+  ~TempDir() {
+    std::error_code ec;
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all, std::filesystem::perm_options::add, ec);
+    for (const auto& e : std::filesystem::recursive_directory_iterator(path, ec))
+      std::filesystem::permissions(e.path(), std::filesystem::perms::owner_all, std::filesystem::perm_options::add, ec);
+    std::filesystem::remove_all(path, ec);
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+  size_t Count() const {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(path), {}));
+  }
+};
 
 }  // namespace rykel

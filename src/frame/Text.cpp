@@ -156,9 +156,8 @@ std::vector<std::string> Split(std::string_view s, std::string_view delim) {
   }
 }
 
-std::string HtmlEscape(std::string_view s) {
-  std::string out;
-  out.reserve(s.size() + 8);
+void AppendHtmlEscaped(std::string& out, std::string_view s, bool pStrict) {
+  const char* lineBreak = pStrict ? "<br/>" : "<br>";
   for (size_t i = 0; i < s.size(); ++i) {
     char c = s[i];
     switch (c) {
@@ -166,14 +165,26 @@ std::string HtmlEscape(std::string_view s) {
       case '<': out += "&lt;"; break;
       case '>': out += "&gt;"; break;
       case '"': out += "&quot;"; break;
+      case '\'':
+      case '{':
+      case '}':
+        if (!pStrict) out.push_back(c);
+        else out += c == '\'' ? "&#39;" : c == '{' ? "&#123;" : "&#125;";
+        break;
       case '\r':
         if (i + 1 < s.size() && s[i + 1] == '\n') ++i;
-        out += "<br>";
+        out += lineBreak;
         break;
-      case '\n': out += "<br>"; break;
+      case '\n': out += lineBreak; break;
       default: out.push_back(c);
     }
   }
+}
+
+std::string HtmlEscape(std::string_view s) {
+  std::string out;
+  out.reserve(s.size() + 8);
+  AppendHtmlEscaped(out, s, false);
   return out;
 }
 

@@ -34,8 +34,11 @@ std::string_view RTrim(std::string_view s);
 
 // Split at every delimiter. An empty text gives no pieces; an empty delimiter gives the whole text.
 std::vector<std::string> Split(std::string_view s, std::string_view delim);
-// "&", "<", ">" and '"' as entities, line breaks (CR LF, CR or LF) as "<br>".
+// "&", "<", ">" and '"' as entities, line breaks (CR LF, CR or LF) as "<br>". The strict form,
+// for text that a template may process again, also writes "'", "{" and "}" as entities and breaks
+// as "<br/>".
 std::string HtmlEscape(std::string_view s);
+void AppendHtmlEscaped(std::string& out, std::string_view s, bool pStrict);
 // Every occurrence of find replaced by with (left to right, non-overlapping).
 std::string Replace(std::string_view s, std::string_view find, std::string_view with);
 

@@ -142,27 +142,6 @@ void hValues(cls_StructureManager& m, int32_t id, std::string_view delim, std::s
 
 // ---- HTML ---------------------------------------------------------------------------------------
 
-void hHtmlEscape(std::string& out, std::string_view s) {
-  for (size_t i = 0; i < s.size(); ++i) {
-    char c = s[i];
-    switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      case '\'': out += "&#39;"; break;
-      case '{': out += "&#123;"; break;
-      case '}': out += "&#125;"; break;
-      case '\r':
-        if (i + 1 < s.size() && s[i + 1] == '\n') ++i;
-        out += "<br/>";
-        break;
-      case '\n': out += "<br/>"; break;
-      default: out += c;
-    }
-  }
-}
-
 void hHtml(cls_StructureManager& m, int32_t id, std::string& out, int depth) {
   hDepthGuard(depth);
   out += "<ul>";
@@ -171,14 +150,14 @@ void hHtml(cls_StructureManager& m, int32_t id, std::string& out, int depth) {
     std::string_view n = m.Names().Name(it.name);
     if (!n.empty()) {
       out += "<b>";
-      hHtmlEscape(out, n);
+      text::AppendHtmlEscaped(out, n, true);
       out += "</b>";
     }
     if (it.isStruct) {
       hHtml(m, it.child, out, depth + 1);
     } else {
       if (!n.empty()) out += ": ";
-      hHtmlEscape(out, CStr(it.value));
+      text::AppendHtmlEscaped(out, CStr(it.value), true);
     }
     out += "</li>";
   });

@@ -44,6 +44,7 @@ class TestRender(unittest.TestCase):
             self.assertEqual(r.returncode, 1)
             self.assertEqual(r.stdout, "<h>body")
             self.assertIn("Could not include 'foot'", r.stderr)
+            self.assertIn(page + ":1:", r.stderr)  # the main template's place names its file
             self.assertEqual(render("-", stdin="{VAR x 1}{VAR:x}").stdout, "1")
 
     def test_usage_errors(self):

@@ -17,22 +17,13 @@
 #include "frame/Notifier.h"
 #include "frame/Text.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    path = fs::temp_directory_path() / ("rykel_db_" + std::to_string(::getpid()) + "_" + std::to_string(counter()++));
-    fs::create_directories(path);
-  }
-  ~TempDir() { fs::remove_all(path); }
-  std::string operator/(const std::string& name) const { return (path / name).string(); }
-  static int& counter() { static int n = 0; return n; }
-};
 
 // Collects what the database reports through the notifier.
 struct Reports {

@@ -18,22 +18,13 @@
 #include "frame/Text.h"
 #include "frame/Error.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    static int n = 0;
-    path = fs::temp_directory_path() / ("rykel_export_" + std::to_string(::getpid()) + "_" + std::to_string(n++));
-    fs::create_directories(path);
-  }
-  ~TempDir() { fs::remove_all(path); }
-  std::string operator/(const std::string& name) const { return (path / name).string(); }
-};
 
 std::vector<std::string> hLines(const std::string& file) {
   std::string all = hReadFile(file);

@@ -23,25 +23,12 @@
 #include "frame/Notifier.h"
 #include "structure/cls_Structure.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    std::string t = (fs::temp_directory_path() / "rykel_fileio_XXXXXX").string();
-    path = ::mkdtemp(t.data());
-  }
-  ~TempDir() {
-    std::error_code ec;
-    fs::permissions(path, fs::perms::owner_all, fs::perm_options::add, ec);
-    fs::remove_all(path, ec);
-  }
-  std::string operator/(const std::string& name) const { return (path / name).string(); }
-  size_t Count() const { return static_cast<size_t>(std::distance(fs::directory_iterator(path), {})); }
-};
 
 std::string ReadAll(const std::string& p) {
   std::ifstream in(p, std::ios::binary);

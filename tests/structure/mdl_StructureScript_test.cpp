@@ -30,20 +30,6 @@ std::string ReadAll(const fs::path& p) {
   return ss.str();
 }
 
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    std::string t = (fs::temp_directory_path() / "rykel_script_XXXXXX").string();
-    path = ::mkdtemp(t.data());
-  }
-  ~TempDir() {
-    std::error_code ec;
-    fs::permissions(path, fs::perms::owner_all, fs::perm_options::add, ec);
-    fs::remove_all(path, ec);
-  }
-  size_t Count() const { return static_cast<size_t>(std::distance(fs::directory_iterator(path), {})); }
-};
-
 StructurePtr Sample() {
   auto s = cls_Structure::New();
   s->ITEM_LET("NAME", "Anna");
