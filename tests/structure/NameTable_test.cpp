@@ -44,7 +44,9 @@ TEST(NameTable, InternFindAndGrowth) {
   EXPECT_EQ(t.Name(az), zero);
   EXPECT_EQ(t.Find(longName), l);
   EXPECT_EQ(t.Find(std::string(39999, 'L')), 0u);
-  EXPECT_EQ(t.Intern("ÄÖÜ"), t.Find("ÄÖÜ"));
+  const uint32_t umlauts = t.Intern("ÄÖÜ");
+  EXPECT_EQ(t.Find("ÄÖÜ"), umlauts);
+  EXPECT_EQ(t.Name(umlauts), "ÄÖÜ");
   EXPECT_GT(t.BytesUsed(), static_cast<size_t>(n) * 8);
 }
 
