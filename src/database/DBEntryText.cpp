@@ -78,6 +78,12 @@ StructurePtr hStructureFileLoad(const std::string& pFile) {
   return st;
 }
 
+StructurePtr hStructureFromScript(std::string_view pText) {
+  auto st = cls_Structure::New();
+  st->PARSE(pText);
+  return st;
+}
+
 StructurePtr hStructureCopy(const StructurePtr& pStructure) {
   return pStructure ? hEntryFromText(hEntryText(pStructure)) : nullptr;
 }

@@ -23,6 +23,8 @@ namespace rykel {
 // A structure file: written atomically, read back whole. Raises a file error or kInvalidData.
 void hStructureFileSave(const StructurePtr& pStructure, const std::string& pFile);
 StructurePtr hStructureFileLoad(const std::string& pFile);
+// A structure read from the text of a structure file (what hStructureFileLoad reads from the file).
+StructurePtr hStructureFromScript(std::string_view pText);
 // An independent deep copy.
 StructurePtr hStructureCopy(const StructurePtr& pStructure);
 

@@ -29,6 +29,7 @@
 #include <vector>
 
 #include "database/DBEntryTable.h"
+#include "database/DBStructureFile.h"
 #include "database/cls_DBField.h"
 #include "database/cls_DBIndex.h"
 #include "database/cls_DBView.h"
@@ -336,6 +337,9 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   void hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows);
   // Replaces the entries by the rows (a later row wins over an earlier one with the same id).
   void hInstallRows(std::vector<DBRow>& rRows);
+  // The same for the rows of the structure form; false (the table then half filled) when two rows
+  // name one id.
+  bool hInstallStructureRows(std::vector<DBStructureFile::Row>& rRows);
   void hFieldDynamicRebuild(const Variant& pID);
 
   std::string icon_, description_, name_, id_, mask_, typing_;

@@ -21,11 +21,13 @@
 #include <random>
 
 #include "database/DBEntryText.h"
+#include "database/DBStructureFile.h"
 #include "database/cls_DB.h"
 #include "interpreter/cls_KEL.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
 #include "frame/ValueReader.h"
@@ -204,15 +206,25 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
       if (!headerGiven) locateAndLoad(headerName);
       hInstallRows(rows);
     } else {
+      // Entry by entry where the file is in the plain form; else through the whole structure.
+      std::string text, headerName;
+      std::vector<DBStructureFile::Row> rows;
+      bool streamed = false;
       StructurePtr loaded;
       if (!empty) {
         try {
-          loaded = hStructureFileLoad(dbFile_);
+          text = fileio::ReadFile(dbFile_);
+          streamed = DBStructureFile::Read(text, headerName, rows);
+          if (!streamed) loaded = hStructureFromScript(text);
         } catch (const Error& e) {
           readFail(e);
         }
       }
-      if (!headerGiven) locateAndLoad(loaded ? CStr(loaded->ITEM_GET("INFO.HEADER", std::string(kDefaultHeader))) : "");
+      if (!headerGiven)
+        locateAndLoad(streamed  ? headerName
+                      : loaded ? CStr(loaded->ITEM_GET("INFO.HEADER", std::string(kDefaultHeader)))
+                               : "");
+      if (streamed && !hInstallStructureRows(rows)) loaded = hStructureFromScript(text);
       if (loaded) DBSTRUCTURE_LET(loaded);
     }
   }
@@ -264,7 +276,8 @@ bool cls_DB::DBSAVE() {
     if (!opened_ || !entryChanged_ || readOnly_ || dbFile_.empty()) return false;
     try {
       if (hIsBinaryName(dbFile_)) hWriteBinary(dbFile_);
-      else hStructureFileSave(DBSTRUCTURE_GET(), dbFile_);
+      else if (!DBStructureFile::Write(dbFile_, hFileName(headerFile_), entries_.Entries(), entries_.Numeric()))
+        hStructureFileSave(DBSTRUCTURE_GET(), dbFile_);
     } catch (const Error& e) {
       Notify({"Database error", "The database could not be saved:\r\nDatabase: " + dbFile_ + "\r\nError: " + e.description,
               "OK", "Critical"});
@@ -338,6 +351,22 @@ void cls_DB::hInstallRows(std::vector<DBRow>& rRows) {
   }
   rRows.clear();
   ENTRYREINDEX();
+}
+
+bool cls_DB::hInstallStructureRows(std::vector<DBStructureFile::Row>& rRows) {
+  entries_.Clear();
+  for (auto& idx : indexes_) idx.reset();
+  entries_.Reserve(rRows.size());
+  for (auto& row : rRows) {
+    Variant norm = entries_.NormalizeId(Variant(row.id));
+    // Two blocks for one id: the whole structure decides how they combine.
+    if (entries_.Find(norm)) return false;
+    entries_.Append(std::move(norm), std::move(row.data));
+  }
+  rRows.clear();
+  ENTRYREINDEX();
+  hEntryChanged();
+  return true;
 }
 
 // ---- whole-database structure ----------------------------------------------------------------------

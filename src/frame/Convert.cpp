@@ -90,6 +90,16 @@ std::string CStr(const Variant& v) {
 }
 
 bool ParseNumber(std::string_view s, double& rOut) {
+  // Plain digits, the common case (ids, counts), are read straight: up to 15 of them are exact.
+  if (!s.empty() && s.size() <= 15) {
+    int64_t v = 0;
+    size_t i = 0;
+    for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i) v = v * 10 + (s[i] - '0');
+    if (i == s.size()) {
+      rOut = static_cast<double>(v);
+      return true;
+    }
+  }
   s = text::Trim(s);
   while (!s.empty() && (s.front() == '\t')) s.remove_prefix(1);
   if (s.empty()) return false;

@@ -213,7 +213,33 @@ std::string Format(double ole, std::string_view f) {
   return out;
 }
 
-std::string ToIso(double ole) { return Format(ole, "yyyy-mm-dd hh:nn:ss"); }
+bool ToIsoChars(double ole, char* buf) {
+  if (!(ole >= -657434.0 && ole < 2958466.0)) return false;  // 0100-01-01 .. 9999-12-31
+  Parts d = ToParts(ole);
+  auto two = [](char* p, int v) {
+    p[0] = static_cast<char>('0' + v / 10 % 10);
+    p[1] = static_cast<char>('0' + v % 10);
+  };
+  two(buf, d.year / 100);
+  two(buf + 2, d.year % 100);
+  buf[4] = '-';
+  two(buf + 5, d.month);
+  buf[7] = '-';
+  two(buf + 8, d.day);
+  buf[10] = ' ';
+  two(buf + 11, d.hour);
+  buf[13] = ':';
+  two(buf + 14, d.minute);
+  buf[16] = ':';
+  two(buf + 17, d.second);
+  return true;
+}
+
+std::string ToIso(double ole) {
+  char buf[19];
+  if (ToIsoChars(ole, buf)) return std::string(buf, 19);
+  return Format(ole, "yyyy-mm-dd hh:nn:ss");
+}
 
 std::string ToText(double ole) {
   double whole = std::trunc(ole);

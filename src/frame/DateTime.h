@@ -26,6 +26,9 @@ std::string Format(double oleDate, std::string_view format);
 
 // "yyyy-mm-dd HH:MM:SS": the form the serialized text and ENCODE use.
 std::string ToIso(double oleDate);
+// The 19 characters of ToIso written into buf, with no allocation, for dates of the years 100 to
+// 9999; false (buf untouched) for any other value.
+bool ToIsoChars(double oleDate, char* buf);
 // The classic text of a date: "dd.mm.yyyy", "HH:MM:SS", or both joined by a blank.
 std::string ToText(double oleDate);
 

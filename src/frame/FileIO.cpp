@@ -98,7 +98,11 @@ std::string ReadFile(const std::string& pFile) {
   return data;
 }
 
-void WriteFileAtomic(const std::string& pFile, std::string_view pData) {
+namespace {
+
+// The body of both WriteFileAtomic forms: pNext sets rPiece to the next piece and returns false
+// after the last one.
+void hWriteAtomic(const std::string& pFile, const std::function<bool(std::string_view& rPiece)>& pNext) {
   namespace fs = std::filesystem;
   fs::path target(pFile);
   fs::path folder = target.parent_path();
@@ -122,16 +126,26 @@ void WriteFileAtomic(const std::string& pFile, std::string_view pData) {
   if (::fchmod(fd, mode) != 0) fail(errno, "Cannot set the permissions of");
 
   const WriteHook& hook = hHook();
-  size_t done = 0;
-  while (done < pData.size()) {
-    ssize_t n = hook ? hook(fd, pData.data() + done, pData.size() - done)
-                     : ::write(fd, pData.data() + done, pData.size() - done);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      fail(errno, "Cannot write");
+  std::string_view piece;
+  for (bool more = true; more;) {
+    try {
+      more = pNext(piece);
+    } catch (...) {
+      ::close(fd);
+      ::unlink(temp.c_str());
+      throw;
     }
-    if (n == 0) fail(EIO, "Cannot write");
-    done += static_cast<size_t>(n);
+    size_t done = 0;
+    while (done < piece.size()) {
+      ssize_t n = hook ? hook(fd, piece.data() + done, piece.size() - done)
+                       : ::write(fd, piece.data() + done, piece.size() - done);
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        fail(errno, "Cannot write");
+      }
+      if (n == 0) fail(EIO, "Cannot write");
+      done += static_cast<size_t>(n);
+    }
   }
   if (::fsync(fd) != 0) fail(errno, "Cannot flush");
   if (::close(fd) != 0) {
@@ -147,6 +161,25 @@ void WriteFileAtomic(const std::string& pFile, std::string_view pData) {
     ::fsync(dfd);
     ::close(dfd);
   }
+}
+
+}  // namespace
+
+void WriteFileAtomic(const std::string& pFile, std::string_view pData) {
+  hWriteAtomic(pFile, [&](std::string_view& rPiece) {
+    rPiece = pData;
+    return false;
+  });
+}
+
+void WriteFileAtomic(const std::string& pFile, const PieceSource& pNext) {
+  std::string buffer;
+  hWriteAtomic(pFile, [&](std::string_view& rPiece) {
+    buffer.clear();
+    bool more = pNext(buffer);
+    rPiece = buffer;
+    return more;
+  });
 }
 
 }  // namespace rykel::fileio

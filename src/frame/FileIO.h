@@ -21,6 +21,11 @@ std::string ReadFile(const std::string& pFile);
 // 0666 minus the umask; an existing file keeps its permissions. Raises 76 when the folder does not
 // exist, 70 when it is not writable, 61 when the disk is full, 57 or 75 for other failures.
 void WriteFileAtomic(const std::string& pFile, std::string_view pData);
+// The same for content made piece by piece, so that a large file is never held whole in memory:
+// pNext appends the next piece to rBuffer (emptied before every call) and returns false once it
+// has given the last one. An error raised by pNext removes the temporary file and passes on.
+using PieceSource = std::function<bool(std::string& rBuffer)>;
+void WriteFileAtomic(const std::string& pFile, const PieceSource& pNext);
 
 // Test hook: replaces the write(2) call of WriteFileAtomic (an empty function restores it). A hook
 // that returns -1 with errno set simulates a failing device.

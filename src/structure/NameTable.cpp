@@ -9,25 +9,31 @@ constexpr size_t kBlock = 64 * 1024;
 }
 
 NameTable::NameTable() {
-  names_.push_back({"", 0, hHash("")});
-  slots_.assign(64, 0);
+  chunks_.emplace_back(new Entry[size_t{1} << kChunkBits]);
+  chunks_[0][0] = {"", 0, Hash("")};  // atom 0: the empty name
+  count_ = 1;
+  slots_.assign(64, Slot{0, 0});
 }
 
-uint32_t NameTable::hHash(std::string_view s) {
+uint32_t NameTable::Hash(std::string_view s) {
   uint32_t h = 2166136261u;  // FNV-1a
   for (unsigned char c : s) h = (h ^ c) * 16777619u;
-  return h;
+  // FNV's low bits depend on the low bits of every step only: mix the high bits in, as the tables
+  // index by the low bits
+  h ^= h >> 15;
+  h *= 0x2c1b3c6du;
+  return h ^ (h >> 13);
 }
 
-uint32_t NameTable::Find(std::string_view s) const {
+uint32_t NameTable::Find(std::string_view s, uint32_t h) const {
   if (s.empty()) return 0;
-  uint32_t h = hHash(s);
   size_t mask = slots_.size() - 1;
   for (size_t i = h & mask;; i = (i + 1) & mask) {
-    uint32_t a = slots_[i];
-    if (a == 0) return 0;
-    const Entry& e = names_[a];
-    if (e.hash == h && e.size == s.size() && std::memcmp(e.data, s.data(), s.size()) == 0) return a;
+    const Slot& sl = slots_[i];
+    if (sl.atom == 0) return 0;
+    if (sl.hash != h) continue;
+    const Entry& e = hEntry(sl.atom);
+    if (e.size == s.size() && std::memcmp(e.data, s.data(), s.size()) == 0) return sl.atom;
   }
 }
 
@@ -48,39 +54,40 @@ const char* NameTable::hStore(std::string_view s) {
   return p;
 }
 
-uint32_t NameTable::Intern(std::string_view s) {
+uint32_t NameTable::Intern(std::string_view s, uint32_t h) {
   if (s.empty()) return 0;
-  uint32_t h = hHash(s);
   size_t mask = slots_.size() - 1;
   size_t i = h & mask;
   for (;; i = (i + 1) & mask) {
-    uint32_t a = slots_[i];
-    if (a == 0) break;
-    const Entry& e = names_[a];
-    if (e.hash == h && e.size == s.size() && std::memcmp(e.data, s.data(), s.size()) == 0) return a;
+    const Slot& sl = slots_[i];
+    if (sl.atom == 0) break;
+    if (sl.hash != h) continue;
+    const Entry& e = hEntry(sl.atom);
+    if (e.size == s.size() && std::memcmp(e.data, s.data(), s.size()) == 0) return sl.atom;
   }
-  uint32_t atom = static_cast<uint32_t>(names_.size());
-  names_.push_back({hStore(s), static_cast<uint32_t>(s.size()), h});
-  slots_[i] = atom;
-  if (names_.size() * 2 > slots_.size()) hGrow();
+  const uint32_t atom = count_++;
+  if ((atom >> kChunkBits) == chunks_.size()) chunks_.emplace_back(new Entry[size_t{1} << kChunkBits]);
+  chunks_[atom >> kChunkBits][atom & ((1u << kChunkBits) - 1)] = {hStore(s), static_cast<uint32_t>(s.size()), h};
+  chars_ += s.size();
+  slots_[i] = {h, atom};
+  if (count_ * 5 > slots_.size() * 4) hGrow();
   return atom;
 }
 
 void NameTable::hGrow() {
-  std::vector<uint32_t> fresh(slots_.size() * 2, 0);
+  std::vector<Slot> fresh(slots_.size() * 2, Slot{0, 0});
   size_t mask = fresh.size() - 1;
-  for (uint32_t a = 1; a < names_.size(); ++a) {
-    size_t i = names_[a].hash & mask;
-    while (fresh[i] != 0) i = (i + 1) & mask;
-    fresh[i] = a;
+  for (const Slot& sl : slots_) {
+    if (sl.atom == 0) continue;
+    size_t i = sl.hash & mask;
+    while (fresh[i].atom != 0) i = (i + 1) & mask;
+    fresh[i] = sl;
   }
   slots_.swap(fresh);
 }
 
 size_t NameTable::BytesUsed() const {
-  size_t chars = 0;
-  for (const auto& e : names_) chars += e.size;
-  return names_.capacity() * sizeof(Entry) + slots_.capacity() * sizeof(uint32_t) + chars;
+  return chunks_.size() * (sizeof(Entry) << kChunkBits) + slots_.capacity() * sizeof(Slot) + chars_;
 }
 
 }  // namespace rykel

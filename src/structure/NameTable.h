@@ -16,12 +16,21 @@ namespace rykel {
 class NameTable {
  public:
   NameTable();
+  // The hash every lookup of a name uses: callers that look a name up in several places (the
+  // table, a node's name index) compute it once and pass it on.
+  static uint32_t Hash(std::string_view s);
   // The atom of an upper-cased name, or 0 when it was never interned (reads never intern).
-  uint32_t Find(std::string_view upper) const;
+  uint32_t Find(std::string_view upper) const { return Find(upper, Hash(upper)); }
+  uint32_t Find(std::string_view upper, uint32_t hash) const;
   // The atom of an upper-cased name, interning it when new.
-  uint32_t Intern(std::string_view upper);
-  std::string_view Name(uint32_t atom) const { return {names_[atom].data, names_[atom].size}; }
-  size_t Count() const { return names_.size(); }
+  uint32_t Intern(std::string_view upper) { return Intern(upper, Hash(upper)); }
+  uint32_t Intern(std::string_view upper, uint32_t hash);
+  std::string_view Name(uint32_t atom) const {
+    const Entry& e = hEntry(atom);
+    return {e.data, e.size};
+  }
+  uint32_t HashOf(uint32_t atom) const { return hEntry(atom).hash; }
+  size_t Count() const { return count_; }
   size_t BytesUsed() const;
 
  private:
@@ -30,15 +39,26 @@ class NameTable {
     uint32_t size;
     uint32_t hash;
   };
-  static uint32_t hHash(std::string_view s);
+  // Probe slots carry the hash, so a probe reads entries only for a likely match.
+  struct Slot {
+    uint32_t hash;
+    uint32_t atom;  // 0 = empty
+  };
+  // Entries sit in fixed chunks: no doubling slack, and an entry never moves.
+  static constexpr uint32_t kChunkBits = 12;
+  const Entry& hEntry(uint32_t atom) const {
+    return chunks_[atom >> kChunkBits][atom & ((1u << kChunkBits) - 1)];
+  }
   void hGrow();
   const char* hStore(std::string_view s);
 
-  std::vector<Entry> names_;
-  std::vector<uint32_t> slots_;  // open addressing, linear probing; 0 = empty, else atom
+  std::vector<std::unique_ptr<Entry[]>> chunks_;
+  uint32_t count_ = 0;
+  std::vector<Slot> slots_;  // open addressing, linear probing, at most 80% full
   std::vector<std::unique_ptr<char[]>> blocks_;
   char* current_ = nullptr;  // the block small names are appended to
   size_t blockUsed_ = 0;
+  size_t chars_ = 0;
 };
 
 }  // namespace rykel

@@ -8,12 +8,12 @@ namespace rykel {
 
 cls_Structure::cls_Structure() : MANAGER(mdl_Global::SMAN_GET()) {
   SID = MANAGER->Alloc();
-  cls_StructureTools::hHandleCreated();
+  MANAGER->hHandleCreated();
 }
 
 cls_Structure::cls_Structure(AttachTag, std::shared_ptr<cls_StructureManager> pManager, int32_t pID)
     : SID(pID), MANAGER(std::move(pManager)) {
-  cls_StructureTools::hHandleCreated();
+  if (MANAGER) MANAGER->hHandleCreated();
 }
 
 StructurePtr cls_Structure::Attach(std::shared_ptr<cls_StructureManager> pManager, int32_t pID) {
@@ -29,7 +29,7 @@ cls_Structure::~cls_Structure() {
     }
   }
   SID = 0;
-  cls_StructureTools::hHandleEnded();
+  if (MANAGER) MANAGER->hHandleEnded();
 }
 
 void cls_Structure::CONNECT(int32_t pID) {

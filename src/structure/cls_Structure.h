@@ -35,7 +35,11 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
 
   // ---- the handle ------------------------------------------------------------------------------
   const std::shared_ptr<cls_StructureManager>& MANAGER_GET() const { return MANAGER; }
-  void MANAGER_SET(std::shared_ptr<cls_StructureManager> pManager) { MANAGER = std::move(pManager); }
+  void MANAGER_SET(std::shared_ptr<cls_StructureManager> pManager) {
+    if (MANAGER) MANAGER->hHandleEnded();  // the handle is counted by the manager it is on
+    MANAGER = std::move(pManager);
+    if (MANAGER) MANAGER->hHandleCreated();
+  }
   bool IDENTICAL(const cls_Structure& pOther) const { return pOther.SID == SID; }
   int32_t SID_GET() const { return SID; }
   // Releases the node held so far, then holds pID without adding a reference.

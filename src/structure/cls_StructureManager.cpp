@@ -16,6 +16,7 @@ namespace {
 
 constexpr const char* kClass = "cls_StructureManager";
 constexpr size_t kIndexMinSlots = 33;  // nodes up to this size are scanned, bigger ones indexed
+static_assert(sizeof(cls_StructureManager::Item) == 24, "an item is a value, a name atom and a child id");
 
 // Keys are upper-cased once; already upper-case ASCII keys are used as they are, short ASCII
 // keys are upper-cased on the stack.
@@ -70,51 +71,62 @@ int64_t hKeyIndex(const Variant& k) {
 
 }  // namespace
 
-// ---- the name index of a big node: atom -> first used slot with that name ---------------------
+// ---- the name index of a big node: name -> first used slot with that name -------------------
+// Entries carry the name's hash, so a probe compares integers in the table itself and touches the
+// node's items only to confirm a match. Linear probing, at most 80% full.
 struct cls_StructureManager::NameIndex {
-  std::vector<int32_t> table;  // slots; -1 empty; linear probing
+  struct Entry {
+    uint32_t hash;
+    int32_t slot;  // -1: empty
+  };
+  std::vector<Entry> table;
   uint32_t count = 0;
   bool dups = false;  // some name is held by more than one used slot
 
-  static size_t hHome(uint32_t atom, size_t mask) { return (atom * 2654435761u) & mask; }
+  explicit NameIndex(size_t cap) : table(cap, Entry{0, -1}) {}
 
-  int32_t Find(uint32_t atom, const std::vector<Item>& items) const {
+  // Starts loading the probe's first entry, so that its cache miss overlaps other work.
+  void Prefetch(uint32_t hash) const { __builtin_prefetch(&table[hash & (table.size() - 1)]); }
+  // The slot whose entry has this hash and for which same(slot) holds, or -1.
+  template <class Same>
+  int32_t Find(uint32_t hash, Same&& same) const {
     size_t mask = table.size() - 1;
-    for (size_t i = hHome(atom, mask); table[i] >= 0; i = (i + 1) & mask)
-      if (items[table[i]].name == atom) return table[i];
+    for (size_t i = hash & mask; table[i].slot >= 0; i = (i + 1) & mask)
+      if (table[i].hash == hash && same(table[i].slot)) return table[i].slot;
     return -1;
   }
-  void Insert(uint32_t atom, int32_t slot, const std::vector<Item>& items) {
-    if ((count + 1) * 2 > table.size()) hRehash(items, table.size() * 2);
+  void Insert(uint32_t hash, uint32_t atom, int32_t slot, const std::vector<Item>& items) {
+    if ((count + 1) * 5 > table.size() * 4) hRehash(table.size() * 2);
     size_t mask = table.size() - 1;
-    size_t i = hHome(atom, mask);
-    for (; table[i] >= 0; i = (i + 1) & mask) {
-      if (items[table[i]].name == atom) {
-        if (table[i] != slot) dups = true;
-        if (slot < table[i]) table[i] = slot;
+    size_t i = hash & mask;
+    for (; table[i].slot >= 0; i = (i + 1) & mask) {
+      Entry& e = table[i];
+      if (e.hash == hash && items[e.slot].name == atom) {
+        if (e.slot != slot) dups = true;
+        if (slot < e.slot) e.slot = slot;
         return;
       }
     }
-    table[i] = slot;
+    table[i] = {hash, slot};
     ++count;
   }
-  void Erase(uint32_t atom, int32_t slot, const std::vector<Item>& items) {
+  void Erase(uint32_t hash, int32_t slot) {
     size_t mask = table.size() - 1;
-    size_t i = hHome(atom, mask);
-    for (; table[i] >= 0; i = (i + 1) & mask)
-      if (items[table[i]].name == atom) break;
-    if (table[i] != slot) return;  // not indexed, or a later duplicate
+    size_t i = hash & mask;
+    for (; table[i].slot >= 0; i = (i + 1) & mask)
+      if (table[i].slot == slot) break;
+    if (table[i].slot != slot) return;  // not indexed: a later duplicate
     // backward-shift deletion keeps every probe chain unbroken
     size_t j = i;
     for (;;) {
-      table[i] = -1;
+      table[i].slot = -1;
       for (;;) {
         j = (j + 1) & mask;
-        if (table[j] < 0) {
+        if (table[j].slot < 0) {
           --count;
           return;
         }
-        size_t home = hHome(items[table[j]].name, mask);
+        size_t home = table[j].hash & mask;
         bool between = (i <= j) ? (i < home && home <= j) : (i < home || home <= j);
         if (!between) break;
       }
@@ -122,13 +134,16 @@ struct cls_StructureManager::NameIndex {
       i = j;
     }
   }
-  void hRehash(const std::vector<Item>& items, size_t cap) {
-    std::vector<int32_t> old;
+  void hRehash(size_t cap) {
+    std::vector<Entry> old(cap, Entry{0, -1});
     old.swap(table);
-    table.assign(cap, -1);
-    count = 0;
-    for (int32_t s : old)
-      if (s >= 0) Insert(items[s].name, s, items);
+    size_t mask = cap - 1;
+    for (const Entry& e : old) {
+      if (e.slot < 0) continue;
+      size_t i = e.hash & mask;
+      while (table[i].slot >= 0) i = (i + 1) & mask;
+      table[i] = e;
+    }
   }
 };
 
@@ -406,29 +421,47 @@ void cls_StructureManager::OBJECTBOUND_SET(int32_t pID, ObjectPtr o) { hExtra(hN
 
 // ---- slots and the name index ----------------------------------------------------------------
 
+// The name index of a node big enough to need one (made on first use), or null.
+cls_StructureManager::NameIndex* cls_StructureManager::hIndexOf(Node& n) {
+  if (n.items.size() < kIndexMinSlots) return nullptr;
+  Extra& x = hExtra(n);
+  if (!x.index) {
+    size_t cap = 64;
+    while (cap < n.items.size() * 2) cap *= 2;
+    x.index = std::make_unique<NameIndex>(cap);
+    const size_t base = (n.flags & kHasZero) ? 0 : 1;
+    for (size_t i = base; i < n.items.size(); ++i)
+      if (n.items[i].used && n.items[i].name)
+        x.index->Insert(names_.HashOf(n.items[i].name), n.items[i].name, static_cast<int32_t>(i), n.items);
+  }
+  return x.index.get();
+}
+
+int32_t cls_StructureManager::hScan(const Node& n, uint32_t atom) const {
+  for (size_t i = (n.flags & kHasZero) ? 0 : 1; i < n.items.size(); ++i)
+    if (n.items[i].used && n.items[i].name == atom) return static_cast<int32_t>(i);
+  return -1;
+}
+
 int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) {
   Node& n = hNode(pID);
   if (atom == 0) return -1;
-  const int32_t base = (n.flags & kHasZero) ? 0 : 1;
-  if (n.items.size() < kIndexMinSlots) {
-    for (size_t i = base; i < n.items.size(); ++i)
-      if (n.items[i].used && n.items[i].name == atom) return static_cast<int32_t>(i);
-    return -1;
-  }
-  Extra& x = hExtra(n);
-  if (!x.index) {
-    x.index = std::make_unique<NameIndex>();
-    size_t cap = 64;
-    while (cap < n.items.size() * 2) cap *= 2;
-    x.index->table.assign(cap, -1);
-    for (size_t i = base; i < n.items.size(); ++i)
-      if (n.items[i].used && n.items[i].name) x.index->Insert(n.items[i].name, static_cast<int32_t>(i), n.items);
-  }
-  return x.index->Find(atom, n.items);
+  if (NameIndex* ix = hIndexOf(n))
+    return ix->Find(names_.HashOf(atom), [&](int32_t s) { return n.items[s].name == atom; });
+  return hScan(n, atom);
+}
+
+int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_t hash) {
+  if (upper.empty()) return -1;
+  // a big node is searched by the name's hash alone: no trip through the name table
+  if (NameIndex* ix = hIndexOf(n))
+    return ix->Find(hash, [&](int32_t s) { return names_.Name(n.items[s].name) == upper; });
+  uint32_t atom = names_.Find(upper, hash);
+  return atom ? hScan(n, atom) : -1;
 }
 
 void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot) {
-  if (atom && n.extra && n.extra->index) n.extra->index->Insert(atom, slot, n.items);
+  if (atom && n.extra && n.extra->index) n.extra->index->Insert(names_.HashOf(atom), atom, slot, n.items);
 }
 
 void cls_StructureManager::hDropIndex(int32_t pID) {
@@ -439,11 +472,12 @@ void cls_StructureManager::hDropIndex(int32_t pID) {
 void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
   if (!atom || !n.extra || !n.extra->index) return;
   NameIndex& ix = *n.extra->index;
-  ix.Erase(atom, slot, n.items);
+  const uint32_t hash = names_.HashOf(atom);
+  ix.Erase(hash, slot);
   if (ix.dups) {  // another slot may carry the name: the first one after this becomes the entry
     for (size_t i = slot + 1; i < n.items.size(); ++i)
       if (n.items[i].used && n.items[i].name == atom) {
-        ix.Insert(atom, static_cast<int32_t>(i), n.items);
+        ix.Insert(hash, atom, static_cast<int32_t>(i), n.items);
         break;
       }
   }
@@ -539,9 +573,7 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
     if (part == "COUNT") return Variant(COUNT(node));
     int64_t idx;
     if (last && pForceIndex && hIndexText(part, idx)) return hGetIndex(node, idx, pDefault);
-    uint32_t atom = names_.Find(part);
-    if (!atom) return pDefault;
-    int32_t slot = hFindSlot(node, atom);
+    int32_t slot = hFindName(hNode(node), part, NameTable::Hash(part));
     if (slot < 0) return pDefault;
     const Item& it = nodes_[node].items[slot];
     if (last) return hValueOf(it);
@@ -623,8 +655,13 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
       if (!dm) ADD(node, pValue);
       return;
     }
-    uint32_t atom = names_.Intern(part);
-    int32_t slot = hFindSlot(node, atom);
+    const uint32_t hash = NameTable::Hash(part);
+    // the node's index entry loads while the name table is searched
+    if (n->extra && n->extra->index) n->extra->index->Prefetch(hash);
+    // a name new to the table cannot be in any node yet: no search needed
+    const size_t known = names_.Count();
+    uint32_t atom = names_.Intern(part, hash);
+    int32_t slot = names_.Count() > known ? -1 : hFindSlot(node, atom);
     if (slot >= 0 && last && dm) return;  // a default never overwrites
     if (slot < 0) {
       slot = hLastUnused(*n);

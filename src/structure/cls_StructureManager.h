@@ -73,6 +73,10 @@ class cls_StructureManager : public Object,
   void PERFORMANCE(std::string_view pKey, double pSeconds);
   std::string PERFORMANCEINFO() const;
   int16_t REFCOUNT(int32_t pID) const;
+  // Live cls_Structure handles on this manager (USAGEUSED): handles count themselves in and out.
+  int32_t HandleCount() const { return handles_; }
+  void hHandleCreated() { ++handles_; }
+  void hHandleEnded() { --handles_; }
   size_t BytesUsed() const;  // approximate heap bytes of nodes, items and names
 
   // ---- flags and bound values ----------------------------------------------------------------
@@ -303,10 +307,10 @@ class cls_StructureManager : public Object,
   // ---- access for the rest of the structure subsystem (text forms, tree operations) ----------
   struct Item {
     Variant value;
-    uint32_t name = 0;  // atom in names()
-    int32_t child = 0;  // node id when isStruct
-    bool used = false;
-    bool isStruct = false;
+    uint32_t name = 0;      // atom in names()
+    int32_t child : 30 = 0; // node id when isStruct (ids stay far below 2^29)
+    bool used : 1 = false;
+    bool isStruct : 1 = false;
   };
   // The slots of a node, index = item index (always at least slot 0). REQUIRES: a node in use.
   const std::vector<Item>& Items(int32_t pID) const;
@@ -315,6 +319,11 @@ class cls_StructureManager : public Object,
   bool Valid(int32_t pID) const;
   // Reference management for code that links nodes itself.
   void AddRef(int32_t pID);
+  // Appends a used slot after MAX named by the atom (0: unnamed) holding pValue or, when pChild is
+  // not 0, the sub-structure pChild, whose reference the slot takes over. Sets CHANGED. No lookup:
+  // REQUIRES the caller to know that no used slot of the node carries the name yet (readers that
+  // build fresh nodes). Returns the new index.
+  int32_t AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild = 0);
 
  private:
   struct NameIndex;
@@ -336,6 +345,10 @@ class cls_StructureManager : public Object,
   void hFlagLet(int32_t pID, uint8_t f, bool v);
   Extra& hExtra(Node& n);
   int32_t hFindSlot(int32_t pID, uint32_t atom);
+  // The first used slot named pUpper (hash: NameTable::Hash of it), or -1; never interns.
+  int32_t hFindName(Node& n, std::string_view pUpper, uint32_t hash);
+  int32_t hScan(const Node& n, uint32_t atom) const;
+  NameIndex* hIndexOf(Node& n);
   void hIndexInsert(Node& n, uint32_t atom, int32_t slot);
   void hIndexErase(Node& n, uint32_t atom, int32_t slot);
   Variant hValueOf(const Item& it);
@@ -355,6 +368,7 @@ class cls_StructureManager : public Object,
   std::vector<Node> nodes_;       // upper bound = size() - 1
   std::vector<int32_t> free_;     // upper bound = size() - 1, used from index 1
   int32_t freeCount_ = 0;
+  int32_t handles_ = 0;
   NameTable names_;
   bool terminated_ = false;
   struct Timing {

@@ -115,38 +115,18 @@ void hPutString(Out& out, std::string_view s) {
 // "yyyy-mm-dd HH:MM:SS"; a date outside the years 100..9999 has no such text and is written as
 // its day number ("d:").
 void hPutDate(Out& out, double ole) {
-  if (!(ole >= -657434.0 && ole < 2958466.0)) {
-    char buf[40];
-    size_t n = cls_StructureSerializer::DoubleText(ole, buf);
-    char* q = out.Room(n + 3);
-    q[0] = 'd';
-    q[1] = ':';
-    std::memcpy(q + 2, buf, n);
-    q[n + 2] = ';';
-    out.Commit(n + 3);
+  char buf[40];
+  if (date::ToIsoChars(ole, buf)) {
+    hPutString(out, std::string_view(buf, 19));
     return;
   }
-  date::Parts d = date::ToParts(ole);
-  char buf[40];
-  auto two = [](char* p, int v) {
-    p[0] = static_cast<char>('0' + v / 10 % 10);
-    p[1] = static_cast<char>('0' + v % 10);
-  };
-  int y = d.year;
-  buf[0] = static_cast<char>('0' + y / 1000 % 10);
-  buf[1] = static_cast<char>('0' + y / 100 % 10);
-  two(buf + 2, y % 100);
-  buf[4] = '-';
-  two(buf + 5, d.month);
-  buf[7] = '-';
-  two(buf + 8, d.day);
-  buf[10] = ' ';
-  two(buf + 11, d.hour);
-  buf[13] = ':';
-  two(buf + 14, d.minute);
-  buf[16] = ':';
-  two(buf + 17, d.second);
-  hPutString(out, std::string_view(buf, 19));
+  size_t n = cls_StructureSerializer::DoubleText(ole, buf);
+  char* q = out.Room(n + 3);
+  q[0] = 'd';
+  q[1] = ':';
+  std::memcpy(q + 2, buf, n);
+  q[n + 2] = ';';
+  out.Commit(n + 3);
 }
 
 class Writer {

@@ -14,7 +14,6 @@ namespace rykel {
 
 namespace {
 constexpr const char* kClass = "cls_StructureTools";
-thread_local int32_t tLiveHandles = 0;
 
 std::mutex gDecoderMutex;
 // Made on first use: the interpreter installs its decoder while the library is being loaded.
@@ -93,8 +92,6 @@ StructurePtr cls_StructureTools::CREATE(const std::vector<Variant>& pValues) {
   });
 }
 
-void cls_StructureTools::hHandleCreated() { ++tLiveHandles; }
-void cls_StructureTools::hHandleEnded() { --tLiveHandles; }
 
 StructurePtr cls_StructureTools::CAST(const Variant& pValue) {
   return Guard(kClass, "CAST", [&] {
@@ -125,7 +122,7 @@ void cls_StructureTools::VARSET(Variant& rTarget, const Variant& pValue) { rTarg
 int32_t cls_StructureTools::USAGEMANAGED() { return mdl_Global::SMAN_GET()->USAGE(); }
 int32_t cls_StructureTools::USAGEFREE() { return mdl_Global::SMAN_GET()->USAGEFREE(); }
 std::string cls_StructureTools::USAGEINFO() { return mdl_Global::SMAN_GET()->USAGEINFO(); }
-int32_t cls_StructureTools::USAGEUSED() { return tLiveHandles; }
+int32_t cls_StructureTools::USAGEUSED() { return mdl_Global::SMAN_GET()->HandleCount(); }
 int32_t cls_StructureTools::USAGEBUFFER() { return mdl_Global::SMAN_GET()->BUFFER(); }
 std::string cls_StructureTools::PERFORMANCEINFO() { return mdl_Global::SMAN_GET()->PERFORMANCEINFO(); }
 

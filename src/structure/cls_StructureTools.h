@@ -57,10 +57,6 @@ class cls_StructureTools : public Object {
   int32_t USAGEUSED();     // live cls_Structure handles on this thread
   int32_t USAGEBUFFER();   // the node table's upper bound
   std::string PERFORMANCEINFO();
-
-  // Handles report their birth and end, so USAGEUSED counts them.
-  static void hHandleCreated();
-  static void hHandleEnded();
 };
 
 }  // namespace rykel

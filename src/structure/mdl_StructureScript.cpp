@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "frame/Convert.h"
@@ -155,9 +156,15 @@ bool hReadQuoted(std::string_view s, std::string& rOut, size_t& rEnd, std::strin
   return false;
 }
 
+// A character that the quoted form writes as an escape.
+inline bool hNeedsEscape(char ch) {
+  unsigned char c = static_cast<unsigned char>(ch);
+  return c < 0x20 || c == 0x7f || c == '"' || c == '\\';
+}
+
 bool hNeedsQuotes(std::string_view s) {
-  for (unsigned char c : s)
-    if (c < 0x20 || c == 0x7f || c == '"' || c == '\\') return true;
+  for (char c : s)
+    if (hNeedsEscape(c)) return true;
   return false;
 }
 
@@ -176,7 +183,7 @@ bool hBareStringSafe(std::string_view s) {
 struct Writer {
   cls_StructureManager& m;
   bool notEmpty;
-  std::string out;
+  std::string& out;
 
   // Returns false when nothing was written (SCRIPTNOTEMPTY leaves out empty blocks).
   bool Node(int32_t id, int32_t level, int depth) {
@@ -425,7 +432,12 @@ class Parser {
 
 void AppendQuoted(std::string& rOut, std::string_view s) {
   rOut += '"';
-  for (char c : s) {
+  size_t plain = 0;  // start of the run of characters that need no escape
+  for (size_t i = 0; i < s.size(); ++i) {
+    const char c = s[i];
+    if (!hNeedsEscape(c)) continue;
+    rOut.append(s.data() + plain, i - plain);
+    plain = i + 1;
     switch (c) {
       case '"': rOut += "\\\""; break;
       case '\\': rOut += "\\\\"; break;
@@ -438,11 +450,10 @@ void AppendQuoted(std::string& rOut, std::string_view s) {
           rOut += "\\x";
           rOut += kHex[(c >> 4) & 15];
           rOut += kHex[c & 15];
-        } else {
-          rOut += c;
         }
     }
   }
+  rOut.append(s.data() + plain, s.size() - plain);
   rOut += '"';
 }
 
@@ -450,7 +461,11 @@ void ValueLiteral(std::string& rOut, const Variant& v, bool pBareStrings) {
   switch (v.type()) {
     case VarType::Null: rOut += "NULL"; break;
     case VarType::Integer: rOut += std::to_string(v.rawInteger()); rOut += '%'; break;
-    case VarType::Long: rOut += std::to_string(v.rawLong()); break;
+    case VarType::Long: {
+      char buf[16];
+      rOut.append(buf, static_cast<size_t>(std::to_chars(buf, buf + sizeof buf, v.rawLong()).ptr - buf));
+      break;
+    }
     case VarType::Single:
       if (!std::isfinite(v.rawSingle())) { AppendQuoted(rOut, NumberText(v.rawSingle())); break; }
       hAppendDouble(rOut, v.rawSingle(), true);
@@ -461,7 +476,14 @@ void ValueLiteral(std::string& rOut, const Variant& v, bool pBareStrings) {
       hAppendDouble(rOut, v.rawDouble(), false);
       break;
     case VarType::Currency: rOut += CurrencyText(v.rawCurrency()); rOut += '@'; break;
-    case VarType::Date: rOut += '#'; rOut += date::ToIso(v.rawDouble()); rOut += '#'; break;
+    case VarType::Date: {
+      char buf[20];
+      rOut += '#';
+      if (date::ToIsoChars(v.rawDouble(), buf)) rOut.append(buf, 19);
+      else rOut += date::ToIso(v.rawDouble());
+      rOut += '#';
+      break;
+    }
     case VarType::Boolean: rOut += v.rawBool() ? "True" : "False"; break;
     case VarType::String:
       if (pBareStrings && hBareStringSafe(v.str()))
@@ -478,6 +500,13 @@ bool ReadLiteral(std::string_view s, Variant& rValue, bool& rEmptyStruct, std::s
   rValue = Variant();
   if (s.empty()) return true;
   if (s[0] == '"') {
+    // the usual case, a text without escapes closing the literal, needs no buffer
+    size_t stop = 1;
+    while (stop < s.size() && s[stop] != '"' && s[stop] != '\\') ++stop;
+    if (stop + 1 == s.size() && s[stop] == '"') {
+      rValue = Variant(s.substr(1, stop - 1));
+      return true;
+    }
     std::string t;
     size_t end = 0;
     if (!hReadQuoted(s, t, end, rError)) return false;
@@ -561,6 +590,10 @@ void AppendName(std::string& rOut, std::string_view pName, int32_t pIndex) {
     AppendQuoted(rOut, pName);
     return;
   }
+  if (pName.find('.') == std::string_view::npos) {
+    rOut.append(pName);
+    return;
+  }
   for (char c : pName) {
     rOut += c;
     if (c == '.') rOut += '.';
@@ -570,9 +603,15 @@ void AppendName(std::string& rOut, std::string_view pName, int32_t pIndex) {
 // ---- writer, reader, content moves --------------------------------------------------------------
 
 std::string Write(cls_StructureManager& m, int32_t pID, int32_t pIndentation, bool pNotEmpty) {
-  Writer w{m, pNotEmpty, {}};
+  std::string out;
+  Writer w{m, pNotEmpty, out};
   w.Node(pID, pIndentation < 0 ? 0 : pIndentation, 0);
-  return std::move(w.out);
+  return out;
+}
+
+void WriteNode(std::string& rOut, cls_StructureManager& m, int32_t pID, int32_t pLevel, int pDepth) {
+  Writer w{m, false, rOut};
+  w.Node(pID, pLevel, pDepth);
 }
 
 void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
@@ -666,6 +705,26 @@ int hCompareVersion(const Variant& a, const Variant& b) {
   return s < t ? -1 : (s > t ? 1 : 0);
 }
 }  // namespace
+
+int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild) {
+  Node& n = hNode(pID);
+  if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
+  if (n.items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max()))
+    Raise(err::kOutOfRange, "Subscript out of range");
+  const auto slot = static_cast<int32_t>(n.items.size());
+  Item& it = n.items.emplace_back();
+  it.name = pAtom;
+  it.used = true;
+  if (pChild) {
+    it.isStruct = true;
+    it.child = pChild;
+  } else {
+    it.value = std::move(pValue);
+  }
+  n.flags |= kChanged;
+  hIndexInsert(n, pAtom, slot);
+  return slot;
+}
 
 std::string cls_StructureManager::SCRIPT(int32_t pID, int32_t pIndentation) {
   return Guard(kClass, "SCRIPT", [&] { return mdl_StructureScript::Write(*this, pID, pIndentation, false); });

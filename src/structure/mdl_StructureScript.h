@@ -67,6 +67,10 @@ void AssignPath(cls_StructureManager& m, int32_t pID, const std::vector<PathPart
 
 // The writer behind SCRIPT / SCRIPTNOTEMPTY.
 std::string Write(cls_StructureManager& m, int32_t pID, int32_t pIndentation, bool pNotEmpty);
+// Appends the lines of the node's items to rOut, as SCRIPT writes them for a node that sits pDepth
+// levels deep in the tree being written (the depth limit counts from there), indented pLevel tabs.
+// Lets a large file be written node by node.
+void WriteNode(std::string& rOut, cls_StructureManager& m, int32_t pID, int32_t pLevel, int pDepth);
 // The reader behind PARSE: adds the items of pText to the node. Raises 1000 on bad input.
 void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText);
 // Removes every item of the node (releasing sub-structures) and resets it to a new node's state.

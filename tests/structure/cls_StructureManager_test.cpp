@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 
@@ -218,6 +219,67 @@ TEST(StructureItems, BigNodesAgreeWithAModel) {
   EXPECT_EQ(s->ITEMINDEX_GET(name), first);
   s->REMOVE(first);
   EXPECT_EQ(s->ITEMINDEX_GET(name), second);
+}
+
+TEST(StructureItems, BigNodesFindNamesByHash) {
+  auto s = cls_Structure::New();
+  for (int i = 1; i <= 100; ++i) s->ITEM_LET("k" + std::to_string(i), i);  // indexed from here on
+  EXPECT_EQ(CLng(s->ITEM_GET("K57")), 57);
+  EXPECT_EQ(CLng(s->ITEM_GET("k57")), 57);
+  // a name the manager knows from another node, and one it never saw
+  auto other = cls_Structure::New();
+  other->ITEM_LET("onlythere", 1);
+  EXPECT_EQ(s->ITEM_GET("ONLYTHERE", "d").str(), "d");
+  EXPECT_EQ(s->ITEM_GET("nowhere", "d").str(), "d");
+  EXPECT_EQ(s->ITEM_GET("K", "d").str(), "d");     // a prefix of many names
+  EXPECT_EQ(s->ITEM_GET("K570", "d").str(), "d");  // an extension of one
+  // non-ASCII names are upper-cased the same way on write and read
+  s->ITEM_LET("grüße", "hallo");
+  EXPECT_EQ(s->ITEM_GET("GRÜSSE", "d").str(), "d");
+  EXPECT_EQ(s->ITEM_GET("Grüße").str(), "hallo");
+  // the same name in two slots: the first used one answers, the next takes over when it goes
+  s->ITEMDIRECT_LET(150, "k5", -5);
+  EXPECT_EQ(CLng(s->ITEM_GET("K5")), 5);
+  s->REMOVE("K5");
+  EXPECT_EQ(CLng(s->ITEM_GET("K5")), -5);
+  s->ITEM_LET("k5", 55);  // writes go to that same slot
+  EXPECT_EQ(s->ITEMINDEX_GET("K5"), 150);
+  EXPECT_EQ(CLng(s->ITEM_GET(150)), 55);
+  // slot 0 counts once the node is zero-based
+  s->ITEMDIRECT_LET(0, "zero", 0);
+  EXPECT_EQ(s->ITEMINDEX_GET("ZERO"), 0);
+  s->HASZERO_LET(false);
+  EXPECT_EQ(s->ITEM_GET("ZERO", "d").str(), "d");
+  s->HASZERO_LET(true);
+  EXPECT_EQ(CLng(s->ITEM_GET("ZERO", -1)), 0);
+  // paths through big nodes, and shrinking drops the names above
+  s->ITEM_LET("k99.sub.x", "deep");
+  EXPECT_EQ(s->ITEM_GET("K99.SUB.X").str(), "deep");
+  s->RESIZE(50);
+  EXPECT_EQ(s->ITEM_GET("K99.SUB.X", "d").str(), "d");
+  EXPECT_EQ(s->ITEM_GET("K51", "d").str(), "d");
+  EXPECT_EQ(CLng(s->ITEM_GET("K50")), 50);
+  s->ITEM_LET("k99", 99);
+  EXPECT_EQ(s->ITEMINDEX_GET("K99"), 5);  // the highest unused slot is reused first
+}
+
+TEST(StructureItems, ChildIdsBeyondSixteenBits) {
+  auto m = Fresh();
+  const int32_t root = m->Alloc();
+  const int n = 70000;  // one node each: ids far past 65,535
+  for (int i = 0; i < n; ++i) m->ITEM_LET(root, "N" + std::to_string(i) + ".X", i);
+  EXPECT_EQ(m->USAGE(), n + 1);
+  const auto& items = m->Items(root);
+  int32_t highest = 0;
+  for (const auto& it : items)
+    if (it.used) {
+      ASSERT_TRUE(it.isStruct);
+      highest = std::max(highest, static_cast<int32_t>(it.child));
+    }
+  EXPECT_GT(highest, 65535);
+  for (int i = 0; i < n; i += 997) EXPECT_EQ(CLng(m->ITEM_GET(root, "n" + std::to_string(i) + ".x")), i);
+  m->Release(root);
+  EXPECT_EQ(m->USAGE(), 0);
 }
 
 TEST(StructureItems, FurtherOperations) {
