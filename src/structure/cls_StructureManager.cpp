@@ -196,8 +196,11 @@ int32_t cls_StructureManager::Alloc() {
       if (u < 100000) s = std::clamp(static_cast<int32_t>(std::nearbyint(u / 10.0)), 10, 5000);
       else if (u < 500000) s = 50000;
       else s = std::max(1400000 - u, 100000);
+      // A slot keeps a child's id in 30 bits: the node table never grows past that.
+      constexpr int32_t kMaxNodeId = (1 << 29) - 1;
+      if (u >= kMaxNodeId) Raise(err::kOutOfMemory, "Out of memory (more than 536870911 structure nodes)");
       id = u + 1;
-      int32_t newUpper = u + s;
+      int32_t newUpper = std::min(u + s, kMaxNodeId);
       nodes_.resize(static_cast<size_t>(newUpper) + 1);
       int32_t freeUpper = static_cast<int32_t>(free_.size()) - 1;
       int32_t n = (s - 1) - (freeUpper - freeCount_);
