@@ -6,6 +6,7 @@
 #include "frame/DateTime.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "interpreter/TextCache.h"
 #include "interpreter/mdl_KELStructText.h"
 #include "structure/cls_Structure.h"
 
@@ -129,16 +130,10 @@ KELParam cls_KELDecoder::ClassifyUncached(std::string_view s) {
 }
 
 KELParam cls_KELDecoder::Classify(std::string_view pText) {
-  struct Hash {
-    using is_transparent = void;
-    size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
-  };
-  thread_local std::unordered_map<std::string, KELParam, Hash, std::equal_to<>> cache;
-  constexpr size_t kLimit = 8192;
-  if (auto it = cache.find(pText); it != cache.end()) return it->second;
+  thread_local TextCache<KELParam> cache(8192);
+  if (auto found = cache.Find(pText)) return *found;
   if (pText.size() > 1024) return ClassifyUncached(pText);  // long texts are not kept
-  if (cache.size() >= kLimit) cache.clear();
-  return cache.emplace(std::string(pText), ClassifyUncached(pText)).first->second;
+  return cache.Put(pText, ClassifyUncached(pText));
 }
 
 std::string cls_KELDecoder::ENCODE(const Variant& v, bool pQuoteText) {

@@ -14,6 +14,7 @@
 #include "frame/mdl_Limits.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELExecutor.h"
+#include "interpreter/TextCache.h"
 
 namespace rykel {
 
@@ -98,19 +99,14 @@ struct Prepared {
 };
 
 std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
-  struct Hash {
-    using is_transparent = void;
-    size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
-  };
-  thread_local std::unordered_map<std::string, std::shared_ptr<const Prepared>, Hash, std::equal_to<>> cache;
-  constexpr size_t kLimit = 512;
+  thread_local TextCache<std::shared_ptr<const Prepared>> cache(512);
   // A loop processes the same block text round after round: that one is compared, not hashed.
   thread_local std::string lastText;
   thread_local std::shared_ptr<const Prepared> last;
   if (last && pText == lastText) return last;
-  if (auto it = cache.find(pText); it != cache.end()) {
+  if (auto found = cache.Find(pText)) {
     lastText = pText;
-    last = it->second;
+    last = *found;
     return last;
   }
   auto p = std::make_shared<Prepared>();
@@ -130,8 +126,7 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
     if (unclosed || close >= w.size()) break;
     pos = close + 1;
   }
-  if (cache.size() >= kLimit) cache.clear();
-  cache.emplace(std::string(pText), p);
+  cache.Put(pText, p);
   return p;
 }
 

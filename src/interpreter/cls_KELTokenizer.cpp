@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "frame/mdl_Global.h"
+#include "interpreter/TextCache.h"
 
 namespace rykel {
 
@@ -115,21 +116,13 @@ std::vector<KELToken> cls_KELTokenizer::Tokenize(std::string_view s) {
 }
 
 std::shared_ptr<const cls_KELTokenizer::Cached> cls_KELTokenizer::TokenizeCached(std::string_view pText) {
-  // Per thread, bounded: cleared whole when it grows past its limit.
-  struct Hash {
-    using is_transparent = void;
-    size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
-  };
-  thread_local std::unordered_map<std::string, std::shared_ptr<const Cached>, Hash, std::equal_to<>> cache;
-  constexpr size_t kLimit = 4096, kLongest = 4096;
-  if (auto it = cache.find(pText); it != cache.end()) return it->second;
-  std::string key(pText);
+  thread_local TextCache<std::shared_ptr<const Cached>> cache(4096);
+  constexpr size_t kLongest = 4096;
+  if (auto found = cache.Find(pText)) return *found;
   auto c = std::make_shared<Cached>();
-  c->text = key;
+  c->text = pText;
   c->tokens = Tokenize(c->text);
-  if (c->text.size() > kLongest) return c;  // long texts are not kept
-  if (cache.size() >= kLimit) cache.clear();
-  cache.emplace(std::move(key), c);
+  if (c->text.size() <= kLongest) cache.Put(pText, c);  // long texts are not kept
   return c;
 }
 
