@@ -5,6 +5,7 @@
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "frame/Text.h"
 
 namespace rykel {
@@ -54,21 +55,7 @@ void hWriteFileAtomic(const std::string& pFile, const std::function<void(std::FI
   }
 }
 
-std::string hReadFile(const std::string& pFile) {
-  std::FILE* f = std::fopen(pFile.c_str(), "rb");
-  if (!f) Raise(err::kFileNotFound, "cannot open '" + pFile + "'");
-  std::string data;
-  std::fseek(f, 0, SEEK_END);
-  long size = std::ftell(f);
-  std::fseek(f, 0, SEEK_SET);
-  if (size > 0) {
-    data.resize(static_cast<size_t>(size));
-    size_t got = std::fread(data.data(), 1, data.size(), f);
-    data.resize(got);
-  }
-  std::fclose(f);
-  return data;
-}
+std::string hReadFile(const std::string& pFile) { return fileio::ReadFile(pFile); }
 
 void hStructureFileSave(const StructurePtr& pStructure, const std::string& pFile) { pStructure->SAVE(pFile); }
 

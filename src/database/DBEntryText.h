@@ -32,7 +32,7 @@ StructurePtr hStructureCopy(const StructurePtr& pStructure);
 // is then flushed to disk and renamed over pFile. On any failure the temporary file is removed,
 // pFile is left as it was, and the error is raised.
 void hWriteFileAtomic(const std::string& pFile, const std::function<void(std::FILE*)>& pWrite);
-// The whole file. Raises 53 when it cannot be opened.
+// The whole file, through fileio::ReadFile (bounded, and confined within a confinement scope).
 std::string hReadFile(const std::string& pFile);
 
 }  // namespace rykel

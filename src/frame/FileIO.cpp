@@ -10,6 +10,7 @@
 #include <mutex>
 
 #include "frame/Error.h"
+#include "frame/mdl_Confine.h"
 #include "frame/mdl_Limits.h"
 
 namespace rykel::fileio {
@@ -52,7 +53,7 @@ mode_t hNewFileMode() {
 void SetWriteHook(WriteHook pHook) { hHook() = std::move(pHook); }
 
 std::string ReadFile(const std::string& pFile) {
-  int fd = ::open(pFile.c_str(), O_RDONLY | O_CLOEXEC);
+  int fd = mdl_Confine::OPEN(pFile, mdl_Confine::ACTIVE());
   if (fd < 0) {
     int e = errno;
     if (e == ENOENT) {
@@ -63,6 +64,10 @@ std::string ReadFile(const std::string& pFile) {
     }
     hRaiseErrno(e, "Cannot open", pFile);
   }
+  return ReadOpened(fd, pFile);
+}
+
+std::string ReadOpened(int fd, const std::string& pFile) {
   struct stat st {};
   if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
     ::close(fd);

@@ -15,7 +15,11 @@ namespace rykel::fileio {
 
 // The whole content of a file. Raises 53 (file not found), 76 (path not found), 70 (permission
 // denied), 75 (a folder or otherwise not a readable file) or 57 (I/O error).
+// Within a live mdl_Confine::Scope only files inside its folders are read (others raise 53).
 std::string ReadFile(const std::string& pFile);
+// The same for a file already open (read from where fd stands; fd is closed); pFile names it in
+// messages. Bounded by INPUT.SIZE.MAX like ReadFile.
+std::string ReadOpened(int fd, const std::string& pFile);
 
 // Replaces the file's content by pData (see the header comment). A new file gets the permissions
 // 0666 minus the umask; an existing file keeps its permissions. Raises 76 when the folder does not

@@ -1,10 +1,13 @@
 #include "frame/mdl_Global.h"
 
+#include <unistd.h>
+
 #include <filesystem>
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "frame/mdl_Confine.h"
 #include "frame/Text.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureManager.h"
@@ -109,6 +112,13 @@ bool hCBool(const Variant& pValue) {
 namespace mdl_FileTools {
 
 bool FILEEXISTS(std::string_view pPath) {
+  if (const auto* roots = mdl_Confine::ACTIVE()) {
+    // Confined, an outside file must look as missing as one that is not there.
+    int fd = mdl_Confine::OPEN(std::string(pPath), roots);
+    if (fd < 0) return false;
+    ::close(fd);
+    return true;
+  }
   std::error_code ec;
   auto st = std::filesystem::status(std::filesystem::path(pPath), ec);
   return !ec && std::filesystem::exists(st) && !std::filesystem::is_directory(st);

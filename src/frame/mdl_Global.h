@@ -29,7 +29,8 @@ bool hCBool(const Variant& pValue);
 }  // namespace mdl_Global
 
 namespace mdl_FileTools {
-// True when the path names an existing entry that is not a directory.
+// True when the path names an existing entry that is not a directory. Within a live
+// mdl_Confine::Scope only regular files inside its folders exist.
 bool FILEEXISTS(std::string_view pPath);
 }  // namespace mdl_FileTools
 

@@ -1,5 +1,6 @@
 #include "interpreter/cls_KEL.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "frame/Convert.h"
@@ -12,6 +13,7 @@
 #include "interpreter/cls_KELErrorList.h"
 #include "interpreter/cls_KELExecutor.h"
 #include "interpreter/cls_KELFrontEnd.h"
+#include "interpreter/mdl_KELData.h"
 #include "interpreter/mdl_KELStructText.h"
 #include "modules/cls_KELModules.h"
 #include "modules/mod_KELIO.h"
@@ -63,6 +65,7 @@ void cls_KEL::hReadSettings() {
   run_.commandsMax = hSettingInt("SYS.COMMANDS.MAX", 100);
   run_.nestingMax = hSettingInt("SYS.NESTING.MAX", 50);
   run_.outputMax = static_cast<size_t>(hSettingInt("SYS.OUTPUT.MAX", 64 << 20));
+  run_.valueMax = std::min(static_cast<size_t>(hSettingInt("SYS.VALUE.MAX", 16 << 20)), run_.outputMax);
   run_.stepsMax = hSettingInt("SYS.STEPS.MAX", 10000000);
   steps_ = 0;
   run_.html = hSetting("SYS.OUTPUT.HTML", false);
@@ -108,6 +111,15 @@ std::string cls_KEL::hToText(const Variant& pValue) {
   } catch (...) {
     return "";
   }
+}
+
+std::string cls_KEL::hData(std::string_view pText) {
+  if (dataKey_.empty()) dataKey_ = mdl_KELData::NewKey();
+  return mdl_KELData::Encode(pText, dataKey_);
+}
+
+void cls_KEL::hDataFinish(std::string& rText, size_t pFrom) {
+  if (!dataKey_.empty()) mdl_KELData::Decode(rText, dataKey_, pFrom);
 }
 
 bool cls_KEL::hInArray(const Variant& pValue, const std::vector<Variant>& pArray) {

@@ -12,6 +12,9 @@
 //   SYS.LOOP.MAX        100000 rounds of one WHILE, DO or FOR before "Loop limit reached"
 //   SYS.OUTPUT.MAX      67108864  bytes of output of one PROCESS level before "Output too large"
 //                              (processing then stops, as after QUITEXEC)
+//   SYS.VALUE.MAX       16777216  bytes of one text an expression joins ("+") or VAR / ":=" stores,
+//                              never more than SYS.OUTPUT.MAX, before "Value too large"
+//                              (processing then stops, as after QUITEXEC)
 //   SYS.STEPS.MAX       10000000  commands and loop rounds of one outermost PROCESS, all levels
 //                              together, before "Step limit reached" (processing then stops)
 //   SYS.LOCATE.CONFINED false  INCLUDE and LOCATE find files only inside DIRECTORIES
@@ -86,6 +89,12 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   std::string ENCODE(const Variant& pValue, bool pQuoteText = false);
   // Output text of a value: structures by their HTML form when SYS.OUTPUT.HTML, else their TEXT form.
   std::string hToText(const Variant& pValue);
+  // Text that comes from data (a database value, {DATA:name}), made safe to put into the page: no
+  // scan runs it as a command, and the finished page holds it byte for byte (mdl_KELData).
+  std::string hData(std::string_view pText);
+  // The finished text of an outermost PROCESS or EXECUTE from byte pFrom on: data marks become
+  // their characters again. Nothing to do for an interpreter that never output data.
+  void hDataFinish(std::string& rText, size_t pFrom = 0);
   // True when some element equals the value (numbers by value, texts exactly, objects by identity).
   static bool hInArray(const Variant& pValue, const std::vector<Variant>& pArray);
   // Operator and truth word normalisation ("AND" -> "&&", "TRUE" -> "1"); other text unchanged.
@@ -159,11 +168,14 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   };
 
   bool hSetting(std::string_view pKey, bool pDefault);
+  // SYS.LOCATE.CONFINED as the running PROCESS read it (or as SETTINGS hold it outside one).
+  bool hConfined() { return depth_ > 0 ? run_.confined : hSetting("SYS.LOCATE.CONFINED", false); }
   // The settings the interpreter itself reads, taken from SETTINGS when an outermost PROCESS (or a
   // host's EXECUTE) starts; nested levels use them as they were then.
   struct RunSettings {
     int32_t commandsMax = 100, nestingMax = 50;
     size_t outputMax = size_t{64} << 20;
+    size_t valueMax = size_t{16} << 20;  // SYS.VALUE.MAX, at most outputMax
     int64_t stepsMax = 10000000;
     bool html = false, debug = false, noexec = false, confined = false;
   };
@@ -188,6 +200,7 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   int nest_ = 0;                                 // nested EXECUTE and expression levels
   std::vector<Source> sources_;
   std::string master_;                           // MASTER template file, applied at the end
+  std::string dataKey_;                          // key of the data marks; "" until data is output
   std::string currentCommand_;
   std::map<std::string, std::chrono::steady_clock::time_point, std::less<>> traceStarts_;
  private:

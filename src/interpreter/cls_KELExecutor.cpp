@@ -105,6 +105,17 @@ bool hTruth(const Variant& v) {
 
 std::string hText(cls_KEL& k, const Variant& v) { return k.hToText(v); }
 
+// A text that doubles itself round after round ("(s + s)") would take all memory long before the
+// output limit sees it: every text a template joins or stores is bounded by SYS.VALUE.MAX.
+bool hValueOver(cls_KEL& k, const Variant& v) { return v.isString() && v.str().size() > k.run_.valueMax; }
+
+// Records "Value too large" and stops processing, as the output limit does.
+Variant hValueTooLarge(cls_KEL& k) {
+  Variant e(k.ERRORS("Value too large", "more than " + std::to_string(k.run_.valueMax) + " bytes (SYS.VALUE.MAX)"));
+  k.quit_ = true;
+  return e;
+}
+
 // A variable by name or dotted path ("row.name"), Null when there is none. Short ASCII names are
 // upper-cased on the stack, so the lookup allocates nothing.
 Variant hVariable(cls_KEL& k, std::string_view name) {
@@ -375,11 +386,16 @@ struct Expr {
     switch (op) {
       case enm_KELOperator::Assign:
         if (l.name.empty()) return hFail(opText);
+        if (hValueOver(c.k, r.v)) return hValueTooLarge(c.k);
         c.k.VARIABLES->ITEM_LET(Variant(l.name), r.v);
         return r.v;
-      case enm_KELOperator::Add:
+      case enm_KELOperator::Add: {
         if (num) return Variant(a + b);
-        return Variant(hText(c.k, l.v) + hText(c.k, r.v));
+        std::string joined = hText(c.k, l.v);
+        const std::string right = hText(c.k, r.v);
+        if (joined.size() + right.size() > c.k.run_.valueMax) return hValueTooLarge(c.k);
+        return Variant(joined.append(right));
+      }
       case enm_KELOperator::Subtract:
         return num ? Variant(a - b) : hFail(opText);
       case enm_KELOperator::Multiply:
@@ -739,7 +755,9 @@ Variant hIterate(Ctx& c) {
 // VAR name value
 Variant hVar(Ctx& c) {
   if (c.count != 2) return hCountError(c, "VAR requires 2 parameters, ");
-  c.k.VARIABLES->ITEM_LET(Variant(hNameOf(c.params[0])), hValue(c, c.params[1]));
+  Variant value = hValue(c, c.params[1]);
+  if (hValueOver(c.k, value)) return hValueTooLarge(c.k);
+  c.k.VARIABLES->ITEM_LET(Variant(hNameOf(c.params[0])), std::move(value));
   return Variant("");
 }
 
@@ -882,6 +900,7 @@ std::shared_ptr<Plan> hPlanFor(std::string_view s) {
     plan->kind = Plan::Var;
     plan->var = hMakeVarPath(s.substr(4));
   } else if ((s.size() >= 2 && s[0] == '@' && s[1] == '@') || (oneWord && hStartsWithUpper(s, "BLOCK:")) ||
+             (oneWord && hStartsWithUpper(s, "DATA:")) ||
              (oneWord && s.size() >= 2 && s[0] == '%')) {
     plan->kind = Plan::Early;
   } else {
@@ -917,6 +936,14 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
     Variant v = hVariable(k, name);
     if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
     return v;
+  }
+  if (oneWord && hStartsWithUpper(s, "DATA:")) {
+    // The variable's value as data: output as it is, never run (mdl_KELData).
+    std::string_view name = s.substr(5);
+    Variant v = hVariable(k, name);
+    if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
+    if (!v.isString() && !v.isObject()) return v;
+    return Variant(k.hData(k.hToText(v)));
   }
   if (oneWord && hStartsWithUpper(s, "BLOCK:")) {
     std::string_view name = s.substr(6);
@@ -1002,7 +1029,14 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
       s.remove_suffix(1);
     NestGuard guard(k);
     if (!guard.ok) return Variant(k.ERRORS("Nesting too deep", s));
-    return hRun(k, s, pData);
+    Variant r = hRun(k, s, pData);
+    if (show.k && r.isString() && !k.dataKey_.empty()) {
+      // a host's own EXECUTE gets data as it is, like the end of an outermost PROCESS
+      std::string t(r.str());
+      k.hDataFinish(t);
+      r = Variant(t);
+    }
+    return r;
   } catch (const std::exception& e) {
     return Variant(k.ERRORS("Could not execute", s));
   }

@@ -1,5 +1,7 @@
 #include "interpreter/cls_KELFrontEnd.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
@@ -11,6 +13,7 @@
 #include "frame/Text.h"
 #include "frame/FileIO.h"
 #include "frame/mdl_Global.h"
+#include "frame/mdl_Confine.h"
 #include "frame/mdl_Limits.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELExecutor.h"
@@ -45,17 +48,6 @@ bool hEscapes(const std::string& p) {
   for (const auto& part : path)
     if (part == "..") return true;
   return false;
-}
-
-// True when the file, all links followed, lies inside the folder (a link inside a confined folder
-// must not lead out of it).
-bool hInside(const std::string& dir, const std::string& path) {
-  std::error_code ec1, ec2;
-  std::string root = std::filesystem::canonical(dir, ec1).string();
-  std::string real = std::filesystem::canonical(path, ec2).string();
-  if (ec1 || ec2 || root.empty()) return false;
-  if (root.back() != '/') root += '/';
-  return real.compare(0, root.size(), root) == 0;
 }
 
 std::string hJoin(const std::string& dir, const std::string& file) {
@@ -347,6 +339,8 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       out += k.ERRORS("Could not execute", e.what());
     }
     k.SIGNAL(kelSignalProcessEnd);
+    // The page is finished (inside a host's EXECUTE, that EXECUTE finishes its own result).
+    if (k.nest_ == 0) k.hDataFinish(out, base);
   }
 }
 
@@ -392,56 +386,88 @@ bool cls_KELFrontEnd::SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::s
   return ok;
 }
 
-std::string cls_KELFrontEnd::Locate(cls_KEL& k, std::string_view pFile, std::string_view pDefault) {
+namespace {
+
+// The one way a template reaches a file: the name itself (not when confined), then each
+// DIRECTORIES entry + name, the first that exists. Confined, each candidate is opened and judged
+// by the file opened (mdl_Confine), so the file checked is the file read; rFd then holds it open
+// (the caller closes it). Not confined, rFd is -1 and the file is read by its path. rAll, when
+// given, collects every candidate found instead of stopping at the first.
+std::string hFind(cls_KEL& k, std::string_view pFile, int& rFd, std::vector<std::string>* rAll) {
+  rFd = -1;
   std::string file = hSlashes(pFile);
-  if (file.empty()) return std::string(pDefault);
-  bool confined = k.depth_ > 0 ? k.run_.confined : k.hSetting("SYS.LOCATE.CONFINED", false);
-  if (confined) {
-    if (hEscapes(file)) return std::string(pDefault);
-  } else if (mdl_FileTools::FILEEXISTS(file)) {
-    return file;
-  }
+  if (file.empty()) return {};
+  const bool confined = k.hConfined();
+  if (confined && hEscapes(file)) return {};
+  auto found = [&](const std::string& path, int fd) {
+    if (rAll) {
+      rAll->push_back(path);
+      if (fd >= 0) ::close(fd);
+      return false;
+    }
+    rFd = fd;
+    return true;
+  };
+  if (!confined && mdl_FileTools::FILEEXISTS(file) && found(file, -1)) return file;
   auto& dirs = *k.DIRECTORIES;
   for (int32_t i = dirs.BASE(); i <= dirs.MAX(); ++i) {
     if (!dirs.EXISTS_GET(i)) continue;
     std::string dir = hSlashes(CStr(dirs.ITEM_GET(i)));
     std::string path = hJoin(dir, file);
-    if (mdl_FileTools::FILEEXISTS(path) && (!confined || hInside(dir, path))) return path;
+    if (!confined) {
+      if (mdl_FileTools::FILEEXISTS(path) && found(path, -1)) return path;
+      continue;
+    }
+    const std::vector<std::string> root{dir.empty() ? std::string(".") : dir};
+    int fd = mdl_Confine::OPEN(path, &root);
+    if (fd >= 0 && found(path, fd)) return path;
   }
-  return std::string(pDefault);
+  return {};
+}
+
+}  // namespace
+
+std::string cls_KELFrontEnd::Locate(cls_KEL& k, std::string_view pFile, std::string_view pDefault) {
+  int fd;
+  std::string path = hFind(k, pFile, fd, nullptr);
+  if (fd >= 0) ::close(fd);
+  return path.empty() ? std::string(pDefault) : path;
 }
 
 std::vector<std::string> cls_KELFrontEnd::LocateAll(cls_KEL& k, std::string_view pFile) {
   std::vector<std::string> found;
-  std::string file = hSlashes(pFile);
-  if (file.empty()) return found;
-  bool confined = k.depth_ > 0 ? k.run_.confined : k.hSetting("SYS.LOCATE.CONFINED", false);
-  if (confined && hEscapes(file)) return found;
-  if (!confined && mdl_FileTools::FILEEXISTS(file)) found.push_back(file);
-  auto& dirs = *k.DIRECTORIES;
-  for (int32_t i = dirs.BASE(); i <= dirs.MAX(); ++i) {
-    if (!dirs.EXISTS_GET(i)) continue;
-    std::string dir = hSlashes(CStr(dirs.ITEM_GET(i)));
-    std::string path = hJoin(dir, file);
-    if (mdl_FileTools::FILEEXISTS(path) && (!confined || hInside(dir, path))) found.push_back(path);
-  }
+  int fd;
+  hFind(k, pFile, fd, &found);
   return found;
+}
+
+std::vector<std::string> cls_KELFrontEnd::ConfinedRoots(cls_KEL& k) {
+  std::vector<std::string> roots;
+  auto& dirs = *k.DIRECTORIES;
+  for (int32_t i = dirs.BASE(); i <= dirs.MAX(); ++i)
+    if (dirs.EXISTS_GET(i)) {
+      std::string dir = hSlashes(CStr(dirs.ITEM_GET(i)));
+      roots.push_back(dir.empty() ? std::string(".") : dir);
+    }
+  return roots;
 }
 
 std::string cls_KELFrontEnd::Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData) {
   std::string name(pName);
   std::string base = std::filesystem::path(hSlashes(name)).filename().string();
   if (base.find('.') == std::string::npos) name += ".kel";
-  std::string path = Locate(k, name, "");
-  if (path.empty()) path = Locate(k, "pages/" + name, "");
-  if (path.empty()) path = Locate(k, "inc/" + name, "");
+  int fd = -1;
+  std::string path = hFind(k, name, fd, nullptr);
+  if (path.empty()) path = hFind(k, "pages/" + name, fd, nullptr);
+  if (path.empty()) path = hFind(k, "inc/" + name, fd, nullptr);
   if (path.empty()) {
     k.ERRORS("Could not include '" + std::string(pName) + "'");
     return "";
   }
   std::string textIn;
   try {
-    textIn = fileio::ReadFile(path);  // bounded by INPUT.SIZE.MAX
+    // bounded by INPUT.SIZE.MAX; confined, the file read is the one opened and checked
+    textIn = fd >= 0 ? fileio::ReadOpened(fd, path) : fileio::ReadFile(path);
   } catch (const Error& e) {
     k.ERRORS("Could not include '" + std::string(pName) + "'", e.description);
     return "";

@@ -31,6 +31,8 @@ class cls_KELFrontEnd {
   static bool SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::string_view pParaWanted);
   static std::string Locate(cls_KEL& k, std::string_view pFile, std::string_view pDefault);
   static std::vector<std::string> LocateAll(cls_KEL& k, std::string_view pFile);
+  // The folders a confined template may read: its DIRECTORIES entries ("" as ".").
+  static std::vector<std::string> ConfinedRoots(cls_KEL& k);
   // INCLUDE: name (".kel" added when it has no extension), then "pages/" + name, then "inc/" + name;
   // processes the file found. Records "Could not include '<name>'" and yields "" when none is found.
   static std::string Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData);

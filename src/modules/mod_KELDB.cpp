@@ -7,7 +7,9 @@
 
 #include "frame/Convert.h"
 #include "frame/Text.h"
+#include "frame/mdl_Confine.h"
 #include "interpreter/cls_KEL.h"
+#include "interpreter/cls_KELFrontEnd.h"
 #include "frame/mdl_Global.h"
 
 namespace rykel {
@@ -96,12 +98,12 @@ Checked hFieldList(const DBCall& c, std::vector<DBFieldPtr>& rFields) {
   return std::nullopt;
 }
 
-StructurePtr hEntry(cls_DB& db, const Variant& id, const std::vector<DBFieldPtr>& fields, bool html) {
+StructurePtr hEntry(cls_KEL& kel, cls_DB& db, const Variant& id, const std::vector<DBFieldPtr>& fields, bool html) {
   auto e = cls_Structure::New();
   e->ITEMBYID_LET("ID", id);
   for (const auto& f : fields) {
     std::string t = html ? hHtmlSafe(db.FIELDTEXTHTML_GET(id, Variant(f->ID))) : db.FIELDTEXT_GET(id, Variant(f->ID));
-    e->ITEMBYID_LET(f->ID, Variant(t));
+    e->ITEMBYID_LET(f->ID, Variant(kel.hData(t)));
   }
   return e;
 }
@@ -173,12 +175,12 @@ Variant hLimit(const DBCall& c) {
 
 Variant hText(const DBCall& c) {
   if (auto e = hField(c, "FIELD")) return *e;
-  return Variant(c.db.FIELDTEXT_GET(c.p->ITEM_GET("ID"), Variant(c.Str("FIELD"))));
+  return Variant(c.kel.hData(c.db.FIELDTEXT_GET(c.p->ITEM_GET("ID"), Variant(c.Str("FIELD")))));
 }
 
 Variant hHtml(const DBCall& c) {
   if (auto e = hField(c, "FIELD")) return *e;
-  return Variant(hHtmlSafe(c.db.FIELDTEXTHTML_GET(c.p->ITEM_GET("ID"), Variant(c.Str("FIELD")))));
+  return Variant(c.kel.hData(hHtmlSafe(c.db.FIELDTEXTHTML_GET(c.p->ITEM_GET("ID"), Variant(c.Str("FIELD"))))));
 }
 
 Variant hEntryCmd(const DBCall& c) {
@@ -186,7 +188,7 @@ Variant hEntryCmd(const DBCall& c) {
   if (auto e = hFieldList(c, fields)) return *e;
   Variant id = c.p->ITEM_GET("ID");
   if (!c.db.ENTRYEXISTS(id)) return c.Fail("Unknown entry", CStr(id));
-  return Variant(hEntry(c.db, id, fields, c.Flag("HTML")));
+  return Variant(hEntry(c.kel, c.db, id, fields, c.Flag("HTML")));
 }
 
 Variant hEntries(const DBCall& c) {
@@ -197,7 +199,7 @@ Variant hEntries(const DBCall& c) {
   bool html = c.Flag("HTML");
   auto out = cls_Structure::New();
   for (const auto& id : ids)
-    if (c.db.ENTRYEXISTS(id)) out->ADD(Variant(hEntry(c.db, id, fields, html)));
+    if (c.db.ENTRYEXISTS(id)) out->ADD(Variant(hEntry(c.kel, c.db, id, fields, html)));
   return Variant(out);
 }
 
@@ -205,7 +207,7 @@ Variant hFields(const DBCall& c) {
   auto out = cls_Structure::New();
   for (int32_t i = 1; i <= c.db.FIELDS(); ++i) {
     auto f = c.db.FIELD(Variant(i));
-    out->ITEMBYID_LET(f->ID, Variant(f->NAME.empty() ? f->ID : f->NAME));
+    out->ITEMBYID_LET(f->ID, Variant(c.kel.hData(f->NAME.empty() ? f->ID : f->NAME)));
   }
   return Variant(out);
 }
@@ -228,7 +230,7 @@ Variant hGroup(const DBCall& c) {
   auto out = cls_Structure::New();
   for (const auto& [value, count] : rows) {
     auto row = cls_Structure::New();
-    row->ITEMBYID_LET("VALUE", Variant(value));
+    row->ITEMBYID_LET("VALUE", Variant(c.kel.hData(value)));
     row->ITEMBYID_LET("TOTAL", Variant(count));
     out->ADD(Variant(row));
   }
@@ -315,6 +317,10 @@ void mod_KELDB::MODULE_EXECUTE(const StructurePtr&, bool&, Variant& rValue, cons
       return void(rValue = Variant(""));
     }
     auto db = std::make_shared<cls_DB>();
+    // A confined template reaches through the database no file outside DIRECTORIES: not the
+    // file itself, nor the header it names, nor a test whether some outside file exists.
+    std::optional<mdl_Confine::Scope> confine;
+    if (pKEL.hConfined()) confine.emplace(cls_KELFrontEnd::ConfinedRoots(pKEL));
     if (!db->DBOPENREADONLY(path, header, false))
       return void(rValue = Variant(pKEL.ERRORS("Database error", db->DBOPENERROR_GET())));
     ATTACH(db, name);

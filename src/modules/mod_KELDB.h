@@ -24,7 +24,9 @@
 // "Database error: <open message>", "No database open: <command>", "Unknown database: name",
 // "Unknown field: name", "Unknown entry: id", "Id list expected: <command>", "Filter structure
 // expected: <command>", "DB function not supported: <command>".
-// HTML texts carry "{" and "}" as character references, so values are never run as commands.
+// Values are data, never code: every text of an entry, a field or a group is output as data
+// (cls_KEL::hData), so the page shows its braces and never runs them; HTML texts also carry "{"
+// and "}" as character references. Entry ids are keys and stay as they are.
 //
 //   auto db = std::make_shared<rykel::mod_KELDB>();
 //   kel.MODULES->ADD(db);

@@ -1,5 +1,7 @@
 #include "modules/mod_KELStructure.h"
 
+#include <algorithm>
+
 #include "frame/Convert.h"
 #include "frame/Text.h"
 #include "interpreter/cls_KEL.h"
@@ -39,8 +41,13 @@ Variant hSplit(Params p) {
   std::string textIn = CStr(p->ITEM_GET("TEXT"));
   std::string delim = CStr(p->ITEM_GET("DELIMETER"));
   if (delim.empty()) {
-    size_t n = text::Len(textIn);
-    for (size_t i = 1; i <= n; ++i) out->ADD(Variant(text::Mid(textIn, i, 1)));
+    // One walk over the text: each character's bytes are the distance to the next one.
+    std::string_view rest = textIn;
+    while (!rest.empty()) {
+      size_t step = std::max<size_t>(1, text::ByteOffset(rest, 1));
+      out->ADD(Variant(rest.substr(0, step)));
+      rest.remove_prefix(step);
+    }
   } else {
     for (const auto& piece : text::Split(textIn, delim)) out->ADD(Variant(piece));
   }
