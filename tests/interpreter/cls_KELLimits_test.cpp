@@ -2,11 +2,21 @@
 // blocks and includes, and includes confined to DIRECTORIES (links included).
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
+#include "database/cls_DB.h"
 #include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/FileIO.h"
+#include "frame/ValueWriter.h"
 #include "interpreter/cls_KEL.h"
+#include "modules/cls_KELModules.h"
+#include "modules/mod_KELDB.h"
 
 namespace rykel {
 namespace {
@@ -93,6 +103,118 @@ TEST(cls_KELLimits, IncludesStayInsideTheirFolderThroughLinks) {
   EXPECT_TRUE(k.LOCATEALL("door/secret.kel").empty());
   // a link that stays inside the folder, and plain files, still work
   EXPECT_EQ(k.PROCESS("{INCLUDE ok}+{INCLUDE inside}", nullptr), "fine+fine");
+  fs::remove_all(root);
+}
+
+
+TEST(cls_KELLimits, JoinedAndStoredTextsStayWithinValueMax) {
+  // "(s + s)" doubles a text each round without any output: only a bound on values stops it.
+  const char* doubling = "{VAR s \"ab\"}{WHILE (1) {{VAR s (s + s)}}}after";
+  struct Case {
+    const char* key;
+    int value;
+    const char* message;
+  } cases[] = {
+      {"SYS.VALUE.MAX", 1000, "<b>Value too large</b>: more than 1000 bytes (SYS.VALUE.MAX)<br/>"},
+      {"SYS.OUTPUT.MAX", 700, "<b>Value too large</b>: more than 700 bytes (SYS.VALUE.MAX)<br/>"},  // tied
+      {"SYS.LOOP.MAX", 26, "<b>Value too large</b>: more than 16777216 bytes (SYS.VALUE.MAX)<br/>"},  // default
+  };
+  for (const auto& c : cases) {
+    cls_KEL k;
+    k.SETTINGS->ITEM_LET(c.key, c.value);
+    EXPECT_EQ(k.PROCESS(doubling, nullptr).find("after"), std::string::npos) << c.key;  // stopped
+    EXPECT_EQ(k.ERRORLIST->COUNT(), 1) << c.key;
+    EXPECT_EQ(LastError(k), c.message);
+    EXPECT_LE(CStr(k.VARIABLES->ITEM_GET("S")).size(), 16u << 20);
+  }
+  // VAR and ":=" of a text made otherwise (a block, a quoted template) are bounded as well
+  for (const char* t : {"{VAR s \"ab\"}{WHILE (1) {{VAR s {{VAR:s}{VAR:s}}}}}",
+                        "{VAR s \"ab\"}{WHILE (1) {{(s := \"{VAR:s}{VAR:s}\")}}}"}) {
+    cls_KEL k;
+    k.SETTINGS->ITEM_LET("SYS.VALUE.MAX", 1000);
+    k.PROCESS(t, nullptr);
+    EXPECT_EQ(LastError(k), cases[0].message) << t;
+    EXPECT_LE(CStr(k.VARIABLES->ITEM_GET("S")).size(), 1000u) << t;
+  }
+  // texts up to the bound are untouched
+  cls_KEL k;
+  k.SETTINGS->ITEM_LET("SYS.VALUE.MAX", 8);
+  EXPECT_EQ(k.PROCESS("{VAR s \"abcd\"}{VAR t (s + s)}{VAR:t}", nullptr), "abcdabcd");
+  EXPECT_EQ(k.ERRORLIST->COUNT(), 0);
+}
+
+// The name is swapped between a file inside the folder and a link to an outside file while a
+// confined template includes it again and again: it must never deliver the outside file.
+TEST(cls_KELLimits, ConfinedIncludeReadsTheFileItChecked) {
+  const fs::path root = fs::path(RYKEL_BINARY_DIR) / "kel_limits_swap";
+  fs::remove_all(root);
+  fs::create_directories(root / "site");
+  fs::create_directories(root / "private");
+  std::ofstream(root / "private" / "secret.kel") << "SECRET";
+  cls_KEL k;
+  k.DIRECTORIES->ADD((root / "site").string());
+  k.SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
+  k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 1000);
+  const fs::path name = root / "site" / "page.kel";
+  std::ofstream(name) << "fine";
+  std::atomic<bool> stop{false};
+  std::thread swapper([&] {
+    const fs::path file = root / "site" / "file.tmp", link = root / "site" / "link.tmp";
+    for (bool toLink = true; !stop; toLink = !toLink) {
+      if (toLink) fs::create_symlink(root / "private" / "secret.kel", link);
+      else std::ofstream(file) << "fine";
+      std::rename((toLink ? link : file).c_str(), name.c_str());  // atomic: the name always exists
+    }
+  });
+  std::string page;
+  for (int i = 0; i < 400; ++i) page += "{INCLUDE page}";
+  int leaked = 0, read = 0;
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  while (std::chrono::steady_clock::now() < until) {
+    std::string out = k.PROCESS(page, nullptr);
+    for (size_t at = out.find("SECRET"); at != std::string::npos; at = out.find("SECRET", at + 1)) ++leaked;
+    for (size_t at = out.find("fine"); at != std::string::npos; at = out.find("fine", at + 1)) ++read;
+  }
+  stop = true;
+  swapper.join();
+  EXPECT_EQ(leaked, 0);
+  EXPECT_GT(read, 0);
+  fs::remove_all(root);
+}
+
+// A database file names its header; a confined template that opens it reaches no file outside
+// DIRECTORIES through that name, and cannot tell an outside file from a missing one.
+TEST(cls_KELLimits, DatabaseHeadersAreConfinedLikeIncludes) {
+  const fs::path root = fs::path(RYKEL_BINARY_DIR) / "kel_limits_dbheader";
+  fs::remove_all(root);
+  fs::create_directories(root / "site");
+  fs::create_directories(root / "private");
+  cls_DB header;
+  header.FIELDCREATE("GEHEIM");
+  ASSERT_TRUE(header.HEADERSAVE((root / "private" / "secret.header").string()));
+  auto evil = [&](const std::string& file, const std::string& headerName) {
+    ValueWriter w;
+    w.WriteString("Morvandil KEL DB Binary");
+    w.Write(Variant(static_cast<int16_t>(1)));
+    w.WriteString(headerName);
+    w.Write(Variant::Date(date::Now()));
+    w.Write(Variant(static_cast<int32_t>(0)));
+    w.WriteString("EOF");
+    fileio::WriteFileAtomic((root / "site" / file).string(), w.Data());
+  };
+  evil("evil.ry-dbb", "../private/secret.header");
+  evil("probe.ry-dbb", "../private/nothing.header");
+  auto k = std::make_shared<cls_KEL>();
+  k->MODULES->ADD(std::make_shared<mod_KELDB>());
+  k->DIRECTORIES->ADD((root / "site").string());
+  EXPECT_EQ(k->PROCESS("{DB:OPEN \"evil.ry-dbb\"}{DB:FIELDS}", nullptr), "GEHEIM: GEHEIM");
+  k->SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
+  std::string outside = k->PROCESS("{DB:OPEN \"evil.ry-dbb\" NAME=x}", nullptr);
+  std::string missing = k->PROCESS("{DB:OPEN \"probe.ry-dbb\" NAME=y}", nullptr);
+  EXPECT_NE(outside.find("ERR:---Database error: Header '"), std::string::npos) << outside;
+  EXPECT_NE(outside.find("could not be located!"), std::string::npos) << outside;
+  auto shape = [](std::string s, const std::string& name) { return s.replace(s.find(name), name.size(), "*"); };
+  EXPECT_EQ(shape(outside, "secret"), shape(missing, "nothing"));
   fs::remove_all(root);
 }
 

@@ -4,7 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <random>
+
 #include "database/cls_DB.h"
+#include "frame/Convert.h"
 #include "interpreter/cls_KEL.h"
 #include "modules/cls_KELModules.h"
 
@@ -125,6 +130,57 @@ TEST(mod_KELDB, HostDatabasesAndHtmlTexts) {
   EXPECT_EQ(t.db->DB_GET(), nullptr);
   EXPECT_EQ(t.db->DB_GET("zweite"), b);
   EXPECT_EQ(t.Run("{DB:USE zweite}{DB:COUNT}"), "1");
+}
+
+
+// Values from data come out byte for byte and are never run, whatever they hold: commands,
+// quotes, script protection ("[[$...$]]") and the marks the interpreter itself uses for data.
+TEST(mod_KELDB, ValuesAreDataNeverCode) {
+  namespace fs = std::filesystem;
+  const fs::path secret = fs::path(RYKEL_BINARY_DIR) / "keldb_data_secret.kel";
+  std::ofstream(secret) << "SECRET";
+  const std::string mark = "\xEE\x80\x80";  // the lead of a data mark (U+E000)
+  std::vector<std::string> values = {
+      "{INCLUDE " + secret.string() + "}", "{VAR x 1}\"'{", "}}{{", "<script>[[$INCLUDE " + secret.string() + "$]]</script>",
+      mark + "01234567891", mark, "{$VAR:x$}", "plain",
+  };
+  // and random texts over the characters that matter
+  std::mt19937 rng(15);
+  const std::vector<std::string> alphabet = {"{", "}", "$", "[[", "]]", "\"", "'", " ", "a", "VAR:x", mark, "1", "<script>"};
+  for (int i = 0; i < 60; ++i) {
+    std::string v;
+    for (int n = rng() % 12; n > 0; --n) v += alphabet[rng() % alphabet.size()];
+    values.push_back(v);
+  }
+  DBKel t;
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NAME");
+  for (size_t i = 0; i < values.size(); ++i) {
+    db->ENTRYADD(Variant(static_cast<int32_t>(i + 1)));
+    db->ENTRYFIELD_LET(Variant(static_cast<int32_t>(i + 1)), "NAME", Variant(values[i]));
+  }
+  t.db->ATTACH(db);
+  t.k->SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 1000);
+  for (size_t i = 0; i < values.size(); ++i) {
+    const std::string id = std::to_string(i + 1), v = values[i];
+    t.k->VARIABLES->ITEM_LET("V", Variant(v));
+    // shown directly, through a block, kept in a variable, iterated as an entry, and as {DATA:name}
+    EXPECT_EQ(t.Run("<" + mark + "{DB:TEXT " + id + " NAME}>"), "<" + mark + v + ">") << i;
+    EXPECT_EQ(t.Run("{IF (1) {[{DB:TEXT " + id + " NAME}]}}"), "[" + v + "]") << i;
+    EXPECT_EQ(t.Run("{VAR held {{DB:TEXT " + id + " NAME}}}{VAR:held}|{NESTED VAR:held}"), v + "|" + v) << i;
+    EXPECT_EQ(t.Run("{ITERATE e {{DB:ENTRIES {{DB:LIMIT \"\" 1 " + id + "}}}} {{VAR:e.NAME}}}"), v) << i;
+    EXPECT_EQ(t.Run("{DATA:V}{IF (1) {{DATA:V}}}"), v + v) << i;
+    EXPECT_EQ(CStr(t.k->EXECUTE("DATA:V")), v) << i;
+  }
+  EXPECT_EQ(t.Errors(), 0);
+  EXPECT_FALSE(t.k->VARIABLES->EXISTSBYID_GET("X"));
+  t.k->SETTINGS->ITEM_LET("SYS.NOEXEC", true);
+  EXPECT_EQ(t.Run("{DB:TEXT 1 NAME}"), values[0]);
+  // the rescan of everything else stays: a variable's text is run, its data form is not
+  t.k->VARIABLES->ITEM_LET("CODE", "{IO:TAB}");
+  EXPECT_EQ(t.Run("{VAR:CODE}|{DATA:CODE}"), "\t|{IO:TAB}");
+  EXPECT_EQ(t.Run("{DATA:nope}"), "ERR:---VAR not found: nope---");
+  fs::remove(secret);
 }
 
 }  // namespace
