@@ -147,6 +147,7 @@ void BindKEL(pyb::module_& m) {
            arg("pPara"), arg("pData") = nullptr, arg("pAdd") = Variant(), arg("pAllowExec") = false)
       .def("ENCODE", &K::ENCODE, arg("pValue"), arg("pQuoteText") = false)
       .def("hToText", &K::hToText, arg("pValue"))
+      .def("hData", &K::hData, arg("pText"))
       .def_static("hInArray", &K::hInArray, arg("pValue"), arg("pArray"))
       .def("LITERAL", [](K& k, const std::string& s) { return k.LITERAL(s); }, arg("pText"))
       .def("EXECUTE", [](K& k, const std::string& c, StructurePtr d) { return k.EXECUTE(c, d); },

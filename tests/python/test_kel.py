@@ -117,6 +117,30 @@ class TestKEL(unittest.TestCase):
             self.assertEqual(k.PROCESS("{INCLUDE head}"), "<h1>Grüße</h1>")
             self.assertEqual(k.LOCATE("inc\\head.kel"), os.path.join(d, "inc/head.kel"))
 
+    def test_data_is_never_code_and_values_are_bounded(self):
+        k = rykel.cls_KEL()
+        m = rykel.mod_KELDB()
+        k.MODULES.ADD(m)
+        with tempfile.TemporaryDirectory() as d:
+            secret = os.path.join(d, "secret.kel")
+            with open(secret, "w", encoding="utf-8") as f:
+                f.write("SECRET")
+            db = rykel.cls_DB()
+            db.FIELDCREATE("NAME")
+            value = "{INCLUDE " + secret + "} \"quoted\" '{x}' \ue000123"
+            db.ENTRYADD(1)
+            db.ENTRYFIELD_LET(1, "NAME", value)
+            m.ATTACH(db)
+            k.VARIABLES.ITEM_LET("v", value)
+            k.SETTINGS.ITEM_LET("SYS.NOEXEC", True)
+            self.assertEqual(k.PROCESS("[{DB:TEXT 1 NAME}|{DATA:v}]"), "[" + value + "|" + value + "]")
+            self.assertEqual(k.EXECUTE("DATA:v"), value)
+        self.assertEqual(k.ERRORLIST.COUNT(), 0)
+        k.SETTINGS.ITEM_LET("SYS.VALUE.MAX", 100)
+        k.PROCESS('{VAR s "ab"}{WHILE (1) {{VAR s (s + s)}}}')
+        self.assertEqual(k.ERRORLIST.ITEM_GET(k.ERRORLIST.MAX()),
+                         "<b>Value too large</b>: more than 100 bytes (SYS.VALUE.MAX)<br/>")
+
 
 if __name__ == "__main__":
     unittest.main()
