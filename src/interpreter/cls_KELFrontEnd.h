@@ -34,6 +34,9 @@ class cls_KELFrontEnd {
   // INCLUDE: name (".kel" added when it has no extension), then "pages/" + name, then "inc/" + name;
   // processes the file found. Records "Could not include '<name>'" and yields "" when none is found.
   static std::string Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData);
+  // Finds (as Include does) and reads a template file. Records "Could not include '<name>'" and
+  // returns false when it is missing or cannot be read.
+  static bool hLoad(cls_KEL& k, std::string_view pName, std::string& rPath, std::string& rText);
 };
 
 }  // namespace rykel
