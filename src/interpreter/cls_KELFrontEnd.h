@@ -3,8 +3,10 @@
 // the named parameters of module commands.
 //
 // The scan resumes where the replaced command began: a result without "{" is appended to the output
-// and the scan goes on after the command; only a result holding "{" is put back in front of the rest
-// of the text to be scanned again. An error text ("ERR:...") is never scanned again. So a text with few commands costs time linear in its size.
+// and the scan goes on after the command; only a result holding "{" is scanned again in front of
+// the rest of the text (kept apart from it, so the rest is never copied; a command that begins in
+// the result and ends in the rest is joined alone). An error text ("ERR:...") is never scanned
+// again. So a text with few commands costs time linear in its size.
 #pragma once
 
 #include <string>
