@@ -23,7 +23,9 @@ constexpr HelpTopic kTopics[] = {
      "Variables {VAR x 5} {VAR:x}, blocks {BLOCK row {...}} {BLOCK:row}, conditions {IF (x > 3) {a} {b}},\n"
      "loops {FOR i 1 3 1 {...}} {ITERATE item VAR:list {...}} {WHILE (cond) {...}}, files {INCLUDE name}\n"
      "(looked for as given, under pages/ and inc/, in every -d folder), modules IO:, STRUCT: and DB:.\n"
-     "Errors never stop a page: they become ERR:---...--- texts; --errors lists them with line and column.\n"
+     "Errors never stop a page: they become ERR:---...--- texts, and render prints each on stderr as\n"
+     "file:line:column: message and exits with 1 (--errors: the HTML lines instead, --quiet: nothing).\n"
+     "A page cut short (over 100 commands, an unclosed quote, a limit) is listed the same way.\n"
      "  rykel render -e '{VAR x 5}{IF (x > 3) {big} {small}}'\n"
      "  rykel render -d examples/site --struct team=examples/site/data/team.ser examples/site/pages/index.kel\n"
      "See docs/KEL.md.\n"},

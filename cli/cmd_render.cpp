@@ -6,6 +6,8 @@
 
 #include "Commands.h"
 #include "frame/Convert.h"
+#include "frame/Error.h"
+#include "frame/Notifier.h"
 #include "interpreter/cls_KEL.h"
 #include "modules/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
@@ -17,7 +19,7 @@ namespace {
 struct RenderOptions {
   std::string file, expression;
   std::vector<std::string> directories, variables, settings, structs, databases;
-  bool errors = false;
+  bool errors = false, quiet = false;
 };
 
 // "NAME=VALUE": the value as a number when it is one, else as text.
@@ -31,6 +33,27 @@ bool hAssign(cls_Structure& s, const std::string& a) {
   else
     s.ITEM_LET(a.substr(0, eq), value);
   return true;
+}
+
+// Each recorded error once on stderr: "file:line:column: message" in plain text, or with pHtml the
+// error list's own HTML lines behind the place. The main template has no file name inside the
+// interpreter: pMain stands for it.
+void hPrintErrors(cls_KEL& k, const std::string& pMain, bool pHtml) {
+  for (int32_t i = k.ERRORLIST->BASE(); i <= k.ERRORLIST->MAX(); ++i) {
+    if (!k.ERRORLIST->EXISTS_GET(i)) continue;
+    auto place = k.ERRORPLACES->ITEM_GET(i).as<cls_Structure>();
+    std::string message = pHtml || !place ? CStr(k.ERRORLIST->ITEM_GET(i)) : CStr(place->ITEM_GET("MESSAGE"));
+    std::string where;
+    if (place) {
+      where = CStr(place->ITEM_GET("FILE"));
+      if (where.empty()) where = pMain;
+      if (CLng(place->ITEM_GET("LINE")) > 0)
+        where += ":" + CStr(place->ITEM_GET("LINE")) + ":" + CStr(place->ITEM_GET("COLUMN"));
+    }
+    for (char& c : message)
+      if (c == '\n' || c == '\r') c = ' ';  // one line per error
+    std::fprintf(stderr, "%s%s%s\n", where.c_str(), where.empty() ? "" : ": ", message.c_str());
+  }
 }
 
 }  // namespace
@@ -51,10 +74,15 @@ void AddRenderCommand(CLI::App& app) {
   r->add_option("--db", o.databases,
                 "[NAME=]FILE: a database opened read-only for the DB commands (repeatable; the last is current)")
       ->allow_extra_args(false);
-  r->add_flag("--errors", o.errors, "print the error list to standard error");
+  r->add_flag("--errors", o.errors, "print the error list as its HTML lines instead of plain text");
+  r->add_flag("-q,--quiet", o.quiet, "print nothing on standard error (the exit status still tells)");
   r->callback([] {
     if (o.file.empty() && o.expression.empty())
       throw CLI::ValidationError("render", "give a template file or -e TEXT");
+    // The program reports each failure once itself: the library's own log line would repeat it.
+    SetErrorPolicy([](const ErrorContext&) { return kDecisionRaise; });
+    const Notifier silent = [](const Notification& n) { return DefaultAnswer(n); };
+    if (o.quiet) SetNotifier(silent);
     auto k = std::make_shared<cls_KEL>();
     // Templates rendered here may read databases: {DB:OPEN file}, {DB:QUERY ...}.
     auto dbModule = std::make_shared<mod_KELDB>();
@@ -64,7 +92,11 @@ void AddRenderCommand(CLI::App& app) {
       std::string name = eq == std::string::npos ? "MAIN" : a.substr(0, eq);
       std::string file = eq == std::string::npos ? a : a.substr(eq + 1);
       auto db = std::make_shared<cls_DB>();
-      if (!db->DBOPENREADONLY(file, "", false)) throw CLI::ValidationError("--db", db->DBOPENERROR_GET());
+      // One message for a database that does not open: the one below, not the notice as well.
+      SetNotifier(silent);
+      bool opened = db->DBOPENREADONLY(file, "", false);
+      SetNotifier(o.quiet ? silent : Notifier{});
+      if (!opened) throw CLI::ValidationError("--db", db->DBOPENERROR_GET());
       dbModule->ATTACH(db, name);
     }
     std::string text = o.expression;
@@ -98,22 +130,8 @@ void AddRenderCommand(CLI::App& app) {
     std::fflush(stdout);
     int32_t count = k->ERRORLIST->COUNT();
     if (count > 0 && k->ERRORLIST->ISEMPTY()) count = 0;
-    if (o.errors) {
-      for (int32_t i = k->ERRORLIST->BASE(); i <= k->ERRORLIST->MAX(); ++i) {
-        if (!k->ERRORLIST->EXISTS_GET(i)) continue;
-        std::string line = CStr(k->ERRORLIST->ITEM_GET(i));
-        auto place = k->ERRORPLACES->ITEM_GET(i).as<cls_Structure>();
-        if (place && CLng(place->ITEM_GET("LINE")) > 0) {
-          std::string file = CStr(place->ITEM_GET("FILE"));
-          // The main template has no file name of its own inside the interpreter.
-          if (file.empty()) file = o.file.empty() ? "<text>" : o.file == "-" ? "<stdin>" : o.file;
-          line = file + ":" + CStr(place->ITEM_GET("LINE")) + ":" +
-                 CStr(place->ITEM_GET("COLUMN")) + ": " + line;
-        }
-        std::fprintf(stderr, "%s\n", line.c_str());
-      }
-    }
-    if (count > 0) throw CLI::RuntimeError(1);
+    if (!o.quiet) hPrintErrors(*k, o.file.empty() ? "<text>" : o.file == "-" ? "<stdin>" : o.file, o.errors);
+    if (count > 0 || k->CUTSHORT_GET()) throw CLI::RuntimeError(1);
   });
 }
 

@@ -162,6 +162,7 @@ void BindKEL(pyb::module_& m) {
            arg("rData"), arg("pStartTag"), arg("pEndTag"), "-> (result, rData)")
       .def("QUITEXEC", &K::QUITEXEC)
       .def("QUIT_GET", &K::QUIT_GET)
+      .def("CUTSHORT_GET", &K::CUTSHORT_GET)
       .def("SYNTAXCHECK",
            [](K& k, StructurePtr v, const std::string& w) {
              bool ok = k.SYNTAXCHECK(v, w);

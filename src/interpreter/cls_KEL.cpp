@@ -67,7 +67,10 @@ void cls_KEL::hReadSettings() {
   run_.outputMax = static_cast<size_t>(hSettingInt("SYS.OUTPUT.MAX", 64 << 20));
   run_.valueMax = std::min(static_cast<size_t>(hSettingInt("SYS.VALUE.MAX", 16 << 20)), run_.outputMax);
   run_.stepsMax = hSettingInt("SYS.STEPS.MAX", 10000000);
+  run_.errorsMax = hSettingInt("SYS.ERRORS.MAX", 10000);
   steps_ = 0;
+  errorsListed_ = 0;
+  cutShort_ = false;
   run_.html = hSetting("SYS.OUTPUT.HTML", false);
   run_.debug = hSetting("DEVELOPER.DEBUG", false);
   run_.noexec = hSetting("SYS.NOEXEC", false);
@@ -175,16 +178,31 @@ std::vector<std::string> cls_KEL::LOCATEALL(std::string_view pFile) {
 
 std::string cls_KEL::ERRORS(std::string_view pTitle, std::string_view pDetail, bool pCritical) {
   auto b = errorList_->Build(pTitle, pDetail);
-  std::string file;
-  int32_t line = 0, column = 0;
-  if (!sources_.empty()) {
-    const Source& s = sources_.back();
-    file = s.file;
-    if (s.text) cls_KELErrorList::LineColumn(*s.text, s.offset, line, column);
+  // A template that fails in a loop or in every branch of a self-calling block must not fill the
+  // memory with its error list: past the bound one line says so, and the texts still come back.
+  if (errorsListed_ <= run_.errorsMax) {
+    std::string file;
+    int32_t line = 0, column = 0;
+    if (!sources_.empty()) {
+      const Source& s = sources_.back();
+      file = s.file;
+      if (s.text) cls_KELErrorList::LineColumn(*s.text, s.offset, line, column);
+    }
+    if (errorsListed_++ < run_.errorsMax) {
+      errorList_->Add(b.html, ERRORTEXT(b.text), file, line, column);
+    } else {
+      auto over = errorList_->Build("Too many errors", "more than " + std::to_string(run_.errorsMax) +
+                                                           " (SYS.ERRORS.MAX); the rest are not listed");
+      errorList_->Add(over.html, ERRORTEXT(over.text), file, line, column);
+    }
   }
-  errorList_->Add(b.html, file, line, column);
   if (pCritical) CRITICAL(pTitle, pDetail);
   return "ERR:" + b.text;
+}
+
+std::string cls_KEL::hLimit(std::string_view pTitle, std::string_view pDetail) {
+  cutShort_ = true;
+  return ERRORS(pTitle, pDetail);
 }
 
 std::string cls_KEL::ERRORTEXT(std::string_view pErrMsg) {

@@ -6,7 +6,8 @@
 // fill DIRECTORIES, SETTINGS and VARIABLES before PROCESS and read any of them afterwards.
 // Settings read (all optional):
 //   SYS.OUTPUT.HTML     false  structures are output in their HTML text form
-//   DEVELOPER.DEBUG     false  "Not parseable" / "Syntax error" are reported instead of empty output
+//   DEVELOPER.DEBUG     false  a level cut short by "Not parseable" / "Syntax error" outputs the
+//                              error text instead of nothing (the error is recorded either way)
 //   SYS.COMMANDS.MAX    100    commands per PROCESS call (each nested call counts on its own)
 //   SYS.NESTING.MAX     50     nested PROCESS levels (blocks, includes) before "Nesting too deep"
 //   SYS.LOOP.MAX        100000 rounds of one WHILE, DO or FOR before "Loop limit reached"
@@ -17,6 +18,8 @@
 //                              (processing then stops, as after QUITEXEC)
 //   SYS.STEPS.MAX       10000000  commands and loop rounds of one outermost PROCESS, all levels
 //                              together, before "Step limit reached" (processing then stops)
+//   SYS.ERRORS.MAX      10000  errors listed per outermost PROCESS; past it one "Too many errors"
+//                              line and no more (the error texts in the output stay)
 //   SYS.LOCATE.CONFINED false  INCLUDE and LOCATE find files only inside DIRECTORIES
 //   SYS.NOEXEC          false  DECODE never runs a parameter as a command
 // Threads: one thread only, the one that created it (its structures live in that thread's manager).
@@ -67,7 +70,9 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   StructurePtr DIRECTORIES, DEVELOPER, TRACE, VARIABLES, BLOCKS, FUNCTIONS, RECURSIONS, SETTINGS,
       DISPOSELIST, ERRORLIST, LATER;
   // Beside ERRORLIST, one sub-structure per error with FILE (the template file, "" for text handed to
-  // PROCESS), LINE and COLUMN (1-based, of the command that was running; 0 when unknown).
+  // PROCESS), LINE and COLUMN (1-based, of the command that was running, of the unclosed quote or
+  // of the command past SYS.COMMANDS.MAX; 0 when unknown) and MESSAGE (the plain text, without
+  // HTML: "title: detail").
   StructurePtr ERRORPLACES;
   std::shared_ptr<cls_KELModules> MODULES;
 
@@ -116,6 +121,10 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   // Stops the running PROCESS after the command in hand (and every level above it).
   void QUITEXEC() { quit_ = true; }
   bool QUIT_GET() const { return quit_; }
+  // True when the last outermost PROCESS (or host EXECUTE) was cut short by a bound: more than
+  // SYS.COMMANDS.MAX commands, an unclosed quote, or the nesting, loop, step, output or input
+  // limit. Each cut is also an ERRORLIST line with its place. False again when the next starts.
+  bool CUTSHORT_GET() const { return cutShort_; }
   // Completes rValue with the wanted parameters ("A,B,C=''": C defaults to ""). A wanted name that
   // is missing takes the numbered item at its position in the list, else its default. Returns false
   // and records "The command ... needs other parameters: ..." when one stays missing.
@@ -173,7 +182,7 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   // The settings the interpreter itself reads, taken from SETTINGS when an outermost PROCESS (or a
   // host's EXECUTE) starts; nested levels use them as they were then.
   struct RunSettings {
-    int32_t commandsMax = 100, nestingMax = 50;
+    int32_t commandsMax = 100, nestingMax = 50, errorsMax = 10000;
     size_t outputMax = size_t{64} << 20;
     size_t valueMax = size_t{16} << 20;  // SYS.VALUE.MAX, at most outputMax
     int64_t stepsMax = 10000000;
@@ -183,7 +192,12 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   RunSettings run_;
   int32_t hSettingInt(std::string_view pKey, int32_t pDefault);
 
+  // Records an error that cuts the page short (a bound was hit) and returns its error text.
+  std::string hLimit(std::string_view pTitle, std::string_view pDetail);
+
   bool quit_ = false;
+  bool cutShort_ = false;
+  int32_t errorsListed_ = 0;                     // ERRORLIST lines of this outermost PROCESS
   int64_t calls_ = 0;                            // the count mirrored in RECURSIONS
   int64_t callsShown_ = 0;                       // the count RECURSIONS holds now
   // Brings RECURSIONS up to calls_. Commands only count; the structure is written when a host,
@@ -201,6 +215,7 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   std::vector<Source> sources_;
   std::string master_;                           // MASTER template file, applied at the end
   std::string dataKey_;                          // key of the data marks; "" until data is output
+  Source masterSource_;                          // where the MASTER command stood
   std::string currentCommand_;
   std::map<std::string, std::chrono::steady_clock::time_point, std::less<>> traceStarts_;
  private:

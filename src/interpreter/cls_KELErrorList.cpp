@@ -14,7 +14,8 @@ cls_KELErrorList::Built cls_KELErrorList::Build(std::string_view pTitle, std::st
     b.text = "---" + std::string(pTitle) + "---";
     return b;
   }
-  std::string detail(pDetail);
+  // Only the part that is kept is copied (a detail may be a whole template).
+  std::string detail(text::Left(pDetail, 101));
   std::replace(detail.begin(), detail.end(), '{', '(');
   std::replace(detail.begin(), detail.end(), '}', ')');
   if (text::Len(detail) > 100) detail = std::string(text::Left(detail, 100)) + " (...)";
@@ -33,13 +34,14 @@ cls_KELErrorList::Built cls_KELErrorList::Build(std::string_view pTitle, std::st
   return b;
 }
 
-void cls_KELErrorList::Add(const std::string& pHtml, const std::string& pFile, int32_t pLine,
-                           int32_t pColumn) {
+void cls_KELErrorList::Add(const std::string& pHtml, const std::string& pMessage,
+                           const std::string& pFile, int32_t pLine, int32_t pColumn) {
   try {
     auto place = cls_Structure::New();
     place->ITEM_LET("FILE", pFile);
     place->ITEM_LET("LINE", pLine);
     place->ITEM_LET("COLUMN", pColumn);
+    place->ITEM_LET("MESSAGE", pMessage);
     list_->ADD(pHtml);
     places_->ADD(Variant(place));
   } catch (...) {

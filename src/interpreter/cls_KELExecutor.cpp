@@ -111,7 +111,7 @@ bool hValueOver(cls_KEL& k, const Variant& v) { return v.isString() && v.str().s
 
 // Records "Value too large" and stops processing, as the output limit does.
 Variant hValueTooLarge(cls_KEL& k) {
-  Variant e(k.ERRORS("Value too large", "more than " + std::to_string(k.run_.valueMax) + " bytes (SYS.VALUE.MAX)"));
+  Variant e(k.hLimit("Value too large", "more than " + std::to_string(k.run_.valueMax) + " bytes (SYS.VALUE.MAX)"));
   k.quit_ = true;
   return e;
 }
@@ -247,7 +247,7 @@ struct NestGuard {
 // The text of a text of tokens, evaluated as an expression.
 Variant hEvalText(Ctx& c, std::string_view s) {
   NestGuard guard(c.k);
-  if (!guard.ok) return Variant(c.k.ERRORS("Nesting too deep", s));
+  if (!guard.ok) return Variant(c.k.hLimit("Nesting too deep", s));
   // A bare name ("(row.active)") is one word token: its operand value, without the tokenizer.
   if (hIsName(s) && !cls_KELDecoder::IsLiteralWord(s)) return hNameValue(c.k, s);
   auto cached = cls_KELTokenizer::TokenizeCached(s);
@@ -475,7 +475,7 @@ int32_t hLoopMax(cls_KEL& k) {
 bool hStepOver(cls_KEL& k, std::string& rOut) {
   if (++k.steps_ <= k.run_.stepsMax) return false;
   if (!k.quit_) {
-    rOut += k.ERRORS("Step limit reached", "more than " + std::to_string(k.run_.stepsMax) + " steps (SYS.STEPS.MAX)");
+    rOut += k.hLimit("Step limit reached", "more than " + std::to_string(k.run_.stepsMax) + " steps (SYS.STEPS.MAX)");
     k.quit_ = true;
   }
   return true;
@@ -485,7 +485,7 @@ bool hStepOver(cls_KEL& k, std::string& rOut) {
 // SYS.OUTPUT.MAX: a loop must not build an unbounded text before the front end sees it.
 bool hOutputFull(Ctx& c, std::string& rOut) {
   if (rOut.size() <= c.k.run_.outputMax) return false;
-  rOut += c.k.ERRORS("Output too large", "more than " + std::to_string(c.k.run_.outputMax) + " bytes (SYS.OUTPUT.MAX)");
+  rOut += c.k.hLimit("Output too large", "more than " + std::to_string(c.k.run_.outputMax) + " bytes (SYS.OUTPUT.MAX)");
   c.k.quit_ = true;
   return true;
 }
@@ -627,7 +627,7 @@ Variant hWhile(Ctx& c) {
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
   while (!c.k.quit_ && hCondition(c, c.params[0])) {
-    if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    if (++rounds > max) return Variant(out + c.k.hLimit("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
     hBlockAppend(c, c.params[1], out);
     if (hOutputFull(c, out)) break;
@@ -646,7 +646,7 @@ Variant hDo(Ctx& c) {
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
   do {
-    if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    if (++rounds > max) return Variant(out + c.k.hLimit("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
     hBlockAppend(c, c.params[0], out);
     if (hOutputFull(c, out)) break;
@@ -706,7 +706,7 @@ Variant hFor(Ctx& c) {
   int32_t max = hLoopMax(c.k), rounds = 0;
   for (double i = from; step > 0 ? i <= to : i >= to; i += step) {
     if (c.k.quit_) break;
-    if (++rounds > max) return Variant(out + c.k.ERRORS("Loop limit reached", c.text));
+    if (++rounds > max) return Variant(out + c.k.hLimit("Loop limit reached", c.text));
     if (hStepOver(c.k, out)) break;
     c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
     hBlockAppend(c, c.params[4], out);
@@ -833,9 +833,11 @@ Variant hNested(Ctx& c) {
 }
 
 // MASTER file: when the outermost PROCESS ends, its output becomes the variable CONTENT and the file
-// (found as INCLUDE finds it) is processed in its place.
+// (found as INCLUDE finds it) is processed in its place. A file that cannot be found is reported at
+// this command, and the page stays as it is.
 Variant hMaster(Ctx& c) {
   c.k.master_ = hRest(c);
+  c.k.masterSource_ = c.k.sources_.empty() ? cls_KEL::Source{} : c.k.sources_.back();
   return Variant("");
 }
 
@@ -1028,7 +1030,7 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
     while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r' || s.back() == '\n'))
       s.remove_suffix(1);
     NestGuard guard(k);
-    if (!guard.ok) return Variant(k.ERRORS("Nesting too deep", s));
+    if (!guard.ok) return Variant(k.hLimit("Nesting too deep", s));
     Variant r = hRun(k, s, pData);
     if (show.k && r.isString() && !k.dataKey_.empty()) {
       // a host's own EXECUTE gets data as it is, like the end of an outermost PROCESS

@@ -55,28 +55,50 @@ std::string hJoin(const std::string& dir, const std::string& file) {
   return dir + "/" + file;
 }
 
-// From the "{" at open, the index of its matching "}" (text size when there is none); quotes jump
-// to their partner, and a quote without one sets rUnclosed.
-size_t hMatch(std::string_view work, size_t open, char& rUnclosed) {
-  size_t i = open + 1;
+// Where a scan for the "}" that closes a command stands: its depth, and the quote it is inside
+// (with the quote's place) when the text ended within a quoted stretch.
+struct MatchState {
   int depth = 1;
-  rUnclosed = 0;
+  char quote = 0;
+  size_t quoteAt = 0;
+};
+
+// Scans from i for the "}" that brings the depth to 0 and returns its index; npos when the text
+// ends first, with the state kept so that the scan can go on in a following piece. Quotes jump to
+// their partner, and braces inside them do not count.
+size_t hMatchOn(std::string_view work, size_t i, MatchState& st) {
   while (i < work.size()) {
-    char c = work[i];
-    if (c == '"' || c == '\'') {
-      size_t q = work.find(c, i + 1);
-      if (q == std::string_view::npos) {
-        rUnclosed = c;
-        return i;
-      }
+    if (st.quote) {
+      size_t q = work.find(st.quote, i);
+      if (q == std::string_view::npos) return std::string_view::npos;
+      st.quote = 0;
       i = q + 1;
       continue;
     }
-    if (c == '{') ++depth;
-    else if (c == '}' && --depth == 0) return i;
+    char c = work[i];
+    if (c == '"' || c == '\'') {
+      st.quote = c;
+      st.quoteAt = i;
+    } else if (c == '{') {
+      ++st.depth;
+    } else if (c == '}' && --st.depth == 0) {
+      return i;
+    }
     ++i;
   }
-  return work.size();
+  return std::string_view::npos;
+}
+
+// From the "{" at open, the index of its matching "}" (text size when there is none); a quote
+// without its partner sets rUnclosed and gives the quote's index.
+size_t hMatch(std::string_view work, size_t open, char& rUnclosed) {
+  MatchState st;
+  size_t close = hMatchOn(work, open + 1, st);
+  rUnclosed = 0;
+  if (close != std::string_view::npos) return close;
+  if (!st.quote) return work.size();
+  rUnclosed = st.quote;
+  return st.quoteAt;
 }
 
 // A template text prepared once: script and style sections protected, and the commands found by
@@ -171,7 +193,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
   }
   if (outermost && pText.size() > static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize)))
   {
-    out += k.ERRORS("Input too large", "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) +
+    out += k.hLimit("Input too large", "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) +
                                            " bytes (INPUT.SIZE.MAX)");
     return;
   }
@@ -183,7 +205,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       k.WARNING("Nesting too deep", go);
     }
     if (!go) k.quit_ = true;
-    out += k.ERRORS("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
+    out += k.hLimit("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
     return;
   }
   ++k.depth_;
@@ -193,68 +215,120 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
   if (outermost) k.SIGNAL(kelSignalProcessStart);
 
   try {
-    // work views the text being scanned: the text handed in, or owned once it had to change.
-    std::string owned;
-    std::string_view work = pText;
-    std::shared_ptr<const Prepared> prepared;
+    // The text is scanned in two pieces: head, results still to be scanned again (a result that
+    // holds "{" goes back in front of the rest), and text, the level's own text from tpos on. The
+    // rest of the text is never copied for a result, so a level costs its results and not its
+    // text again (nested levels would otherwise each hold a copy of what follows them).
+    std::string owned;  // the level's text once it had to change (script and style sections)
+    std::string_view text = pText;
+    std::shared_ptr<const Prepared> prepared;  // its commands, while the scan follows them
     size_t nextSpan = 0;
     if (pText.size() <= kPrepareLimit) {
       prepared = hPrepare(pText);
-      work = prepared->text;
-    } else if (work.find("<s") != std::string_view::npos) {
+      text = prepared->text;
+    } else if (text.find("<s") != std::string_view::npos) {
       owned = pText;
       Encapsulate(owned, "<script", "</script>");
       Encapsulate(owned, "<style", "</style>");
-      work = owned;
+      text = owned;
     }
     // The output is usually about as long as the text; a caller's buffer keeps growing by halves.
-    if (out.capacity() < base + work.size()) out.reserve(std::max(base + work.size(), out.capacity() * 3 / 2));
+    // A nested level reserves little ahead: all levels of a deeply nested text are open at once,
+    // and each reserving its whole text would cost the text's size per level.
+    size_t ahead = outermost ? text.size() : std::min(text.size(), kPrepareLimit);
+    if (out.capacity() < base + ahead) out.reserve(std::max(base + ahead, out.capacity() * 3 / 2));
 
     const int32_t limit = k.run_.commandsMax;
-    // Origin of a position in work within the text handed in (for error places): positions in a
-    // result put back in front map to the command it replaced.
-    size_t headLen = 0, headOrigin = 0, tailOrigin = 0;
-    auto origin = [&](size_t p) { return p < headLen ? headOrigin : tailOrigin + (p - headLen); };
-
-    size_t pos = 0;
+    std::string head;
+    bool inHead = false;
+    size_t hpos = 0, tpos = 0;
+    size_t headOrigin = 0;  // error places in head: the command whose result it is
+    std::string joined;     // a command that begins in head and ends in text
     int32_t count = 0;
     std::string failure, failureDetail;
+    size_t failureAt = 0;  // the place of the cut in the level's text
     while (true) {
-      size_t open;
-      size_t i = 0;
+      size_t open, close = 0, place;
       char unclosed = 0;
-      if (prepared) {
-        if (nextSpan < prepared->spans.size()) {
-          const auto& sp = prepared->spans[nextSpan++];
-          open = sp.open;
-          i = sp.close;
-          unclosed = sp.unclosed;
-        } else {
-          open = std::string_view::npos;
+      size_t unclosedAt = 0;
+      bool spans = false;  // the command begins in head and goes on in text
+      if (inHead) {
+        open = head.find('{', hpos);
+        if (open == std::string::npos) {
+          out.append(head, hpos);
+          head.clear();
+          inHead = false;
+          continue;
+        }
+        place = headOrigin;
+        MatchState st;
+        close = hMatchOn(head, open + 1, st);
+        if (close == std::string_view::npos) {
+          // No "}" in the head: the command goes on in the text.
+          spans = true;
+          if (st.quote) st.quoteAt = std::string_view::npos;  // a quote opened in the head
+          close = hMatchOn(text, tpos, st);
+          if (close == std::string_view::npos) {
+            close = text.size();
+            if (st.quote) {
+              unclosed = st.quote;
+              unclosedAt = st.quoteAt == std::string_view::npos ? headOrigin : st.quoteAt;
+            }
+          }
         }
       } else {
-        open = work.find('{', pos);
-        if (open != std::string_view::npos) i = hMatch(work, open, unclosed);
+        if (prepared) {
+          if (nextSpan < prepared->spans.size()) {
+            const auto& sp = prepared->spans[nextSpan++];
+            open = sp.open;
+            close = sp.close;
+            unclosed = sp.unclosed;
+          } else {
+            open = std::string_view::npos;
+          }
+        } else {
+          open = text.find('{', tpos);
+          if (open != std::string_view::npos) close = hMatch(text, open, unclosed);
+        }
+        if (open == std::string_view::npos) {
+          out.append(text.substr(tpos));
+          break;
+        }
+        place = open;
+        unclosedAt = close;  // hMatch gives the quote's place for an unclosed quote
       }
-      if (open == std::string_view::npos) {
-        out.append(work.substr(pos));
+      if (++count > limit || unclosed) {
+        // The report quotes the text from the "{" on.
+        std::string from = inHead ? head.substr(open, 404) + std::string(text.substr(tpos, 404))
+                                  : std::string(text.substr(open, 404));
+        from = std::string(text::Left(from, 101));
+        if (count > limit) {
+          failure = "Not parseable";
+          failureDetail = from;
+          failureAt = place;
+        } else {
+          failure = "Syntax error";
+          failureDetail = std::string("Unclosed ") + unclosed + ": " + from;
+          failureAt = unclosedAt;
+        }
         break;
       }
-      if (++count > limit) {
-        failure = "Not parseable";
-        failureDetail = std::string(work.substr(open));
-        break;
+      std::string_view cmd;
+      if (inHead) {
+        out.append(head, hpos, open - hpos);
+        if (spans) {
+          joined.assign(head, open + 1);
+          joined.append(text.substr(tpos, close - tpos));
+          cmd = joined;
+        } else {
+          cmd = std::string_view(head).substr(open + 1, close - open - 1);
+        }
+      } else {
+        out.append(text.substr(tpos, open - tpos));
+        cmd = text.substr(open + 1, std::min(close, text.size()) - open - 1);
       }
-      if (unclosed) {
-        failure = "Syntax error";
-        failureDetail = std::string("Unclosed ") + unclosed + ": " + std::string(work.substr(open));
-        break;
-      }
-      out.append(work.substr(pos, open - pos));
       if (k.quit_) break;
-      size_t close = i;  // work.size() when the "}" is missing: the rest is the command
-      std::string_view cmd(work.data() + open + 1, (close < work.size() ? close : work.size()) - open - 1);
-      if (pushed) k.sources_.back().offset = origin(open);
+      if (pushed) k.sources_.back().offset = place;
       Variant value = k.EXECUTE(cmd, pData);
       std::string converted;
       std::string_view result;
@@ -264,10 +338,9 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         converted = k.hToText(value);
         result = converted;
       }
-      size_t after = close < work.size() ? close + 1 : work.size();
       if (!k.quit_ && out.size() - base + result.size() > k.run_.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
-        out += k.ERRORS("Output too large", "more than " + std::to_string(k.run_.outputMax) +
+        out += k.hLimit("Output too large", "more than " + std::to_string(k.run_.outputMax) +
                                                 " bytes (SYS.OUTPUT.MAX)");
         k.quit_ = true;
         break;
@@ -276,22 +349,30 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         out += result;
         break;
       }
+      // Where the scan goes on: after the command, in head or in text.
+      std::string_view headRest;
+      if (inHead && !spans) {
+        headRest = std::string_view(head).substr(close + 1);
+      } else {
+        tpos = close < text.size() ? close + 1 : text.size();
+        if (spans) {
+          prepared.reset();  // the text goes on after a "}" the prepared scan did not see
+          head.clear();
+          inHead = false;
+        }
+      }
       // Error texts are never scanned again (their titles may hold braces).
       if (result.find('{') == std::string_view::npos || result.substr(0, 4) == "ERR:") {
         out += result;
-        pos = after;
+        if (inHead) hpos = close + 1;
       } else {
-        size_t newHeadOrigin = origin(open), newTailOrigin = origin(after);
         std::string next;
-        next.reserve(result.size() + work.size() - after);
-        next.append(result).append(work.substr(after));
-        owned = std::move(next);
-        work = owned;
-        prepared.reset();  // from here on the text is scanned as it comes
-        headLen = result.size();
-        headOrigin = newHeadOrigin;
-        tailOrigin = newTailOrigin;
-        pos = 0;
+        next.reserve(result.size() + headRest.size());
+        next.append(result).append(headRest);
+        head = std::move(next);
+        headOrigin = place;
+        inHead = true;
+        hpos = 0;
       }
     }
     if (!failure.empty()) {
@@ -302,7 +383,11 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       if (!go) k.quit_ = true;
       out.resize(base);
-      if (k.run_.debug) out += k.ERRORS(failure, failureDetail);
+      // Always listed, at the command past the count or at the quote; the output stays empty
+      // unless DEVELOPER.DEBUG asks for the report in it.
+      if (pushed) k.sources_.back().offset = failureAt;
+      std::string report = k.hLimit(failure, failureDetail);
+      if (k.run_.debug) out += report;
     }
   } catch (const std::exception& e) {
     out += k.ERRORS("Could not execute", e.what());
@@ -329,11 +414,17 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       if (!k.master_.empty()) {
         std::string master = k.master_;
         k.master_.clear();
-        k.VARIABLES->ITEM_LET("CONTENT", std::string_view(out).substr(base));
-        out.resize(base);
-        ++k.depth_;
-        out += Include(k, master, pData);
-        --k.depth_;
+        std::string path, textIn;
+        k.sources_.push_back(k.masterSource_);
+        bool found = hLoad(k, master, path, textIn);
+        k.sources_.pop_back();
+        if (found) {  // else the page stays as it is, as after a missing INCLUDE
+          k.VARIABLES->ITEM_LET("CONTENT", std::string_view(out).substr(base));
+          out.resize(base);
+          ++k.depth_;
+          out += Process(k, textIn, pData, path, true);
+          --k.depth_;
+        }
       }
     } catch (const std::exception& e) {
       out += k.ERRORS("Could not execute", e.what());
@@ -452,7 +543,7 @@ std::vector<std::string> cls_KELFrontEnd::ConfinedRoots(cls_KEL& k) {
   return roots;
 }
 
-std::string cls_KELFrontEnd::Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData) {
+bool cls_KELFrontEnd::hLoad(cls_KEL& k, std::string_view pName, std::string& rPath, std::string& rText) {
   std::string name(pName);
   std::string base = std::filesystem::path(hSlashes(name)).filename().string();
   if (base.find('.') == std::string::npos) name += ".kel";
@@ -462,16 +553,22 @@ std::string cls_KELFrontEnd::Include(cls_KEL& k, std::string_view pName, const S
   if (path.empty()) path = hFind(k, "inc/" + name, fd, nullptr);
   if (path.empty()) {
     k.ERRORS("Could not include '" + std::string(pName) + "'");
-    return "";
+    return false;
   }
-  std::string textIn;
   try {
     // bounded by INPUT.SIZE.MAX; confined, the file read is the one opened and checked
-    textIn = fd >= 0 ? fileio::ReadOpened(fd, path) : fileio::ReadFile(path);
+    rText = fd >= 0 ? fileio::ReadOpened(fd, path) : fileio::ReadFile(path);
   } catch (const Error& e) {
     k.ERRORS("Could not include '" + std::string(pName) + "'", e.description);
-    return "";
+    return false;
   }
+  rPath = std::move(path);
+  return true;
+}
+
+std::string cls_KELFrontEnd::Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData) {
+  std::string path, textIn;
+  if (!hLoad(k, pName, path, textIn)) return "";
   return Process(k, textIn, pData, path, true);
 }
 

@@ -3,8 +3,10 @@
 // the named parameters of module commands.
 //
 // The scan resumes where the replaced command began: a result without "{" is appended to the output
-// and the scan goes on after the command; only a result holding "{" is put back in front of the rest
-// of the text to be scanned again. An error text ("ERR:...") is never scanned again. So a text with few commands costs time linear in its size.
+// and the scan goes on after the command; only a result holding "{" is scanned again in front of
+// the rest of the text (kept apart from it, so the rest is never copied; a command that begins in
+// the result and ends in the rest is joined alone). An error text ("ERR:...") is never scanned
+// again. So a text with few commands costs time linear in its size.
 #pragma once
 
 #include <string>
@@ -36,6 +38,9 @@ class cls_KELFrontEnd {
   // INCLUDE: name (".kel" added when it has no extension), then "pages/" + name, then "inc/" + name;
   // processes the file found. Records "Could not include '<name>'" and yields "" when none is found.
   static std::string Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData);
+  // Finds (as Include does) and reads a template file. Records "Could not include '<name>'" and
+  // returns false when it is missing or cannot be read.
+  static bool hLoad(cls_KEL& k, std::string_view pName, std::string& rPath, std::string& rText);
 };
 
 }  // namespace rykel

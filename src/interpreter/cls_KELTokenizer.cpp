@@ -120,9 +120,14 @@ std::shared_ptr<const cls_KELTokenizer::Cached> cls_KELTokenizer::TokenizeCached
   constexpr size_t kLongest = 4096;
   if (auto found = cache.Find(pText)) return *found;
   auto c = std::make_shared<Cached>();
-  c->text = pText;
+  if (pText.size() <= kLongest) {
+    c->copy = pText;
+    c->text = c->copy;
+  } else {
+    c->text = pText;
+  }
   c->tokens = Tokenize(c->text);
-  if (c->text.size() <= kLongest) cache.Put(pText, c);  // long texts are not kept
+  if (pText.size() <= kLongest) cache.Put(pText, c);  // long texts are not kept
   return c;
 }
 

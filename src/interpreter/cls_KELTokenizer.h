@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -42,9 +43,13 @@ class cls_KELTokenizer {
   // All tokens of the text, in order.
   static std::vector<KELToken> Tokenize(std::string_view pText);
   // The tokens of a text, shared and cached by the text (the tokenizer is a pure function of it).
-  // The views point into the cached copy of the text, which lives as long as the result.
+  // Texts up to 4096 bytes are copied and kept: the views point into the copy, which lives as long
+  // as the result. A longer text is neither copied nor kept (a copy per nesting level would cost
+  // the text's size per level): its views point into the text handed in.
+  // REQUIRES: the caller keeps a text longer than 4096 bytes alive while it uses the result.
   struct Cached {
-    std::string text;
+    std::string copy;
+    std::string_view text;
     std::vector<KELToken> tokens;
   };
   static std::shared_ptr<const Cached> TokenizeCached(std::string_view pText);

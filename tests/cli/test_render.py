@@ -21,12 +21,70 @@ class TestRender(unittest.TestCase):
 
     def test_errors_and_status(self):
         r = render("-e", "a\n {VAR:nope}")
-        self.assertEqual(r.returncode, 1)
-        self.assertEqual(r.stdout, "a\n ERR:---VAR not found: nope---")
-        self.assertEqual(r.stderr, "")
+        self.assertEqual((r.returncode, r.stdout), (1, "a\n ERR:---VAR not found: nope---"))
+        self.assertEqual(r.stderr, "<text>:2:2: VAR not found: nope\n")  # plain text, once
         r = render("-e", "a\n {VAR:nope}", "--errors")
         self.assertEqual(r.returncode, 1)
-        self.assertEqual(r.stderr.strip(), "<text>:2:2: <b>VAR not found</b>: nope<br/>")
+        self.assertEqual(r.stderr, "<text>:2:2: <b>VAR not found</b>: nope<br/>\n")
+        r = render("-e", "a\n {VAR:nope}", "--quiet")
+        self.assertEqual((r.returncode, r.stdout, r.stderr), (1, "a\n ERR:---VAR not found: nope---", ""))
+
+    def test_pages_cut_short_are_never_silent(self):
+        with tempfile.TemporaryDirectory() as d:
+            page = os.path.join(d, "many.kel")
+            with open(page, "w") as f:
+                f.write("{VAR a 1}" * 101)
+            cases = [
+                ([page], page + ":1:901: Not parseable: (VAR a 1)\n"),
+                (["-e", 'ab\ncd {VAR a "x}'], '<text>:2:11: Syntax error: Unclosed ": (VAR a "x)\n'),
+                (["-e", "{FOR i 1 5 1 {x}}", "-s", "SYS.LOOP.MAX=2"],
+                 "<text>:1:1: Loop limit reached: FOR i 1 5 1 (x)\n"),
+            ]
+            for args, stderr in cases:
+                r = render(*args)
+                self.assertEqual((r.returncode, r.stderr), (1, stderr), args)
+                self.assertEqual(render("--quiet", *args).stderr, "")
+            self.assertEqual(render(page).stdout, "")  # the output itself stays as it was
+            r = render("-e", 'ab\ncd {VAR a "x}', "-s", "DEVELOPER.DEBUG=1")
+            self.assertEqual(r.stdout, 'ERR:---Syntax error: Unclosed ": (VAR a "x)---')
+
+    def test_master_later_and_one_message_per_failure(self):
+        r = render("-e", "a{MASTER missing}hello")
+        self.assertEqual((r.returncode, r.stdout), (1, "ahello"))
+        self.assertEqual(r.stderr, "<text>:1:2: Could not include 'missing'\n")
+        # The "Later" notice is information: off unless RYKEL_LOG=info.
+        env = {k: v for k, v in os.environ.items() if k not in ("RYKEL_QUIET", "RYKEL_LOG")}
+        run = lambda extra: subprocess.run([CLI, "render", "-e", "{LATER {VAR a 1}}x"], capture_output=True,
+                                           text=True, env={**env, **extra})
+        self.assertEqual((run({}).returncode, run({}).stdout, run({}).stderr), (0, "x", ""))
+        self.assertEqual(run({"RYKEL_LOG": "info"}).stderr, "[KEL] Later\n")
+        with tempfile.TemporaryDirectory() as d:
+            bad = os.path.join(d, "bad.ser")
+            with open(bad, "w") as f:
+                f.write("a:1:{\n")
+            r = subprocess.run([CLI, "render", "--struct", "s=" + bad, "-e", "x"], capture_output=True,
+                               text=True, env=env)
+            self.assertEqual(r.returncode, 1)
+            self.assertEqual(len(r.stderr.splitlines()), 1, r.stderr)
+            self.assertNotIn("Fehler", r.stderr)
+
+    def test_memory_does_not_grow_per_nesting_level(self):
+        # 512 KB of nested braces and 1 MB under 40 nested blocks cost hundreds of MB when every
+        # level copied the text; under a 130 MB address space they must still render.
+        import resource
+        cap = lambda: resource.setrlimit(resource.RLIMIT_AS, (130 << 20, 130 << 20))
+        with tempfile.TemporaryDirectory() as d:
+            nested, blocks = os.path.join(d, "nested.kel"), os.path.join(d, "blocks.kel")
+            with open(nested, "w") as f:
+                f.write("{" * (256 << 10) + "}" * (256 << 10))
+            with open(blocks, "w") as f:
+                f.write("{IF 1 {{VAR:b}" * 40 + "x" * (1 << 20) + "}}" * 40)
+            r = subprocess.run([CLI, "render", nested], capture_output=True, text=True, preexec_fn=cap)
+            self.assertEqual(r.returncode, 1)
+            self.assertIn(nested + ":1:1: Nesting too deep: (((", r.stderr)
+            r = subprocess.run([CLI, "render", "-v", "b={COMMENT}", blocks], capture_output=True, text=True,
+                               preexec_fn=cap)
+            self.assertEqual((r.returncode, r.stdout), (0, "x" * (1 << 20)), r.stderr[-300:])
 
     def test_file_and_directories(self):
         with tempfile.TemporaryDirectory() as d, tempfile.TemporaryDirectory() as lib:

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string>
+#include <vector>
+
 #include "frame/Notifier.h"
 
 namespace rykel {
@@ -98,6 +102,38 @@ TEST(Error, DialogPolicyMapsTheAnswers) {
   ASSERT_EQ(captions.size(), 2u);
   EXPECT_EQ(captions[1], "ACHTUNG: Wirklich beenden?");
   SetNotifier({});
+}
+
+TEST(Error, InformationGoesToTheLogThatIsOffByDefault) {
+  // Headless, a notice is not an error: "Later" and the like print only with RYKEL_LOG=info,
+  // critical ones always (unless RYKEL_QUIET); a host's notifier gets both.
+  const char* quiet = std::getenv("RYKEL_QUIET");
+  std::string savedQuiet = quiet ? quiet : "";
+  unsetenv("RYKEL_QUIET");
+  struct Case {
+    const char* log;
+    const char* icon;
+    std::string printed;
+  } cases[] = {
+      {nullptr, "Information", ""},
+      {"debug", "Information", ""},
+      {"INFO", "Information", "[KEL] Later\n"},
+      {nullptr, "Critical", "[KEL] Later\n"},
+  };
+  for (const auto& c : cases) {
+    if (c.log) setenv("RYKEL_LOG", c.log, 1);
+    else unsetenv("RYKEL_LOG");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Notify({"KEL", "Later", "OK", c.icon}), "OK");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.printed) << (c.log ? c.log : "-") << c.icon;
+  }
+  unsetenv("RYKEL_LOG");
+  std::vector<std::string> seen;
+  SetNotifier([&](const Notification& n) { seen.push_back(n.text); return std::string("OK"); });
+  Notify({"KEL", "Later", "OK", "Information"});
+  SetNotifier({});
+  EXPECT_EQ(seen, std::vector<std::string>{"Later"});
+  if (quiet) setenv("RYKEL_QUIET", savedQuiet.c_str(), 1);
 }
 
 }  // namespace rykel

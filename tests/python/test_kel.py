@@ -25,6 +25,21 @@ class TestKEL(unittest.TestCase):
         k.VARIABLES.ITEM_LET("n", 3)
         self.assertEqual(k.PROCESS("{IF (n > 2) {big} {small}}"), "big")
 
+    def test_pages_cut_short(self):
+        # The host tells a page cut short by its flag and finds the place in ERRORPLACES.
+        k = rykel.cls_KEL()
+        for text, place in [("{VAR a 1}" * 101, (1, 901, "Not parseable: (VAR a 1)")),
+                            ('ab\ncd {VAR a "x}', (2, 11, 'Syntax error: Unclosed ": (VAR a "x)'))]:
+            self.assertEqual(k.PROCESS(text), "")
+            self.assertTrue(k.CUTSHORT_GET())
+            p = k.ERRORPLACES.ITEM_GET(k.ERRORPLACES.MAX())
+            self.assertEqual((p.ITEM_GET("LINE"), p.ITEM_GET("COLUMN"), p.ITEM_GET("MESSAGE")), place)
+            self.assertEqual(k.PROCESS("{VAR:nope}x"), "ERR:---VAR not found: nope---x")
+            self.assertFalse(k.CUTSHORT_GET())
+        self.assertEqual(k.PROCESS("{MASTER nowhere}kept"), "kept")
+        self.assertEqual(k.ERRORPLACES.ITEM_GET(k.ERRORPLACES.MAX()).ITEM_GET("MESSAGE"),
+                         "Could not include 'nowhere'")
+
     def test_decode_encode_execute(self):
         k = rykel.cls_KEL()
         self.assertEqual(k.LITERAL("AND"), "&&")
