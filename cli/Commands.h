@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "CommandFailure.h"
 #include "database/cls_DB.h"
 #include "structure/cls_Structure.h"
 
@@ -14,6 +15,11 @@ namespace rykel::cli {
 
 // Reads a whole file, or standard input for "-". Raises a clear error when it cannot.
 std::string ReadInput(const std::string& path);
+
+// Opens a database file (read-only unless pWrite) and silences the library's message boxes, which
+// a command that reports its own failures does not want (SetNotifier({}) brings them back). A file
+// that cannot be opened ends the command with the open error as its one message (exit 1).
+DBPtr OpenDatabase(const std::string& pPath, bool pWrite = false);
 
 // The filter structure of ENTRYFILTERADVANCED from "FIELD=CONDITION" texts (all must hold, or any
 // with pOr). A text without "=" or without a field, or (given pDB) a field pDB does not have, fails

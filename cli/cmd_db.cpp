@@ -26,37 +26,20 @@ std::string hDirectory(const std::string& path) {
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-// Opens a database that must exist; prints the open message and exits 1 when it cannot.
-DBPtr hOpen(const std::string& path, bool write) {
-  SetNotifier([](const Notification&) { return std::string("OK"); });  // the message is printed below
-  auto db = std::make_shared<cls_DB>();
-  bool ok = db->DBOPENREADONLY(path, "", false);
-  if (ok && write) {
-    db->DBCLOSE();
-    ok = db->DBOPEN(path, "", false);
-  }
-  if (!ok) {
-    std::fprintf(stderr, "rykel db: %s\n", db->DBOPENERROR_GET().c_str());
-    std::exit(1);
-  }
-  return db;
-}
-
 // Applies FIELD=VALUE assignments to one entry; an unknown field is an error.
 void hAssign(cls_DB& db, const Variant& id, const std::vector<std::string>& assignments) {
   for (const auto& a : assignments) {
     size_t eq = a.find('=');
-    if (eq == std::string::npos) throw CLI::ValidationError("assignment", "expected FIELD=VALUE: " + a);
+    if (eq == std::string::npos) FailUsage("expected FIELD=VALUE: " + a);
     std::string field = a.substr(0, eq);
-    if (!db.FIELDEXISTS(field)) throw CLI::ValidationError("assignment", "no field '" + field + "'");
+    if (!db.FIELDEXISTS(field)) FailUsage("no field '" + field + "'");
     db.ENTRYFIELD_LET(id, field, a.substr(eq + 1));
   }
 }
 
 void hSave(cls_DB& db) {
   if (db.ENTRYCHANGED_GET() && !db.DBSAVE()) {
-    std::fprintf(stderr, "rykel db: cannot save '%s'\n", db.DBFILE_GET().c_str());
-    std::exit(1);
+    Fail(kExitError, "cannot save '" + db.DBFILE_GET() + "'");
   }
 }
 
@@ -99,6 +82,21 @@ std::string hRandomValue(cls_DBTool& pTool, const cls_DBField& pField) {
 
 }  // namespace
 
+DBPtr OpenDatabase(const std::string& pPath, bool pWrite) {
+  // The open error is this command's one message; the library's message box would repeat it with
+  // the database's internals. The box stays quiet for the rest of the command, which reports its
+  // own failures.
+  SetNotifier([](const Notification&) { return std::string("OK"); });
+  auto db = std::make_shared<cls_DB>();
+  bool ok = db->DBOPENREADONLY(pPath, "", false);
+  if (ok && pWrite) {
+    db->DBCLOSE();
+    ok = db->DBOPEN(pPath, "", false);
+  }
+  if (!ok) Fail(kExitError, db->DBOPENERROR_GET());
+  return db;
+}
+
 void AddDbCommands(CLI::App& app) {
   static DbArgs a;
   auto* dbc = app.add_subcommand("db", "Create, read and change databases");
@@ -116,15 +114,12 @@ void AddDbCommands(CLI::App& app) {
       size_t colon = fieldDef.find(':');
       std::string id = fieldDef.substr(0, colon);
       int32_t type = colon == std::string::npos ? ID_DBFieldType_String : cls_DBField::TYPEDECODE(fieldDef.substr(colon + 1));
-      if (id.empty() || type < 0) throw CLI::ValidationError("--field", "expected ID:TYPE with a known type: " + fieldDef);
+      if (id.empty() || type < 0) FailUsage("expected ID:TYPE with a known type: " + fieldDef);
       db->FIELDCREATE(id, type);
     }
     std::string header = a.header.empty() ? hDirectory(a.db) + "info.header" : a.header;
-    if (!db->HEADERSAVE(header)) throw CLI::RuntimeError("cannot write the header " + header, 1);
-    if (!db->DBOPEN(a.db, header, false)) {
-      std::fprintf(stderr, "rykel db: %s\n", db->DBOPENERROR_GET().c_str());
-      std::exit(1);
-    }
+    if (!db->HEADERSAVE(header)) Fail(kExitError, "cannot write the header " + header);
+    if (!db->DBOPEN(a.db, header, false)) Fail(kExitError, db->DBOPENERROR_GET());
     db->ENTRYCHANGED_LET(true);
     hSave(*db);
     std::printf("%s\n", a.db.c_str());
@@ -133,7 +128,7 @@ void AddDbCommands(CLI::App& app) {
   auto* info = dbc->add_subcommand("info", "Print the database's header, fields and entry count");
   info->add_option("DB", a.db, "database file")->required();
   info->callback([] {
-    auto db = hOpen(a.db, false);
+    auto db = OpenDatabase(a.db);
     std::printf("Database: %s\nHeader: %s\nEntries: %d\nFields: %d\n", db->DBFILE_GET().c_str(),
                 db->HEADERFILE_GET().c_str(), db->ENTRYCOUNT(), db->FIELDS());
     for (int32_t f = 1; f <= db->FIELDS(); ++f) {
@@ -147,7 +142,7 @@ void AddDbCommands(CLI::App& app) {
   add->add_option("DB", a.db, "database file")->required();
   add->add_option("assignment", a.assignments, "FIELD=VALUE");
   add->callback([] {
-    auto db = hOpen(a.db, true);
+    auto db = OpenDatabase(a.db, true);
     Variant id = db->ENTRYFREEID();
     db->ENTRYADD(id);
     hAssign(*db, id, a.assignments);
@@ -159,15 +154,14 @@ void AddDbCommands(CLI::App& app) {
   show->add_option("DB", a.db, "database file")->required();
   show->add_option("ID", a.ids, "entry ids");
   show->callback([] {
-    auto db = hOpen(a.db, false);
+    auto db = OpenDatabase(a.db);
     if (a.ids.empty()) {
       for (const auto& id : db->ENTRYALL_IDS()) hShow(*db, id);
       return;
     }
     for (const auto& text : a.ids) {
       if (!db->ENTRYEXISTS(text)) {
-        std::fprintf(stderr, "rykel db: no entry %s\n", text.c_str());
-        std::exit(1);
+        Fail(kExitError, "no entry " + text);
       }
       hShow(*db, db->ENTRYIDAT(db->ENTRYPOSITION(text)));
     }
@@ -179,7 +173,7 @@ void AddDbCommands(CLI::App& app) {
   fill->add_option("-n,--count", fillCount, "number of entries to add")->required()->check(CLI::NonNegativeNumber);
   auto* seedOpt = fill->add_option("--seed", fillSeed, "seed for a reproducible fill (default: a fresh sequence)");
   fill->callback([seedOpt] {
-    auto db = hOpen(a.db, true);
+    auto db = OpenDatabase(a.db, true);
     const auto& tool = sys_Global::DBTOOL_GET();
     if (*seedOpt) tool->RANDOMIZE(fillSeed);
     else tool->RANDOMIZE();
@@ -204,10 +198,9 @@ void AddDbCommands(CLI::App& app) {
   set->add_option("ID", a.id, "entry id")->required();
   set->add_option("assignment", a.assignments, "FIELD=VALUE")->required();
   set->callback([] {
-    auto db = hOpen(a.db, true);
+    auto db = OpenDatabase(a.db, true);
     if (!db->ENTRYEXISTS(a.id)) {
-      std::fprintf(stderr, "rykel db: no entry %s\n", a.id.c_str());
-      std::exit(1);
+      Fail(kExitError, "no entry " + a.id);
     }
     hAssign(*db, a.id, a.assignments);
     hSave(*db);
@@ -217,27 +210,25 @@ void AddDbCommands(CLI::App& app) {
   rm->add_option("DB", a.db, "database file")->required();
   rm->add_option("ID", a.ids, "entry ids")->required();
   rm->callback([] {
-    auto db = hOpen(a.db, true);
+    auto db = OpenDatabase(a.db, true);
     int missing = 0;
     for (const auto& id : a.ids)
       if (!db->ENTRYREMOVE(id)) {
-        std::fprintf(stderr, "rykel db: no entry %s\n", id.c_str());
+        ReportFailure("rykel db remove", "no entry " + id);
         ++missing;
       }
     hSave(*db);
-    if (missing) std::exit(1);
+    if (missing) Fail(kExitError, "");
   });
 
   auto* conv = dbc->add_subcommand("convert", "Write the database in the form the other file name selects");
   conv->add_option("DB", a.db, "database file")->required();
   conv->add_option("OTHER", a.other, "target file (.ry-dbb: binary form, else structure form)")->required();
   conv->callback([] {
-    auto db = hOpen(a.db, false);
+    auto db = OpenDatabase(a.db);
     auto out = std::make_shared<cls_DB>();
-    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false)) {
-      std::fprintf(stderr, "rykel db: %s\n", out->DBOPENERROR_GET().c_str());
-      std::exit(1);
-    }
+    SetNotifier([](const Notification&) { return std::string("OK"); });
+    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false)) Fail(kExitError, out->DBOPENERROR_GET());
     out->DBCOPY(db);
     out->ENTRYCHANGED_LET(true);
     hSave(*out);
@@ -247,10 +238,10 @@ void AddDbCommands(CLI::App& app) {
   auto* check = dbc->add_subcommand("check", "Open the database and check every index against the entries");
   check->add_option("DB", a.db, "database file")->required();
   check->callback([] {
-    auto db = hOpen(a.db, false);
+    auto db = OpenDatabase(a.db);
     if (!db->DBCHECKINDEX()) {
       std::printf("%s\n", db->DBCHECKINDEXREPORT_GET().c_str());
-      std::exit(1);
+      Fail(kExitError, "the indexes do not match the entries");
     }
     std::printf("OK: %d entries, %d fields\n", db->ENTRYCOUNT(), db->FIELDS());
   });

@@ -58,22 +58,18 @@ void AddDbExportCommand(CLI::App& app) {
   ex->add_flag("--then-rev", a.thenRev, "second sort field descending");
   ex->add_flag("--quiet", a.quiet, "no progress bar");
   ex->callback([] {
+    auto db = OpenDatabase(a.db);
     SetNotifier([](const Notification& n) {
-      std::fprintf(stderr, "rykel db export: %s\n", n.text.c_str());
+      ReportFailure("rykel db export", n.text);
       return std::string("OK");
     });
-    auto db = std::make_shared<cls_DB>();
-    if (!db->DBOPENREADONLY(a.db, "", false)) {
-      std::fprintf(stderr, "rykel db export: %s\n", db->DBOPENERROR_GET().c_str());
-      std::exit(1);
-    }
     auto settings = cls_Structure::New();
     if (!a.title.empty()) {
       settings->ITEM_LET("TITLE.SHOW", true);
       settings->ITEM_LET("TITLE.TEXT", a.title);
     }
     if (!a.sheetsBy.empty()) {
-      if (!db->FIELDEXISTS(a.sheetsBy)) throw CLI::ValidationError("--sheets-by", "no field '" + a.sheetsBy + "'");
+      if (!db->FIELDEXISTS(a.sheetsBy)) FailUsage("--sheets-by: no field '" + a.sheetsBy + "'");
       settings->ITEM_LET("SUBSHEET", true);
       settings->ITEM_LET("TABFILTER", a.sheetsBy);
     }
@@ -84,23 +80,20 @@ void AddDbExportCommand(CLI::App& app) {
     if (format == "XLS" || format == "XLSX") settings->ITEM_LET("FORMAT", format);
     Variant view = a.view;
     if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos) view = std::stoi(a.view);
-    if (!db->VIEW(view)) throw CLI::ValidationError("--view", "no view '" + a.view + "'");
+    if (!db->VIEW(view)) FailUsage("--view: no view '" + a.view + "'");
     // Filter and sort as `rykel db filter` does, on top of the view's own filter; without them
     // the view's filter and sort decide.
     cls_DB::IDList ids;
     if (!a.where.empty() || !a.sort.empty() || !a.then.empty()) {
       for (const auto& s : {a.sort, a.then})
-        if (!s.empty() && !db->FIELDEXISTS(s)) throw CLI::ValidationError("--sort", "no field '" + s + "'");
+        if (!s.empty() && !db->FIELDEXISTS(s)) FailUsage("--sort: no field '" + s + "'");
       auto filter = FilterFromConditions(a.where, a.orMode, "--filter", db.get());
       ids = db->ENTRYFILTERADVANCED(view, a.sort, a.then, a.thenRev, filter, std::nullopt, a.rev);
     }
     if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);
     bool ok = format == "XLSX" || format == "XLS" ? db->EXPORTEXCEL(view, a.out, ids, settings)
                                                   : db->EXPORTFILE(view, a.out, format, ids, settings);
-    if (!ok) {
-      std::fprintf(stderr, "rykel db export: cannot write '%s'\n", a.out.c_str());
-      std::exit(1);
-    }
+    if (!ok) Fail(kExitError, "cannot write '" + a.out + "'");
     std::printf("%s\n", a.out.c_str());
   });
 }

@@ -134,9 +134,8 @@ void AddHelpCommand(CLI::App& app) {
     if (topic.empty()) return hPrintList();
     const HelpTopic* t = hFind(topic);
     if (!t) {
-      std::fprintf(stderr, "rykel help: no topic '%s'\n", topic.c_str());
       hPrintList();
-      throw CLI::RuntimeError(2);
+      FailUsage("no topic '" + topic + "'");
     }
     std::printf("%s\n\n%s", std::string(t->title).c_str(), std::string(t->text).c_str());
   });

@@ -6,6 +6,7 @@
 
 #include "Commands.h"
 #include "frame/Convert.h"
+#include "frame/Notifier.h"
 #include "interpreter/cls_KEL.h"
 #include "modules/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
@@ -63,10 +64,9 @@ void AddRenderCommand(CLI::App& app) {
       auto eq = a.find('=');
       std::string name = eq == std::string::npos ? "MAIN" : a.substr(0, eq);
       std::string file = eq == std::string::npos ? a : a.substr(eq + 1);
-      auto db = std::make_shared<cls_DB>();
-      if (!db->DBOPENREADONLY(file, "", false)) throw CLI::ValidationError("--db", db->DBOPENERROR_GET());
-      dbModule->ATTACH(db, name);
+      dbModule->ATTACH(OpenDatabase(file), name);
     }
+    SetNotifier({});
     std::string text = o.expression;
     if (!o.file.empty()) {
       text = ReadInput(o.file);
