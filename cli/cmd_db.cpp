@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "ValueCheck.h"
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
@@ -16,9 +17,14 @@ namespace rykel::cli {
 
 namespace {
 
+constexpr const char* kLenientHelp =
+    "store values that do not fit their field's type as the library converts them (by default a value "
+    "must be a real date, a number, a whole number, a yes/no word or a member, as its field's type says)";
+
 struct DbArgs {
   std::string db, other, header, id;
   std::vector<std::string> fields, assignments, ids;
+  bool lenient = false;
 };
 
 std::string hDirectory(const std::string& path) {
@@ -26,15 +32,19 @@ std::string hDirectory(const std::string& path) {
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-// Applies FIELD=VALUE assignments to one entry; an unknown field is an error.
-void hAssign(cls_DB& db, const Variant& id, const std::vector<std::string>& assignments) {
+// Applies FIELD=VALUE assignments to one entry. An unknown field, and (unless pLenient) a value
+// that does not fit its field's type, is a usage error; every assignment is checked before the
+// first is applied. Checked values are stored as FitValue writes them (choices by key).
+void hAssign(cls_DB& db, const Variant& id, const std::vector<std::string>& assignments, bool pLenient) {
+  std::vector<std::pair<std::string, std::string>> checked;
   for (const auto& a : assignments) {
     size_t eq = a.find('=');
     if (eq == std::string::npos) FailUsage("expected FIELD=VALUE: " + a);
-    std::string field = a.substr(0, eq);
-    if (!db.FIELDEXISTS(field)) FailUsage("no field '" + field + "'");
-    db.ENTRYFIELD_LET(id, field, a.substr(eq + 1));
+    std::string field = a.substr(0, eq), value = a.substr(eq + 1);
+    CheckField(db, field);
+    checked.emplace_back(field, pLenient ? value : CheckValue(*db.FIELD(field), value));
   }
+  for (const auto& [field, value] : checked) db.ENTRYFIELD_LET(id, field, value);
 }
 
 void hSave(cls_DB& db) {
@@ -104,18 +114,21 @@ void AddDbCommands(CLI::App& app) {
 
   auto* nw = dbc->add_subcommand("new", "Create an empty database with its header");
   nw->add_option("DB", a.db, "database file (.ry-dbb: binary form, else structure form)")->required();
-  nw->add_option("--field", a.fields, "ID:TYPE, TYPE one of LONG STRING DATE BOOL STRUCT ENUM ENUMNUMERIC DOUBLE "
-                                      "REFERENCE REFERENCENUMERIC ENUMMULTI")->required();
+  nw->add_option("--field", a.fields, "ID:TYPE[:MEMBERS], TYPE one of LONG STRING DATE BOOL STRUCT ENUM ENUMNUMERIC "
+                                      "DOUBLE REFERENCE REFERENCENUMERIC ENUMMULTI; a choice type's members "
+                                      "as 'a,b' or 'key=text,...'")->required();
   nw->add_option("--header", a.header, "header file (default: info.header beside the database)");
   nw->callback([] {
     SetNotifier([](const Notification&) { return std::string("OK"); });
     auto db = std::make_shared<cls_DB>();
     for (const auto& fieldDef : a.fields) {
-      size_t colon = fieldDef.find(':');
+      size_t colon = fieldDef.find(':'), members = fieldDef.find(':', colon == std::string::npos ? colon : colon + 1);
       std::string id = fieldDef.substr(0, colon);
-      int32_t type = colon == std::string::npos ? ID_DBFieldType_String : cls_DBField::TYPEDECODE(fieldDef.substr(colon + 1));
+      int32_t type = colon == std::string::npos ? ID_DBFieldType_String
+                                                : cls_DBField::TYPEDECODE(fieldDef.substr(colon + 1, members - colon - 1));
       if (id.empty() || type < 0) FailUsage("expected ID:TYPE with a known type: " + fieldDef);
-      db->FIELDCREATE(id, type);
+      auto field = db->FIELDCREATE(id, type);
+      if (members != std::string::npos) field->MEMBERS = fieldDef.substr(members + 1);
     }
     std::string header = a.header.empty() ? hDirectory(a.db) + "info.header" : a.header;
     if (!db->HEADERSAVE(header)) Fail(kExitError, "cannot write the header " + header);
@@ -141,11 +154,12 @@ void AddDbCommands(CLI::App& app) {
   auto* add = dbc->add_subcommand("add", "Add an entry and print its id");
   add->add_option("DB", a.db, "database file")->required();
   add->add_option("assignment", a.assignments, "FIELD=VALUE");
+  add->add_flag("--lenient", a.lenient, kLenientHelp);
   add->callback([] {
     auto db = OpenDatabase(a.db, true);
     Variant id = db->ENTRYFREEID();
     db->ENTRYADD(id);
-    hAssign(*db, id, a.assignments);
+    hAssign(*db, id, a.assignments, a.lenient);
     hSave(*db);
     std::printf("%s\n", CStr(id).c_str());
   });
@@ -197,12 +211,13 @@ void AddDbCommands(CLI::App& app) {
   set->add_option("DB", a.db, "database file")->required();
   set->add_option("ID", a.id, "entry id")->required();
   set->add_option("assignment", a.assignments, "FIELD=VALUE")->required();
+  set->add_flag("--lenient", a.lenient, kLenientHelp);
   set->callback([] {
     auto db = OpenDatabase(a.db, true);
     if (!db->ENTRYEXISTS(a.id)) {
       Fail(kExitError, "no entry " + a.id);
     }
-    hAssign(*db, a.id, a.assignments);
+    hAssign(*db, a.id, a.assignments, a.lenient);
     hSave(*db);
   });
 
