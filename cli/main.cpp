@@ -94,8 +94,11 @@ int hRun(CLI::App& app, int argc, char** argv) {
     int code = e.get_exit_code() == kExitUsage ? kExitUsage : kExitError;
     return ReportFailure(hCommandPath(app), e.what() == std::string("Runtime error") ? "" : e.what(), code);
   } catch (const CLI::ParseError& e) {
-    std::string path = hCommandPath(app);
-    return ReportFailure(path, std::string(e.what()) + " (see " + path + " --help)", kExitUsage);
+    std::string path = hCommandPath(app), message = e.what();
+    // A check named after its command ("render: give a template") need not say the name twice.
+    std::string own = path.substr(path.rfind(' ') + 1) + ": ";
+    if (message.starts_with(own)) message.erase(0, own.size());
+    return ReportFailure(path, message + " (see " + path + " --help)", kExitUsage);
   } catch (const CommandFailure& e) {
     return ReportFailure(hCommandPath(app), e.what(), e.exit == kExitUsage ? kExitUsage : kExitError);
   } catch (const Error& e) {
