@@ -27,7 +27,8 @@ void CheckField(const rykel::cls_DB& pDB, const std::string& pName);
 
 // The condition text the program hands to the library for a value typed on the command line.
 // A value that starts with an operator of the condition language ("BEGINS m", ">= 10", "!x",
-// "[] 1 9", "$=meier") is that condition. Any other value is compared whole, blanks included:
+// "[] 1 9", "$=meier") is that condition; operator characters glued to a value with blanks are the
+// operator too ("=Frankfurt am Main"). Any other value is compared whole, blanks included:
 // "Frankfurt am Main" finds the entries whose value it is (with the language's default equality,
 // case-blind), where the library alone would read "Frankfurt" as an operator. pRaw (--condition)
 // hands the text on unchanged.

@@ -186,6 +186,9 @@ class NewUser(unittest.TestCase):
                  (("IN Kiel,Bremen",), ["2", "3"]),          # a value led by an operator word is a condition
                  (("= IN Kiel",), ["5"]),                    # ... unless an operator comes first
                  (("!Kiel",), ["1", "3", "4", "5", "6"]),
+                 (("=Frankfurt am Main",), ["1"]),           # glued operator characters stay the operator
+                 (("!=Frankfurt am Main",), ["2", "3", "4", "5", "6"]),
+                 (("$=frankfurt am main",), ["1", "4"]),
                  (("Frankfurt am Main", "--condition"), []),  # raw: "Frankfurt" is read as the operator
                  (("Am Main",), ["6"])]
         for args, expected in cases:
