@@ -88,7 +88,8 @@ FittedValue FitValue(const cls_DBField& pField, std::string_view pValue) {
       break;
     case ID_DBFieldType_Boolean:
       out.value = hYesNo(pValue);
-      if (out.value.empty()) out.problem = "is not a " + type + " (a yes/no word: true, false, ja, nein, yes, no, 1, 0)";
+      if (out.value.empty())
+        out.problem = "is not a " + type + " (a yes/no word: true, false, ja, nein, yes, no, 1, 0)";
       break;
     default:
       break;

@@ -122,10 +122,13 @@ void AddDbCommands(CLI::App& app) {
     SetNotifier([](const Notification&) { return std::string("OK"); });
     auto db = std::make_shared<cls_DB>();
     for (const auto& fieldDef : a.fields) {
-      size_t colon = fieldDef.find(':'), members = fieldDef.find(':', colon == std::string::npos ? colon : colon + 1);
+      // ID[:TYPE[:MEMBERS]]
+      size_t colon = fieldDef.find(':');
+      size_t members = colon == std::string::npos ? colon : fieldDef.find(':', colon + 1);
       std::string id = fieldDef.substr(0, colon);
-      int32_t type = colon == std::string::npos ? ID_DBFieldType_String
-                                                : cls_DBField::TYPEDECODE(fieldDef.substr(colon + 1, members - colon - 1));
+      int32_t type = colon == std::string::npos
+                         ? ID_DBFieldType_String
+                         : cls_DBField::TYPEDECODE(fieldDef.substr(colon + 1, members - colon - 1));
       if (id.empty() || type < 0) FailUsage("expected ID:TYPE with a known type: " + fieldDef);
       auto field = db->FIELDCREATE(id, type);
       if (members != std::string::npos) field->MEMBERS = fieldDef.substr(members + 1);

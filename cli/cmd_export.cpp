@@ -82,7 +82,8 @@ void AddDbExportCommand(CLI::App& app) {
     std::string format = text::UCase(a.format);
     if (format == "XLS" || format == "XLSX") settings->ITEM_LET("FORMAT", format);
     Variant view = a.view;
-    if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos) view = a.view.size() <= 9 ? std::stoi(a.view) : -1;
+    if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos)
+      view = a.view.size() <= 9 ? std::stoi(a.view) : -1;  // a number past any view's is no view
     if (!db->VIEW(view)) FailUsage("--view: no view '" + a.view + "'");
     // Filter and sort as `rykel db filter` does, on top of the view's own filter; without them
     // the view's filter and sort decide.

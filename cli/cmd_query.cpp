@@ -79,7 +79,8 @@ cls_DB::IdList FilterEntries(cls_DB& pDB, const Variant& pView, const FilterRequ
     if (eq == std::string::npos || eq == 0) FailUsage(pOption + ": expected FIELD=CONDITION: " + c);
     std::string field = c.substr(0, eq);
     CheckField(pDB, field);
-    auto layer = std::find_if(layers.begin(), layers.end(), [&](const StructurePtr& l) { return !l->EXISTSBYID_GET(field); });
+    auto layer =
+        std::find_if(layers.begin(), layers.end(), [&](const StructurePtr& l) { return !l->EXISTSBYID_GET(field); });
     if (layer == layers.end()) layer = layers.insert(layers.end(), cls_Structure::New());
     (*layer)->ITEMBYID_LET(field, Variant(ConditionText(c.substr(eq + 1), pRequest.raw)));
   }
@@ -110,7 +111,8 @@ cls_DB::IdList FilterEntries(cls_DB& pDB, const Variant& pView, const FilterRequ
 void AddQueryCommands(CLI::App& app) {
   static QueryArgs a;
   CLI::App* dbc = app.get_subcommand("db");
-  const std::string rawHelp = "read CONDITION as a raw condition text: its first word is always the operator";
+  const std::string rawHelp =
+      "hand CONDITION to the library as it is (in a text with a blank the first word is the operator)";
 
   auto* query = dbc->add_subcommand("query", "Print the ids of the entries whose FIELD meets CONDITION "
                                              "(e.g. '$BEGINS m', '>= 10', '[] 2020-01-01 2020-12-31'; "
