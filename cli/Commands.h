@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "CommandFailure.h"
 #include "database/cls_DB.h"
 #include "structure/cls_Structure.h"
 
@@ -15,12 +16,38 @@ namespace rykel::cli {
 // Reads a whole file, or standard input for "-". Raises a clear error when it cannot.
 std::string ReadInput(const std::string& path);
 
-// The filter structure of ENTRYFILTERADVANCED from "FIELD=CONDITION" texts (all must hold, or any
-// with pOr). A text without "=" or without a field, or (given pDB) a field pDB does not have, fails
-// with a usage error naming pOption.
-std::shared_ptr<rykel::cls_Structure> FilterFromConditions(const std::vector<std::string>& pConditions, bool pOr,
-                                                           const std::string& pOption,
-                                                           const rykel::cls_DB* pDB = nullptr);
+// Opens a database file (read-only unless pWrite) and silences the library's message boxes, which
+// a command that reports its own failures does not want (SetNotifier({}) brings them back). A file
+// that cannot be opened ends the command with the open error as its one message (exit 1).
+DBPtr OpenDatabase(const std::string& pPath, bool pWrite = false);
+
+// Ends the command with a usage error "unknown field X; fields: A, B" unless pDB has the field
+// pName. A leading "&" (sort by display text) is allowed; "_" and "." are the same in names.
+void CheckField(const rykel::cls_DB& pDB, const std::string& pName);
+
+// The condition text the program hands to the library for a value typed on the command line.
+// A value that starts with an operator of the condition language ("BEGINS m", ">= 10", "!x",
+// "[] 1 9", "$=meier") is that condition; operator characters glued to a value with blanks are the
+// operator too ("=Frankfurt am Main"). Any other value is compared whole, blanks included:
+// "Frankfurt am Main" finds the entries whose value it is (with the language's default equality,
+// case-blind), where the library alone would read "Frankfurt" as an operator. pRaw (--condition)
+// hands the text on unchanged.
+std::string ConditionText(const std::string& pValue, bool pRaw);
+
+// What `db filter` and `db export --filter` ask for.
+struct FilterRequest {
+  std::vector<std::string> conditions;  // "FIELD=CONDITION", the condition as ConditionText reads it
+  bool orMode = false;                  // any condition instead of every one
+  bool raw = false;                     // --condition: the conditions are raw condition texts
+  std::string sort, then;               // sort fields; empty: the view's
+  bool rev = false, thenRev = false;
+};
+
+// The ids of view pView's entries that meet the request, sorted. One field may carry several
+// conditions (ORT=Kiel ORT=Bremen --or). A text without "=" or an unknown field (or sort field)
+// ends the command with a usage error naming pOption.
+rykel::cls_DB::IdList FilterEntries(rykel::cls_DB& pDB, const rykel::Variant& pView, const FilterRequest& pRequest,
+                                    const std::string& pOption);
 
 void AddClassesCommand(CLI::App& app);
 void AddStructCommands(CLI::App& app);

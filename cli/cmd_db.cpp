@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "ValueCheck.h"
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
@@ -16,9 +17,14 @@ namespace rykel::cli {
 
 namespace {
 
+constexpr const char* kLenientHelp =
+    "store values that do not fit their field's type as the library converts them (by default a value "
+    "must be a real date, a number, a whole number, a yes/no word or a member, as its field's type says)";
+
 struct DbArgs {
   std::string db, other, header, id;
   std::vector<std::string> fields, assignments, ids;
+  bool lenient = false;
 };
 
 std::string hDirectory(const std::string& path) {
@@ -26,37 +32,24 @@ std::string hDirectory(const std::string& path) {
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-// Opens a database that must exist; prints the open message and exits 1 when it cannot.
-DBPtr hOpen(const std::string& path, bool write) {
-  SetNotifier([](const Notification&) { return std::string("OK"); });  // the message is printed below
-  auto db = std::make_shared<cls_DB>();
-  bool ok = db->DBOPENREADONLY(path, "", false);
-  if (ok && write) {
-    db->DBCLOSE();
-    ok = db->DBOPEN(path, "", false);
-  }
-  if (!ok) {
-    std::fprintf(stderr, "rykel db: %s\n", db->DBOPENERROR_GET().c_str());
-    std::exit(1);
-  }
-  return db;
-}
-
-// Applies FIELD=VALUE assignments to one entry; an unknown field is an error.
-void hAssign(cls_DB& db, const Variant& id, const std::vector<std::string>& assignments) {
+// Applies FIELD=VALUE assignments to one entry. An unknown field, and (unless pLenient) a value
+// that does not fit its field's type, is a usage error; every assignment is checked before the
+// first is applied. Checked values are stored as FitValue writes them (choices by key).
+void hAssign(cls_DB& db, const Variant& id, const std::vector<std::string>& assignments, bool pLenient) {
+  std::vector<std::pair<std::string, std::string>> checked;
   for (const auto& a : assignments) {
     size_t eq = a.find('=');
-    if (eq == std::string::npos) throw CLI::ValidationError("assignment", "expected FIELD=VALUE: " + a);
-    std::string field = a.substr(0, eq);
-    if (!db.FIELDEXISTS(field)) throw CLI::ValidationError("assignment", "no field '" + field + "'");
-    db.ENTRYFIELD_LET(id, field, a.substr(eq + 1));
+    if (eq == std::string::npos) FailUsage("expected FIELD=VALUE: " + a);
+    std::string field = a.substr(0, eq), value = a.substr(eq + 1);
+    CheckField(db, field);
+    checked.emplace_back(field, pLenient ? value : CheckValue(*db.FIELD(field), value));
   }
+  for (const auto& [field, value] : checked) db.ENTRYFIELD_LET(id, field, value);
 }
 
 void hSave(cls_DB& db) {
   if (db.ENTRYCHANGED_GET() && !db.DBSAVE()) {
-    std::fprintf(stderr, "rykel db: cannot save '%s'\n", db.DBFILE_GET().c_str());
-    std::exit(1);
+    Fail(kExitError, "cannot save '" + db.DBFILE_GET() + "'");
   }
 }
 
@@ -99,6 +92,21 @@ std::string hRandomValue(cls_DBTool& pTool, const cls_DBField& pField) {
 
 }  // namespace
 
+DBPtr OpenDatabase(const std::string& pPath, bool pWrite) {
+  // The open error is this command's one message; the library's message box would repeat it with
+  // the database's internals. The box stays quiet for the rest of the command, which reports its
+  // own failures.
+  SetNotifier([](const Notification&) { return std::string("OK"); });
+  auto db = std::make_shared<cls_DB>();
+  bool ok = db->DBOPENREADONLY(pPath, "", false);
+  if (ok && pWrite) {
+    db->DBCLOSE();
+    ok = db->DBOPEN(pPath, "", false);
+  }
+  if (!ok) Fail(kExitError, db->DBOPENERROR_GET());
+  return db;
+}
+
 void AddDbCommands(CLI::App& app) {
   static DbArgs a;
   auto* dbc = app.add_subcommand("db", "Create, read and change databases");
@@ -106,25 +114,28 @@ void AddDbCommands(CLI::App& app) {
 
   auto* nw = dbc->add_subcommand("new", "Create an empty database with its header");
   nw->add_option("DB", a.db, "database file (.ry-dbb: binary form, else structure form)")->required();
-  nw->add_option("--field", a.fields, "ID:TYPE, TYPE one of LONG STRING DATE BOOL STRUCT ENUM ENUMNUMERIC DOUBLE "
-                                      "REFERENCE REFERENCENUMERIC ENUMMULTI")->required();
+  nw->add_option("--field", a.fields, "ID:TYPE[:MEMBERS], TYPE one of LONG STRING DATE BOOL STRUCT ENUM ENUMNUMERIC "
+                                      "DOUBLE REFERENCE REFERENCENUMERIC ENUMMULTI; a choice type's members "
+                                      "as 'a,b' or 'key=text,...'")->required();
   nw->add_option("--header", a.header, "header file (default: info.header beside the database)");
   nw->callback([] {
     SetNotifier([](const Notification&) { return std::string("OK"); });
     auto db = std::make_shared<cls_DB>();
     for (const auto& fieldDef : a.fields) {
+      // ID[:TYPE[:MEMBERS]]
       size_t colon = fieldDef.find(':');
+      size_t members = colon == std::string::npos ? colon : fieldDef.find(':', colon + 1);
       std::string id = fieldDef.substr(0, colon);
-      int32_t type = colon == std::string::npos ? ID_DBFieldType_String : cls_DBField::TYPEDECODE(fieldDef.substr(colon + 1));
-      if (id.empty() || type < 0) throw CLI::ValidationError("--field", "expected ID:TYPE with a known type: " + fieldDef);
-      db->FIELDCREATE(id, type);
+      int32_t type = colon == std::string::npos
+                         ? ID_DBFieldType_String
+                         : cls_DBField::TYPEDECODE(fieldDef.substr(colon + 1, members - colon - 1));
+      if (id.empty() || type < 0) FailUsage("expected ID:TYPE with a known type: " + fieldDef);
+      auto field = db->FIELDCREATE(id, type);
+      if (members != std::string::npos) field->MEMBERS = fieldDef.substr(members + 1);
     }
     std::string header = a.header.empty() ? hDirectory(a.db) + "info.header" : a.header;
-    if (!db->HEADERSAVE(header)) throw CLI::RuntimeError("cannot write the header " + header, 1);
-    if (!db->DBOPEN(a.db, header, false)) {
-      std::fprintf(stderr, "rykel db: %s\n", db->DBOPENERROR_GET().c_str());
-      std::exit(1);
-    }
+    if (!db->HEADERSAVE(header)) Fail(kExitError, "cannot write the header " + header);
+    if (!db->DBOPEN(a.db, header, false)) Fail(kExitError, db->DBOPENERROR_GET());
     db->ENTRYCHANGED_LET(true);
     hSave(*db);
     std::printf("%s\n", a.db.c_str());
@@ -133,7 +144,7 @@ void AddDbCommands(CLI::App& app) {
   auto* info = dbc->add_subcommand("info", "Print the database's header, fields and entry count");
   info->add_option("DB", a.db, "database file")->required();
   info->callback([] {
-    auto db = hOpen(a.db, false);
+    auto db = OpenDatabase(a.db);
     std::printf("Database: %s\nHeader: %s\nEntries: %d\nFields: %d\n", db->DBFILE_GET().c_str(),
                 db->HEADERFILE_GET().c_str(), db->ENTRYCOUNT(), db->FIELDS());
     for (int32_t f = 1; f <= db->FIELDS(); ++f) {
@@ -146,11 +157,12 @@ void AddDbCommands(CLI::App& app) {
   auto* add = dbc->add_subcommand("add", "Add an entry and print its id");
   add->add_option("DB", a.db, "database file")->required();
   add->add_option("assignment", a.assignments, "FIELD=VALUE");
+  add->add_flag("--lenient", a.lenient, kLenientHelp);
   add->callback([] {
-    auto db = hOpen(a.db, true);
+    auto db = OpenDatabase(a.db, true);
     Variant id = db->ENTRYFREEID();
     db->ENTRYADD(id);
-    hAssign(*db, id, a.assignments);
+    hAssign(*db, id, a.assignments, a.lenient);
     hSave(*db);
     std::printf("%s\n", CStr(id).c_str());
   });
@@ -159,15 +171,14 @@ void AddDbCommands(CLI::App& app) {
   show->add_option("DB", a.db, "database file")->required();
   show->add_option("ID", a.ids, "entry ids");
   show->callback([] {
-    auto db = hOpen(a.db, false);
+    auto db = OpenDatabase(a.db);
     if (a.ids.empty()) {
       for (const auto& id : db->ENTRYALL_IDS()) hShow(*db, id);
       return;
     }
     for (const auto& text : a.ids) {
       if (!db->ENTRYEXISTS(text)) {
-        std::fprintf(stderr, "rykel db: no entry %s\n", text.c_str());
-        std::exit(1);
+        Fail(kExitError, "no entry " + text);
       }
       hShow(*db, db->ENTRYIDAT(db->ENTRYPOSITION(text)));
     }
@@ -179,7 +190,7 @@ void AddDbCommands(CLI::App& app) {
   fill->add_option("-n,--count", fillCount, "number of entries to add")->required()->check(CLI::NonNegativeNumber);
   auto* seedOpt = fill->add_option("--seed", fillSeed, "seed for a reproducible fill (default: a fresh sequence)");
   fill->callback([seedOpt] {
-    auto db = hOpen(a.db, true);
+    auto db = OpenDatabase(a.db, true);
     const auto& tool = sys_Global::DBTOOL_GET();
     if (*seedOpt) tool->RANDOMIZE(fillSeed);
     else tool->RANDOMIZE();
@@ -203,13 +214,13 @@ void AddDbCommands(CLI::App& app) {
   set->add_option("DB", a.db, "database file")->required();
   set->add_option("ID", a.id, "entry id")->required();
   set->add_option("assignment", a.assignments, "FIELD=VALUE")->required();
+  set->add_flag("--lenient", a.lenient, kLenientHelp);
   set->callback([] {
-    auto db = hOpen(a.db, true);
+    auto db = OpenDatabase(a.db, true);
     if (!db->ENTRYEXISTS(a.id)) {
-      std::fprintf(stderr, "rykel db: no entry %s\n", a.id.c_str());
-      std::exit(1);
+      Fail(kExitError, "no entry " + a.id);
     }
-    hAssign(*db, a.id, a.assignments);
+    hAssign(*db, a.id, a.assignments, a.lenient);
     hSave(*db);
   });
 
@@ -217,27 +228,25 @@ void AddDbCommands(CLI::App& app) {
   rm->add_option("DB", a.db, "database file")->required();
   rm->add_option("ID", a.ids, "entry ids")->required();
   rm->callback([] {
-    auto db = hOpen(a.db, true);
+    auto db = OpenDatabase(a.db, true);
     int missing = 0;
     for (const auto& id : a.ids)
       if (!db->ENTRYREMOVE(id)) {
-        std::fprintf(stderr, "rykel db: no entry %s\n", id.c_str());
+        ReportFailure("rykel db remove", "no entry " + id);
         ++missing;
       }
     hSave(*db);
-    if (missing) std::exit(1);
+    if (missing) Fail(kExitError, "");
   });
 
   auto* conv = dbc->add_subcommand("convert", "Write the database in the form the other file name selects");
   conv->add_option("DB", a.db, "database file")->required();
   conv->add_option("OTHER", a.other, "target file (.ry-dbb: binary form, else structure form)")->required();
   conv->callback([] {
-    auto db = hOpen(a.db, false);
+    auto db = OpenDatabase(a.db);
     auto out = std::make_shared<cls_DB>();
-    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false)) {
-      std::fprintf(stderr, "rykel db: %s\n", out->DBOPENERROR_GET().c_str());
-      std::exit(1);
-    }
+    SetNotifier([](const Notification&) { return std::string("OK"); });
+    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false)) Fail(kExitError, out->DBOPENERROR_GET());
     out->DBCOPY(db);
     out->ENTRYCHANGED_LET(true);
     hSave(*out);
@@ -247,10 +256,10 @@ void AddDbCommands(CLI::App& app) {
   auto* check = dbc->add_subcommand("check", "Open the database and check every index against the entries");
   check->add_option("DB", a.db, "database file")->required();
   check->callback([] {
-    auto db = hOpen(a.db, false);
+    auto db = OpenDatabase(a.db);
     if (!db->DBCHECKINDEX()) {
       std::printf("%s\n", db->DBCHECKINDEXREPORT_GET().c_str());
-      std::exit(1);
+      Fail(kExitError, "the indexes do not match the entries");
     }
     std::printf("OK: %d entries, %d fields\n", db->ENTRYCOUNT(), db->FIELDS());
   });

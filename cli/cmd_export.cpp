@@ -16,9 +16,9 @@ namespace rykel::cli {
 namespace {
 
 struct ExportArgs {
-  std::string db, format = "xlsx", out, view = "1", title, sheetsBy, password, office, sort, then;
-  std::vector<std::string> where;
-  bool quiet = false, orMode = false, rev = false, thenRev = false;
+  std::string db, format = "xlsx", out, view = "1", title, sheetsBy, password, office;
+  FilterRequest filter;
+  bool quiet = false;
 };
 
 // "[#####.....]  42% 4200/10000" redrawn in place on a terminal.
@@ -49,31 +49,30 @@ void AddDbExportCommand(CLI::App& app) {
   ex->add_option("--sheets-by", a.sheetsBy, "xlsx: one more sheet per value of this field");
   ex->add_option("--password", a.password, "xlsx, xls: encrypt the workbook with this file-open password (through LibreOffice)");
   ex->add_option("--office", a.office, "xlsx, xls: build the workbook in this LibreOffice program (default for xls and --password: soffice)");
-  ex->add_option("--filter,--where", a.where, "FIELD=CONDITION: export only entries that meet it (repeatable)")
+  ex->add_option("--filter,--where", a.filter.conditions,
+                 "FIELD=CONDITION: export only entries that meet it (repeatable; a plain value must equal "
+                 "the field's value)")
       ->allow_extra_args(false);
-  ex->add_flag("--or", a.orMode, "with several --where: entries that meet any of them");
-  ex->add_option("--sort", a.sort, "sort field");
-  ex->add_flag("--rev", a.rev, "sort descending");
-  ex->add_option("--then", a.then, "second sort field");
-  ex->add_flag("--then-rev", a.thenRev, "second sort field descending");
+  ex->add_flag("--or", a.filter.orMode, "with several --where: entries that meet any of them");
+  ex->add_flag("--condition", a.filter.raw, "read each --where condition as a raw condition text");
+  ex->add_option("--sort", a.filter.sort, "sort field");
+  ex->add_flag("--rev", a.filter.rev, "sort descending");
+  ex->add_option("--then", a.filter.then, "second sort field");
+  ex->add_flag("--then-rev", a.filter.thenRev, "second sort field descending");
   ex->add_flag("--quiet", a.quiet, "no progress bar");
   ex->callback([] {
+    auto db = OpenDatabase(a.db);
     SetNotifier([](const Notification& n) {
-      std::fprintf(stderr, "rykel db export: %s\n", n.text.c_str());
+      ReportFailure("rykel db export", n.text);
       return std::string("OK");
     });
-    auto db = std::make_shared<cls_DB>();
-    if (!db->DBOPENREADONLY(a.db, "", false)) {
-      std::fprintf(stderr, "rykel db export: %s\n", db->DBOPENERROR_GET().c_str());
-      std::exit(1);
-    }
     auto settings = cls_Structure::New();
     if (!a.title.empty()) {
       settings->ITEM_LET("TITLE.SHOW", true);
       settings->ITEM_LET("TITLE.TEXT", a.title);
     }
     if (!a.sheetsBy.empty()) {
-      if (!db->FIELDEXISTS(a.sheetsBy)) throw CLI::ValidationError("--sheets-by", "no field '" + a.sheetsBy + "'");
+      CheckField(*db, a.sheetsBy);
       settings->ITEM_LET("SUBSHEET", true);
       settings->ITEM_LET("TABFILTER", a.sheetsBy);
     }
@@ -83,24 +82,18 @@ void AddDbExportCommand(CLI::App& app) {
     std::string format = text::UCase(a.format);
     if (format == "XLS" || format == "XLSX") settings->ITEM_LET("FORMAT", format);
     Variant view = a.view;
-    if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos) view = std::stoi(a.view);
-    if (!db->VIEW(view)) throw CLI::ValidationError("--view", "no view '" + a.view + "'");
+    if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos)
+      view = a.view.size() <= 9 ? std::stoi(a.view) : -1;  // a number past any view's is no view
+    if (!db->VIEW(view)) FailUsage("--view: no view '" + a.view + "'");
     // Filter and sort as `rykel db filter` does, on top of the view's own filter; without them
     // the view's filter and sort decide.
     cls_DB::IDList ids;
-    if (!a.where.empty() || !a.sort.empty() || !a.then.empty()) {
-      for (const auto& s : {a.sort, a.then})
-        if (!s.empty() && !db->FIELDEXISTS(s)) throw CLI::ValidationError("--sort", "no field '" + s + "'");
-      auto filter = FilterFromConditions(a.where, a.orMode, "--filter", db.get());
-      ids = db->ENTRYFILTERADVANCED(view, a.sort, a.then, a.thenRev, filter, std::nullopt, a.rev);
-    }
+    if (!a.filter.conditions.empty() || !a.filter.sort.empty() || !a.filter.then.empty())
+      ids = FilterEntries(*db, view, a.filter, "--filter");
     if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);
     bool ok = format == "XLSX" || format == "XLS" ? db->EXPORTEXCEL(view, a.out, ids, settings)
                                                   : db->EXPORTFILE(view, a.out, format, ids, settings);
-    if (!ok) {
-      std::fprintf(stderr, "rykel db export: cannot write '%s'\n", a.out.c_str());
-      std::exit(1);
-    }
+    if (!ok) Fail(kExitError, "cannot write '" + a.out + "'");
     std::printf("%s\n", a.out.c_str());
   });
 }

@@ -41,17 +41,24 @@ constexpr HelpTopic kTopics[] = {
      "entries: binary when the name ends in .ry-dbb, else the structure form.\n"
      "  rykel db new people.ry-dbb --field VORNAME:STRING --field PLZ:STRING\n"
      "  rykel db add people.ry-dbb VORNAME=Anna PLZ=01067\n"
+     "Values must fit their field's type (a real date, a number, a whole number, a yes/no word, a\n"
+     "member of a choice field given as ID:ENUM:a,b); --lenient stores them as the library converts.\n"
+     "Exit codes: 0 success, 1 a runtime or template error, 2 a usage error.\n"
      "  rykel db fill people.ry-dbb -n 100 --seed 1        (random entries fitting the fields)\n"
      "  rykel db show people.ry-dbb          rykel db info people.ry-dbb\n"
      "Templates read databases with the DB module: {DB:OPEN \"file\"}, {DB:QUERY FIELD CONDITION},\n"
      "{DB:SORT LIST FIELD}, {DB:TEXT ID FIELD}; rykel render --db FILE opens one first.\n"
      "See docs/API.md (cls_DB) and docs/KEL.md (the DB module).\n"},
     {"query", "Queries, filters and sorting",
-     "A condition is an operator and a value: a value alone compares case-blind, '== x' exactly;\n"
-     "< > <= >= != BEGINS ENDS CONTAINS CONTAINSWORD CONTAINSONE IN, ranges '[] a b' '[[ a b';\n"
-     "'$' before the operator compares as text, '!' negates.\n"
+     "A condition is an operator and a value: < > <= >= <> BEGINS ENDS CONTAINS CONTAINSWORD\n"
+     "CONTAINSONE IN, ranges '[] a b' '[[ a b'; '$' before the operator compares case-blind, '!' negates.\n"
+     "A value that does not start with an operator is compared whole, case-blind, blanks included\n"
+     "('Frankfurt am Main'); '== x' compares exactly; --condition hands the text on as it is, so\n"
+     "its first word is the operator. An unknown field is an error (exit 2); a field may repeat.\n"
      "  rykel db query people.ry-dbb VORNAME '$BEGINS an' --show\n"
+     "  rykel db query people.ry-dbb ORT 'Frankfurt am Main'\n"
      "  rykel db filter people.ry-dbb 'NACHNAME=Müller' 'ORT=$CONTAINS burg' --sort VORNAME\n"
+     "  rykel db filter people.ry-dbb ORT=Kiel ORT=Bremen --or\n"
      "  rykel db search people.ry-dbb 'anna -berlin'          rykel db sort people.ry-dbb PLZ --rev\n"
      "See docs/API.md (Queries, search, filters and sorting).\n"},
     {"export", "Exports",
@@ -136,9 +143,8 @@ void AddHelpCommand(CLI::App& app) {
     if (topic.empty()) return hPrintList();
     const HelpTopic* t = hFind(topic);
     if (!t) {
-      std::fprintf(stderr, "rykel help: no topic '%s'\n", topic.c_str());
       hPrintList();
-      throw CLI::RuntimeError(2);
+      FailUsage("no topic '" + topic + "'");
     }
     std::printf("%s\n\n%s", std::string(t->title).c_str(), std::string(t->text).c_str());
   });

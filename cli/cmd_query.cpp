@@ -1,33 +1,25 @@
 // rykel db query / filter / search / sort: id lists from the shell, one id a line, or with --show
 // the entries as a table (id and every field's display text, tab-separated, with a header line).
+#include <algorithm>
 #include <cstdio>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "Commands.h"
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
-#include "frame/Notifier.h"
+#include "query/cls_DBCondition.h"
 
 namespace rykel::cli {
 
 namespace {
 
 struct QueryArgs {
-  std::string db, field, condition, text, sort, then;
-  std::vector<std::string> conditions;
-  bool show = false, rev = false, orMode = false, thenRev = false;
+  std::string db, field, condition, text;
+  FilterRequest filter;
+  bool show = false;
 };
-
-DBPtr hOpenReadOnly(const std::string& path) {
-  SetNotifier([](const Notification&) { return std::string("OK"); });
-  auto db = std::make_shared<cls_DB>();
-  if (!db->DBOPENREADONLY(path, "", false)) {
-    std::fprintf(stderr, "rykel db: %s\n", db->DBOPENERROR_GET().c_str());
-    std::exit(1);
-  }
-  return db;
-}
 
 void hPrint(cls_DB& db, const cls_DB::IdList& ids, bool show) {
   if (show) {
@@ -45,71 +37,141 @@ void hPrint(cls_DB& db, const cls_DB::IdList& ids, bool show) {
 
 }  // namespace
 
-std::shared_ptr<cls_Structure> FilterFromConditions(const std::vector<std::string>& pConditions, bool pOr,
-                                                    const std::string& pOption, const cls_DB* pDB) {
-  auto f = cls_Structure::New();
-  for (const auto& c : pConditions) {
-    size_t eq = c.find('=');
-    if (eq == std::string::npos || eq == 0) throw CLI::ValidationError(pOption, "expected FIELD=CONDITION: " + c);
-    std::string field = c.substr(0, eq);
-    if (pDB && !pDB->FIELDEXISTS(field)) throw CLI::ValidationError(pOption, "no field '" + field + "'");
-    f->ITEMBYID_LET(field, Variant(c.substr(eq + 1)));
+void CheckField(const cls_DB& pDB, const std::string& pName) {
+  std::string_view bare = pName;
+  if (bare.starts_with('&')) bare.remove_prefix(1);
+  if (!bare.empty() && pDB.FIELDEXISTS(Variant(bare))) return;
+  std::string fields;
+  for (int32_t f = 1; f <= pDB.FIELDS(); ++f) fields += (f > 1 ? ", " : "") + pDB.FIELD(f)->ID;
+  FailUsage("unknown field " + pName + "; fields: " + fields);
+}
+
+std::string ConditionText(const std::string& pValue, bool pRaw) {
+  if (pRaw) return pValue;
+  // The library's own reader decides whether the value leads with an operator: it took something
+  // off the value, and what it took is an operator it knows ("BEGINS m", ">=10", "!Kiel").
+  cls_DBCondition c;
+  c.READ("", Variant(pValue));
+  if (c.OPERATOR() != cls_DBCondition::Op::Unknown && !(c.LOWER().isString() && c.LOWER().str() == pValue))
+    return pValue;
+  // Operator characters glued to a value with blanks ("=Frankfurt am Main"): read alone, the
+  // first word gives them up as its operator; the library, given the whole text, would take the
+  // first word itself for an operator word. A blank after them keeps them the operator.
+  if (size_t blank = pValue.find(' '); blank != std::string::npos) {
+    std::string first = pValue.substr(0, blank);
+    cls_DBCondition head;
+    head.READ("", Variant(first));
+    std::string rest = head.LOWER().isString() ? std::string(head.LOWER().str()) : first;
+    if (head.OPERATOR() != cls_DBCondition::Op::Unknown && rest.size() < first.size() && first.ends_with(rest))
+      return first.substr(0, first.size() - rest.size()) + " " + rest + pValue.substr(blank);
   }
-  if (pOr) f->ITEMBYID_LET("MODE", "OR");
-  return f;
+  return "$== " + pValue;
+}
+
+cls_DB::IdList FilterEntries(cls_DB& pDB, const Variant& pView, const FilterRequest& pRequest,
+                             const std::string& pOption) {
+  for (const auto& s : {pRequest.sort, pRequest.then})
+    if (!s.empty()) CheckField(pDB, s);
+  // A filter structure holds one condition per field; a field named again opens the next layer.
+  std::vector<StructurePtr> layers;
+  for (const auto& c : pRequest.conditions) {
+    size_t eq = c.find('=');
+    if (eq == std::string::npos || eq == 0) FailUsage(pOption + ": expected FIELD=CONDITION: " + c);
+    std::string field = c.substr(0, eq);
+    CheckField(pDB, field);
+    auto layer =
+        std::find_if(layers.begin(), layers.end(), [&](const StructurePtr& l) { return !l->EXISTSBYID_GET(field); });
+    if (layer == layers.end()) layer = layers.insert(layers.end(), cls_Structure::New());
+    (*layer)->ITEMBYID_LET(field, Variant(ConditionText(c.substr(eq + 1), pRequest.raw)));
+  }
+  const auto& r = pRequest;
+  if (layers.size() <= 1) {
+    auto filter = layers.empty() ? cls_Structure::New() : layers.front();
+    if (r.orMode) filter->ITEMBYID_LET("MODE", "OR");
+    return pDB.ENTRYFILTERADVANCED(pView, r.sort, r.then, r.thenRev, filter, std::nullopt, r.rev);
+  }
+  if (!r.orMode) {
+    // Every condition: each layer narrows the list the one before left.
+    std::optional<cls_DB::IdList> ids;
+    for (size_t i = 0; i + 1 < layers.size(); ++i) ids = pDB.ENTRYFILTERADVANCED(pView, "", "", false, layers[i], ids);
+    return pDB.ENTRYFILTERADVANCED(pView, r.sort, r.then, r.thenRev, layers.back(), ids, r.rev);
+  }
+  // Any condition: the layers' results merged, kept in table order, then sorted.
+  std::set<std::string> hits;
+  for (const auto& layer : layers) {
+    layer->ITEMBYID_LET("MODE", "OR");
+    for (const auto& id : pDB.ENTRYFILTERADVANCED(pView, "", "", false, layer)) hits.insert(CStr(id));
+  }
+  cls_DB::IdList merged;
+  for (const auto& id : pDB.ENTRYALL_IDS())
+    if (hits.count(CStr(id))) merged.push_back(id);
+  return pDB.ENTRYFILTERADVANCED(pView, r.sort, r.then, r.thenRev, cls_Structure::New(), merged, r.rev);
 }
 
 void AddQueryCommands(CLI::App& app) {
   static QueryArgs a;
   CLI::App* dbc = app.get_subcommand("db");
+  const std::string rawHelp =
+      "hand CONDITION to the library as it is (in a text with a blank the first word is the operator)";
 
   auto* query = dbc->add_subcommand("query", "Print the ids of the entries whose FIELD meets CONDITION "
-                                             "(e.g. '$BEGINS m', '>= 10', '[] 2020-01-01 2020-12-31')");
+                                             "(e.g. '$BEGINS m', '>= 10', '[] 2020-01-01 2020-12-31'; "
+                                             "a value without an operator must equal the field's value)");
   query->add_option("DB", a.db, "database file")->required();
   query->add_option("FIELD", a.field, "field name")->required();
-  query->add_option("CONDITION", a.condition, "condition text")->required();
+  query->add_option("CONDITION", a.condition, "an operator and a value, or a plain value (blanks allowed)")->required();
+  query->add_flag("--condition", a.filter.raw, rawHelp);
   query->add_flag("--show", a.show, "print the entries as a table");
   query->callback([] {
-    auto db = hOpenReadOnly(a.db);
-    hPrint(*db, db->ENTRYQUERY(Variant(a.field), "", Variant(a.condition)), a.show);
+    auto db = OpenDatabase(a.db);
+    CheckField(*db, a.field);
+    hPrint(*db, db->ENTRYQUERY(Variant(a.field), "", Variant(ConditionText(a.condition, a.filter.raw))), a.show);
   });
 
   auto* filter = dbc->add_subcommand("filter", "Print the ids of the entries that meet every FIELD=CONDITION "
                                                "(or any, with --or), sorted");
   filter->add_option("DB", a.db, "database file")->required();
-  filter->add_option("CONDITIONS", a.conditions, "FIELD=CONDITION, one or more")->required();
-  filter->add_flag("--or", a.orMode, "keep entries that meet any condition");
-  filter->add_option("--sort", a.sort, "sort field");
-  filter->add_flag("--rev", a.rev, "sort descending");
-  filter->add_option("--then", a.then, "second sort field");
-  filter->add_flag("--then-rev", a.thenRev, "second sort field descending");
+  filter->add_option("CONDITIONS", a.filter.conditions, "FIELD=CONDITION, one or more (a field may repeat)")
+      ->required();
+  filter->add_flag("--or", a.filter.orMode, "keep entries that meet any condition");
+  filter->add_flag("--condition", a.filter.raw, rawHelp);
+  filter->add_option("--sort", a.filter.sort, "sort field");
+  filter->add_flag("--rev", a.filter.rev, "sort descending");
+  filter->add_option("--then", a.filter.then, "second sort field");
+  filter->add_flag("--then-rev", a.filter.thenRev, "second sort field descending");
   filter->add_flag("--show", a.show, "print the entries as a table");
   filter->callback([] {
-    auto db = hOpenReadOnly(a.db);
-    auto f = FilterFromConditions(a.conditions, a.orMode, "condition");
-    hPrint(*db, db->ENTRYFILTERADVANCED(Variant(), a.sort, a.then, a.thenRev, f, std::nullopt, a.rev), a.show);
+    auto db = OpenDatabase(a.db);
+    hPrint(*db, FilterEntries(*db, Variant(), a.filter, "condition"), a.show);
   });
 
   auto* search = dbc->add_subcommand("search", "Print the ids of the entries whose text holds TEXT "
                                                "(words, \"phrases\", a | b, -word, ^start, groups)");
   search->add_option("DB", a.db, "database file")->required();
   search->add_option("TEXT", a.text, "search text")->required();
+  search->add_option("--sort", a.filter.sort, "sort field");
+  search->add_flag("--rev", a.filter.rev, "sort descending");
   search->add_flag("--show", a.show, "print the entries as a table");
   search->callback([] {
-    auto db = hOpenReadOnly(a.db);
-    hPrint(*db, db->ENTRYSEARCH(a.text), a.show);
+    auto db = OpenDatabase(a.db);
+    if (!a.filter.sort.empty()) CheckField(*db, a.filter.sort);
+    auto ids = db->ENTRYSEARCH(a.text);
+    if (!a.filter.sort.empty()) ids = db->ENTRYSORTADVANCED(a.filter.sort, a.filter.rev, "", ids);
+    hPrint(*db, ids, a.show);
   });
 
   auto* sort = dbc->add_subcommand("sort", "Print every id sorted by FIELD ('&FIELD': by display text)");
   sort->add_option("DB", a.db, "database file")->required();
   sort->add_option("FIELD", a.field, "sort field")->required();
-  sort->add_flag("--rev", a.rev, "descending");
-  sort->add_option("--then", a.then, "second sort field");
-  sort->add_flag("--then-rev", a.thenRev, "second sort field descending");
+  sort->add_flag("--rev", a.filter.rev, "descending");
+  sort->add_option("--then", a.filter.then, "second sort field");
+  sort->add_flag("--then-rev", a.filter.thenRev, "second sort field descending");
   sort->add_flag("--show", a.show, "print the entries as a table");
   sort->callback([] {
-    auto db = hOpenReadOnly(a.db);
-    hPrint(*db, db->ENTRYSORTADVANCED(a.field, a.rev, a.then, std::nullopt, a.thenRev), a.show);
+    auto db = OpenDatabase(a.db);
+    CheckField(*db, a.field);
+    if (!a.filter.then.empty()) CheckField(*db, a.filter.then);
+    hPrint(*db, db->ENTRYSORTADVANCED(a.field, a.filter.rev, a.filter.then, std::nullopt, a.filter.thenRev), a.show);
   });
 }
 

@@ -91,14 +91,9 @@ void AddRenderCommand(CLI::App& app) {
       auto eq = a.find('=');
       std::string name = eq == std::string::npos ? "MAIN" : a.substr(0, eq);
       std::string file = eq == std::string::npos ? a : a.substr(eq + 1);
-      auto db = std::make_shared<cls_DB>();
-      // One message for a database that does not open: the one below, not the notice as well.
-      SetNotifier(silent);
-      bool opened = db->DBOPENREADONLY(file, "", false);
-      SetNotifier(o.quiet ? silent : Notifier{});
-      if (!opened) throw CLI::ValidationError("--db", db->DBOPENERROR_GET());
-      dbModule->ATTACH(db, name);
+      dbModule->ATTACH(OpenDatabase(file), name);
     }
+    SetNotifier(o.quiet ? silent : Notifier{});  // opening a database silenced the notices
     std::string text = o.expression;
     if (!o.file.empty()) {
       text = ReadInput(o.file);

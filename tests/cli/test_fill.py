@@ -62,7 +62,7 @@ class FillCommandTest(unittest.TestCase):
         self.assertNotEqual(run("db", "fill", db, "-n", "-1").returncode, 0)
         r = run("db", "fill", os.path.join(self.dir.name, "none.ry-dbb"), "-n", "1")
         self.assertNotEqual(r.returncode, 0)
-        self.assertIn("rykel db:", r.stderr)
+        self.assertIn("rykel db fill: DB file", r.stderr)
         self.assertIn("--seed", run("db", "fill", "--help").stdout)
 
     def test_random_command(self):

@@ -1,5 +1,7 @@
 import os
+import resource
 import subprocess
+import tempfile
 import unittest
 
 CLI = os.environ.get("RYKEL_CLI", "rykel")
@@ -25,6 +27,48 @@ class Program(unittest.TestCase):
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertEqual(r.stdout, "PERSON {\n  NAME = Anna\n  AGE = 34\n}\nX = 1,5\n")
         self.assertNotEqual(run("struct", "set", "novalue").returncode, 0)
+
+    def test_exit_codes_and_one_message(self):
+        # 0 success, 1 runtime error, 2 usage error; every failure is one line on stderr.
+        with tempfile.TemporaryDirectory() as d:
+            db = os.path.join(d, "a.ry-dbb")
+            self.assertEqual(run("db", "new", db, "--field", "ORT:STRING").returncode, 0)
+            nope = os.path.join(d, "nope.db")
+            cases = [
+                (("bogus",), 2, "rykel: unknown command 'bogus'; commands: classes, struct, serialized, tree, db,"),
+                (("db", "bogus"), 2, "rykel: unknown command 'db bogus'; commands of db: new, info, add,"),
+                ((), 2, "rykel: a command is required: classes,"),
+                (("db",), 2, "rykel: 'db' needs a command: new,"),
+                (("db", "add"), 2, "rykel db add: DB is required"),
+                (("render", "--nosuch", "-e", "x"), 2, "rykel render: The following argument was not expected: --nosuch"),
+                (("random", "-n", "x"), 2, "rykel random: --count:"),
+                (("struct", "set", "novalue"), 2, "rykel struct set:"),
+                (("help", "nosuch"), 2, "rykel help: no topic 'nosuch'"),
+                (("db", "new", db, "--field", "X:NOTATYPE"), 2, "rykel db new: expected ID:TYPE with a known type"),
+                (("db", "query", db, "ORT2", "x"), 2, "rykel db query: unknown field ORT2; fields: ORT"),
+                (("db", "show", nope), 1, "rykel db show: DB file '%s' does not exist" % nope),
+                (("render", "--db", nope, "-e", "x"), 1, "rykel render: DB file '%s' does not exist" % nope),
+                (("db", "set", db, "7", "ORT=x"), 1, "rykel db set: no entry 7"),
+                (("serialized", "check", nope), 1, "rykel serialized check: File not found: " + nope),
+            ]
+            for args, code, message in cases:
+                r = run(*args)
+                self.assertEqual(r.returncode, code, (args, r.stderr))
+                self.assertEqual(len(r.stderr.splitlines()), 1, (args, r.stderr))
+                self.assertTrue(r.stderr.startswith(message), (args, r.stderr))
+            for args in (("--help",), ("db", "query", "--help"), ("--version",)):
+                self.assertEqual(run(*args).returncode, 0, args)
+
+    @unittest.skipIf("ASAN_OPTIONS" in os.environ, "a sanitizer's shadow memory does not fit under the cap")
+    def test_out_of_memory_is_an_error_not_a_crash(self):
+        # Endless input under a memory cap: one message and exit 1, never an abort (exit 134).
+        def cap():
+            resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
+
+        for args in (("serialized", "check", "/dev/zero"), ("struct", "show", "/dev/zero")):
+            r = subprocess.run([CLI, *args], capture_output=True, text=True, preexec_fn=cap, timeout=120)
+            self.assertEqual(r.returncode, 1, (args, r.stderr))
+            self.assertEqual(len(r.stderr.splitlines()), 1, (args, r.stderr))
 
 
 if __name__ == "__main__":

@@ -135,7 +135,7 @@ class TestReport(unittest.TestCase):
             self.assertEqual(exported.rows, len(ids))
             r = run("db", "export", dbfile, "--format", "htm", "--out", out, "--filter", "STADT=x")
             self.assertNotEqual(r.returncode, 0)
-            self.assertIn("no field 'STADT'", r.stderr)
+            self.assertIn("unknown field STADT; fields: VORNAME,", r.stderr)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,212 @@
+"""A new user's first hour with the rykel program, end to end: the places where it used to go
+wrong quietly (a blank page with exit 0, one database's schema replacing another's, values stored
+as something else, adds lost to a parallel writer, an unknown field matching nothing, a value with
+blanks read as an operator). Each case expects what a user relying on real data would.
+
+Cases whose fix lands with other parts of the program are marked @needs_feature(probe): they run
+only when the probe sees the feature in the program's behaviour, and are skipped (with the probe's
+name) until then."""
+import fcntl
+import os
+import re
+import subprocess
+import tempfile
+import threading
+import unittest
+
+CLI = os.environ.get("RYKEL_CLI", "rykel")
+
+
+def run(*args, cwd=None, timeout=60):
+    return subprocess.run([CLI, *args], capture_output=True, text=True, cwd=cwd, timeout=timeout)
+
+
+def needs_feature(probe):
+    """Skips the test unless probe() sees the feature in the program's behaviour."""
+    try:
+        present = probe()
+    except (OSError, subprocess.SubprocessError):
+        present = False
+    return unittest.skipUnless(present, "feature not in this program yet: " + probe.__doc__)
+
+
+def render_reports_errors():
+    """render gains --quiet to silence the errors it prints"""
+    return "--quiet" in run("render", "--help").stdout
+
+
+def db_new_guards_headers():
+    """db new gains --force to replace an existing header"""
+    return "--force" in run("db", "new", "--help").stdout
+
+
+def db_writes_lock():
+    """db add waits for an exclusive lock on the database (or leaves a lock file beside it)"""
+    with tempfile.TemporaryDirectory() as d:
+        db = os.path.join(d, "probe.ry-dbb")
+        run("db", "new", db, "--field", "X:STRING")
+        before = set(os.listdir(d))
+        with open(db, "rb") as f:
+            fcntl.flock(f, fcntl.LOCK_EX)
+            try:
+                blocked = run("db", "add", db, "X=1", timeout=3).returncode != 0
+            except subprocess.TimeoutExpired:
+                blocked = True
+        return blocked or bool(set(os.listdir(d)) - before)
+
+
+class NewUser(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.addCleanup(self.dir.cleanup)
+
+    def path(self, name):
+        return os.path.join(self.dir.name, name)
+
+    def new_db(self, name, *fields):
+        db = self.path(name)
+        args = ["db", "new", db]
+        for f in fields:
+            args += ["--field", f]
+        r = run(*args)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        return db
+
+    def ids(self, db):
+        return [line.split("\t")[0] for line in run("db", "show", db).stdout.splitlines()]
+
+    @needs_feature(render_reports_errors)
+    def test_blank_page_says_why(self):
+        # A page cut short keeps its (empty) output but says where and why, and exits 1.
+        pages = {"commands.kel": "".join("{VAR x %d}\n" % i for i in range(101)),
+                 "quote.kel": '{VAR a "x}'}
+        places = {"commands.kel": ":101:1: ", "quote.kel": ":1:8: "}
+        for name, text in pages.items():
+            with open(self.path(name), "w") as f:
+                f.write(text)
+            r = run("render", self.path(name))
+            self.assertEqual(r.returncode, 1, name)
+            self.assertIn(name + places[name], r.stderr)
+            self.assertNotIn("<", r.stderr)  # plain text, no HTML
+            self.assertEqual(run("render", "--quiet", self.path(name)).stderr, "")
+
+    @needs_feature(db_new_guards_headers)
+    def test_two_databases_in_one_folder_keep_their_schemas(self):
+        a = self.new_db("a.ry-dbb", "NAME:STRING")
+        b = self.new_db("b.ry-dbb", "AGE:LONG")
+        self.assertIn("NAME\tSTRING", run("db", "info", a).stdout)
+        self.assertNotIn("AGE", run("db", "info", a).stdout)
+        self.assertIn("AGE\tLONG", run("db", "info", b).stdout)
+        # Creating a again would replace its schema: refused unless --force.
+        again = run("db", "new", a, "--field", "OTHER:DATE")
+        self.assertNotEqual(again.returncode, 0)
+        self.assertTrue(again.stderr)
+        self.assertIn("NAME\tSTRING", run("db", "info", a).stdout)
+        self.assertEqual(run("db", "new", a, "--field", "OTHER:DATE", "--force").returncode, 0)
+        self.assertIn("OTHER\tDATE", run("db", "info", a).stdout)
+        self.assertIn("AGE\tLONG", run("db", "info", b).stdout)
+
+    def test_values_must_fit_their_fields(self):
+        db = self.new_db("t.ry-dbb", "D:DATE", "N:DOUBLE", "L:LONG", "B:BOOL", "E:ENUM:k=Kiel,b=Bremen",
+                         "M:ENUMMULTI:a,b,c", "S:STRING")
+        refused = [("D=1999-02-30", "D: '1999-02-30' is not a DATE"), ("D=10:00", "is not a DATE"),
+                   ("N=abc", "N: 'abc' is not a DOUBLE"), ("L=12.7", "L: '12.7' is not a LONG"),
+                   ("B=maybe", "B: 'maybe' is not a BOOL"), ("E=zzz", "E: 'zzz' is not a member of the ENUM field"),
+                   ("M=a,x", "holds 'x', which is not a member")]
+        for value, message in refused:
+            r = run("db", "add", db, "S=kept?", value)
+            self.assertEqual(r.returncode, 2, value)
+            self.assertIn(message, r.stderr)
+        self.assertEqual(self.ids(db), [])  # a refused add stores nothing, not even the good values
+        accepted = ["D=1999-02-28", "D=1.2.2000 10:00", "N=1,5", "N=-2E3", "L=12", "L=", "B=nein", "B=JA",
+                    "E=k", "E=bremen", "M=a, c", "S=anything"]
+        for value in accepted:
+            self.assertEqual(run("db", "add", db, value).returncode, 0, value)
+        shown = run("db", "show", db).stdout
+        for expected in ("D=28.02.1999", "D=01.02.2000 10:00:00", "N=1.5", "N=-2000", "L=12", "B=Nein", "B=Ja",
+                         "E=Kiel", "E=Bremen", "M=a, c"):
+            self.assertIn("\t" + expected + "\t", shown)
+        # set checks as add does; --lenient hands the value to the library's own conversion.
+        r = run("db", "set", db, "1", "L=12.7")
+        self.assertEqual((r.returncode, r.stderr.count("\n")), (2, 1))
+        self.assertEqual(run("db", "set", db, "1", "L=12.7", "--lenient").returncode, 0)
+        self.assertIn("\tL=13\t", run("db", "show", db, "1").stdout)
+
+    @needs_feature(db_writes_lock)
+    def test_parallel_adds_keep_every_entry(self):
+        db = self.new_db("p.ry-dbb", "N:LONG")
+        printed, failures = [[], []], []
+
+        def writer(no):
+            for i in range(30):
+                r = run("db", "add", db, "N=%d" % (no * 100 + i))
+                if r.returncode != 0:
+                    failures.append(r.stderr)
+                printed[no].append(r.stdout.strip())
+
+        threads = [threading.Thread(target=writer, args=(no,)) for no in (0, 1)]
+        for t in threads:
+            t.start()
+        for t in threads:
+            t.join()
+        self.assertEqual(failures, [])
+        ids = self.ids(db)
+        self.assertEqual(len(ids), 60)
+        self.assertEqual(sorted(ids), sorted(printed[0] + printed[1]))  # every printed id kept, none twice
+        self.assertEqual(len(set(ids)), 60)
+
+    def test_unknown_field_is_named(self):
+        db = self.new_db("u.ry-dbb", "ORT:STRING", "PLZ:STRING")
+        run("db", "add", db, "ORT=Kiel")
+        out = self.path("x.htm")
+        for args in (("query", db, "ORT2", "Kiel"), ("filter", db, "ORT2=Kiel"), ("filter", db, "ORT=Kiel", "--sort", "ORT2"),
+                     ("sort", db, "ORT2"), ("sort", db, "&ORT2"), ("search", db, "Kiel", "--sort", "ORT2"),
+                     ("export", db, "--format", "htm", "--out", out, "--filter", "ORT2=Kiel"),
+                     ("export", db, "--format", "htm", "--out", out, "--sort", "ORT2"),
+                     ("add", db, "ORT2=x")):
+            r = run("db", *args)
+            self.assertEqual(r.returncode, 2, args)
+            self.assertRegex(r.stderr, r"^rykel db \w+: unknown field &?ORT2; fields: ORT, PLZ\n$")
+        self.assertFalse(os.path.exists(out))
+        self.assertEqual(run("db", "sort", db, "&ORT").stdout, "1\n")  # the display-text prefix is no field
+
+    def test_values_with_blanks_and_repeated_fields(self):
+        db = self.new_db("o.ry-dbb", "ORT:STRING")
+        for town in ("Frankfurt am Main", "Kiel", "Bremen", "frankfurt AM main", "IN Kiel", "Am Main"):
+            run("db", "add", db, "ORT=" + town)
+
+        def query(*args):
+            r = run("db", "query", db, "ORT", *args)
+            self.assertEqual(r.returncode, 0, r.stderr)
+            return r.stdout.split()
+
+        cases = [(("Frankfurt am Main",), ["1", "4"]),      # a plain value is compared whole, case-blind
+                 (("== Frankfurt am Main",), ["1"]),         # an operator reads as before
+                 (("$BEGINS fr",), ["1", "4"]),
+                 (("IN Kiel,Bremen",), ["2", "3"]),          # a value led by an operator word is a condition
+                 (("= IN Kiel",), ["5"]),                    # ... unless an operator comes first
+                 (("!Kiel",), ["1", "3", "4", "5", "6"]),
+                 (("=Frankfurt am Main",), ["1"]),           # glued operator characters stay the operator
+                 (("!=Frankfurt am Main",), ["2", "3", "4", "5", "6"]),
+                 (("$=frankfurt am main",), ["1", "4"]),
+                 (("Frankfurt am Main", "--condition"), []),  # raw: "Frankfurt" is read as the operator
+                 (("Am Main",), ["6"])]
+        for args, expected in cases:
+            self.assertEqual(query(*args), expected, args)
+        self.assertEqual(run("db", "filter", db, "ORT=Kiel", "ORT=Bremen", "--or").stdout.split(), ["2", "3"])
+        self.assertEqual(run("db", "filter", db, "ORT=Kiel", "ORT=Bremen").stdout, "")
+        self.assertEqual(run("db", "filter", db, "ORT=$BEGINS f", "ORT=$ENDS main").stdout.split(), ["1", "4"])
+        self.assertEqual(run("db", "filter", db, "ORT=Frankfurt am Main", "ORT=Kiel", "--or", "--sort", "ORT",
+                             "--rev").stdout.split(), ["2", "1", "4"])
+        out = self.path("o.htm")
+        r = run("db", "export", db, "--format", "htm", "--out", out, "--filter", "ORT=Kiel", "--filter", "ORT=Am Main", "--or")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        with open(out, encoding="cp1252") as f:
+            rows = re.findall(r"<td[^>]*>([^<]*)</td>", f.read())
+        self.assertIn("Kiel", rows)
+        self.assertIn("Am Main", rows)
+        self.assertNotIn("Bremen", rows)
+
+
+if __name__ == "__main__":
+    unittest.main()
