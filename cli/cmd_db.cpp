@@ -26,6 +26,14 @@ std::string hDirectory(const std::string& path) {
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
+// Settings of a database opened for a change: its lock is held from the open to the save, so
+// that concurrent commands take turns instead of overwriting each other's entries.
+StructurePtr hWriteSettings() {
+  auto settings = cls_Structure::New();
+  settings->ITEM_LET("LOCK", true);
+  return settings;
+}
+
 // Opens a database that must exist; prints the open message and exits 1 when it cannot.
 DBPtr hOpen(const std::string& path, bool write) {
   SetNotifier([](const Notification&) { return std::string("OK"); });  // the message is printed below
@@ -33,7 +41,7 @@ DBPtr hOpen(const std::string& path, bool write) {
   bool ok = db->DBOPENREADONLY(path, "", false);
   if (ok && write) {
     db->DBCLOSE();
-    ok = db->DBOPEN(path, "", false);
+    ok = db->DBOPEN(path, "", false, hWriteSettings());
   }
   if (!ok) {
     std::fprintf(stderr, "rykel db: %s\n", db->DBOPENERROR_GET().c_str());
@@ -55,7 +63,7 @@ void hAssign(cls_DB& db, const Variant& id, const std::vector<std::string>& assi
 
 void hSave(cls_DB& db) {
   if (db.ENTRYCHANGED_GET() && !db.DBSAVE()) {
-    std::fprintf(stderr, "rykel db: cannot save '%s'\n", db.DBFILE_GET().c_str());
+    std::fprintf(stderr, "rykel db: cannot save '%s': %s\n", db.DBFILE_GET().c_str(), db.DBSAVEERROR_GET().c_str());
     std::exit(1);
   }
 }
@@ -108,7 +116,9 @@ void AddDbCommands(CLI::App& app) {
   nw->add_option("DB", a.db, "database file (.ry-dbb: binary form, else structure form)")->required();
   nw->add_option("--field", a.fields, "ID:TYPE, TYPE one of LONG STRING DATE BOOL STRUCT ENUM ENUMNUMERIC DOUBLE "
                                       "REFERENCE REFERENCENUMERIC ENUMMULTI")->required();
-  nw->add_option("--header", a.header, "header file (default: info.header beside the database)");
+  nw->add_option("--header", a.header, "header file (default: the database's name with .header, beside it)");
+  static bool force = false;
+  nw->add_flag("--force", force, "replace an existing header or database file");
   nw->callback([] {
     SetNotifier([](const Notification&) { return std::string("OK"); });
     auto db = std::make_shared<cls_DB>();
@@ -119,12 +129,21 @@ void AddDbCommands(CLI::App& app) {
       if (id.empty() || type < 0) throw CLI::ValidationError("--field", "expected ID:TYPE with a known type: " + fieldDef);
       db->FIELDCREATE(id, type);
     }
-    std::string header = a.header.empty() ? hDirectory(a.db) + "info.header" : a.header;
+    // Each database gets its own header, X.ry-dbb -> X.header; the database file records the name.
+    std::string base = a.db.substr(hDirectory(a.db).size());
+    if (size_t dot = base.rfind('.'); dot != std::string::npos && dot > 0) base.resize(dot);
+    std::string header = a.header.empty() ? hDirectory(a.db) + base + ".header" : a.header;
+    for (const auto& existing : {header, a.db})
+      if (!force && ::access(existing.c_str(), F_OK) == 0) {
+        std::fprintf(stderr, "rykel db: '%s' exists already; --force replaces it\n", existing.c_str());
+        std::exit(1);
+      }
     if (!db->HEADERSAVE(header)) throw CLI::RuntimeError("cannot write the header " + header, 1);
-    if (!db->DBOPEN(a.db, header, false)) {
+    if (!db->DBOPEN(a.db, header, false, hWriteSettings())) {
       std::fprintf(stderr, "rykel db: %s\n", db->DBOPENERROR_GET().c_str());
       std::exit(1);
     }
+    if (force) db->ENTRYCLEAR();  // a new database: entries of a replaced file do not carry over
     db->ENTRYCHANGED_LET(true);
     hSave(*db);
     std::printf("%s\n", a.db.c_str());
@@ -234,7 +253,7 @@ void AddDbCommands(CLI::App& app) {
   conv->callback([] {
     auto db = hOpen(a.db, false);
     auto out = std::make_shared<cls_DB>();
-    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false)) {
+    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false, hWriteSettings())) {
       std::fprintf(stderr, "rykel db: %s\n", out->DBOPENERROR_GET().c_str());
       std::exit(1);
     }
