@@ -85,10 +85,12 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   // ---- files ---------------------------------------------------------------------------------
   // Opens database file pDBFile with header file pHeaderFile (either may be ""). Settings may
   // hold "READONLY"; "LOCK" true holds the database file's exclusive lock (see DBSAVE) from here
-  // until DBCLOSE/DBCLEAR, so that no cooperating writer changes the file in between; "LOCK.WAIT"
+  // until DBCLOSE/DBCLEAR, so that no cooperating writer changes the file in between; "LOCKWAIT"
   // is how many seconds a lock is waited for (default 30). A folder, FIFO or device is refused
   // ("DB file 'f' is not a regular file"); a binary file that holds one id twice is invalid.
-  // Opening the open file again is true and reloads nothing. On failure reports "Database error"
+  // Opening the open file again is true and reloads nothing; when another database is open, it is
+  // closed first, and when its changes cannot be saved the open fails ("The open database 'f'
+  // could not be saved: ...") and leaves it open with its changes. On failure reports "Database error"
   // through the notifier, raises when pRaiseErrors, and returns false.
   bool DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false,
               const StructurePtr& pSettings = nullptr);

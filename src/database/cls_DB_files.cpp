@@ -162,10 +162,9 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
     // a folder would open as an empty database).
     if (!H.empty()) fileio::RequireRegularFile(H, "Header");
     if (!D.empty()) fileio::RequireRegularFile(D, "DB file");
-    if (!readOnly && !D.empty() && pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("LOCK", false))) {
-      lockWait_ = CDbl(pSettings->ITEM_GET("LOCK.WAIT", 30.0));
+    lockWait_ = pSettings ? CDbl(pSettings->ITEM_GET("LOCKWAIT", 30.0)) : 30.0;
+    if (!readOnly && !D.empty() && pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("LOCK", false)))
       lock_.Acquire(D, lockWait_);
-    }
   } catch (const Error& e) {
     hOpenFail(e.number, e.description);
   }
@@ -260,7 +259,12 @@ bool cls_DB::DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile, 
   return Guard(kClass, "DBOPEN", [&] {
     if (opened_) {
       if (pDBFile == dbFile_) return true;
-      DBCLOSE();
+      // Changes that cannot be saved keep the database open: opening another would drop them.
+      if (!DBCLOSE() && opened_) {
+        openError_ = "The open database '" + dbFile_ + "' could not be saved: " + saveError_;
+        if (pRaiseErrors) Raise(err::kPathFileAccess, openError_);
+        return false;
+      }
     }
     openError_.clear();
     try {
