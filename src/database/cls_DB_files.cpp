@@ -140,6 +140,8 @@ bool cls_DB::hLocateHeader(const std::string& pName, std::string& rPath) {
       if (headerLocations_->EXISTS_GET(i)) dirs.push_back(CStr(headerLocations_->ITEM_GET(i)));
   }
   dirs.push_back(hDirectory(dbFile_));
+  // a database reached through a link also finds the header beside the file the link points at
+  if (std::string target = fileio::WriteTarget(dbFile_); target != dbFile_) dirs.push_back(hDirectory(target));
   for (std::string d : dirs) {
     if (!d.empty() && d.back() != '/') d += '/';
     std::string candidate = d + name;
