@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "frame/Error.h"
+#include "frame/Text.h"
 #include "frame/mdl_Limits.h"
 
 namespace rykel::fileio {
@@ -353,7 +354,13 @@ void WriteFileAtomicStream(const std::string& pFile, const StreamWriter& pWrite)
 
 void WriteFileAtomicByName(const std::string& pFile, const std::function<void(const std::string& pTemp)>& pWrite) {
   TempFile temp(pFile);
-  pWrite(temp.Path());
+  try {
+    pWrite(temp.Path());
+  } catch (Error& e) {
+    // the writer's message names the file the user asked for, not the temporary one
+    e.description = text::Replace(e.description, temp.Path(), pFile);
+    throw;
+  }
   temp.Commit();
 }
 

@@ -137,6 +137,17 @@ class DbFilesTest(unittest.TestCase):
         with open(db, "rb") as f:
             self.assertEqual(f.read(), before)
         self.assertEqual(sorted(os.listdir(small)), ["f.header", "f.ry-dbb", "f.ry-dbb.lock"])
+        big = self.new("big.ry-dbb", "NAME:STRING", "ORT:STRING")
+        self.assertEqual(run("db", "fill", big, "-n", "10000").returncode, 0)
+        st = os.statvfs(small)  # leave 16 KB free: less than any of the exports needs
+        with open(os.path.join(small, "filler"), "wb") as f:
+            f.write(b"x" * (st.f_bavail * st.f_frsize - 16384))
+        for fmt in ("xlsx", "htm", "pdf"):
+            r = run("db", "export", big, "--format", fmt, "--out", os.path.join(small, "o." + fmt))
+            self.assertEqual(r.returncode, 1, fmt)
+            self.assertIn("Disk full: ", r.stderr)
+            self.assertIn("'%s'" % os.path.join(small, "o." + fmt), r.stderr)
+        self.assertEqual(len(os.listdir(small)), 4)
 
 
 if __name__ == "__main__":
