@@ -187,6 +187,7 @@ bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList
       target->headerFile_ = header;
       target->cacheFile_ = file + ".cache";
       target->opened_ = true;
+      target->stamp_ = fileio::StampOf(file);  // an export replaces whatever the file holds
     } else {
       for (int32_t i = 1; i <= FIELDS(); ++i) {
         auto f = FIELD(i);

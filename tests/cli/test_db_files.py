@@ -117,6 +117,11 @@ class DbFilesTest(unittest.TestCase):
             self.assertIn("Folder '%s' does not exist" % self.path("nodir"), r.stderr)
             self.assertNotIn("permissions", r.stderr)
         self.assertFalse(os.path.exists(self.path("nodir")))
+        run("db", "add", db, "NAME=Anna")
+        for _ in range(2):  # an export replaces the database file it writes, without deleting it first
+            r = run("db", "export", db, "--format", "db", "--out", self.path("copy.ry-dbb"))
+            self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual(run("db", "show", self.path("copy.ry-dbb")).stdout, "1\tNAME=Anna\n")
 
     @unittest.skipUnless(os.geteuid() == 0, "mounting a small file system needs root")
     def test_a_full_disk_says_so(self):
