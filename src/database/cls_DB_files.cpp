@@ -189,6 +189,11 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
   auto locateAndLoad = [&](const std::string& name) {
     std::string path;
     if (!hLocateHeader(name, path)) hOpenFail(err::kFileNotFound, "Header '" + path + "' could not be located!");
+    try {
+      fileio::RequireRegularFile(path, "Header");
+    } catch (const Error& e) {
+      hOpenFail(e.number, e.description);
+    }
     headerFile_ = path;
     if (!HEADERLOAD(path)) hOpenFail(err::kInvalidData, "Header file ('" + path + "') invalid!");
   };

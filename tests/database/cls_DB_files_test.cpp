@@ -154,6 +154,11 @@ TEST(DBFiles, FoldersFifosAndDevicesAreNotDatabases) {
   cls_DB db;
   EXPECT_FALSE(db.DBOPEN(dir / "p.ry-dbb", dir / "fifo.ry-dbb"));
   EXPECT_EQ(db.DBOPENERROR_GET(), "Header '" + (dir / "fifo.ry-dbb") + "' is not a regular file");
+  // a header found by the name the database file records
+  fs::rename(dir / "info.header", dir / "saved.header");
+  ASSERT_EQ(::mkfifo((dir / "info.header").c_str(), 0600), 0);
+  EXPECT_FALSE(db.DBOPEN(dir / "p.ry-dbb"));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "Header '" + (dir / "info.header") + "' is not a regular file");
   EXPECT_TRUE(fs::is_fifo(dir / "fifo.ry-dbb"));
 }
 
