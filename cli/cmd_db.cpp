@@ -32,6 +32,14 @@ std::string hDirectory(const std::string& path) {
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
+// Settings of a database opened for a change: its lock is held from the open to the save, so
+// that concurrent commands take turns instead of overwriting each other's entries.
+StructurePtr hWriteSettings() {
+  auto settings = cls_Structure::New();
+  settings->ITEM_LET("LOCK", true);
+  return settings;
+}
+
 // Applies FIELD=VALUE assignments to one entry. An unknown field, and (unless pLenient) a value
 // that does not fit its field's type, is a usage error; every assignment is checked before the
 // first is applied. Checked values are stored as FitValue writes them (choices by key).
@@ -49,7 +57,7 @@ void hAssign(cls_DB& db, const Variant& id, const std::vector<std::string>& assi
 
 void hSave(cls_DB& db) {
   if (db.ENTRYCHANGED_GET() && !db.DBSAVE()) {
-    Fail(kExitError, "cannot save '" + db.DBFILE_GET() + "'");
+    Fail(kExitError, "cannot save '" + db.DBFILE_GET() + "': " + db.DBSAVEERROR_GET());
   }
 }
 
@@ -101,7 +109,7 @@ DBPtr OpenDatabase(const std::string& pPath, bool pWrite) {
   bool ok = db->DBOPENREADONLY(pPath, "", false);
   if (ok && pWrite) {
     db->DBCLOSE();
-    ok = db->DBOPEN(pPath, "", false);
+    ok = db->DBOPEN(pPath, "", false, hWriteSettings());
   }
   if (!ok) Fail(kExitError, db->DBOPENERROR_GET());
   return db;
@@ -117,7 +125,9 @@ void AddDbCommands(CLI::App& app) {
   nw->add_option("--field", a.fields, "ID:TYPE[:MEMBERS], TYPE one of LONG STRING DATE BOOL STRUCT ENUM ENUMNUMERIC "
                                       "DOUBLE REFERENCE REFERENCENUMERIC ENUMMULTI; a choice type's members "
                                       "as 'a,b' or 'key=text,...'")->required();
-  nw->add_option("--header", a.header, "header file (default: info.header beside the database)");
+  nw->add_option("--header", a.header, "header file (default: the database's name with .header, beside it)");
+  static bool force = false;
+  nw->add_flag("--force", force, "replace an existing header or database file");
   nw->callback([] {
     SetNotifier([](const Notification&) { return std::string("OK"); });
     auto db = std::make_shared<cls_DB>();
@@ -133,9 +143,15 @@ void AddDbCommands(CLI::App& app) {
       auto field = db->FIELDCREATE(id, type);
       if (members != std::string::npos) field->MEMBERS = fieldDef.substr(members + 1);
     }
-    std::string header = a.header.empty() ? hDirectory(a.db) + "info.header" : a.header;
+    // Each database gets its own header, X.ry-dbb -> X.header; the database file records the name.
+    std::string base = a.db.substr(hDirectory(a.db).size());
+    if (size_t dot = base.rfind('.'); dot != std::string::npos && dot > 0) base.resize(dot);
+    std::string header = a.header.empty() ? hDirectory(a.db) + base + ".header" : a.header;
+    for (const auto& existing : {header, a.db})
+      if (!force && ::access(existing.c_str(), F_OK) == 0) Fail(kExitError, "'" + existing + "' exists already; --force replaces it");
     if (!db->HEADERSAVE(header)) Fail(kExitError, "cannot write the header " + header);
-    if (!db->DBOPEN(a.db, header, false)) Fail(kExitError, db->DBOPENERROR_GET());
+    if (!db->DBOPEN(a.db, header, false, hWriteSettings())) Fail(kExitError, db->DBOPENERROR_GET());
+    if (force) db->ENTRYCLEAR();  // a new database: entries of a replaced file do not carry over
     db->ENTRYCHANGED_LET(true);
     hSave(*db);
     std::printf("%s\n", a.db.c_str());
@@ -246,7 +262,7 @@ void AddDbCommands(CLI::App& app) {
     auto db = OpenDatabase(a.db);
     auto out = std::make_shared<cls_DB>();
     SetNotifier([](const Notification&) { return std::string("OK"); });
-    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false)) Fail(kExitError, out->DBOPENERROR_GET());
+    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false, hWriteSettings())) Fail(kExitError, out->DBOPENERROR_GET());
     out->DBCOPY(db);
     out->ENTRYCHANGED_LET(true);
     hSave(*out);

@@ -37,8 +37,9 @@ constexpr HelpTopic kTopics[] = {
      "  rykel struct show FILE          rykel tree OPERATION ...          rykel serialized check FILE\n"
      "See docs/API.md (Structures) and docs/FORMATS.md.\n"},
     {"db", "Databases",
-     "A database is a header file (the fields, default name info.header) and a database file with the\n"
-     "entries: binary when the name ends in .ry-dbb, else the structure form.\n"
+     "A database is a header file (the fields; db new people.ry-dbb writes people.header) and a\n"
+     "database file with the entries: binary when the name ends in .ry-dbb, else the structure form.\n"
+     "Commands that change a database lock it (people.ry-dbb.lock), so parallel runs take turns.\n"
      "  rykel db new people.ry-dbb --field VORNAME:STRING --field PLZ:STRING\n"
      "  rykel db add people.ry-dbb VORNAME=Anna PLZ=01067\n"
      "Values must fit their field's type (a real date, a number, a whole number, a yes/no word, a\n"

@@ -28,11 +28,4 @@ StructurePtr hStructureFromScript(std::string_view pText);
 // An independent deep copy.
 StructurePtr hStructureCopy(const StructurePtr& pStructure);
 
-// Writes a file through a temporary file beside it: pWrite fills the open temporary file, which
-// is then flushed to disk and renamed over pFile. On any failure the temporary file is removed,
-// pFile is left as it was, and the error is raised.
-void hWriteFileAtomic(const std::string& pFile, const std::function<void(std::FILE*)>& pWrite);
-// The whole file, through fileio::ReadFile (bounded, and confined within a confinement scope).
-std::string hReadFile(const std::string& pFile);
-
 }  // namespace rykel

@@ -33,6 +33,7 @@
 #include "database/cls_DBField.h"
 #include "database/cls_DBIndex.h"
 #include "database/cls_DBView.h"
+#include "frame/FileIO.h"
 #include "frame/Object.h"
 #include "frame/Variant.h"
 #include "structure/cls_Structure.h"
@@ -83,8 +84,14 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
 
   // ---- files ---------------------------------------------------------------------------------
   // Opens database file pDBFile with header file pHeaderFile (either may be ""). Settings may
-  // hold "READONLY". Opening the open file again is true and reloads nothing. On failure reports
-  // "Database error" through the notifier, raises when pRaiseErrors, and returns false.
+  // hold "READONLY"; "LOCK" true holds the database file's exclusive lock (see DBSAVE) from here
+  // until DBCLOSE/DBCLEAR, so that no cooperating writer changes the file in between; "LOCKWAIT"
+  // is how many seconds a lock is waited for (default 30). A folder, FIFO or device is refused
+  // ("DB file 'f' is not a regular file"); a binary file that holds one id twice is invalid.
+  // Opening the open file again is true and reloads nothing; when another database is open, it is
+  // closed first, and when its changes cannot be saved the open fails ("The open database 'f'
+  // could not be saved: ...") and leaves it open with its changes. On failure reports "Database error"
+  // through the notifier, raises when pRaiseErrors, and returns false.
   bool DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false,
               const StructurePtr& pSettings = nullptr);
   bool DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false);
@@ -93,8 +100,14 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   // Saves when changed (unless read-only), then DBCLEAR. False when nothing was open or the save failed.
   bool DBCLOSE();
   // Writes the database file when open, changed and not read-only. True only when written;
-  // a failed write leaves the old file whole and ENTRYCHANGED set.
-  bool DBSAVE();
+  // a failed write leaves the old file whole and ENTRYCHANGED set, and DBSAVEERROR_GET says why.
+  // The write holds the file's exclusive lock ("<file>.lock" beside it, shared by every writer of
+  // this library and the rykel program) and replaces the file atomically. It refuses to overwrite
+  // a file that changed on disk since it was opened or last saved (another writer got there
+  // first: "'f' changed on disk since it was opened or last saved"), unless pForce.
+  bool DBSAVE(bool pForce = false);
+  // Why the last DBSAVE failed ("" after a success).
+  std::string DBSAVEERROR_GET() const { return saveError_; }
   // An empty, closed database: members reset, no fields, one view ("DEFAULT", "Standard"), no entries.
   bool DBCLEAR();
   // "INFO.VERSION" 1, "INFO.HEADER" header file name, "INFO.TIMESTAMP" now, "ENTRIES".
@@ -335,8 +348,9 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   void hWriteBinary(const std::string& pFile);
   // Reads the binary form without touching the database. Raises on any flaw.
   void hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows);
-  // Replaces the entries by the rows (a later row wins over an earlier one with the same id).
-  void hInstallRows(std::vector<DBRow>& rRows);
+  // Replaces the entries by the rows (a later row wins over an earlier one with the same id, or,
+  // with pRejectDuplicates, raises kInvalidData naming the id).
+  void hInstallRows(std::vector<DBRow>& rRows, bool pRejectDuplicates = false);
   // The same for the rows of the structure form; false (the table then half filled) when two rows
   // name one id.
   bool hInstallStructureRows(std::vector<DBStructureFile::Row>& rRows);
@@ -348,7 +362,10 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   StructurePtr headerLocations_;
   bool entryChanged_ = false, opened_ = false, readOnly_ = false, fieldsChanged_ = false;
   int32_t version_ = 7;
-  std::string dbFile_, headerFile_, cacheFile_, openError_, checkReport_;
+  std::string dbFile_, headerFile_, cacheFile_, openError_, checkReport_, saveError_;
+  fileio::FileLock lock_;     // held from DBOPEN to DBCLEAR with the setting "LOCK"
+  fileio::FileStamp stamp_;   // the database file as last read or written
+  double lockWait_ = 30;
 
   std::vector<DBFieldPtr> fields_;
   // Per field: the ID the lookup key was made from, and the key (upper case, "_" as ".").

@@ -109,6 +109,9 @@ bool cls_DB::DBCLEAR() {
     headerFile_.clear();
     cacheFile_.clear();
     readOnly_ = false;
+    lock_.Release();
+    stamp_ = {};
+    saveError_.clear();
     fields_.clear();
     hRebuildFieldMap();
     views_.clear();
@@ -137,6 +140,8 @@ bool cls_DB::hLocateHeader(const std::string& pName, std::string& rPath) {
       if (headerLocations_->EXISTS_GET(i)) dirs.push_back(CStr(headerLocations_->ITEM_GET(i)));
   }
   dirs.push_back(hDirectory(dbFile_));
+  // a database reached through a link also finds the header beside the file the link points at
+  if (std::string target = fileio::WriteTarget(dbFile_); target != dbFile_) dirs.push_back(hDirectory(target));
   for (std::string d : dirs) {
     if (!d.empty() && d.back() != '/') d += '/';
     std::string candidate = d + name;
@@ -154,6 +159,17 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
   const std::string& H = pHeaderFile;
   bool readOnly = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("READONLY", false));
   bool isNew = false, reindex = false;
+  try {
+    // A folder, FIFO or device is never taken for a database (reading a FIFO would wait for ever,
+    // a folder would open as an empty database).
+    if (!H.empty()) fileio::RequireRegularFile(H, "Header");
+    if (!D.empty()) fileio::RequireRegularFile(D, "DB file");
+    lockWait_ = pSettings ? CDbl(pSettings->ITEM_GET("LOCKWAIT", 30.0)) : 30.0;
+    if (!readOnly && !D.empty() && pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("LOCK", false)))
+      lock_.Acquire(D, lockWait_);
+  } catch (const Error& e) {
+    hOpenFail(e.number, e.description);
+  }
   if (!H.empty() && !mdl_FileTools::FILEEXISTS(H)) hOpenFail(err::kFileNotFound, "Header '" + H + "' does not exist");
   if (!D.empty() && !mdl_FileTools::FILEEXISTS(D)) {
     if (readOnly) hOpenFail(err::kFileNotFound, "DB file '" + D + "' does not exist (Read-only)");
@@ -173,6 +189,11 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
   auto locateAndLoad = [&](const std::string& name) {
     std::string path;
     if (!hLocateHeader(name, path)) hOpenFail(err::kFileNotFound, "Header '" + path + "' could not be located!");
+    try {
+      fileio::RequireRegularFile(path, "Header");
+    } catch (const Error& e) {
+      hOpenFail(e.number, e.description);
+    }
     headerFile_ = path;
     if (!HEADERLOAD(path)) hOpenFail(err::kInvalidData, "Header file ('" + path + "') invalid!");
   };
@@ -183,6 +204,7 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
     struct stat st {};
     if (::stat(dbFile_.c_str(), &st) != 0) hOpenFail(err::kFileNotFound, "DB file '" + D + "' does not exist");
     bool empty = st.st_size == 0;
+    stamp_ = fileio::StampOf(dbFile_);
     try {
       mdl_Limits::CheckInputSize(static_cast<uint64_t>(st.st_size), "DB file '" + D + "'");
     } catch (const Error& e) {
@@ -204,7 +226,11 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
       }
       // The header first: it decides whether ids are numbers or texts.
       if (!headerGiven) locateAndLoad(headerName);
-      hInstallRows(rows);
+      try {
+        hInstallRows(rows, true);
+      } catch (const Error& e) {
+        hOpenFail(err::kInvalidData, "DB entry file ('" + dbFile_ + "') invalid! " + e.description);
+      }
     } else {
       // Entry by entry where the file is in the plain form; else through the whole structure.
       std::string text, headerName;
@@ -213,7 +239,7 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
       StructurePtr loaded;
       if (!empty) {
         try {
-          text = fileio::ReadFile(dbFile_);
+          text = fileio::ReadRegularFile(dbFile_, &stamp_);
           streamed = DBStructureFile::Read(text, headerName, rows);
           if (!streamed) loaded = hStructureFromScript(text);
         } catch (const Error& e) {
@@ -229,6 +255,7 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
     }
   }
   if (isNew || reindex) ENTRYREINDEX();
+  if (isNew) stamp_ = fileio::StampOf(dbFile_);
   opened_ = true;
   entryChanged_ = false;
   return true;
@@ -239,7 +266,12 @@ bool cls_DB::DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile, 
   return Guard(kClass, "DBOPEN", [&] {
     if (opened_) {
       if (pDBFile == dbFile_) return true;
-      DBCLOSE();
+      // Changes that cannot be saved keep the database open: opening another would drop them.
+      if (!DBCLOSE() && opened_) {
+        openError_ = "The open database '" + dbFile_ + "' could not be saved: " + saveError_;
+        if (pRaiseErrors) Raise(err::kPathFileAccess, openError_);
+        return false;
+      }
     }
     openError_.clear();
     try {
@@ -271,14 +303,24 @@ bool cls_DB::DBCLOSE() {
   });
 }
 
-bool cls_DB::DBSAVE() {
+bool cls_DB::DBSAVE(bool pForce) {
   return Guard(kClass, "DBSAVE", [&] {
     if (!opened_ || !entryChanged_ || readOnly_ || dbFile_.empty()) return false;
+    saveError_.clear();
     try {
+      // Read-modify-write under the lock: the lock held since DBOPEN, or one for this write.
+      fileio::FileLock writeLock;
+      if (!lock_.Held()) writeLock.Acquire(dbFile_, lockWait_);
+      fileio::FileStamp now = fileio::StampOf(dbFile_);
+      if (!pForce && now.Exists() && now != stamp_)
+        Raise(err::kPathFileAccess, "'" + dbFile_ + "' changed on disk since it was opened or last saved; not "
+                                    "overwritten (open it again, or force the save)");
       if (hIsBinaryName(dbFile_)) hWriteBinary(dbFile_);
       else if (!DBStructureFile::Write(dbFile_, hFileName(headerFile_), entries_.Entries(), entries_.Numeric()))
         hStructureFileSave(DBSTRUCTURE_GET(), dbFile_);
+      stamp_ = fileio::StampOf(dbFile_);  // still under the lock: this is what was written
     } catch (const Error& e) {
+      saveError_ = e.description;
       Notify({"Database error", "The database could not be saved:\r\nDatabase: " + dbFile_ + "\r\nError: " + e.description,
               "OK", "Critical"});
       return false;
@@ -293,9 +335,10 @@ bool cls_DB::DBSAVE() {
 void cls_DB::hWriteBinary(const std::string& pFile) {
   const auto& all = entries_.Entries();
   bool numeric = entries_.Numeric();
-  hWriteFileAtomic(pFile, [&](std::FILE* f) {
+  fileio::WriteFileAtomicStream(pFile, [&](std::FILE* f) {
     ValueWriter w;
     auto flush = [&] {
+      // a failed write is raised by the atomic writer, with the system's reason
       if (!w.Data().empty() && std::fwrite(w.Data().data(), 1, w.Data().size(), f) != w.Data().size())
         Raise(err::kFileIO, "cannot write '" + pFile + "'");
       w.Clear();
@@ -319,7 +362,7 @@ void cls_DB::hWriteBinary(const std::string& pFile) {
 }
 
 void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows) {
-  std::string data = hReadFile(pFile);
+  std::string data = fileio::ReadRegularFile(pFile);
   ValueReader r(data);
   if (r.ReadStringView() != kSignature) Raise(err::kInvalidData, "not a binary database file");
   int32_t format = CLng(r.Read());
@@ -340,12 +383,19 @@ void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName, std
   if (r.ReadStringView() != "EOF") Raise(err::kInvalidData, "end mark missing");
 }
 
-void cls_DB::hInstallRows(std::vector<DBRow>& rRows) {
+void cls_DB::hInstallRows(std::vector<DBRow>& rRows, bool pRejectDuplicates) {
   entries_.Clear();
   for (auto& idx : indexes_) idx.reset();
   entries_.Reserve(rRows.size());
-  for (auto& row : rRows) {
+  for (size_t i = 0; i < rRows.size(); ++i) {
+    DBRow& row = rRows[i];
     Variant norm = entries_.NormalizeId(row.id);
+    if (pRejectDuplicates && entries_.Find(norm)) {
+      size_t first = 0;
+      while (first < i && CStr(entries_.NormalizeId(rRows[first].id)) != CStr(norm)) ++first;
+      Raise(err::kInvalidData, "The id " + CStr(norm) + " appears twice (records " + std::to_string(first + 1) +
+                                   " and " + std::to_string(i + 1) + ").");
+    }
     if (entries_.Find(norm)) entries_.Put(norm, std::move(row.data));
     else entries_.Append(std::move(norm), std::move(row.data));
   }

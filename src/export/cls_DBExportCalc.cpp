@@ -53,6 +53,7 @@
 #include "export/OfficeProcess.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #endif
 
 namespace rykel {
@@ -492,21 +493,15 @@ void cls_DBExportCalc::Impl::hStore() {
       props.push_back(hProp("EncryptionData", Any(hSeq(enc))));
     }
   }
-  // Stored beside the target and renamed over it, so a failed save leaves the old file alone.
-  std::string temp = file + ".rykel-tmp";
-  try {
-    Reference<css::frame::XStorable>(doc, UNO_QUERY_THROW)->storeToURL(hU(OfficeProcess::hFileUrl(temp)), hSeq(props));
-  } catch (const css::uno::Exception& e) {
-    std::error_code ec;
-    std::filesystem::remove(temp, ec);
-    Raise(err::kFileIO, "cannot store '" + file + "': " + hS(e.Message));
-  }
-  std::error_code ec;
-  std::filesystem::rename(temp, file, ec);
-  if (ec) {
-    std::filesystem::remove(temp, ec);
-    Raise(err::kFileIO, "cannot write '" + file + "'");
-  }
+  // Stored in the atomic writer's temporary file and renamed over the target, so a failed save
+  // leaves the old file alone.
+  fileio::WriteFileAtomicByName(file, [&](const std::string& pTemp) {
+    try {
+      Reference<css::frame::XStorable>(doc, UNO_QUERY_THROW)->storeToURL(hU(OfficeProcess::hFileUrl(pTemp)), hSeq(props));
+    } catch (const css::uno::Exception& e) {
+      Raise(err::kFileIO, "cannot store '" + file + "': " + hS(e.Message));
+    }
+  });
 }
 
 void cls_DBExportCalc::Impl::hClose() {

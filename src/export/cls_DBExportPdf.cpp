@@ -13,6 +13,7 @@
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
 
@@ -118,7 +119,7 @@ void cls_DBExportPdf::END() {
   if (font.empty()) font = "Arial";
   const double fontSize = std::max(1.0, num("FONT.SIZE", 8));
 
-  hWriteFileAtomic(file_, [&](std::FILE* f) {
+  fileio::WriteFileAtomicStream(file_, [&](std::FILE* f) {
     cairo_surface_t* surface = cairo_pdf_surface_create_for_stream(hWriteStream, f, pageW, pageH);
     cairo_t* cr = cairo_create(surface);
     PangoLayout* layout = pango_cairo_create_layout(cr);

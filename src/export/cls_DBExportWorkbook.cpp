@@ -3,6 +3,8 @@
 #include <xlsxwriter.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <cmath>
 #include <set>
 
@@ -251,7 +253,12 @@ void cls_DBExportWorkbook::END() {
   }
   lxw_workbook* wb = wb_;
   wb_ = nullptr;
-  hCheck(workbook_close(wb), "cannot write the workbook '" + file_ + "'");
+  errno = 0;
+  lxw_error e = workbook_close(wb);
+  // The writer's own texts blame permissions for every failed file write; a full disk says so.
+  if (e != LXW_NO_ERROR && (errno == ENOSPC || errno == EDQUOT))
+    Raise(err::kDiskFull, "Disk full: cannot write the workbook '" + file_ + "': " + std::strerror(errno));
+  hCheck(e, "cannot write the workbook '" + file_ + "'");
 }
 
 }  // namespace rykel

@@ -11,6 +11,7 @@
 #include "export/cls_DBExportWorkbook.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
@@ -73,22 +74,23 @@ bool cls_DB::EXPORTFILE(const Variant& pView, const std::string& pFile, const st
     std::filesystem::path batchPath(pFile);
     std::string base = batchPath.stem().string();
     if (batch) {
-      std::filesystem::path data = batchPath.parent_path() / "Data";
+      // The "Data" folder is made beside the batch file; the batch file's own folder must exist.
+      std::filesystem::path folder = batchPath.parent_path(), data = folder / "Data";
       std::error_code ec;
-      std::filesystem::create_directories(data, ec);
-      if (ec) Raise(err::kPathNotFound, "cannot create the folder '" + data.string() + "'");
+      if (!folder.empty() && !std::filesystem::is_directory(folder, ec))
+        Raise(err::kPathNotFound, "Folder '" + folder.string() + "' does not exist (cannot write '" + pFile + "')");
+      std::filesystem::create_directory(data, ec);
+      if (ec) Raise(err::kPathNotFound, "cannot create the folder '" + data.string() + "': " + ec.message());
       table = (data / (base + ".htm")).string();
     }
-    hWriteFileAtomic(table, [&](std::FILE* f) {
+    fileio::WriteFileAtomicStream(table, [&](std::FILE* f) {
       cls_DBExportHtml html(f);
       walk.WALK({&html});
     });
     if (batch) {
       DEBUGTRACK_LET("EXPORTFILE-2");
       std::string lines = "@ECHO OFF\r\nCD Data\r\nSTART excel \"" + base + ".htm\"\r\n";
-      hWriteFileAtomic(pFile, [&](std::FILE* f) {
-        if (std::fwrite(lines.data(), 1, lines.size(), f) != lines.size()) Raise(err::kFileIO, "cannot write '" + pFile + "'");
-      });
+      fileio::WriteFileAtomic(pFile, lines);
     }
     hShowInfo(pSettings, pFile, walk.TABLE().rows);
     return true;
@@ -129,8 +131,11 @@ bool cls_DB::EXPORTEXCEL(const Variant& pView, const std::string& pFile, const I
     }
     bool constant = hSetting(pSettings, "CONSTANTMEMORY") || table.rows >= kConstantMemoryRows;
     DEBUGTRACK_LET("EXPORTEXCEL-2");
-    cls_DBExportWorkbook book(pFile, constant, split, std::move(values));
-    walk.WALK({&book});
+    // The workbook writer opens the file by name: it writes the temporary file of the atomic writer.
+    fileio::WriteFileAtomicByName(pFile, [&](const std::string& pTemp) {
+      cls_DBExportWorkbook book(pTemp, constant, split, std::move(values));
+      walk.WALK({&book});
+    });
     hShowInfo(pSettings, pFile, table.rows);
     return true;
   });
@@ -176,9 +181,13 @@ bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList
       target->HEADERSTRUCTURE_LET(HEADERSTRUCTURE_GET());
       std::string header = file + ".header";
       if (!target->HEADERSAVE(header)) Raise(err::kFileIO, "cannot write '" + header + "'");
-      std::error_code ec;
-      std::filesystem::remove(file, ec);
-      if (!target->DBOPEN(file, header, true)) return false;
+      // A fresh database that replaces the file when saved (the old file stays until then).
+      fileio::RequireRegularFile(file, "DB file");
+      target->dbFile_ = file;
+      target->headerFile_ = header;
+      target->cacheFile_ = file + ".cache";
+      target->opened_ = true;
+      target->stamp_ = fileio::StampOf(file);  // an export replaces whatever the file holds
     } else {
       for (int32_t i = 1; i <= FIELDS(); ++i) {
         auto f = FIELD(i);

@@ -1,21 +1,30 @@
 #include "frame/FileIO.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <mutex>
+#include <thread>
 
 #include "frame/Error.h"
+#include "frame/Text.h"
 #include "frame/mdl_Confine.h"
 #include "frame/mdl_Limits.h"
 
 namespace rykel::fileio {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 WriteHook& hHook() {
   static WriteHook hook;
@@ -31,7 +40,7 @@ WriteHook& hHook() {
     case EPERM:
     case EROFS: Raise(err::kPermissionDenied, text);
     case ENOSPC:
-    case EDQUOT: Raise(err::kDiskFull, text);
+    case EDQUOT: Raise(err::kDiskFull, "Disk full: " + text);
     case EISDIR:
     case ENOTDIR: Raise(err::kPathFileAccess, text);
     default: Raise(err::kFileIO, text);
@@ -48,31 +57,21 @@ mode_t hNewFileMode() {
   return 0666 & ~mask;
 }
 
-}  // namespace
-
-void SetWriteHook(WriteHook pHook) { hHook() = std::move(pHook); }
-
-std::string ReadFile(const std::string& pFile) {
-  int fd = mdl_Confine::OPEN(pFile, mdl_Confine::ACTIVE());
-  if (fd < 0) {
-    int e = errno;
-    if (e == ENOENT) {
-      std::filesystem::path folder = std::filesystem::path(pFile).parent_path();
-      std::error_code ec;
-      if (folder.empty() || std::filesystem::is_directory(folder, ec))
-        Raise(err::kFileNotFound, "File not found: '" + pFile + "'");
-    }
-    hRaiseErrno(e, "Cannot open", pFile);
-  }
-  return ReadOpened(fd, pFile);
+FileStamp hStamp(const struct stat& st) {
+  FileStamp s;
+  s.device = static_cast<uint64_t>(st.st_dev);
+  s.inode = static_cast<uint64_t>(st.st_ino);
+  s.size = static_cast<int64_t>(st.st_size);
+  s.mtime = static_cast<int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+  return s;
 }
 
-std::string ReadOpened(int fd, const std::string& pFile) {
-  struct stat st {};
-  if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
-    ::close(fd);
-    Raise(err::kPathFileAccess, "Not a file: '" + pFile + "'");
-  }
+[[noreturn]] void hNotRegular(std::string_view what, const std::string& file) {
+  Raise(err::kPathFileAccess, std::string(what) + (what.empty() ? "'" : " '") + file + "' is not a regular file");
+}
+
+// Reads everything from an open descriptor; closes it.
+std::string hReadAll(int fd, const struct stat& st, const std::string& pFile) {
   std::string data;
   auto tooLarge = [&](uint64_t size) {
     try {
@@ -103,88 +102,308 @@ std::string ReadOpened(int fd, const std::string& pFile) {
   return data;
 }
 
+// Within a live mdl_Confine::Scope the file is opened confined (outside files look missing).
+int hOpenForRead(const std::string& pFile, int flags) {
+  const auto* roots = mdl_Confine::ACTIVE();
+  int fd = roots ? mdl_Confine::OPEN(pFile, roots) : ::open(pFile.c_str(), O_RDONLY | O_CLOEXEC | flags);
+  if (fd < 0) {
+    int e = errno;
+    if (e == ENOENT) {
+      fs::path folder = fs::path(pFile).parent_path();
+      std::error_code ec;
+      if (folder.empty() || fs::is_directory(folder, ec)) Raise(err::kFileNotFound, "File not found: '" + pFile + "'");
+    }
+    hRaiseErrno(e, "Cannot open", pFile);
+  }
+  return fd;
+}
+
+}  // namespace
+
+void SetWriteHook(WriteHook pHook) { hHook() = std::move(pHook); }
+
+FileStamp StampOf(const std::string& pFile) {
+  struct stat st {};
+  if (::stat(pFile.c_str(), &st) != 0) return {};
+  return hStamp(st);
+}
+
+std::string ReadFile(const std::string& pFile) { return ReadOpened(hOpenForRead(pFile, 0), pFile); }
+
+std::string ReadOpened(int fd, const std::string& pFile) {
+  struct stat st {};
+  if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+    ::close(fd);
+    Raise(err::kPathFileAccess, "Not a file: '" + pFile + "'");
+  }
+  return hReadAll(fd, st, pFile);
+}
+
+std::string ReadRegularFile(const std::string& pFile, FileStamp* rStamp) {
+  // O_NONBLOCK: opening a FIFO must not wait for a writer.
+  int fd = hOpenForRead(pFile, O_NONBLOCK);
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    ::close(fd);
+    hNotRegular("", pFile);
+  }
+  ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+  if (rStamp) *rStamp = hStamp(st);
+  return hReadAll(fd, st, pFile);
+}
+
+void RequireRegularFile(const std::string& pFile, std::string_view pWhat) {
+  // confined reads refuse what is not a regular file themselves, and must not tell what lies outside
+  if (mdl_Confine::ACTIVE()) return;
+  struct stat st {};
+  if (::stat(pFile.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) hNotRegular(pWhat, pFile);
+}
+
+std::string WriteTarget(const std::string& pFile) {
+  // Follow the link chain one step at a time (a dangling link names the file to create).
+  fs::path p(pFile);
+  std::error_code ec;
+  for (int hops = 0; hops < 40 && fs::is_symlink(p, ec); ++hops) {
+    fs::path next = fs::read_symlink(p, ec);
+    if (ec) break;
+    p = next.is_absolute() ? next : p.parent_path() / next;
+  }
+  return p.lexically_normal().string();
+}
+
 namespace {
 
-// The body of both WriteFileAtomic forms: pNext sets rPiece to the next piece and returns false
-// after the last one.
-void hWriteAtomic(const std::string& pFile, const std::function<bool(std::string_view& rPiece)>& pNext) {
-  namespace fs = std::filesystem;
-  fs::path target(pFile);
-  fs::path folder = target.parent_path();
-  std::error_code ec;
-  if (!folder.empty() && !fs::is_directory(folder, ec))
-    Raise(err::kPathNotFound, "Path not found: '" + folder.string() + "'");
-  if (fs::is_directory(target, ec)) Raise(err::kPathFileAccess, "Not a file: '" + pFile + "'");
-
-  std::string temp = pFile + ".XXXXXX";
-  int fd = ::mkstemp(temp.data());
-  if (fd < 0) hRaiseErrno(errno, "Cannot create a temporary file for", pFile);
-
-  // Everything below removes the temporary file before it raises.
-  auto fail = [&](int e, const char* what) {
-    if (fd >= 0) ::close(fd);
-    ::unlink(temp.c_str());
-    hRaiseErrno(e, what, pFile);
-  };
-  struct stat old {};
-  mode_t mode = ::stat(pFile.c_str(), &old) == 0 ? (old.st_mode & 07777) : hNewFileMode();
-  if (::fchmod(fd, mode) != 0) fail(errno, "Cannot set the permissions of");
-
-  const WriteHook& hook = hHook();
-  std::string_view piece;
-  for (bool more = true; more;) {
-    try {
-      more = pNext(piece);
-    } catch (...) {
-      ::close(fd);
-      ::unlink(temp.c_str());
-      throw;
+// One temporary file beside the write target: created on construction, renamed over the target by
+// Commit, removed by the destructor when not committed.
+class TempFile {
+ public:
+  explicit TempFile(const std::string& pFile) : file_(pFile), target_(WriteTarget(pFile)) {
+    fs::path t(target_);
+    folder_ = t.parent_path().string();
+    name_ = t.filename().string();
+    std::error_code ec;
+    if (!folder_.empty() && !fs::is_directory(folder_, ec))
+      Raise(err::kPathNotFound, "Folder '" + folder_ + "' does not exist (cannot write '" + pFile + "')");
+    struct stat st {};
+    if (::stat(target_.c_str(), &st) == 0) {
+      if (!S_ISREG(st.st_mode)) hNotRegular("", pFile);
+      old_ = st;
+      hasOld_ = true;
     }
+    std::string prefix = (folder_.empty() ? std::string() : folder_ + "/") + name_ + ".~" + std::to_string(::getpid()) + ".";
+    static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    for (int attempt = 0; attempt < 100 && fd_ < 0; ++attempt) {
+      unsigned char raw[10];
+      if (::getrandom(raw, sizeof raw, 0) != static_cast<ssize_t>(sizeof raw)) {
+        for (auto& c : raw) c = static_cast<unsigned char>(std::rand());
+      }
+      std::string random;
+      for (unsigned char c : raw) random += kLetters[c % 36];
+      path_ = prefix + random + ".tmp";
+      fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+      if (fd_ < 0 && errno != EEXIST) hRaiseErrno(errno, "Cannot create a temporary file for", pFile);
+    }
+    if (fd_ < 0) hRaiseErrno(EEXIST, "Cannot create a temporary file for", pFile);
+  }
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+  ~TempFile() {
+    if (fd_ >= 0) ::close(fd_);
+    if (!committed_) ::unlink(path_.c_str());
+  }
+
+  int Fd() const { return fd_; }
+  const std::string& Path() const { return path_; }
+  const std::string& File() const { return file_; }
+  [[noreturn]] void Fail(int e, const char* what) { hRaiseErrno(e, what, file_); }
+
+  // Writes all of pData; raises the system's error.
+  void Write(const char* pData, size_t pSize) {
+    if (int e = TryWrite(pData, pSize)) Fail(e, "Cannot write");
+  }
+  // The same, answering the errno value of a failure (0 on success).
+  int TryWrite(const char* pData, size_t pSize) {
+    const WriteHook& hook = hHook();
     size_t done = 0;
-    while (done < piece.size()) {
-      ssize_t n = hook ? hook(fd, piece.data() + done, piece.size() - done)
-                       : ::write(fd, piece.data() + done, piece.size() - done);
+    while (done < pSize) {
+      ssize_t n = hook ? hook(fd_, pData + done, pSize - done) : ::write(fd_, pData + done, pSize - done);
       if (n < 0) {
         if (errno == EINTR) continue;
-        fail(errno, "Cannot write");
+        return errno ? errno : EIO;
       }
-      if (n == 0) fail(EIO, "Cannot write");
+      if (n == 0) return EIO;
       done += static_cast<size_t>(n);
     }
+    return 0;
   }
-  if (::fsync(fd) != 0) fail(errno, "Cannot flush");
-  if (::close(fd) != 0) {
-    fd = -1;
-    fail(errno, "Cannot close");
-  }
-  fd = -1;
-  if (::rename(temp.c_str(), pFile.c_str()) != 0) fail(errno, "Cannot replace");
 
-  // Make the rename itself durable; a failure here leaves a complete file, so it is not an error.
-  int dfd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (dfd >= 0) {
-    ::fsync(dfd);
-    ::close(dfd);
+  // Flushes the data, gives it the old file's permissions and renames it over the target.
+  void Commit() {
+    // A writer that opened the file by name may have replaced it: work on what the name holds now.
+    int fd = ::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) Fail(errno, "Cannot reopen the temporary file of");
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+      ::close(fd);
+      Fail(EINVAL, "The temporary file is not a regular file for");
+    }
+    if (hasOld_ && (st.st_uid != old_.st_uid || st.st_gid != old_.st_gid))
+      (void)::fchown(fd, old_.st_uid, old_.st_gid);  // only a privileged writer may; the data matters more
+    if (::fchmod(fd, hasOld_ ? (old_.st_mode & 07777) : hNewFileMode()) != 0 || ::fsync(fd) != 0) {
+      int e = errno;
+      ::close(fd);
+      Fail(e, "Cannot flush");
+    }
+    ::close(fd);
+    if (::close(fd_) != 0) {
+      fd_ = -1;
+      Fail(errno, "Cannot close");
+    }
+    fd_ = -1;
+    if (::rename(path_.c_str(), target_.c_str()) != 0) Fail(errno, "Cannot replace");
+    committed_ = true;
+    // Make the rename itself durable; a failure here leaves a complete file, so it is not an error.
+    int dfd = ::open(folder_.empty() ? "." : folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dfd >= 0) {
+      ::fsync(dfd);
+      ::close(dfd);
+    }
+    hRemoveStale();
   }
+
+ private:
+  // Temporary files "<name>.~<pid>[.<random>].tmp" of this target whose process is gone.
+  void hRemoveStale() const {
+    DIR* dir = ::opendir(folder_.empty() ? "." : folder_.c_str());
+    if (!dir) return;
+    std::string prefix = name_ + ".~";
+    while (struct dirent* d = ::readdir(dir)) {
+      std::string_view n(d->d_name);
+      if (n.size() <= prefix.size() + 4 || n.substr(0, prefix.size()) != prefix || n.substr(n.size() - 4) != ".tmp")
+        continue;
+      std::string_view rest = n.substr(prefix.size(), n.size() - prefix.size() - 4);
+      size_t digits = 0;
+      while (digits < rest.size() && rest[digits] >= '0' && rest[digits] <= '9') ++digits;
+      if (digits == 0 || digits > 9 || (digits < rest.size() && rest[digits] != '.')) continue;
+      pid_t pid = static_cast<pid_t>(std::stol(std::string(rest.substr(0, digits))));
+      if (pid == ::getpid() || ::kill(pid, 0) == 0 || errno != ESRCH) continue;
+      ::unlinkat(::dirfd(dir), d->d_name, 0);
+    }
+    ::closedir(dir);
+  }
+
+  std::string file_, target_, folder_, name_, path_;
+  int fd_ = -1;
+  bool hasOld_ = false, committed_ = false;
+  struct stat old_ {};
+};
+
+// A stdio stream over a temporary file: its writes go through TempFile::Write, and the first
+// system error is kept so that it can be raised as what it is.
+struct StreamCookie {
+  TempFile* temp;
+  int error = 0;
+};
+
+ssize_t hCookieWrite(void* pCookie, const char* pData, size_t pSize) {
+  auto* c = static_cast<StreamCookie*>(pCookie);
+  if (c->error) {
+    errno = c->error;
+    return -1;
+  }
+  if ((c->error = c->temp->TryWrite(pData, pSize)) != 0) {
+    errno = c->error;
+    return -1;
+  }
+  return static_cast<ssize_t>(pSize);
 }
 
 }  // namespace
 
 void WriteFileAtomic(const std::string& pFile, std::string_view pData) {
-  hWriteAtomic(pFile, [&](std::string_view& rPiece) {
-    rPiece = pData;
-    return false;
-  });
+  TempFile temp(pFile);
+  temp.Write(pData.data(), pData.size());
+  temp.Commit();
 }
 
 void WriteFileAtomic(const std::string& pFile, const PieceSource& pNext) {
+  TempFile temp(pFile);
   std::string buffer;
-  hWriteAtomic(pFile, [&](std::string_view& rPiece) {
+  for (bool more = true; more;) {
     buffer.clear();
-    bool more = pNext(buffer);
-    rPiece = buffer;
-    return more;
-  });
+    more = pNext(buffer);
+    temp.Write(buffer.data(), buffer.size());
+  }
+  temp.Commit();
+}
+
+void WriteFileAtomicStream(const std::string& pFile, const StreamWriter& pWrite) {
+  TempFile temp(pFile);
+  StreamCookie cookie{&temp};
+  cookie_io_functions_t io{};
+  io.write = hCookieWrite;
+  std::FILE* f = ::fopencookie(&cookie, "w", io);
+  if (!f) temp.Fail(errno, "Cannot write");
+  try {
+    pWrite(f);
+  } catch (...) {
+    std::fflush(f);
+    std::fclose(f);
+    if (cookie.error) temp.Fail(cookie.error, "Cannot write");  // the cause, not its consequence
+    throw;
+  }
+  bool flushed = std::fflush(f) == 0 && !std::ferror(f);
+  std::fclose(f);
+  if (cookie.error || !flushed) temp.Fail(cookie.error ? cookie.error : EIO, "Cannot write");
+  temp.Commit();
+}
+
+void WriteFileAtomicByName(const std::string& pFile, const std::function<void(const std::string& pTemp)>& pWrite) {
+  TempFile temp(pFile);
+  try {
+    pWrite(temp.Path());
+  } catch (Error& e) {
+    // the writer's message names the file the user asked for, not the temporary one
+    e.description = text::Replace(e.description, temp.Path(), pFile);
+    throw;
+  }
+  temp.Commit();
+}
+
+// ---- the database lock ----------------------------------------------------------------------------
+
+void FileLock::Acquire(const std::string& pFile, double pWaitSeconds) {
+  Release();
+  std::string lockFile = WriteTarget(pFile) + ".lock";
+  int fd = ::open(lockFile.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, hNewFileMode());
+  if (fd < 0) {
+    int e = errno;
+    if (e == ENOENT) {
+      fs::path folder = fs::path(lockFile).parent_path();
+      Raise(err::kPathNotFound, "Folder '" + folder.string() + "' does not exist (cannot lock '" + pFile + "')");
+    }
+    hRaiseErrno(e, "Cannot create the lock file of", pFile);
+  }
+  auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(pWaitSeconds);
+  auto pause = std::chrono::milliseconds(1);
+  while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EINTR) continue;
+    if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= until) {
+      int e = errno;
+      ::close(fd);
+      if (e == EWOULDBLOCK) Raise(err::kPermissionDenied, "'" + pFile + "' is locked by another process");
+      hRaiseErrno(e, "Cannot lock", pFile);
+    }
+    std::this_thread::sleep_for(pause);
+    pause = std::min(pause * 2, std::chrono::milliseconds(50));
+  }
+  fd_ = fd;
+}
+
+void FileLock::Release() {
+  if (fd_ < 0) return;
+  ::close(fd_);  // closing the descriptor ends the lock
+  fd_ = -1;
 }
 
 }  // namespace rykel::fileio

@@ -22,7 +22,7 @@ class DbCommandTest(unittest.TestCase):
         db = self.path("people.ry-dbb")
         r = run("db", "new", db, "--field", "NAME:STRING", "--field", "AGE:LONG", "--field", "BORN:date")
         self.assertEqual(r.returncode, 0, r.stderr)
-        self.assertTrue(os.path.exists(self.path("info.header")))
+        self.assertTrue(os.path.exists(self.path("people.header")))
         self.assertEqual(run("db", "add", db, "NAME=Anna", "AGE=42", "BORN=1982-05-17").stdout, "1\n")
         self.assertEqual(run("db", "add", db, "NAME=Bernd").stdout, "2\n")
         self.assertEqual(run("db", "set", db, "2", "AGE=7").returncode, 0)

@@ -1,11 +1,7 @@
 """A new user's first hour with the rykel program, end to end: the places where it used to go
 wrong quietly (a blank page with exit 0, one database's schema replacing another's, values stored
 as something else, adds lost to a parallel writer, an unknown field matching nothing, a value with
-blanks read as an operator). Each case expects what a user relying on real data would.
-
-Cases whose fix lands with other parts of the program are marked @needs_feature(probe): they run
-only when the probe sees the feature in the program's behaviour, and are skipped (with the probe's
-name) until then."""
+blanks read as an operator). Each case expects what a user relying on real data would."""
 import fcntl
 import os
 import re
@@ -19,40 +15,6 @@ CLI = os.environ.get("RYKEL_CLI", "rykel")
 
 def run(*args, cwd=None, timeout=60):
     return subprocess.run([CLI, *args], capture_output=True, text=True, cwd=cwd, timeout=timeout)
-
-
-def needs_feature(probe):
-    """Skips the test unless probe() sees the feature in the program's behaviour."""
-    try:
-        present = probe()
-    except (OSError, subprocess.SubprocessError):
-        present = False
-    return unittest.skipUnless(present, "feature not in this program yet: " + probe.__doc__)
-
-
-def render_reports_errors():
-    """render gains --quiet to silence the errors it prints"""
-    return "--quiet" in run("render", "--help").stdout
-
-
-def db_new_guards_headers():
-    """db new gains --force to replace an existing header"""
-    return "--force" in run("db", "new", "--help").stdout
-
-
-def db_writes_lock():
-    """db add waits for an exclusive lock on the database (or leaves a lock file beside it)"""
-    with tempfile.TemporaryDirectory() as d:
-        db = os.path.join(d, "probe.ry-dbb")
-        run("db", "new", db, "--field", "X:STRING")
-        before = set(os.listdir(d))
-        with open(db, "rb") as f:
-            fcntl.flock(f, fcntl.LOCK_EX)
-            try:
-                blocked = run("db", "add", db, "X=1", timeout=3).returncode != 0
-            except subprocess.TimeoutExpired:
-                blocked = True
-        return blocked or bool(set(os.listdir(d)) - before)
 
 
 class NewUser(unittest.TestCase):
@@ -75,7 +37,6 @@ class NewUser(unittest.TestCase):
     def ids(self, db):
         return [line.split("\t")[0] for line in run("db", "show", db).stdout.splitlines()]
 
-    @needs_feature(render_reports_errors)
     def test_blank_page_says_why(self):
         # A page cut short keeps its (empty) output but says where and why, and exits 1.
         pages = {"commands.kel": "".join("{VAR x %d}\n" % i for i in range(101)),
@@ -90,7 +51,6 @@ class NewUser(unittest.TestCase):
             self.assertNotIn("<", r.stderr)  # plain text, no HTML
             self.assertEqual(run("render", "--quiet", self.path(name)).stderr, "")
 
-    @needs_feature(db_new_guards_headers)
     def test_two_databases_in_one_folder_keep_their_schemas(self):
         a = self.new_db("a.ry-dbb", "NAME:STRING")
         b = self.new_db("b.ry-dbb", "AGE:LONG")
@@ -132,7 +92,6 @@ class NewUser(unittest.TestCase):
         self.assertEqual(run("db", "set", db, "1", "L=12.7", "--lenient").returncode, 0)
         self.assertIn("\tL=13\t", run("db", "show", db, "1").stdout)
 
-    @needs_feature(db_writes_lock)
     def test_parallel_adds_keep_every_entry(self):
         db = self.new_db("p.ry-dbb", "N:LONG")
         printed, failures = [[], []], []

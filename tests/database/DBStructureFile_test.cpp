@@ -9,6 +9,7 @@
 
 #include "database/DBEntryText.h"
 #include "database/cls_DB.h"
+#include "frame/FileIO.h"
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
 
@@ -32,7 +33,7 @@ struct Quiet {
 
 // The file without its time stamp line, which differs between two saves.
 std::string hWithoutTime(const std::string& file) {
-  return std::regex_replace(hReadFile(file), std::regex("TIMESTAMP = #[^#]*#"), "TIMESTAMP");
+  return std::regex_replace(fileio::ReadFile(file), std::regex("TIMESTAMP = #[^#]*#"), "TIMESTAMP");
 }
 
 // Every entry as "id=serialized text", in table order.
@@ -76,7 +77,7 @@ TEST(DBStructureFile, SaveWritesTheBytesOfTheWholeStructure) {
     cls_DB back;
     back.DBNUMERIC_LET(db.DBNUMERIC_GET());
     ASSERT_TRUE(back.DBOPEN(streamed, dir / (name + ".header"))) << back.DBOPENERROR_GET();
-    EXPECT_EQ(hDump(back), hGenericDump(hReadFile(whole), db.DBNUMERIC_GET())) << name;
+    EXPECT_EQ(hDump(back), hGenericDump(fileio::ReadFile(whole), db.DBNUMERIC_GET())) << name;
   };
 
   cls_DB numeric;

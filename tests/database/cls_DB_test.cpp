@@ -12,6 +12,7 @@
 #include <random>
 
 #include "database/DBEntryText.h"
+#include "frame/FileIO.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
@@ -404,7 +405,7 @@ TEST(cls_DB, SaveAndReopenInBothForms) {
     EXPECT_FALSE(db.ENTRYCHANGED_GET());
     EXPECT_FALSE(db.DBSAVE());  // nothing changed
     db.DBCLOSE();
-    std::string head = hReadFile(D).substr(0, 40);
+    std::string head = fileio::ReadFile(D).substr(0, 40);
     bool binary = name != "p.db";
     EXPECT_EQ(head.find("Morvandil KEL DB Binary") != std::string::npos, binary) << name;
 
@@ -423,7 +424,7 @@ TEST(cls_DB, SaveAndReopenInBothForms) {
   ASSERT_TRUE(text.DBOPEN(dir / "t.ry-dbb", dir / "text.header"));
   text.ENTRYFIELD_LET("a.b", "X", "1");
   ASSERT_TRUE(text.DBCLOSE());
-  std::string raw = hReadFile(dir / "t.ry-dbb");
+  std::string raw = fileio::ReadFile(dir / "t.ry-dbb");
   EXPECT_NE(raw.find("a_b"), std::string::npos);
   cls_DB textBack;
   ASSERT_TRUE(textBack.DBOPEN(dir / "t.ry-dbb", dir / "text.header"));
@@ -439,16 +440,16 @@ TEST(cls_DB, SaveAndReopenInBothForms) {
 
   // A read-only database is never written.
   std::string D = dir / "p.db";
-  auto before = hReadFile(D);
+  auto before = fileio::ReadFile(D);
   cls_DB ro;
   ASSERT_TRUE(ro.DBOPENREADONLY(D, H));
   ro.ENTRYFIELD_LET(1, "NAME", "Nobody");
   EXPECT_FALSE(ro.DBSAVE());
   EXPECT_TRUE(ro.DBCLOSE());
-  EXPECT_EQ(hReadFile(D), before);
+  EXPECT_EQ(fileio::ReadFile(D), before);
 
   // Every truncation of a binary file is a clear open failure.
-  std::string bin = hReadFile(dir / "p.ry-dbb");
+  std::string bin = fileio::ReadFile(dir / "p.ry-dbb");
   for (size_t cut : {size_t(1), size_t(10), bin.size() / 2, bin.size() - 1}) {
     std::ofstream(dir / "cut.ry-dbb", std::ios::binary).write(bin.data(), static_cast<std::streamsize>(cut));
     cls_DB c;
@@ -464,7 +465,7 @@ TEST(cls_DB, SaveAndReopenInBothForms) {
     r.DBCOPY(good);
     for (int i = 10; i < 400; ++i) r.ENTRYFIELD_LET(i, "NAME", "Name " + std::to_string(i));
     ASSERT_TRUE(r.DBSAVE());
-    std::string saved = hReadFile(R);
+    std::string saved = fileio::ReadFile(R);
     r.ENTRYFIELD_LET(1, "NAME", "Later");
     struct rlimit old {};
     ::getrlimit(RLIMIT_FSIZE, &old);
@@ -477,12 +478,12 @@ TEST(cls_DB, SaveAndReopenInBothForms) {
     ::signal(SIGXFSZ, oldHandler);
     EXPECT_FALSE(ok);
     EXPECT_TRUE(r.ENTRYCHANGED_GET());
-    EXPECT_EQ(hReadFile(R), saved);
+    EXPECT_EQ(fileio::ReadFile(R), saved);
     size_t files = 0;
     for (const auto& e : fs::directory_iterator(dir.path)) files += e.path().string().find(".~") != std::string::npos;
     EXPECT_EQ(files, 0u);  // the temporary file is gone
     EXPECT_TRUE(r.DBSAVE());
-    EXPECT_NE(hReadFile(R), saved);
+    EXPECT_NE(fileio::ReadFile(R), saved);
   }
 }
 

@@ -13,6 +13,7 @@
 #include "export/cls_DBExportHtml.h"
 #include "export/cls_DBExportPdf.h"
 #include "export/cls_DBExportWorkbook.h"
+#include "frame/FileIO.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Text.h"
@@ -27,7 +28,7 @@ namespace fs = std::filesystem;
 namespace {
 
 std::vector<std::string> hLines(const std::string& file) {
-  std::string all = hReadFile(file);
+  std::string all = fileio::ReadFile(file);
   std::vector<std::string> lines;
   size_t at = 0;
   for (size_t end; (end = all.find("\r\n", at)) != std::string::npos; at = end + 2) lines.push_back(all.substr(at, end - at));
@@ -252,7 +253,7 @@ TEST(DBExportFile, BatchUnknownFormatAndErrors) {
   TempDir dir;
   auto db = hPeople();
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "open list.bat", "bat"));
-  EXPECT_EQ(hReadFile(dir / "open list.bat"), "@ECHO OFF\r\nCD Data\r\nSTART excel \"open list.htm\"\r\n");
+  EXPECT_EQ(fileio::ReadFile(dir / "open list.bat"), "@ECHO OFF\r\nCD Data\r\nSTART excel \"open list.htm\"\r\n");
   auto lines = hLines(dir / "Data/open list.htm");
   EXPECT_EQ(lines.back(), "</html>");
 
@@ -275,17 +276,17 @@ TEST(DBExportFile, EveryFormatWord) {
   TempDir dir;
   auto db = hPeople();
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "ref.htm", "HTM"));
-  std::string table = hReadFile(dir / "ref.htm");
+  std::string table = fileio::ReadFile(dir / "ref.htm");
   for (const char* word : {"html", "Xls", "XLSX"}) {
     SCOPED_TRACE(word);
     ASSERT_TRUE(db->EXPORTFILE(1, dir / "t.out", word));
-    EXPECT_EQ(hReadFile(dir / "t.out"), table);
+    EXPECT_EQ(fileio::ReadFile(dir / "t.out"), table);
   }
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "go.CMD", "cmd"));
-  EXPECT_EQ(hReadFile(dir / "Data/go.htm"), table);
-  EXPECT_EQ(hReadFile(dir / "go.CMD").substr(0, 20), "@ECHO OFF\r\nCD Data\r\n");
+  EXPECT_EQ(fileio::ReadFile(dir / "Data/go.htm"), table);
+  EXPECT_EQ(fileio::ReadFile(dir / "go.CMD").substr(0, 20), "@ECHO OFF\r\nCD Data\r\n");
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "l.pdf", "Pdf"));
-  EXPECT_EQ(hReadFile(dir / "l.pdf").substr(0, 5), "%PDF-");
+  EXPECT_EQ(fileio::ReadFile(dir / "l.pdf").substr(0, 5), "%PDF-");
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "copy.txt", "db", std::vector<Variant>{Variant(2)}));
   auto copy = std::make_shared<cls_DB>();
   ASSERT_TRUE(copy->DBOPEN(dir / "copy.txt", dir / "copy.txt.header", false));
@@ -367,7 +368,7 @@ TEST(DBExportPdf, PagesStatusLinesAndRange) {
   auto text = [&](const std::string& file) {
     std::string cmd = "pdftotext -layout '" + file + "' '" + file + ".txt'";
     EXPECT_EQ(std::system(cmd.c_str()), 0);
-    return hReadFile(file + ".txt");
+    return fileio::ReadFile(file + ".txt");
   };
   std::string all = text(dir / "l.pdf");
   std::smatch m;
@@ -423,7 +424,7 @@ std::string hPython(const TempDir& dir, const std::string& script) {
   }
   std::string cmd = "/usr/bin/python3 '" + py + "' > '" + out + "' 2>&1";
   int rc = std::system(cmd.c_str());
-  std::string text = hReadFile(out);
+  std::string text = fileio::ReadFile(out);
   EXPECT_EQ(rc, 0) << text;
   return text;
 }

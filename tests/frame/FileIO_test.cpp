@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include <random>
 #include <sstream>
 #include <thread>
+#include <vector>
 
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
@@ -241,9 +243,109 @@ TEST(FileIO, KilledStructureSavesLeaveTheOldOrTheNewFile) {
     ASSERT_EQ(CStr(back->ITEM_GET("ITEM19999")), first);
     ASSERT_EQ(CStr(back->ITEM_GET("ITEM10000")), first);
   }
-  // a killed writer may leave its temporary file; it never replaces the real one
-  for (const auto& e : fs::directory_iterator(dir.path))
-    if (e.path().string() != file) fs::remove(e.path());
+  // a killed writer may leave its temporary file; it never replaces the real one, and the next
+  // successful save of the file removes it
+  ASSERT_TRUE(Big(3, 1)->SAVE(file));
+  EXPECT_EQ(dir.Count(), 1u);
+}
+
+// A process id that is surely not running: a child that has ended and been waited for.
+pid_t DeadPid() {
+  pid_t child = ::fork();
+  if (child == 0) ::_exit(0);
+  ::waitpid(child, nullptr, 0);
+  return child;
+}
+
+TEST(FileIO, StaleTemporaryFilesOfTheSameTargetAreRemovedOnlyWhenTheirWriterIsGone) {
+  TempDir dir;
+  const std::string file = dir / "d.ry-dbb", dead = std::to_string(DeadPid());
+  std::vector<std::pair<std::string, bool>> cases = {  // name, stays
+      {"d.ry-dbb.~" + dead + ".k3j9x0a1b2.tmp", false},
+      {"d.ry-dbb.~" + dead + ".tmp", false},            // the older writer's name
+      {"d.ry-dbb.~1.a1b2c3d4e5.tmp", true},             // a live writer (init)
+      {"d.ry-dbb.~" + std::to_string(::getpid()) + ".zzzzzzzzzz.tmp", true},  // this process's own
+      {"other.ry-dbb.~" + dead + ".aaaaaaaaaa.tmp", true},                  // another target
+      {"d.ry-dbb.~x" + dead + ".tmp", true},                                 // not the pattern
+  };
+  for (const auto& [name, stays] : cases) std::ofstream(dir / name) << "orphan";
+  fileio::WriteFileAtomic(file, "data");
+  for (const auto& [name, stays] : cases) EXPECT_EQ(fs::exists(dir / name), stays) << name;
+}
+
+TEST(FileIO, WritesNeverFollowAPlantedLinkKeepPermissionsAndWriteThroughALinkedTarget) {
+  TempDir dir;
+  SetNotifier([](const Notification&) { return std::string("OK"); });
+  fs::create_directory(dir / "real");
+  const std::string victim = dir / "victim.txt", db = dir / "p.ry-dbb";
+  std::ofstream(victim) << "keep me";
+  cls_DB a;
+  a.FIELDCREATE("NAME");
+  ASSERT_TRUE(a.HEADERSAVE(dir / "info.header"));
+  ASSERT_TRUE(a.DBOPEN(db, dir / "info.header"));
+  a.ENTRYADD(1);
+  ASSERT_TRUE(a.DBSAVE());
+  ::chmod(db.c_str(), 0600);
+  // the temporary file names an older writer used, planted as links to another file
+  fs::create_symlink(victim, db + ".~" + std::to_string(::getpid()) + ".tmp");
+  a.ENTRYADD(2);
+  ASSERT_TRUE(a.DBSAVE()) << a.DBSAVEERROR_GET();
+  EXPECT_EQ(ReadAll(victim), "keep me");
+  EXPECT_EQ(fs::status(db).permissions() & fs::perms::all, fs::perms::owner_read | fs::perms::owner_write);
+  a.DBCLOSE();
+
+  // a database reached through a link: the link stays, its target gets the data
+  fs::rename(db, dir / "real/p.ry-dbb");
+  fs::create_symlink("real/p.ry-dbb", db);
+  cls_DB b;
+  ASSERT_TRUE(b.DBOPEN(db, dir / "info.header"));
+  b.ENTRYADD(3);
+  ASSERT_TRUE(b.DBSAVE()) << b.DBSAVEERROR_GET();
+  b.DBCLOSE();
+  EXPECT_TRUE(fs::is_symlink(db));
+  cls_DB c;
+  ASSERT_TRUE(c.DBOPEN(dir / "real/p.ry-dbb", dir / "info.header"));
+  EXPECT_EQ(c.ENTRYCOUNT(), 3);
+  EXPECT_EQ(fs::status(dir / "real/p.ry-dbb").permissions() & fs::perms::all,
+            fs::perms::owner_read | fs::perms::owner_write);
+  SetNotifier({});
+}
+
+TEST(FileIO, MissingFoldersAndFullDisksAreNamedAsSuch) {
+  TempDir dir;
+  SetNotifier([](const Notification&) { return std::string("OK"); });
+  auto [number, text] = Failure([&] { fileio::WriteFileAtomic(dir / "nodir/x.txt", "x"); });
+  EXPECT_EQ(number, err::kPathNotFound);
+  EXPECT_EQ(text, "Folder '" + (dir / "nodir") + "' does not exist (cannot write '" + (dir / "nodir/x.txt") + "')");
+
+  const std::string db = dir / "f.ry-dbb", txt = dir / "s.txt";
+  cls_DB a;
+  a.FIELDCREATE("NAME");
+  ASSERT_TRUE(a.HEADERSAVE(dir / "info.header"));
+  ASSERT_TRUE(a.DBOPEN(db, dir / "info.header"));
+  a.ENTRYADD(1);
+  ASSERT_TRUE(a.DBSAVE());
+  ASSERT_TRUE(Big(3, 1)->SAVE(txt));
+  const std::string oldDB = ReadAll(db), oldTxt = ReadAll(txt);
+  fileio::SetWriteHook([](int, const char*, size_t) -> ssize_t {
+    errno = ENOSPC;
+    return -1;
+  });
+  a.ENTRYADD(2);
+  EXPECT_FALSE(a.DBSAVE());  // the binary form, written through a stdio stream
+  auto [n1, t1] = Failure([&] { Big(3, 2)->SAVE(txt); });  // the structure text
+  auto [n2, t2] = Failure([&] { a.EXPORTFILE(1, dir / "out.htm", "HTM"); });  // an export table
+  fileio::SetWriteHook({});
+  EXPECT_EQ(a.DBSAVEERROR_GET().rfind("Disk full: ", 0), 0u) << a.DBSAVEERROR_GET();
+  EXPECT_EQ(n1, err::kDiskFull);
+  EXPECT_EQ(t1.rfind("Disk full: ", 0), 0u) << t1;
+  EXPECT_EQ(n2, err::kDiskFull);
+  EXPECT_EQ(ReadAll(db), oldDB);
+  EXPECT_EQ(ReadAll(txt), oldTxt);
+  EXPECT_TRUE(a.ENTRYCHANGED_GET());
+  EXPECT_TRUE(a.DBSAVE());  // room again: nothing was lost
+  EXPECT_EQ(dir.Count(), 4u) << "no temporary file left";  // f.ry-dbb, its lock, info.header, s.txt
+  SetNotifier({});
 }
 
 }  // namespace

@@ -1,0 +1,159 @@
+"""Databases of the program never lose data: each has its own header, writers take turns, saves are
+atomic and keep the file's permissions and links, and failures say what went wrong."""
+import os
+import signal
+import stat
+import subprocess
+import tempfile
+import time
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+
+CLI = os.environ.get("RYKEL_CLI", "rykel")
+
+
+def run(*args, **kw):
+    return subprocess.run([CLI, *args], capture_output=True, text=True, **kw)
+
+
+class DbFilesTest(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.addCleanup(self.dir.cleanup)
+
+    def path(self, name):
+        return os.path.join(self.dir.name, name)
+
+    def new(self, name, *fields):
+        r = run("db", "new", self.path(name), *sum((["--field", f] for f in fields), []))
+        self.assertEqual(r.returncode, 0, r.stderr)
+        return self.path(name)
+
+    def test_each_database_keeps_its_own_header(self):
+        a = self.new("a.ry-dbb", "NAME:STRING")
+        b = self.new("b.db", "AGE:LONG")
+        self.assertTrue(os.path.exists(self.path("a.header")) and os.path.exists(self.path("b.header")))
+        self.assertFalse(os.path.exists(self.path("info.header")))
+        self.assertIn("NAME\tSTRING", run("db", "info", a).stdout)
+        self.assertIn("AGE\tLONG", run("db", "info", b).stdout)
+        # a second new never replaces a schema or a database silently
+        run("db", "add", a, "NAME=Anna")
+        for target in (a, self.path("a.ry-db")):  # the database itself, or another file sharing its header
+            r = run("db", "new", target, "--field", "X:LONG")
+            self.assertEqual(r.returncode, 1)
+            self.assertIn("exists already; --force replaces it", r.stderr)
+        self.assertEqual(run("db", "show", a).stdout, "1\tNAME=Anna\n")
+        r = run("db", "new", a, "--field", "X:LONG", "--force")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual(run("db", "info", a).stdout.count("Entries: 0"), 1)
+        self.assertIn("X\tLONG", run("db", "info", a).stdout)
+
+    def test_two_processes_adding_keep_every_entry_under_its_own_id(self):
+        db = self.new("c.ry-dbb", "N:LONG")
+
+        def adds(n):
+            return [run("db", "add", db, "N=%d" % n) for _ in range(30)]
+
+        with ThreadPoolExecutor(2) as pool:
+            results = sum(pool.map(adds, (1, 2)), [])
+        self.assertTrue(all(r.returncode == 0 for r in results), [r.stderr for r in results if r.returncode])
+        ids = [r.stdout.strip() for r in results]
+        self.assertEqual(len(set(ids)), 60)
+        self.assertIn("Entries: 60", run("db", "info", db).stdout)
+
+    def test_saves_keep_permissions_and_links_and_clean_up_after_killed_writers(self):
+        db = self.new("d.ry-dbb", "NAME:STRING")
+        os.chmod(db, 0o600)
+        victim = self.path("victim")
+        with open(victim, "w") as f:
+            f.write("keep")
+        for pid in range(os.getpid(), os.getpid() + 50):  # names an older writer would have used
+            try:
+                os.symlink(victim, "%s.~%d.tmp" % (db, pid))
+            except FileExistsError:
+                pass
+        self.assertEqual(run("db", "add", db, "NAME=x").returncode, 0)
+        with open(victim) as f:
+            self.assertEqual(f.read(), "keep")
+        self.assertEqual(stat.S_IMODE(os.stat(db).st_mode), 0o600)
+        # a database reached through a link: the link stays a link, its target gets the entries
+        os.mkdir(self.path("real"))
+        os.rename(db, self.path("real/d.ry-dbb"))
+        os.rename(self.path("d.header"), self.path("real/d.header"))
+        os.symlink("real/d.ry-dbb", db)
+        self.assertEqual(run("db", "add", db, "NAME=y").returncode, 0)
+        self.assertTrue(os.path.islink(db))
+        self.assertIn("Entries: 2", run("db", "info", self.path("real/d.ry-dbb")).stdout)
+        # fills killed half-way leave temporary files; the next save removes them
+        big = self.new("big.ry-dbb", "NAME:STRING", "ORT:STRING")
+        def orphans():
+            return [n for n in os.listdir(self.dir.name) if n.startswith("big.ry-dbb.~")]
+
+        for step in range(1, 30):
+            p = subprocess.Popen([CLI, "db", "fill", big, "-n", "200000"], stdout=subprocess.DEVNULL,
+                                 stderr=subprocess.DEVNULL)
+            time.sleep(0.15 * step)
+            p.send_signal(signal.SIGKILL)
+            p.wait()
+            if orphans():
+                break
+        self.assertNotEqual(orphans(), [], "no fill was killed while saving")
+        self.assertEqual(run("db", "add", big, "NAME=z").returncode, 0)
+        self.assertEqual(orphans(), [])
+
+    def test_odd_files_and_failures_say_what_is_wrong(self):
+        db = self.new("e.ry-dbb", "NAME:STRING")
+        os.mkfifo(self.path("fifo.ry-dbb"))
+        os.mkdir(self.path("folder.db"))
+        for target in (self.path("fifo.ry-dbb"), self.path("folder.db"), "/dev/null"):
+            for cmd in ("show", "add"):
+                r = run("db", cmd, target, timeout=20)
+                self.assertEqual(r.returncode, 1)
+                self.assertIn("DB file '%s' is not a regular file" % target, r.stderr)
+        for fmt in ("htm", "xlsx", "pdf", "bat"):
+            out = self.path("nodir/out." + fmt)
+            r = run("db", "export", db, "--format", fmt, "--out", out)
+            self.assertEqual(r.returncode, 1, fmt)
+            self.assertIn("Folder '%s' does not exist" % self.path("nodir"), r.stderr)
+            self.assertNotIn("permissions", r.stderr)
+        self.assertFalse(os.path.exists(self.path("nodir")))
+        run("db", "add", db, "NAME=Anna")
+        for _ in range(2):  # an export replaces the database file it writes, without deleting it first
+            r = run("db", "export", db, "--format", "db", "--out", self.path("copy.ry-dbb"))
+            self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual(run("db", "show", self.path("copy.ry-dbb")).stdout, "1\tNAME=Anna\n")
+
+    @unittest.skipUnless(os.geteuid() == 0, "mounting a small file system needs root")
+    def test_a_full_disk_says_so(self):
+        small = self.path("small")
+        os.mkdir(small)
+        if subprocess.run(["mount", "-t", "tmpfs", "-o", "size=256k", "tmpfs", small],
+                          capture_output=True).returncode != 0:
+            self.skipTest("cannot mount a tmpfs here")
+        self.addCleanup(subprocess.run, ["umount", small])
+        db = os.path.join(small, "f.ry-dbb")
+        self.assertEqual(run("db", "new", db, "--field", "NAME:STRING", "--field", "ORT:STRING").returncode, 0)
+        self.assertEqual(run("db", "add", db, "NAME=keep").returncode, 0)
+        with open(db, "rb") as f:
+            before = f.read()
+        r = run("db", "fill", db, "-n", "20000")
+        self.assertEqual(r.returncode, 1)
+        self.assertIn("cannot save '%s': Disk full: " % db, r.stderr)
+        with open(db, "rb") as f:
+            self.assertEqual(f.read(), before)
+        self.assertEqual(sorted(os.listdir(small)), ["f.header", "f.ry-dbb", "f.ry-dbb.lock"])
+        big = self.new("big.ry-dbb", "NAME:STRING", "ORT:STRING")
+        self.assertEqual(run("db", "fill", big, "-n", "10000").returncode, 0)
+        st = os.statvfs(small)  # leave 16 KB free: less than any of the exports needs
+        with open(os.path.join(small, "filler"), "wb") as f:
+            f.write(b"x" * (st.f_bavail * st.f_frsize - 16384))
+        for fmt in ("xlsx", "htm", "pdf"):
+            r = run("db", "export", big, "--format", fmt, "--out", os.path.join(small, "o." + fmt))
+            self.assertEqual(r.returncode, 1, fmt)
+            self.assertIn("Disk full: ", r.stderr)
+            self.assertIn("'%s'" % os.path.join(small, "o." + fmt), r.stderr)
+        self.assertEqual(len(os.listdir(small)), 4)
+
+
+if __name__ == "__main__":
+    unittest.main()
