@@ -2,7 +2,6 @@
 wrong quietly (a blank page with exit 0, one database's schema replacing another's, values stored
 as something else, adds lost to a parallel writer, an unknown field matching nothing, a value with
 blanks read as an operator). Each case expects what a user relying on real data would."""
-import fcntl
 import os
 import re
 import subprocess
