@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -47,6 +48,31 @@ mode_t hNewFileMode() {
   return 0666 & ~mask;
 }
 
+// Reads pFd to its end, never holding more than INPUT.SIZE.MAX bytes: a size known in advance
+// (pHint) is checked first, and every read is checked before it is kept, so an endless source
+// (/dev/zero, a pipe) stops at the limit. pWhat names the source in the size error, pName in
+// the read error.
+std::string hReadAll(int pFd, uint64_t pHint, const std::string& pWhat, const std::string& pName) {
+  const uint64_t max = static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize));
+  std::string data;
+  if (pHint > 0) {
+    mdl_Limits::CheckInputSize(pHint, pWhat);
+    data.reserve(static_cast<size_t>(pHint));
+  }
+  char buf[65536];
+  for (;;) {
+    ssize_t n = ::read(pFd, buf, sizeof buf);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      hRaiseErrno(errno, "Cannot read", pName);
+    }
+    if (n == 0) break;
+    if (data.size() + static_cast<uint64_t>(n) > max) mdl_Limits::CheckInputSize(max + 1, pWhat);
+    data.append(buf, static_cast<size_t>(n));
+  }
+  return data;
+}
+
 }  // namespace
 
 void SetWriteHook(WriteHook pHook) { hHook() = std::move(pHook); }
@@ -68,34 +94,24 @@ std::string ReadFile(const std::string& pFile) {
     ::close(fd);
     Raise(err::kPathFileAccess, "Not a file: '" + pFile + "'");
   }
-  std::string data;
-  auto tooLarge = [&](uint64_t size) {
-    try {
-      mdl_Limits::CheckInputSize(size, "File '" + pFile + "'");
-    } catch (...) {
-      ::close(fd);
-      throw;
-    }
-  };
-  if (st.st_size > 0) {
-    tooLarge(static_cast<uint64_t>(st.st_size));
-    data.reserve(static_cast<size_t>(st.st_size));
+  try {
+    std::string data = hReadAll(fd, st.st_size > 0 ? static_cast<uint64_t>(st.st_size) : 0,
+                                "File '" + pFile + "'", pFile);
+    ::close(fd);
+    return data;
+  } catch (...) {
+    ::close(fd);
+    throw;
   }
-  char buf[65536];
-  for (;;) {
-    ssize_t n = ::read(fd, buf, sizeof buf);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      int e = errno;
-      ::close(fd);
-      hRaiseErrno(e, "Cannot read", pFile);
-    }
-    if (n == 0) break;
-    data.append(buf, static_cast<size_t>(n));
-    if (data.size() > static_cast<uint64_t>(st.st_size)) tooLarge(data.size());  // grew while read, or a pipe
-  }
-  ::close(fd);
-  return data;
+}
+
+std::string ReadDescriptor(int pFd, const std::string& pName) {
+  struct stat st {};
+  uint64_t hint = 0;
+  if (::fstat(pFd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0) hint = static_cast<uint64_t>(st.st_size);
+  std::string what = pName;
+  if (!what.empty()) what[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(what[0])));
+  return hReadAll(pFd, hint, what, pName);
 }
 
 namespace {

@@ -14,8 +14,13 @@
 namespace rykel::fileio {
 
 // The whole content of a file. Raises 53 (file not found), 76 (path not found), 70 (permission
-// denied), 75 (a folder or otherwise not a readable file) or 57 (I/O error).
+// denied), 75 (a folder or otherwise not a readable file) or 57 (I/O error), and 1000 "File
+// 'name' is larger than INPUT.SIZE.MAX (n bytes)" before it holds more than that limit, whether
+// the size is known (a file) or not (a pipe, a device such as /dev/zero).
 std::string ReadFile(const std::string& pFile);
+// The rest of an open descriptor (standard input, a pipe), bounded the same way. pName names the
+// source in messages ("standard input"). Raises 57 for an I/O error. Does not close pFd.
+std::string ReadDescriptor(int pFd, const std::string& pName);
 
 // Replaces the file's content by pData (see the header comment). A new file gets the permissions
 // 0666 minus the umask; an existing file keeps its permissions. Raises 76 when the folder does not
