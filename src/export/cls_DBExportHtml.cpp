@@ -124,7 +124,12 @@ std::string cls_DBExportHtml::hCellStyle(const ExportCell& pCell, const ExportRo
     case ExportFormat::Decimal: style = kDecimalFormat; break;
     case ExportFormat::Date: style = kDateFormat; break;
     case ExportFormat::Text: style = kTextFormat; break;
-    case ExportFormat::None: break;
+    case ExportFormat::None:
+      // A text a spreadsheet would take for a formula ("=", "+", "-", "@", tab, CR first) is
+      // marked as text, so opening the file never evaluates data.
+      if (!pCell.text.empty() && std::string_view("=+-@\t\r").find(pCell.text[0]) != std::string_view::npos)
+        style = kTextFormat;
+      break;
   }
   if (pRow.bold) style += "font-weight:700;";
   if (!pRow.textColor.empty()) style += "color:" + pRow.textColor + ";";

@@ -29,7 +29,9 @@ class cls_DBExportHtml : public ExportSink {
   void ROW(const ExportRow& pRow) override;
   void END() override;
 
-  // The style text of one cell: its number format, then the row's weight and colours.
+  // The style text of one cell: its number format, then the row's weight and colours. A cell
+  // without a number format whose text begins with "=", "+", "-", "@", tab or CR gets the text
+  // format mso-number-format:'\@' so that a spreadsheet shows it and never evaluates it.
   static std::string hCellStyle(const ExportCell& pCell, const ExportRow& pRow);
 
  private:
