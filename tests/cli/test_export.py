@@ -35,6 +35,14 @@ class DbExportCommandTest(unittest.TestCase):
                     self.assertEqual(f.read(len(magic)), magic)
         self.assertEqual(run("db", "show", self.out("copy.ry-dbb")).stdout, run("db", "show", self.db).stdout)
 
+    def test_batch_names_a_batch_line_cannot_quote_are_refused(self):
+        for name in ('a&calc.bat', 'a"b.bat', "50%.bat", "a|b.bat"):
+            r = run("db", "export", self.db, "--format", "bat", "--out", self.out(name))
+            self.assertNotEqual(r.returncode, 0, name)
+            self.assertIn("holds a character a batch file cannot quote", r.stderr, name)
+            self.assertFalse(os.path.exists(self.out(name)), name)
+        self.assertFalse(os.path.exists(self.out("Data")))
+
     def test_filter_and_sort(self):
         out = self.out("f.htm")
         r = run("db", "export", self.db, "--format", "htm", "--out", out, "--where", "CITY=Berlin", "--sort", "NAME",
