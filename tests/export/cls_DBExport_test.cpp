@@ -285,7 +285,7 @@ TEST(DBExportFile, BatchUnknownFormatAndErrors) {
   // a name the batch line cannot quote is refused before anything is written
   for (std::string bad : {"a\"b", "a&b", "a|b", "a<b", "a>b", "a^b", "100%", "a\nb", "a\rb"}) {
     try {
-      db->EXPORTFILE(1, dir / "bad" / (bad + ".bat"), "BAT");
+      db->EXPORTFILE(1, (dir.path / "bad" / (bad + ".bat")).string(), "BAT");
       ADD_FAILURE() << bad << " was accepted";
     } catch (const Error& e) {
       EXPECT_EQ(e.number, err::kInvalidCall) << bad;

@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "frame/Convert.h"
+#include "frame/Error.h"
 #include "interpreter/cls_KELDecoder.h"
 #include "modules/cls_KELModules.h"
 

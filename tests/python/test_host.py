@@ -91,7 +91,7 @@ class ManagerOperations(unittest.TestCase):
 
 class TextThatIsNotUtf8(unittest.TestCase):
     def test_latin1_text_comes_back_as_bytes(self):
-        latin1 = b'a:2:{s:1:"A";s:2:"\xe4\xf6";s:1:"B";s:2:"\xc3\xbc";}'  # "äö" in Latin-1, "ü" in UTF-8
+        latin1 = b'a:2:{s:1:"A";s:2:"\xe4\xf6";s:1:"B";s:1:"\xc3\xbc";}'  # "äö" in Latin-1, "ü" in UTF-8
         s = rykel.cls_Structure()
         s.UNSERIALIZE(latin1)
         self.assertEqual(s.SERIALIZE(), latin1)  # not UTF-8 as a whole: bytes, unchanged
