@@ -117,6 +117,11 @@ std::string hToWindows1252(std::string_view pText) {
   return out;
 }
 
+bool cls_DBExportHtml::hFormulaLike(const ExportCell& pCell) {
+  return pCell.format == ExportFormat::None && !pCell.text.empty() &&
+         std::string_view("=+-@\t\r").find(pCell.text[0]) != std::string_view::npos;
+}
+
 std::string cls_DBExportHtml::hCellStyle(const ExportCell& pCell, const ExportRow& pRow) {
   std::string style;
   switch (pCell.format) {
@@ -125,10 +130,7 @@ std::string cls_DBExportHtml::hCellStyle(const ExportCell& pCell, const ExportRo
     case ExportFormat::Date: style = kDateFormat; break;
     case ExportFormat::Text: style = kTextFormat; break;
     case ExportFormat::None:
-      // A text a spreadsheet would take for a formula ("=", "+", "-", "@", tab, CR first) is
-      // marked as text, so opening the file never evaluates data.
-      if (!pCell.text.empty() && std::string_view("=+-@\t\r").find(pCell.text[0]) != std::string_view::npos)
-        style = kTextFormat;
+      if (hFormulaLike(pCell)) style = kTextFormat;
       break;
   }
   if (pRow.bold) style += "font-weight:700;";
@@ -200,6 +202,8 @@ void cls_DBExportHtml::ROW(const ExportRow& pRow) {
     line = cell.align == ExportAlign::Right ? "<td class=\"cellr\"" : cell.align == ExportAlign::Center ? "<td class=\"cellc\"" : "<td class=\"cell\"";
     std::string style = hCellStyle(cell, pRow);
     if (!style.empty()) line += " style=\"" + style + "\"";
+    // LibreOffice reads the number format of a cell from sdnum, not from the style: "@" is text
+    if (hFormulaLike(cell)) line += " sdnum=\"1031;0;@\"";
     line += ">" + hHtmlEscape(cell.text) + "</td>";
     hLine(line);
   }

@@ -119,7 +119,7 @@ TEST(DBExportHtml, TableLinesWithoutTitle) {
       "<td class=\"cellc\">Ja</td>",
       "<td class=\"cell\" style=\"mso-number-format:'\\@';\">030123</td>",  // leading zero kept as text
       "<td class=\"cell\" style=\"mso-number-format:'\\@';\">12:30</td>",   // never a time of day
-      "<td class=\"cell\" style=\"mso-number-format:'\\@';\">-/-</td>",     // empty reference
+      "<td class=\"cell\" style=\"mso-number-format:'\\@';\" sdnum=\"1031;0;@\">-/-</td>",  // empty reference
       "</tr>"};
   EXPECT_EQ(first, expected1);
   const std::vector<std::string> expected2 = {
@@ -265,7 +265,7 @@ TEST(DBExportHtml, FormulaLikeTextIsKeptAsText) {
   }
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "f.htm", "htm"));
   std::string all = hReadFile(dir / "f.htm");
-  const std::string text = "<td class=\"cell\" style=\"mso-number-format:'\\@';\">";
+  const std::string text = "<td class=\"cell\" style=\"mso-number-format:'\\@';\" sdnum=\"1031;0;@\">";
   for (const char* t : {"=HYPERLINK(&quot;http://x&quot;)", "+1+1", "-2+3", "@SUM(A1)", "\tcmd", "<br>cmd"})
     EXPECT_NE(all.find(text + t + "</td>"), std::string::npos) << t;
   EXPECT_NE(all.find("<td class=\"cell\">a=b</td>"), std::string::npos);  // "=" later on is harmless
