@@ -18,7 +18,12 @@ void BindFrame(pyb::module_& m) {
     try {
       if (p) std::rethrow_exception(p);
     } catch (const Error& e) {
-      pyb::object inst = pyb::handle(exc.ptr())(pyb::str(e.description));
+      // the message is always a str (a byte that is not UTF-8 shows as \xNN); .description
+      // keeps the text itself, bytes when it is not UTF-8
+      PyObject* msg = PyUnicode_DecodeUTF8(e.description.data(), static_cast<Py_ssize_t>(e.description.size()),
+                                           "backslashreplace");
+      if (!msg) throw pyb::error_already_set();
+      pyb::object inst = pyb::handle(exc.ptr())(pyb::reinterpret_steal<pyb::object>(msg));
       inst.attr("number") = e.number;
       inst.attr("description") = e.description;
       inst.attr("source") = e.source;

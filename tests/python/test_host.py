@@ -103,6 +103,10 @@ class TextThatIsNotUtf8(unittest.TestCase):
         t.ITEM_LET("C", b"\xff")
         self.assertEqual(t.ITEM_GET("C"), b"\xff")
         self.assertEqual(t.ITEM_GET("A"), b"\xe4\xf6")
+        with self.assertRaises(rykel.Error) as caught:  # an error quoting such text still reports
+            s.PARSE(b"A = #\xe4#")
+        self.assertEqual(str(caught.exception), "Script data invalid (line 1): invalid date '#\\xe4#'")
+        self.assertEqual(caught.exception.description, b"Script data invalid (line 1): invalid date '#\xe4#'")
         s.REMOVE("A")
         self.assertEqual(s.SERIALIZE(), 'a:1:{s:1:"B";s:1:"ü";}')  # valid UTF-8 stays str
 
