@@ -118,8 +118,9 @@ std::string hToWindows1252(std::string_view pText) {
 }
 
 bool cls_DBExportHtml::hFormulaLike(const ExportCell& pCell) {
+  // "-/-" (an empty reference) is the export's own mark and no formula to any spreadsheet
   return pCell.format == ExportFormat::None && !pCell.text.empty() &&
-         std::string_view("=+-@\t\r").find(pCell.text[0]) != std::string_view::npos;
+         std::string_view("=+-@\t\r").find(pCell.text[0]) != std::string_view::npos && pCell.text != "-/-";
 }
 
 std::string cls_DBExportHtml::hCellStyle(const ExportCell& pCell, const ExportRow& pRow) {
