@@ -13,7 +13,8 @@
 
 namespace rykel::cli {
 
-// Reads a whole file, or standard input for "-". Raises a clear error when it cannot.
+// Reads a whole file, or standard input for "-", never more than INPUT.SIZE.MAX bytes. Raises the
+// library's file errors (53 not found, 1000 "... is larger than INPUT.SIZE.MAX", ...).
 std::string ReadInput(const std::string& path);
 
 // Opens a database file (read-only unless pWrite) and silences the library's message boxes, which

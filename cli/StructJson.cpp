@@ -7,6 +7,7 @@
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "frame/Text.h"
 #include "structure/cls_StructureManager.h"
 
 namespace rykel::cli {
@@ -15,9 +16,24 @@ namespace {
 
 constexpr int kMaxDepth = 1000;
 
+// Valid UTF-8 is copied; a byte that is not part of a valid character (PHP's Latin-1 text) is
+// written as \u00XX, its Latin-1 reading, so the output is always valid JSON and every byte shows.
 void hString(std::string& out, std::string_view s) {
   out += '"';
-  for (unsigned char c : s) {
+  for (size_t i = 0; i < s.size(); ++i) {
+    const unsigned char c = static_cast<unsigned char>(s[i]);
+    if (c >= 0x80) {
+      const size_t len = text::Utf8CharLen(s, i);
+      if (len == 0) {
+        char buf[8];
+        std::snprintf(buf, sizeof buf, "\\u%04x", c);
+        out += buf;
+      } else {
+        out.append(s, i, len);
+        i += len - 1;
+      }
+      continue;
+    }
     switch (c) {
       case '"': out += "\\\""; break;
       case '\\': out += "\\\\"; break;

@@ -3,7 +3,9 @@
 // Writing: a node whose items are all unnamed and numbered BASE, BASE+1, ... without gaps is an
 // array; any other node an object keyed by item name (an unnamed item in an object gets the key
 // "[i]"). Numbers stay numbers, Boolean true/false, Empty and Null null, dates the text
-// "yyyy-mm-dd HH:MM:SS", strings strings.
+// "yyyy-mm-dd HH:MM:SS", strings strings. The output is always valid UTF-8: a byte of a string
+// that is not part of a valid UTF-8 character (Latin-1 text, say) is written as the escape
+// \u00XX of that byte, which reads it as Latin-1 (the byte E4 becomes "\u00e4", "ä").
 // Reading: objects give named items, arrays numbered items from 1, whole numbers within 32 bits
 // Long and other numbers Double, null Empty. Nesting deeper than 1000 levels is refused.
 #pragma once

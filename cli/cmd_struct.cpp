@@ -100,7 +100,9 @@ void AddStructCommands(CLI::App& app) {
   convert->add_option("FILE", convertFile, "input file, \"-\" for standard input")->required();
   convert->footer(
       "Forms: php (PHP's serialize text), script (the structure file form), compact (\"QS1:\" text),\n"
-      "json (objects for named items, arrays for numbered ones; dates as \"yyyy-mm-dd HH:MM:SS\").");
+      "json (objects for named items, arrays for numbered ones; dates as \"yyyy-mm-dd HH:MM:SS\"; a byte\n"
+      "that is not UTF-8, such as PHP's Latin-1 text, as \\u00XX). Files and standard input are read up to\n"
+      "INPUT.SIZE.MAX (1 GiB).");
   convert->callback([] {
     auto s = cls_Structure::New();
     hForm(from).read(ReadInput(convertFile), *s);

@@ -3,28 +3,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <new>
-#include <sstream>
 
 #include "CommandFailure.h"
 #include "Commands.h"
 #include "frame/Error.h"
 
 namespace rykel::cli {
-
-std::string ReadInput(const std::string& path) {
-  if (path == "-") {
-    std::ostringstream ss;
-    ss << std::cin.rdbuf();
-    return ss.str();
-  }
-  std::ifstream in(path, std::ios::binary);
-  if (!in) Raise(err::kFileNotFound, "File not found: " + path);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 namespace {
 

@@ -20,6 +20,26 @@ pyb::object& hDateClass() {
 
 }  // namespace
 
+PyHostObject::~PyHostObject() {
+  if (!Py_IsInitialized() || _Py_IsFinalizing()) {
+    obj_.release();  // the interpreter is gone or going: nothing may be touched any more
+    return;
+  }
+  pyb::gil_scoped_acquire gil;
+  obj_ = pyb::object();
+}
+
+pyb::object TextToPython(std::string_view s) {
+  PyObject* o = PyUnicode_DecodeUTF8(s.data(), static_cast<Py_ssize_t>(s.size()), nullptr);
+  if (!o) {
+    if (!PyErr_ExceptionMatches(PyExc_UnicodeDecodeError)) throw pyb::error_already_set();
+    PyErr_Clear();
+    o = PyBytes_FromStringAndSize(s.data(), static_cast<Py_ssize_t>(s.size()));
+    if (!o) throw pyb::error_already_set();
+  }
+  return pyb::reinterpret_steal<pyb::object>(o);
+}
+
 std::string PyHostObject::TypeName() const {
   pyb::gil_scoped_acquire gil;
   return pyb::str(obj_.get_type().attr("__name__"));
@@ -50,12 +70,16 @@ Variant ToVariant(pyb::handle h) {
     if (!data) throw pyb::error_already_set();
     return Variant(std::string_view(data, static_cast<size_t>(size)));
   }
+  if (PyBytes_Check(h.ptr()))  // text that is not UTF-8 comes back in as it went out
+    return Variant(std::string_view(PyBytes_AS_STRING(h.ptr()), static_cast<size_t>(PyBytes_GET_SIZE(h.ptr()))));
   if (pyb::isinstance(h, hDatetimeClass()) || pyb::isinstance(h, hDateClass())) {
     date::Parts p;
     p.year = h.attr("year").cast<int>();
     p.month = h.attr("month").cast<int>();
     p.day = h.attr("day").cast<int>();
-    if (pyb::isinstance(h, hDatetimeClass())) {
+    if (PyBytes_Check(h.ptr()))  // text that is not UTF-8 comes back in as it went out
+    return Variant(std::string_view(PyBytes_AS_STRING(h.ptr()), static_cast<size_t>(PyBytes_GET_SIZE(h.ptr()))));
+  if (pyb::isinstance(h, hDatetimeClass())) {
       p.hour = h.attr("hour").cast<int>();
       p.minute = h.attr("minute").cast<int>();
       p.second = h.attr("second").cast<int>();
@@ -83,12 +107,7 @@ pyb::object FromVariant(const Variant& v) {
       date::Parts p = date::ToParts(v.rawDouble());
       return hDatetimeClass()(p.year, p.month, p.day, p.hour, p.minute, p.second);
     }
-    case VarType::String: {
-      auto s = v.str();
-      PyObject* o = PyUnicode_DecodeUTF8(s.data(), static_cast<Py_ssize_t>(s.size()), "replace");
-      if (!o) throw pyb::error_already_set();
-      return pyb::reinterpret_steal<pyb::object>(o);
-    }
+    case VarType::String: return TextToPython(v.str());
     case VarType::Boolean: return pyb::bool_(v.rawBool());
     case VarType::Object: {
       const ObjectPtr& o = v.obj();

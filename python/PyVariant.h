@@ -2,11 +2,17 @@
 // None <-> Empty, rykel.NULL <-> Null, bool <-> Boolean, int <-> Long (Double beyond 32 bits),
 // float <-> Double, str <-> String, datetime <-> Date, component objects as themselves, and any
 // other Python object carried as an object of its own (PyHostObject).
+//
+// Text results: every text the module hands to Python (a String value or a std::string result)
+// goes through TextToPython: str when it is valid UTF-8, else bytes holding it unchanged (PHP's
+// Latin-1 serialized text, say). bytes are accepted wherever text is taken, so such a text
+// travels back in as it came out.
 #pragma once
 
 #include <pybind11/pybind11.h>
 
 #include <string>
+#include <string_view>
 
 #include "frame/Variant.h"
 
@@ -14,14 +20,12 @@ namespace rykel::py {
 
 namespace pyb = pybind11;
 
-// A Python object travelling inside the component (a host module, a callback, ...).
+// A Python object travelling inside the component (a host module, a callback, ...). Safe to
+// destroy at any time: after the interpreter has finished, the reference is left alone.
 class PyHostObject : public Object {
  public:
   explicit PyHostObject(pyb::object o) : obj_(std::move(o)) {}
-  ~PyHostObject() override {
-    pyb::gil_scoped_acquire gil;
-    obj_ = pyb::object();
-  }
+  ~PyHostObject() override;
   std::string TypeName() const override;
   const pyb::object& object() const { return obj_; }
 
@@ -33,6 +37,8 @@ class PyHostObject : public Object {
 pyb::object NullObject();
 Variant ToVariant(pyb::handle h);
 pyb::object FromVariant(const Variant& v);
+// str for valid UTF-8, else bytes (see the header comment).
+pyb::object TextToPython(std::string_view s);
 void BindVariantSupport(pyb::module_& m);
 
 }  // namespace rykel::py
@@ -47,6 +53,13 @@ struct type_caster<rykel::Variant> {
   }
   static handle cast(const rykel::Variant& v, return_value_policy, handle) {
     return rykel::py::FromVariant(v).release();
+  }
+};
+// std::string results leave as TextToPython makes them; arguments read str or bytes as before.
+template <>
+struct type_caster<std::string> : string_caster<std::string> {
+  static handle cast(const std::string& s, return_value_policy, handle) {
+    return rykel::py::TextToPython(s).release();
   }
 };
 }  // namespace pybind11::detail

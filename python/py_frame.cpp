@@ -6,6 +6,7 @@
 #include "frame/sys_Global.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
+#include "structure/cls_StructureTree.h"
 #include "tools/cls_DBTool.h"
 
 namespace rykel::py {
@@ -17,7 +18,12 @@ void BindFrame(pyb::module_& m) {
     try {
       if (p) std::rethrow_exception(p);
     } catch (const Error& e) {
-      pyb::object inst = pyb::handle(exc.ptr())(pyb::str(e.description));
+      // the message is always a str (a byte that is not UTF-8 shows as \xNN); .description
+      // keeps the text itself, bytes when it is not UTF-8
+      PyObject* msg = PyUnicode_DecodeUTF8(e.description.data(), static_cast<Py_ssize_t>(e.description.size()),
+                                           "backslashreplace");
+      if (!msg) throw pyb::error_already_set();
+      pyb::object inst = pyb::handle(exc.ptr())(pyb::reinterpret_steal<pyb::object>(msg));
       inst.attr("number") = e.number;
       inst.attr("description") = e.description;
       inst.attr("source") = e.source;
@@ -29,10 +35,11 @@ void BindFrame(pyb::module_& m) {
       "SetErrorPolicy",
       [](pyb::object policy) {
         if (policy.is_none()) return SetErrorPolicy({});
-        SetErrorPolicy([policy](const ErrorContext& c) {
+        auto held = std::make_shared<PyHostObject>(std::move(policy));
+        SetErrorPolicy([held](const ErrorContext& c) {
           pyb::gil_scoped_acquire gil;
-          return policy(c.error.number, c.error.description, std::string(c.module),
-                        std::string(c.procedure))
+          return held->object()(c.error.number, c.error.description, std::string(c.module),
+                                std::string(c.procedure))
               .cast<int>();
         });
       },
@@ -43,12 +50,20 @@ void BindFrame(pyb::module_& m) {
       "SetNotifier",
       [](pyb::object notifier) {
         if (notifier.is_none()) return SetNotifier({});
-        SetNotifier([notifier](const Notification& n) {
+        auto held = std::make_shared<PyHostObject>(std::move(notifier));
+        SetNotifier([held](const Notification& n) {
           pyb::gil_scoped_acquire gil;
-          return notifier(n.caption, n.text, n.buttons, n.icon).cast<std::string>();
+          return held->object()(n.caption, n.text, n.buttons, n.icon).cast<std::string>();
         });
       },
       pyb::arg("notifier"), "notifier(caption, text, buttons, icon) -> answer; None restores the default");
+  // Hooks holding Python callables are dropped while the interpreter still runs: one left for the
+  // process end would be released after the interpreter is gone, which aborts the process.
+  pyb::module_::import("atexit").attr("register")(pyb::cpp_function([] {
+    SetErrorPolicy({});
+    SetNotifier({});
+    cls_StructureTree::SetClipboard({});
+  }));
 
   auto g = m.def_submodule("mdl_Global", "per-thread globals and shared conversions");
   g.def("Main", &mdl_Global::Main);

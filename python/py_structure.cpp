@@ -46,7 +46,94 @@ void BindStructure(pyb::module_& m) {
       .def("ADD", &M::ADD, arg("pID"), arg("pValue"))
       .def("FIND", [](M& s, int32_t id, const std::string& n) { return s.FIND(id, n); }, arg("pID"), arg("pName"))
       .def("CLEAR", &M::CLEAR, arg("pID"))
-      .def("REMOVE", &M::REMOVE, arg("pID"), arg("pKey"));
+      .def("REMOVE", &M::REMOVE, arg("pID"), arg("pKey"))
+      // ---- the operations the handle forwards, each with the node id first, as in C++
+      .def("ItemGetDirect_GET",
+           [](M& s, int32_t id, const std::string& k, int t, const Variant& d, bool f) {
+             return s.ItemGetDirect_GET(id, k, t, d, f);
+           },
+           arg("pID"), arg("pKey"), arg("pKeyType"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
+      .def("DEFAULT", &M::DEFAULT, arg("pID"), arg("pKey"), arg("pValue"))
+      .def("EXISTS_GET", &M::EXISTS_GET, arg("pID"), arg("pKey"))
+      .def("EXISTSVALUE_GET", &M::EXISTSVALUE_GET, arg("pID"), arg("pValue"))
+      .def("ITEMINDEX_GET", &M::ITEMINDEX_GET, arg("pID"), arg("pKey"))
+      .def("ID_GET", &M::ID_GET, arg("pID"), arg("pIndex"))
+      .def("ID_LET", [](M& s, int32_t id, int32_t i, const std::string& n) { s.ID_LET(id, i, n); }, arg("pID"),
+           arg("pIndex"), arg("pNewID"))
+      .def("ITEMBYID_GET", [](M& s, int32_t id, const std::string& k, const Variant& d) { return s.ITEMBYID_GET(id, k, d); },
+           arg("pID"), arg("pItemID"), arg("pDefault") = Variant())
+      .def("ITEMBYID_LET", [](M& s, int32_t id, const std::string& k, const Variant& v) { s.ITEMBYID_LET(id, k, v); },
+           arg("pID"), arg("pItemID"), arg("pValue"))
+      .def("ITEMBYID_SET", [](M& s, int32_t id, const std::string& k, const Variant& v) { s.ITEMBYID_SET(id, k, v); },
+           arg("pID"), arg("pItemID"), arg("pValue"))
+      .def("EXISTSBYID_GET", [](M& s, int32_t id, const std::string& k) { return s.EXISTSBYID_GET(id, k); }, arg("pID"),
+           arg("pItemID"))
+      .def("ITEMRECURSIVE_GET",
+           [](M& s, int32_t id, const std::string& k, const Variant& d) { return s.ITEMRECURSIVE_GET(id, k, d); },
+           arg("pID"), arg("pItemID"), arg("pDefault") = Variant())
+      .def("ITEMPARENT_GET", [](M& s, int32_t id, const std::string& k) { return s.ITEMPARENT_GET(id, k); }, arg("pID"),
+           arg("pPath"))
+      .def("COUNTSUBSTRUCTS", &M::COUNTSUBSTRUCTS, arg("pID"))
+      .def("COUNTALL", &M::COUNTALL, arg("pID"))
+      .def("RESIZE", &M::RESIZE, arg("pID"), arg("pMax"))
+      .def("INDEX", &M::INDEX, arg("pID"), arg("pPosition"))
+      .def("ITEMDIRECT_LET",
+           [](M& s, int32_t id, int32_t i, const std::string& n, const Variant& v) { s.ITEMDIRECT_LET(id, i, n, v); },
+           arg("pID"), arg("pIndex"), arg("pName"), arg("pValue"))
+      .def("ISEMPTY", &M::ISEMPTY, arg("pID"))
+      .def("SERIALIZE", &M::SERIALIZE, arg("pID"))
+      .def("UNSERIALIZE", [](M& s, int32_t id, const std::string& t) { s.UNSERIALIZE(id, t); }, arg("pID"),
+           arg("rSerialData"))
+      .def("UNSERIALIZE2",
+           [](M& s, int32_t id, const std::string& t, int64_t rIndex) {
+             Variant v = s.UNSERIALIZE2(id, t, rIndex);
+             return pyb::make_tuple(v, rIndex);
+           },
+           arg("pID"), arg("rSerialData"), arg("rIndex") = 0)
+      .def("SERIALIZEBINARY", &M::SERIALIZEBINARY, arg("pID"))
+      .def("SERIALIZEBINARYBUFFER",
+           [](M& s, int32_t id, std::vector<std::string> rBuffer, int64_t rIndex) {
+             s.SERIALIZEBINARYBUFFER(id, rBuffer, rIndex);
+             return pyb::make_tuple(rBuffer, rIndex);
+           },
+           arg("pID"), arg("rBuffer") = std::vector<std::string>(), arg("rIndex") = 0)
+      .def("SERIALIZEBINARYCOUNT", &M::SERIALIZEBINARYCOUNT, arg("pID"))
+      .def("UNSERIALIZEBINARY", [](M& s, int32_t id, const std::string& t) { s.UNSERIALIZEBINARY(id, t); }, arg("pID"),
+           arg("rSerialData"))
+      .def("UNSERIALIZEBINARYBUFFER",
+           [](M& s, int32_t id, const std::vector<std::string>& pBuffer, int64_t rIndex) {
+             s.UNSERIALIZEBINARYBUFFER(id, pBuffer, rIndex);
+             return rIndex;
+           },
+           arg("pID"), arg("pBuffer"), arg("rIndex") = 0)
+      .def("JOIN", [](M& s, int32_t id, const std::string& g) { return s.JOIN(id, g); }, arg("pID"), arg("pGlue") = "")
+      .def("MERGE",
+           [](M& s, int32_t id, const StructurePtr& o, const std::string& p, bool k) { s.MERGE(id, o, p, k); },
+           arg("pID"), arg("pStructure"), arg("pPrefix") = "", arg("pKeepOrder") = false)
+      .def("COPY", &M::COPY, arg("pID"))
+      .def("CLONE", &M::CLONE, arg("pID"))
+      .def("DIFFERENCE", &M::DIFFERENCE, arg("pID"), arg("pDefaults"))
+      .def("UPDATE", &M::UPDATE, arg("pID"), arg("pStructure"))
+      .def("RESTRUCTURE", [](M& s, int32_t id, const std::string& c) { return s.RESTRUCTURE(id, c); }, arg("pID"),
+           arg("pConvertToStructChar") = ".")
+      .def("FLATADD", [](M& s, int32_t id, const StructurePtr& o, const std::string& c) { s.FLATADD(id, o, c); },
+           arg("pID"), arg("pStructure"), arg("pConvertStructChar") = ".")
+      .def("FLATTEN", [](M& s, int32_t id, const std::string& c) { return s.FLATTEN(id, c); }, arg("pID"),
+           arg("pConvertStructChar") = ".")
+      .def("LINEARADD", &M::LINEARADD, arg("pID"), arg("pStructure"))
+      .def("LINEAR", &M::LINEAR, arg("pID"))
+      .def("IDLISTADD", &M::IDLISTADD, arg("pID"), arg("pStructure"))
+      .def("IDLIST", &M::IDLIST, arg("pID"))
+      .def("MOVE", &M::MOVE, arg("pID"), arg("pIndex"), arg("pMoveTo"))
+      .def("SWAP", &M::SWAP, arg("pID"), arg("pI1"), arg("pI2"))
+      .def("RENAME", [](M& s, int32_t id, const std::string& o, const std::string& n) { return s.RENAME(id, o, n); },
+           arg("pID"), arg("pOldID"), arg("pNewID"))
+      .def("MENU", [](M& s, int32_t id, const std::string& p) { return s.MENU(id, p); }, arg("pID"), arg("pMenu") = "")
+      .def("SELECTION", &M::SELECTION, arg("pID"), arg("pSelected") = Variant())
+      .def("INCREASE", &M::INCREASE, arg("pID"), arg("pIncreaseBy") = Variant(1), arg("pKey") = Variant())
+      .def("DECREASE", &M::DECREASE, arg("pID"), arg("pDecreaseBy") = Variant(1), arg("pKey") = Variant())
+      .def("COPYCLIPBOARD", &M::COPYCLIPBOARD, arg("pID"))
+      .def("COPYCLIPBOARDNOTEMPTY", &M::COPYCLIPBOARDNOTEMPTY, arg("pID"));
 
   using S = cls_Structure;
   pyb::class_<S, Object, std::shared_ptr<S>>(m, "cls_Structure",
@@ -141,7 +228,7 @@ void BindStructure(pyb::module_& m) {
            arg("pStructure"), arg("pPrefix") = "", arg("pKeepOrder") = false)
       .def("COPY", &S::COPY)
       .def("CLONE", &S::CLONE)
-      .def("DIFFERENCE", &S::DIFFERENCE, arg("pStructure"))
+      .def("DIFFERENCE", &S::DIFFERENCE, arg("pDefaults"))
       .def("UPDATE", &S::UPDATE, arg("pStructure"))
       .def("RESTRUCTURE", [](S& s, const std::string& c) { return s.RESTRUCTURE(c); }, arg("pConvertToStructChar") = ".")
       .def("FLATADD", [](S& s, const StructurePtr& o, const std::string& c) { return s.FLATADD(o, c); },

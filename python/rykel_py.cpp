@@ -15,4 +15,5 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindKEL(m);
   rykel::py::BindKELDB(m);
   rykel::py::BindLimits(m);
+  rykel::py::AcceptNoneForDefaults(m);
 }

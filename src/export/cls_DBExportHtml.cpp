@@ -117,6 +117,12 @@ std::string hToWindows1252(std::string_view pText) {
   return out;
 }
 
+bool cls_DBExportHtml::hFormulaLike(const ExportCell& pCell) {
+  // "-/-" (an empty reference) is the export's own mark and no formula to any spreadsheet
+  return pCell.format == ExportFormat::None && !pCell.text.empty() &&
+         std::string_view("=+-@\t\r").find(pCell.text[0]) != std::string_view::npos && pCell.text != "-/-";
+}
+
 std::string cls_DBExportHtml::hCellStyle(const ExportCell& pCell, const ExportRow& pRow) {
   std::string style;
   switch (pCell.format) {
@@ -124,7 +130,9 @@ std::string cls_DBExportHtml::hCellStyle(const ExportCell& pCell, const ExportRo
     case ExportFormat::Decimal: style = kDecimalFormat; break;
     case ExportFormat::Date: style = kDateFormat; break;
     case ExportFormat::Text: style = kTextFormat; break;
-    case ExportFormat::None: break;
+    case ExportFormat::None:
+      if (hFormulaLike(pCell)) style = kTextFormat;
+      break;
   }
   if (pRow.bold) style += "font-weight:700;";
   if (!pRow.textColor.empty()) style += "color:" + pRow.textColor + ";";
@@ -195,6 +203,8 @@ void cls_DBExportHtml::ROW(const ExportRow& pRow) {
     line = cell.align == ExportAlign::Right ? "<td class=\"cellr\"" : cell.align == ExportAlign::Center ? "<td class=\"cellc\"" : "<td class=\"cell\"";
     std::string style = hCellStyle(cell, pRow);
     if (!style.empty()) line += " style=\"" + style + "\"";
+    // LibreOffice reads the number format of a cell from sdnum, not from the style: "@" is text
+    if (hFormulaLike(cell)) line += " sdnum=\"1031;0;@\"";
     line += ">" + hHtmlEscape(cell.text) + "</td>";
     hLine(line);
   }

@@ -74,6 +74,11 @@ bool cls_DB::EXPORTFILE(const Variant& pView, const std::string& pFile, const st
     std::filesystem::path batchPath(pFile);
     std::string base = batchPath.stem().string();
     if (batch) {
+      // The name goes into a quoted batch line; inside quotes cmd still expands "%" and ends the
+      // line at a break, and a quote would end the quoting: such names are refused, not mangled.
+      if (base.find_first_of("\"&|<>^%\r\n") != std::string::npos)
+        Raise(err::kInvalidCall, "the batch export's name '" + base +
+                                     "' holds a character a batch file cannot quote (\" & | < > ^ % or a line break)");
       // The "Data" folder is made beside the batch file; the batch file's own folder must exist.
       std::filesystem::path folder = batchPath.parent_path(), data = folder / "Data";
       std::error_code ec;

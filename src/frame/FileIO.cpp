@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -66,40 +67,45 @@ FileStamp hStamp(const struct stat& st) {
   return s;
 }
 
+// Reads pFd to its end, never holding more than INPUT.SIZE.MAX bytes: a size known in advance
+// (pHint) is checked first, and every read is checked before it is kept, so an endless source
+// (/dev/zero, a pipe) stops at the limit. pWhat names the source in the size error, pName in
+// the read error.
+std::string hReadAll(int pFd, uint64_t pHint, const std::string& pWhat, const std::string& pName) {
+  const uint64_t max = static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize));
+  std::string data;
+  if (pHint > 0) {
+    mdl_Limits::CheckInputSize(pHint, pWhat);
+    data.reserve(static_cast<size_t>(pHint));
+  }
+  char buf[65536];
+  for (;;) {
+    ssize_t n = ::read(pFd, buf, sizeof buf);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      hRaiseErrno(errno, "Cannot read", pName);
+    }
+    if (n == 0) break;
+    if (data.size() + static_cast<uint64_t>(n) > max) mdl_Limits::CheckInputSize(max + 1, pWhat);
+    data.append(buf, static_cast<size_t>(n));
+  }
+  return data;
+}
+
 [[noreturn]] void hNotRegular(std::string_view what, const std::string& file) {
   Raise(err::kPathFileAccess, std::string(what) + (what.empty() ? "'" : " '") + file + "' is not a regular file");
 }
 
-// Reads everything from an open descriptor; closes it.
-std::string hReadAll(int fd, const struct stat& st, const std::string& pFile) {
-  std::string data;
-  auto tooLarge = [&](uint64_t size) {
-    try {
-      mdl_Limits::CheckInputSize(size, "File '" + pFile + "'");
-    } catch (...) {
-      ::close(fd);
-      throw;
-    }
-  };
-  if (st.st_size > 0) {
-    tooLarge(static_cast<uint64_t>(st.st_size));
-    data.reserve(static_cast<size_t>(st.st_size));
+// Reads an open descriptor to its end and closes it.
+std::string hReadAndClose(int fd, const struct stat& st, const std::string& pFile) {
+  try {
+    std::string data = hReadAll(fd, st.st_size > 0 ? static_cast<uint64_t>(st.st_size) : 0, "File '" + pFile + "'", pFile);
+    ::close(fd);
+    return data;
+  } catch (...) {
+    ::close(fd);
+    throw;
   }
-  char buf[65536];
-  for (;;) {
-    ssize_t n = ::read(fd, buf, sizeof buf);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      int e = errno;
-      ::close(fd);
-      hRaiseErrno(e, "Cannot read", pFile);
-    }
-    if (n == 0) break;
-    data.append(buf, static_cast<size_t>(n));
-    if (data.size() > static_cast<uint64_t>(st.st_size)) tooLarge(data.size());  // grew while read, or a pipe
-  }
-  ::close(fd);
-  return data;
 }
 
 // Within a live mdl_Confine::Scope the file is opened confined (outside files look missing).
@@ -130,13 +136,22 @@ FileStamp StampOf(const std::string& pFile) {
 
 std::string ReadFile(const std::string& pFile) { return ReadOpened(hOpenForRead(pFile, 0), pFile); }
 
+std::string ReadDescriptor(int pFd, const std::string& pName) {
+  struct stat st {};
+  uint64_t hint = 0;
+  if (::fstat(pFd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0) hint = static_cast<uint64_t>(st.st_size);
+  std::string what = pName;
+  if (!what.empty()) what[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(what[0])));
+  return hReadAll(pFd, hint, what, pName);
+}
+
 std::string ReadOpened(int fd, const std::string& pFile) {
   struct stat st {};
   if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
     ::close(fd);
     Raise(err::kPathFileAccess, "Not a file: '" + pFile + "'");
   }
-  return hReadAll(fd, st, pFile);
+  return hReadAndClose(fd, st, pFile);
 }
 
 std::string ReadRegularFile(const std::string& pFile, FileStamp* rStamp) {
@@ -149,7 +164,7 @@ std::string ReadRegularFile(const std::string& pFile, FileStamp* rStamp) {
   }
   ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
   if (rStamp) *rStamp = hStamp(st);
-  return hReadAll(fd, st, pFile);
+  return hReadAndClose(fd, st, pFile);
 }
 
 void RequireRegularFile(const std::string& pFile, std::string_view pWhat) {

@@ -37,7 +37,9 @@ struct FileStamp {
 FileStamp StampOf(const std::string& pFile);
 
 // The whole content of a file. Raises 53 (file not found), 76 (path not found), 70 (permission
-// denied), 75 (a folder or otherwise not a readable file) or 57 (I/O error).
+// denied), 75 (a folder or otherwise not a readable file) or 57 (I/O error), and 1000 "File
+// 'name' is larger than INPUT.SIZE.MAX (n bytes)" before it holds more than that limit, whether
+// the size is known (a file) or not (a pipe, a device such as /dev/zero).
 // Within a live mdl_Confine::Scope only files inside its folders are read (others raise 53).
 std::string ReadFile(const std::string& pFile);
 // The same for a file already open (read from where fd stands; fd is closed); pFile names it in
@@ -49,6 +51,9 @@ std::string ReadRegularFile(const std::string& pFile, FileStamp* rStamp = nullpt
 // Raises 75 "<pWhat> 'f' is not a regular file" when pFile exists (links followed) and is a
 // folder, FIFO, device or socket; a missing file passes.
 void RequireRegularFile(const std::string& pFile, std::string_view pWhat);
+// The rest of an open descriptor (standard input, a pipe), bounded the same way. pName names the
+// source in messages ("standard input"). Raises 57 for an I/O error. Does not close pFd.
+std::string ReadDescriptor(int pFd, const std::string& pName);
 
 // The path a write of pFile replaces (see the header comment).
 std::string WriteTarget(const std::string& pFile);

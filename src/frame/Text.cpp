@@ -1,5 +1,7 @@
 #include "frame/Text.h"
 
+#include <algorithm>
+
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
@@ -43,6 +45,30 @@ std::string hMapCase(std::string_view s, Map map) {
 }
 
 }  // namespace
+
+size_t Utf8CharLen(std::string_view s, size_t i) {
+  if (i >= s.size()) return 0;
+  if (static_cast<unsigned char>(s[i]) < 0x80) return 1;
+  const auto* p = reinterpret_cast<const uint8_t*>(s.data());
+  const int32_t n = static_cast<int32_t>(std::min<size_t>(s.size(), i + 4));
+  int32_t k = static_cast<int32_t>(i);
+  UChar32 c;
+  U8_NEXT(p, k, n, c);
+  return c < 0 ? 0 : static_cast<size_t>(k) - i;
+}
+
+bool IsUtf8(std::string_view s) {
+  for (size_t i = 0; i < s.size();) {
+    if (static_cast<unsigned char>(s[i]) < 0x80) {
+      ++i;
+      continue;
+    }
+    const size_t len = Utf8CharLen(s, i);
+    if (len == 0) return false;
+    i += len;
+  }
+  return true;
+}
 
 size_t Len(std::string_view s) {
   size_t n = 0;

@@ -26,6 +26,11 @@ std::string LCase(std::string_view s);
 // Upper-cases in place; returns false (and leaves s) when it is already upper case.
 void UCaseInPlace(std::string& s);
 bool IsAscii(std::string_view s);
+// Bytes of the valid UTF-8 character at byte offset i (1 to 4), or 0 when the bytes there are not
+// one (a stray byte, an overlong form, a surrogate, a cut sequence, Latin-1 text).
+size_t Utf8CharLen(std::string_view s, size_t i);
+// True when the whole text is valid UTF-8.
+bool IsUtf8(std::string_view s);
 
 // Blanks only (not tabs or line breaks), as the classic runtime trims.
 std::string_view Trim(std::string_view s);

@@ -1,5 +1,6 @@
 #include "frame/mdl_Limits.h"
 
+#include <algorithm>
 #include <array>
 
 #include "frame/Error.h"
@@ -68,6 +69,10 @@ void CheckInputSize(uint64_t pSize, std::string_view pWhat) {
   if (pSize > static_cast<uint64_t>(max))
     Raise(err::kInvalidData, std::string(pWhat) + " is larger than INPUT.SIZE.MAX (" + std::to_string(max) +
                                  " bytes)");
+}
+
+int64_t UnusedSlotBudget(uint64_t pBytes) {
+  return (int64_t{1} << 20) + 16 * static_cast<int64_t>(std::min<uint64_t>(pBytes, uint64_t{1} << 40));
 }
 
 std::string DepthMessage(std::string_view pWhat, Limit pLimit) {

@@ -41,6 +41,10 @@ void RESET();
 
 // Raises 1000 "<pWhat> is larger than INPUT.SIZE.MAX (n bytes)" when pSize is over the limit.
 void CheckInputSize(uint64_t pSize, std::string_view pWhat);
+// Unused item slots that numbered keys ("i:1024", "[1024]") may open while one text of pBytes
+// bytes is read: 1,048,576 plus 16 per byte, enough for any honest text and bounded (in memory per
+// byte of input) for hostile ones. The serialized, compact, script and encoded readers share it.
+int64_t UnusedSlotBudget(uint64_t pBytes);
 // The message for a depth past a limit: "<pWhat> nested deeper than n levels".
 std::string DepthMessage(std::string_view pWhat, Limit pLimit);
 

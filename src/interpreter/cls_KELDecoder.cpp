@@ -1,9 +1,11 @@
 #include "interpreter/cls_KELDecoder.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
 #include "interpreter/TextCache.h"
@@ -108,6 +110,10 @@ KELParam cls_KELDecoder::ClassifyUncached(std::string_view s) {
     bool hex = true;
     for (size_t i = 1; i < s.size() && hex; ++i) hex = hIsHexDigit(s[i]);
     if (hex) {
+      // 32 bits hold eight digits ("#FFFFFFFF" is -1); more, past leading zeros, do not fit
+      const size_t first = std::min(s.find_first_not_of('0', 1), s.size());
+      if (s.size() - first > 8)
+        Raise(err::kOverflow, "Overflow: '" + std::string(s) + "' has more than 8 hexadecimal digits");
       uint32_t v = 0;
       for (size_t i = 1; i < s.size(); ++i) {
         char c = s[i] >= 'a' ? s[i] - 32 : s[i];

@@ -9,7 +9,8 @@
 //   4 Raw       "{$" ... "}"                                        -> the text between, unevaluated
 //   5 Date      holds "." and reads as a date that is not negative  -> date value
 //   6 Number    numeric, at most 10 characters                      -> double
-//   7 Hex       "#" and hexadecimal digits                          -> 32-bit integer
+//   7 Hex       "#" and hexadecimal digits                          -> 32-bit integer (more than
+//               eight digits after leading zeros raise 6 "Overflow")
 //   8 Literal   LITERAL changes it ("TRUE" -> "1")                  -> the normalised string
 //   9 Other     the text itself, or (when allowed) the result of running it as a command
 #pragma once

@@ -171,7 +171,7 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
   }
   StructurePtr COPY() { return MANAGER->COPY(SID); }
   StructurePtr CLONE() { return MANAGER->CLONE(SID); }
-  StructurePtr DIFFERENCE(const StructurePtr& pStructure) { return MANAGER->DIFFERENCE(SID, pStructure); }
+  StructurePtr DIFFERENCE(const StructurePtr& pDefaults) { return MANAGER->DIFFERENCE(SID, pDefaults); }
   StructurePtr UPDATE(const StructurePtr& pStructure) {
     MANAGER->UPDATE(SID, pStructure);
     return weak_from_this().lock();

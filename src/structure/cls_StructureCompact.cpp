@@ -144,7 +144,7 @@ class CompactReader {
       : m_(m), pieces_(pieces), next_(next) {
     size_t bytes = 0;
     for (std::string_view p : pieces) bytes += p.size() + 1;
-    slotBudget_ = (int64_t{1} << 20) + 16 * static_cast<int64_t>(bytes);
+    slotBudget_ = mdl_Limits::UnusedSlotBudget(bytes);
   }
   size_t Next() const { return next_; }
 

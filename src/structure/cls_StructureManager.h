@@ -278,7 +278,7 @@ class cls_StructureManager : public Object,
   void MERGE(int32_t pID, const StructurePtr& pStructure, std::string_view pPrefix = "", bool pKeepOrder = false);
   StructurePtr COPY(int32_t pID);
   StructurePtr CLONE(int32_t pID);
-  StructurePtr DIFFERENCE(int32_t pID, const StructurePtr& pStructure);
+  StructurePtr DIFFERENCE(int32_t pID, const StructurePtr& pDefaults);
   void UPDATE(int32_t pID, const StructurePtr& pStructure);
   StructurePtr RESTRUCTURE(int32_t pID, std::string_view pConvertToStructChar = ".");
   void FLATADD(int32_t pID, const StructurePtr& pStructure, std::string_view pConvertStructChar = ".");

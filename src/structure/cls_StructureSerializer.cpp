@@ -230,8 +230,7 @@ class SerializedReader {
  public:
   SerializedReader(cls_StructureManager& m, std::string_view text, size_t pos)
       : m_(m), begin_(text.data()), p_(text.data() + pos), end_(text.data() + text.size()) {
-    // unused slots opened by numbered keys: enough for any honest text, bounded for hostile ones
-    gapBudget_ = (int64_t{1} << 20) + 16 * static_cast<int64_t>(text.size());
+    gapBudget_ = mdl_Limits::UnusedSlotBudget(text.size());
   }
 
   size_t Pos() const { return static_cast<size_t>(p_ - begin_); }
@@ -280,9 +279,11 @@ class SerializedReader {
       v = v * 10 + static_cast<uint64_t>(*p_ - '0');
       ++p_;
     }
-    if (p_ == start || v > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) hInvalid();
+    // the negative side reaches one further: PHP writes PHP_INT_MIN as i:-9223372036854775808;
+    const uint64_t limit = static_cast<uint64_t>(std::numeric_limits<int64_t>::max()) + (neg ? 1 : 0);
+    if (p_ == start || v > limit) hInvalid();
     Expect(term);
-    return neg ? -static_cast<int64_t>(v) : static_cast<int64_t>(v);
+    return neg ? static_cast<int64_t>(uint64_t{0} - v) : static_cast<int64_t>(v);
   }
 
   // After "s:": chars ":\"" text "\";" (or "\":" when a count follows, for class names).

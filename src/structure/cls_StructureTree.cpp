@@ -842,9 +842,9 @@ StructurePtr cls_StructureManager::CLONE(int32_t pID) {
   });
 }
 
-StructurePtr cls_StructureManager::DIFFERENCE(int32_t pID, const StructurePtr& pStructure) {
+StructurePtr cls_StructureManager::DIFFERENCE(int32_t pID, const StructurePtr& pDefaults) {
   return Guard(kClass, "DIFFERENCE", [&] {
-    int32_t other = hOtherID(*this, pStructure);
+    int32_t other = hOtherID(*this, pDefaults);
     hNode(pID);
     return CONVERT(cls_StructureTree(*this).DIFFERENCE(pID, other));
   });

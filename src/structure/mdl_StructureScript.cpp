@@ -239,7 +239,9 @@ struct Block {
   Raise(err::kInvalidData, "Script data invalid (line " + std::to_string(line) + "): " + what);
 }
 
-void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Variant& value, size_t line) {
+// rBudget: unused slots the text being read may still open (nullptr: only the per-key gap rule).
+void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Variant& value, size_t line,
+                 int64_t* rBudget) {
   if (p.index < 0) {
     // A new name goes after the last item, not into an unused slot below it: the writer lists
     // items in slot order, so this keeps a written node's order when it is read back.
@@ -252,14 +254,19 @@ void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Var
   if (p.index > static_cast<int64_t>(m.MAX(node)) + kMaxIndexGap)
     hFailAt(line, "index [" + std::to_string(p.index) + "] skips more than " + std::to_string(kMaxIndexGap) +
                       " unused items");
+  if (const int64_t gap = p.index - static_cast<int64_t>(m.MAX(node)) - 1; gap > 0 && rBudget) {
+    *rBudget -= gap;
+    if (*rBudget < 0)
+      hFailAt(line, "numbered items leave too many unused items (at most 1048576 plus 16 per byte of text)");
+  }
   m.ITEM_LET(node, Variant(static_cast<int32_t>(p.index)), value, true);
 }
 
 // A new empty sub-structure under the part (replacing what was there).
 int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep,
-                    size_t line) {
+                    size_t line, int64_t* rBudget) {
   StructurePtr h = m.CONVERT(m.Alloc());
-  hAssignPart(m, node, p, Variant(h), line);
+  hAssignPart(m, node, p, Variant(h), line, rBudget);
   int32_t id = h->SID_GET();
   keep.push_back(std::move(h));
   return id;
@@ -267,7 +274,7 @@ int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::v
 
 // The sub-structure under the part, created when missing or a scalar.
 int32_t hChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep,
-                 size_t line) {
+                 size_t line, int64_t* rBudget) {
   Variant v = p.index >= 0 ? m.ITEM_GET(node, Variant(static_cast<int32_t>(p.index)), {}, true)
                            : m.ITEMBYID_GET(node, p.name);
   if (auto h = v.as<cls_Structure>()) {
@@ -275,12 +282,15 @@ int32_t hChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vect
     keep.push_back(std::move(h));
     return id;
   }
-  return hNewChildOf(m, node, p, keep, line);
+  return hNewChildOf(m, node, p, keep, line, rBudget);
 }
 
 class Parser {
  public:
-  Parser(cls_StructureManager& m, int32_t id) : m_(m) { stack_.push_back({nullptr, id, "", 0, 0}); }
+  Parser(cls_StructureManager& m, int32_t id, size_t textBytes)
+      : m_(m), gapBudget_(mdl_Limits::UnusedSlotBudget(textBytes)) {
+    stack_.push_back({nullptr, id, "", 0, 0});
+  }
 
   void Line(std::string_view raw, size_t lineNo) {
     line_ = lineNo;
@@ -392,9 +402,11 @@ class Parser {
     return node;
   }
 
-  int32_t hChild(int32_t node, const Part& p) { return hChildOf(m_, node, p, keep_, line_); }
-  int32_t hNewChild(int32_t node, const Part& p) { return hNewChildOf(m_, node, p, keep_, line_); }
-  void hAssign(int32_t node, const Part& p, const Variant& value) { hAssignPart(m_, node, p, value, line_); }
+  int32_t hChild(int32_t node, const Part& p) { return hChildOf(m_, node, p, keep_, line_, &gapBudget_); }
+  int32_t hNewChild(int32_t node, const Part& p) { return hNewChildOf(m_, node, p, keep_, line_, &gapBudget_); }
+  void hAssign(int32_t node, const Part& p, const Variant& value) {
+    hAssignPart(m_, node, p, value, line_, &gapBudget_);
+  }
 
   void hOpen(const std::vector<Part>& parts) {
     size_t levels = parts.empty() ? 1 : parts.size();
@@ -419,6 +431,7 @@ class Parser {
   }
 
   cls_StructureManager& m_;
+  int64_t gapBudget_;  // unused slots the "[i]" names of this text may still open
   std::vector<Block> stack_;
   std::vector<StructurePtr> keep_;  // handles met on the current line
   std::vector<Part> parts_;         // the name of the current line
@@ -617,7 +630,7 @@ void WriteNode(std::string& rOut, cls_StructureManager& m, int32_t pID, int32_t 
 void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
   mdl_Limits::CheckInputSize(pText.size(), "Script text");
   if (pText.substr(0, 3) == "\xEF\xBB\xBF") pText.remove_prefix(3);  // UTF-8 byte order mark
-  Parser p(m, pID);
+  Parser p(m, pID, pText.size());
   size_t lineNo = 0;
   while (!pText.empty()) {
     size_t end = hLineEnd(pText);
@@ -632,17 +645,17 @@ void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText) {
 }
 
 void AssignPath(cls_StructureManager& m, int32_t pID, const std::vector<PathPart>& pPath, const Variant& pValue,
-                bool pEmptyStruct) {
+                bool pEmptyStruct, int64_t* rGapBudget) {
   if (pPath.empty()) hFailAt(0, "empty name");
   if (pPath.size() > static_cast<size_t>(MaxDepth()))
     hFailAt(0, "nested deeper than " + std::to_string(MaxDepth()) + " levels");
   std::vector<StructurePtr> keep;
   int32_t node = pID;
-  for (size_t i = 0; i + 1 < pPath.size(); ++i) node = hChildOf(m, node, pPath[i], keep, 0);
+  for (size_t i = 0; i + 1 < pPath.size(); ++i) node = hChildOf(m, node, pPath[i], keep, 0, rGapBudget);
   if (pEmptyStruct)
-    hNewChildOf(m, node, pPath.back(), keep, 0);
+    hNewChildOf(m, node, pPath.back(), keep, 0, rGapBudget);
   else
-    hAssignPart(m, node, pPath.back(), pValue, 0);
+    hAssignPart(m, node, pPath.back(), pValue, 0, rGapBudget);
 }
 
 void Empty(cls_StructureManager& m, int32_t pID) {

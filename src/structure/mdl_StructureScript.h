@@ -60,10 +60,11 @@ struct PathPart {
   int64_t index = -1;
 };
 // Writes the value (or, with pEmptyStruct, a new empty sub-structure) under the path, creating or
-// replacing sub-structures on the way. Raises 1000 for a path deeper than MaxDepth() or an index
-// that skips more than 1024 unused slots.
+// replacing sub-structures on the way. Raises 1000 for a path deeper than MaxDepth(), an index
+// that skips more than 1024 unused slots, or (with rGapBudget) one that opens more unused slots
+// than the budget has left; the budget is lowered by the slots opened.
 void AssignPath(cls_StructureManager& m, int32_t pID, const std::vector<PathPart>& pPath, const Variant& pValue,
-                bool pEmptyStruct);
+                bool pEmptyStruct, int64_t* rGapBudget = nullptr);
 
 // The writer behind SCRIPT / SCRIPTNOTEMPTY.
 std::string Write(cls_StructureManager& m, int32_t pID, int32_t pIndentation, bool pNotEmpty);
@@ -71,7 +72,8 @@ std::string Write(cls_StructureManager& m, int32_t pID, int32_t pIndentation, bo
 // levels deep in the tree being written (the depth limit counts from there), indented pLevel tabs.
 // Lets a large file be written node by node.
 void WriteNode(std::string& rOut, cls_StructureManager& m, int32_t pID, int32_t pLevel, int pDepth);
-// The reader behind PARSE: adds the items of pText to the node. Raises 1000 on bad input.
+// The reader behind PARSE: adds the items of pText to the node. Raises 1000 on bad input, and when
+// its "[i]" names open more unused slots in total than mdl_Limits::UnusedSlotBudget allows.
 void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText);
 // Removes every item of the node (releasing sub-structures) and resets it to a new node's state.
 void Empty(cls_StructureManager& m, int32_t pID);

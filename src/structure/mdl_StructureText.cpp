@@ -236,6 +236,7 @@ void hDecode(cls_StructureManager& m, int32_t id, std::string_view text) {
   std::vector<mdl_StructureScript::PathPart> path;
   std::string piece;
   size_t pairNo = 0;
+  int64_t gapBudget = mdl_Limits::UnusedSlotBudget(text.size());
   auto fail = [&](const std::string& what) {
     Raise(err::kInvalidData, "Encoded data invalid (pair " + std::to_string(pairNo) + "): " + what);
   };
@@ -274,7 +275,7 @@ void hDecode(cls_StructureManager& m, int32_t id, std::string_view text) {
     bool emptyStruct = false;
     std::string err;
     if (!mdl_StructureScript::ReadLiteral(piece, v, emptyStruct, err)) fail(err);
-    mdl_StructureScript::AssignPath(m, id, path, v, emptyStruct);
+    mdl_StructureScript::AssignPath(m, id, path, v, emptyStruct, &gapBudget);
   }
 }
 

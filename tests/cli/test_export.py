@@ -1,4 +1,6 @@
+import csv
 import os
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -34,6 +36,30 @@ class DbExportCommandTest(unittest.TestCase):
                 with open(self.out(name), "rb") as f:
                     self.assertEqual(f.read(len(magic)), magic)
         self.assertEqual(run("db", "show", self.out("copy.ry-dbb")).stdout, run("db", "show", self.db).stdout)
+
+    def test_batch_names_a_batch_line_cannot_quote_are_refused(self):
+        for name in ('a&calc.bat', 'a"b.bat', "50%.bat", "a|b.bat"):
+            r = run("db", "export", self.db, "--format", "bat", "--out", self.out(name))
+            self.assertNotEqual(r.returncode, 0, name)
+            self.assertIn("holds a character a batch file cannot quote", r.stderr, name)
+            self.assertFalse(os.path.exists(self.out(name)), name)
+        self.assertFalse(os.path.exists(self.out("Data")))
+
+    @unittest.skipUnless(shutil.which("soffice"), "LibreOffice Calc is not installed")
+    def test_formula_like_text_stays_text_in_a_spreadsheet(self):
+        texts = ("=1+1", "+2+3", "-4+5", "@SUM(1)")
+        for text in texts:
+            self.assertEqual(run("db", "add", self.db, "NAME=" + text, "CITY=x", "AGE=-7").returncode, 0)
+        out = self.out("f.htm")
+        self.assertEqual(run("db", "export", self.db, "--format", "htm", "--out", out).returncode, 0)
+        profile = self.out("profile")
+        subprocess.run(["soffice", "-env:UserInstallation=file://" + profile, "--headless", "--infilter=HTML (StarCalc)",
+                        "--convert-to", "csv", "--outdir", self.dir.name, out], check=True, capture_output=True,
+                       timeout=120, env={k: v for k, v in os.environ.items() if k != "LD_PRELOAD"})
+        with open(self.out("f.csv"), encoding="cp1252", newline="") as f:
+            rows = list(csv.reader(f))
+        self.assertEqual([r[0] for r in rows if r and r[0] in texts], list(texts))  # shown, not computed
+        self.assertIn("-7", [r[2] for r in rows if r and r[0] == "=1+1"][0])  # numbers stay numbers
 
     def test_filter_and_sort(self):
         out = self.out("f.htm")

@@ -249,6 +249,32 @@ TEST(DBExportHtml, Windows1252Conversion) {
   EXPECT_EQ(hHtmlEscape("a&b\r\nc\"d\ne"), "a&amp;b<br>c&quot;d<br>e");
 }
 
+// Text a spreadsheet would evaluate as a formula is marked as text; numbers keep their format.
+TEST(DBExportHtml, FormulaLikeTextIsKeptAsText) {
+  TempDir dir;
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NOTE", ID_DBFieldType_String, "Notiz");
+  db->FIELDCREATE("AGE", ID_DBFieldType_Long, "Alter");
+  db->VIEW(1)->COLUMNADD("NOTE", 80);
+  db->VIEW(1)->COLUMNADD("AGE", 40);
+  const char* texts[] = {"=HYPERLINK(\"http://x\")", "+1+1", "-2+3", "@SUM(A1)", "\tcmd", "\rcmd", "a=b", ""};
+  int32_t id = 0;
+  for (const char* t : texts) {
+    db->ENTRYADD(++id);
+    db->ENTRYFIELD_LET(id, "NOTE", t);
+    db->ENTRYFIELD_LET(id, "AGE", -id);
+  }
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "f.htm", "htm"));
+  std::string all = hReadFile(dir / "f.htm");
+  const std::string text = "<td class=\"cell\" style=\"mso-number-format:'\\@';\" sdnum=\"1031;0;@\">";
+  for (const char* t : {"=HYPERLINK(&quot;http://x&quot;)", "+1+1", "-2+3", "@SUM(A1)", "\tcmd", "<br>cmd"})
+    EXPECT_NE(all.find(text + t + "</td>"), std::string::npos) << t;
+  EXPECT_NE(all.find("<td class=\"cell\">a=b</td>"), std::string::npos);  // "=" later on is harmless
+  EXPECT_NE(all.find("<td class=\"cell\"></td>"), std::string::npos);
+  // a negative number is still a number
+  EXPECT_NE(all.find("\\-\\#\\,\\#\\#0\\\\ ';\">-3</td>"), std::string::npos);
+}
+
 TEST(DBExportFile, BatchUnknownFormatAndErrors) {
   TempDir dir;
   auto db = hPeople();
@@ -256,6 +282,18 @@ TEST(DBExportFile, BatchUnknownFormatAndErrors) {
   EXPECT_EQ(fileio::ReadFile(dir / "open list.bat"), "@ECHO OFF\r\nCD Data\r\nSTART excel \"open list.htm\"\r\n");
   auto lines = hLines(dir / "Data/open list.htm");
   EXPECT_EQ(lines.back(), "</html>");
+
+  // a name the batch line cannot quote is refused before anything is written
+  for (std::string bad : {"a\"b", "a&b", "a|b", "a<b", "a>b", "a^b", "100%", "a\nb", "a\rb"}) {
+    try {
+      db->EXPORTFILE(1, (dir.path / "bad" / (bad + ".bat")).string(), "BAT");
+      ADD_FAILURE() << bad << " was accepted";
+    } catch (const Error& e) {
+      EXPECT_EQ(e.number, err::kInvalidCall) << bad;
+      EXPECT_NE(e.description.find("holds a character a batch file cannot quote"), std::string::npos) << e.description;
+    }
+  }
+  EXPECT_FALSE(fs::exists(dir / "bad"));
 
   EXPECT_FALSE(db->EXPORTFILE(1, dir / "x.csv", "CSV"));
   EXPECT_FALSE(fs::exists(dir / "x.csv"));

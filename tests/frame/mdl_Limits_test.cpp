@@ -5,11 +5,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "database/cls_DB.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "interpreter/cls_KEL.h"
 #include "structure/cls_Structure.h"
 #include "frame/Convert.h"
@@ -163,6 +166,47 @@ TEST(mdl_Limits, InputSizeBoundsEveryReader) {
   EXPECT_TRUE(s->LOAD((dir / "big.txt").string()));
   EXPECT_EQ(k.PROCESS("{INCLUDE big}", nullptr), std::string(300, 'k'));
   fs::remove_all(dir);
+}
+
+// A source whose size is not known in advance (a device, a pipe) stops at the limit instead of
+// growing without end.
+TEST(Limits, EndlessSourcesStopAtTheInputLimit) {
+  LimitsReset reset;
+  mdl_Limits::LIMIT_LET("INPUT.SIZE.MAX", 1 << 20);
+  auto [n1, m1] = Failure([] { fileio::ReadFile("/dev/zero"); });
+  EXPECT_EQ(n1, err::kInvalidData);
+  EXPECT_EQ(m1, "File '/dev/zero' is larger than INPUT.SIZE.MAX (1048576 bytes)");
+
+  int fds[2];
+  ASSERT_EQ(::pipe(fds), 0);
+  auto oldPipe = std::signal(SIGPIPE, SIG_IGN);  // the writer outlives the reader's interest
+  std::thread writer([w = fds[1]] {
+    std::string chunk(4096, 'x');
+    for (int i = 0; i < 300; ++i)  // 1.2 MB, then end of data
+      if (::write(w, chunk.data(), chunk.size()) < 0) break;  // the reader has given up
+    ::close(w);
+  });
+  auto [n2, m2] = Failure([&] { fileio::ReadDescriptor(fds[0], "standard input"); });
+  ::close(fds[0]);
+  writer.join();
+  std::signal(SIGPIPE, oldPipe);
+  EXPECT_EQ(n2, err::kInvalidData);
+  EXPECT_EQ(m2, "Standard input is larger than INPUT.SIZE.MAX (1048576 bytes)");
+
+  // exactly at the limit is fine
+  ASSERT_EQ(::pipe(fds), 0);
+  std::thread exact([w = fds[1]] {
+    std::string all(1 << 20, 'y');
+    for (size_t at = 0; at < all.size();) {
+      ssize_t n = ::write(w, all.data() + at, all.size() - at);
+      if (n <= 0) break;
+      at += static_cast<size_t>(n);
+    }
+    ::close(w);
+  });
+  EXPECT_EQ(fileio::ReadDescriptor(fds[0], "standard input").size(), size_t{1} << 20);
+  ::close(fds[0]);
+  exact.join();
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "frame/Convert.h"
+#include "frame/Error.h"
 #include "interpreter/cls_KELDecoder.h"
 #include "modules/cls_KELModules.h"
 
@@ -40,6 +41,15 @@ TEST(cls_KEL, DecodeRules) {
   EXPECT_EQ(k.DECODE(Variant("#FF")).rawLong(), 255);
   EXPECT_EQ(k.DECODE(Variant("#FFFFFFFF")).rawLong(), -1);
   EXPECT_EQ(k.DECODE(Variant("#fg")).str(), "#fg");
+  // 32 bits hold eight hexadecimal digits; leading zeros do not count, more digits overflow
+  EXPECT_EQ(k.DECODE(Variant("#00000000000ff")).rawLong(), 255);
+  try {
+    k.DECODE(Variant("#ffffffffffffffffffffffff"));
+    ADD_FAILURE() << "no overflow";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.number, err::kOverflow);
+    EXPECT_EQ(e.description, "Overflow: '#ffffffffffffffffffffffff' has more than 8 hexadecimal digits");
+  }
   EXPECT_EQ(k.DECODE(Variant("TRUE")).str(), "1");
   EXPECT_EQ(k.DECODE(Variant("falsch")).str(), "0");
   EXPECT_EQ(k.ERRORLIST->COUNT(), 0);

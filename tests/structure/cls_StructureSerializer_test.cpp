@@ -182,6 +182,15 @@ TEST(StructureSerializer, ReadsWhatPhpWrites) {
   EXPECT_EQ(mk->COUNT(), 40);
   EXPECT_EQ(CLng(mk->ITEM_GET("-2")), 1);  // the first of the items with that name
 
+  // the 64-bit edges PHP writes (PHP_INT_MIN, PHP_INT_MAX) read as numbers, one past them fails
+  auto edge = Read(R"(a:2:{s:1:"L";i:-9223372036854775808;s:1:"H";i:9223372036854775807;})");
+  EXPECT_EQ(CDbl(edge->ITEM_GET("L")), -9223372036854775808.0);
+  EXPECT_EQ(CDbl(edge->ITEM_GET("H")), 9223372036854775807.0);
+  const std::string invalid = "cls_StructureManager.UNSERIALIZE2: Serialized data invalid";
+  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";i:-9223372036854775809;})"), invalid);
+  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";i:9223372036854775808;})"), invalid);
+  EXPECT_EQ(Read(R"(a:1:{i:-9223372036854775808;s:1:"x";})")->ITEM_GET("-9223372036854775808").str(), "x");
+
   // PHP's special doubles, exponents and signs
   auto d = Read(R"(a:5:{s:1:"a";d:INF;s:1:"b";d:-INF;s:1:"c";d:NAN;s:1:"d";d:1.0E+25;s:1:"e";d:-0;})");
   EXPECT_TRUE(std::isinf(d->ITEM_GET("A").rawDouble()) && d->ITEM_GET("A").rawDouble() > 0);

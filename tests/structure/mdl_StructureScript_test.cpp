@@ -214,6 +214,36 @@ TEST(StructureScript, ParseRejectsBadInputWithLineNumbers) {
   }
 }
 
+// Each "[1024]" may skip 1023 unused slots, but many small nodes must not add up to gigabytes: the
+// script and encoded forms share the other readers' budget of 1,048,576 plus 16 per byte of text.
+TEST(StructureScript, NumberedItemsShareOneBudgetOfUnusedSlots) {
+  auto blocks = [](int n) {
+    std::string t;
+    for (int i = 0; i < n; ++i) t += "{\n[1024] = 1\n}\n";
+    return t;
+  };
+  auto pairs = [](int n) {
+    std::string t;
+    for (int i = 1; i <= n; ++i) t += "[" + std::to_string(i) + "].[1024]=1&";
+    return t;
+  };
+  auto ok = cls_Structure::New();
+  ok->PARSE(blocks(1000));  // 1,023,000 unused slots: within the budget
+  EXPECT_EQ(ok->COUNT(), 1000);
+  ok = cls_Structure::New();
+  ok->DECODE(pairs(1000));
+  EXPECT_EQ(ok->COUNT(), 1000);
+
+  auto [n1, m1] = Failure([&] { cls_Structure::New()->PARSE(blocks(3000)); });
+  EXPECT_EQ(n1, err::kInvalidData);
+  EXPECT_TRUE(m1.starts_with("Script data invalid (line ")) << m1;
+  EXPECT_TRUE(m1.ends_with("): numbered items leave too many unused items (at most 1048576 plus 16 per byte of text)"))
+      << m1;
+  auto [n2, m2] = Failure([&] { cls_Structure::New()->DECODE(pairs(3000)); });
+  EXPECT_EQ(n2, err::kInvalidData);
+  EXPECT_NE(m2.find("numbered items leave too many unused items"), std::string::npos) << m2;
+}
+
 TEST(StructureScript, DepthIsLimitedForReadingAndWriting) {
   std::string deep;
   for (int i = 0; i < 5000; ++i) deep += "a {\n";
