@@ -265,7 +265,7 @@ TEST(DBExportHtml, FormulaLikeTextIsKeptAsText) {
     db->ENTRYFIELD_LET(id, "AGE", -id);
   }
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "f.htm", "htm"));
-  std::string all = hReadFile(dir / "f.htm");
+  std::string all = fileio::ReadFile(dir / "f.htm");
   const std::string text = "<td class=\"cell\" style=\"mso-number-format:'\\@';\" sdnum=\"1031;0;@\">";
   for (const char* t : {"=HYPERLINK(&quot;http://x&quot;)", "+1+1", "-2+3", "@SUM(A1)", "\tcmd", "<br>cmd"})
     EXPECT_NE(all.find(text + t + "</td>"), std::string::npos) << t;
