@@ -49,7 +49,7 @@ class Program(unittest.TestCase):
                 (("db", "show", nope), 1, "rykel db show: DB file '%s' does not exist" % nope),
                 (("render", "--db", nope, "-e", "x"), 1, "rykel render: DB file '%s' does not exist" % nope),
                 (("db", "set", db, "7", "ORT=x"), 1, "rykel db set: no entry 7"),
-                (("serialized", "check", nope), 1, "rykel serialized check: File not found: " + nope),
+                (("serialized", "check", nope), 1, "rykel serialized check: File not found: '%s'" % nope),
             ]
             for args, code, message in cases:
                 r = run(*args)
