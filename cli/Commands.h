@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CommandFailure.h"
@@ -44,11 +45,27 @@ struct FilterRequest {
   bool rev = false, thenRev = false;
 };
 
+// The sort options of a command that prints sorted ids, bound to rRequest: --sort FIELD (with
+// pSortOption; a command that takes the field as an argument has none), --rev, and with pThen the
+// second field --then FIELD and --then-rev.
+void AddSortOptions(CLI::App& pCommand, FilterRequest& rRequest, bool pSortOption, bool pThen);
+
 // The ids of view pView's entries that meet the request, sorted. One field may carry several
 // conditions (ORT=Kiel ORT=Bremen --or). A text without "=" or an unknown field (or sort field)
 // ends the command with a usage error naming pOption.
 rykel::cls_DB::IdList FilterEntries(rykel::cls_DB& pDB, const rykel::Variant& pView, const FilterRequest& pRequest,
                                     const std::string& pOption);
+
+// The value of a KEY=VALUE assignment (struct set, tree): a text that reads as a number with "."
+// as the decimal point (no ",": "1,5" stays text) is that number, a Long when it is whole and fits
+// 32 bits ("7"), else a Double ("1.5", "1E20"); any other text stays text ("Anna", "", "1,5").
+rykel::Variant AssignmentValue(const std::string& pText);
+// The rule above for --help.
+inline constexpr const char* kAssignmentHelp =
+    "A VALUE that reads as a number with \".\" as the decimal point is stored as that number (a whole one\n"
+    "as Long, else Double); any other text, \"1,5\" included, is stored as text.";
+// KEY and value of one assignment; a text without "=" is a usage error "expected KEY=VALUE: ...".
+std::pair<std::string, rykel::Variant> SplitAssignment(const std::string& pAssignment);
 
 void AddClassesCommand(CLI::App& app);
 void AddStructCommands(CLI::App& app);

@@ -98,6 +98,12 @@ std::string hRandomValue(cls_DBTool& pTool, const cls_DBField& pField) {
   return pTool.RANDOM(name, pField.TYPE, members);
 }
 
+// Opens rDB for writing, with the header pHeader ("" for the one the file names); a file that
+// cannot be opened ends the command with the open error (exit 1).
+void hOpenForWriting(cls_DB& rDB, const std::string& pPath, const std::string& pHeader) {
+  if (!rDB.DBOPEN(pPath, pHeader, false, hWriteSettings())) Fail(kExitError, rDB.DBOPENERROR_GET());
+}
+
 }  // namespace
 
 DBPtr OpenDatabase(const std::string& pPath, bool pWrite) {
@@ -106,12 +112,11 @@ DBPtr OpenDatabase(const std::string& pPath, bool pWrite) {
   // own failures.
   SetNotifier([](const Notification&) { return std::string("OK"); });
   auto db = std::make_shared<cls_DB>();
-  bool ok = db->DBOPENREADONLY(pPath, "", false);
-  if (ok && pWrite) {
+  if (!db->DBOPENREADONLY(pPath, "", false)) Fail(kExitError, db->DBOPENERROR_GET());
+  if (pWrite) {
     db->DBCLOSE();
-    ok = db->DBOPEN(pPath, "", false, hWriteSettings());
+    hOpenForWriting(*db, pPath, "");
   }
-  if (!ok) Fail(kExitError, db->DBOPENERROR_GET());
   return db;
 }
 
@@ -150,7 +155,7 @@ void AddDbCommands(CLI::App& app) {
     for (const auto& existing : {header, a.db})
       if (!force && ::access(existing.c_str(), F_OK) == 0) Fail(kExitError, "'" + existing + "' exists already; --force replaces it");
     if (!db->HEADERSAVE(header)) Fail(kExitError, "cannot write the header " + header);
-    if (!db->DBOPEN(a.db, header, false, hWriteSettings())) Fail(kExitError, db->DBOPENERROR_GET());
+    hOpenForWriting(*db, a.db, header);
     if (force) db->ENTRYCLEAR();  // a new database: entries of a replaced file do not carry over
     db->ENTRYCHANGED_LET(true);
     hSave(*db);
@@ -262,7 +267,7 @@ void AddDbCommands(CLI::App& app) {
     auto db = OpenDatabase(a.db);
     auto out = std::make_shared<cls_DB>();
     SetNotifier([](const Notification&) { return std::string("OK"); });
-    if (!out->DBOPEN(a.other, db->HEADERFILE_GET(), false, hWriteSettings())) Fail(kExitError, out->DBOPENERROR_GET());
+    hOpenForWriting(*out, a.other, db->HEADERFILE_GET());
     out->DBCOPY(db);
     out->ENTRYCHANGED_LET(true);
     hSave(*out);

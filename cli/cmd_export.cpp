@@ -55,10 +55,7 @@ void AddDbExportCommand(CLI::App& app) {
       ->allow_extra_args(false);
   ex->add_flag("--or", a.filter.orMode, "with several --where: entries that meet any of them");
   ex->add_flag("--condition", a.filter.raw, "read each --where condition as a raw condition text");
-  ex->add_option("--sort", a.filter.sort, "sort field");
-  ex->add_flag("--rev", a.filter.rev, "sort descending");
-  ex->add_option("--then", a.filter.then, "second sort field");
-  ex->add_flag("--then-rev", a.filter.thenRev, "second sort field descending");
+  AddSortOptions(*ex, a.filter, true, true);
   ex->add_flag("--quiet", a.quiet, "no progress bar");
   ex->callback([] {
     auto db = OpenDatabase(a.db);

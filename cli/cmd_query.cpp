@@ -108,6 +108,14 @@ cls_DB::IdList FilterEntries(cls_DB& pDB, const Variant& pView, const FilterRequ
   return pDB.ENTRYFILTERADVANCED(pView, r.sort, r.then, r.thenRev, cls_Structure::New(), merged, r.rev);
 }
 
+void AddSortOptions(CLI::App& pCommand, FilterRequest& rRequest, bool pSortOption, bool pThen) {
+  if (pSortOption) pCommand.add_option("--sort", rRequest.sort, "sort field");
+  pCommand.add_flag("--rev", rRequest.rev, pSortOption ? "sort descending" : "descending");
+  if (!pThen) return;
+  pCommand.add_option("--then", rRequest.then, "second sort field");
+  pCommand.add_flag("--then-rev", rRequest.thenRev, "second sort field descending");
+}
+
 void AddQueryCommands(CLI::App& app) {
   static QueryArgs a;
   CLI::App* dbc = app.get_subcommand("db");
@@ -135,10 +143,7 @@ void AddQueryCommands(CLI::App& app) {
       ->required();
   filter->add_flag("--or", a.filter.orMode, "keep entries that meet any condition");
   filter->add_flag("--condition", a.filter.raw, rawHelp);
-  filter->add_option("--sort", a.filter.sort, "sort field");
-  filter->add_flag("--rev", a.filter.rev, "sort descending");
-  filter->add_option("--then", a.filter.then, "second sort field");
-  filter->add_flag("--then-rev", a.filter.thenRev, "second sort field descending");
+  AddSortOptions(*filter, a.filter, true, true);
   filter->add_flag("--show", a.show, "print the entries as a table");
   filter->callback([] {
     auto db = OpenDatabase(a.db);
@@ -149,8 +154,7 @@ void AddQueryCommands(CLI::App& app) {
                                                "(words, \"phrases\", a | b, -word, ^start, groups)");
   search->add_option("DB", a.db, "database file")->required();
   search->add_option("TEXT", a.text, "search text")->required();
-  search->add_option("--sort", a.filter.sort, "sort field");
-  search->add_flag("--rev", a.filter.rev, "sort descending");
+  AddSortOptions(*search, a.filter, true, false);
   search->add_flag("--show", a.show, "print the entries as a table");
   search->callback([] {
     auto db = OpenDatabase(a.db);
@@ -163,9 +167,7 @@ void AddQueryCommands(CLI::App& app) {
   auto* sort = dbc->add_subcommand("sort", "Print every id sorted by FIELD ('&FIELD': by display text)");
   sort->add_option("DB", a.db, "database file")->required();
   sort->add_option("FIELD", a.field, "sort field")->required();
-  sort->add_flag("--rev", a.filter.rev, "descending");
-  sort->add_option("--then", a.filter.then, "second sort field");
-  sort->add_flag("--then-rev", a.filter.thenRev, "second sort field descending");
+  AddSortOptions(*sort, a.filter, false, true);
   sort->add_flag("--show", a.show, "print the entries as a table");
   sort->callback([] {
     auto db = OpenDatabase(a.db);

@@ -76,17 +76,12 @@ void AddStructCommands(CLI::App& app) {
   auto* set = st->add_subcommand("set", "Build a structure from KEY=VALUE assignments (dotted keys nest) and print it");
   set->add_option("assignment", assignments, "KEY=VALUE, e.g. person.name=Anna")->required();
   set->add_flag("--info", info, "also print the node store's usage");
+  set->footer(kAssignmentHelp);
   set->callback([] {
     auto s = cls_Structure::New();
     for (const auto& a : assignments) {
-      auto eq = a.find('=');
-      if (eq == std::string::npos) throw CLI::ValidationError("assignment", "expected KEY=VALUE: " + a);
-      std::string value = a.substr(eq + 1);
-      double d;
-      if (ParseNumber(value, d) && value.find(',') == std::string::npos)
-        s->ITEM_LET(a.substr(0, eq), d == static_cast<int32_t>(d) ? Variant(static_cast<int32_t>(d)) : Variant(d));
-      else
-        s->ITEM_LET(a.substr(0, eq), value);
+      auto [key, value] = SplitAssignment(a);
+      s->ITEM_LET(key, value);
     }
     hPrintTree(*s, 0);
     if (info) std::printf("%s\n", mdl_Global::SMAN_GET()->INFO().c_str());

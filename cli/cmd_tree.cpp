@@ -16,14 +16,8 @@ namespace {
 StructurePtr hBuild(const std::vector<std::string>& assignments) {
   auto s = cls_Structure::New();
   for (const auto& a : assignments) {
-    auto eq = a.find('=');
-    if (eq == std::string::npos) throw CLI::ValidationError("assignment", "expected KEY=VALUE: " + a);
-    std::string value = a.substr(eq + 1);
-    double d;
-    if (ParseNumber(value, d) && value.find(',') == std::string::npos && d == static_cast<int32_t>(d))
-      s->ITEM_LET(a.substr(0, eq), Variant(static_cast<int32_t>(d)));
-    else
-      s->ITEM_LET(a.substr(0, eq), value);
+    auto [key, value] = SplitAssignment(a);
+    s->ITEM_LET(key, value);
   }
   return s;
 }
@@ -52,6 +46,7 @@ void AddTreeCommands(CLI::App& app) {
   tree->add_option("--arg", arg,
                    "the operation's parameter: separator (flatten, restructure), glue (join), menu path, "
                    "selected key, amount (increase)");
+  tree->footer(kAssignmentHelp);
   tree->callback([] {
     auto s = hBuild(assignments);
     std::string o = op;
@@ -64,7 +59,10 @@ void AddTreeCommands(CLI::App& app) {
     } else if (o == "restructure") {
       // the assignments are flat names here: store them whole, then nest them
       auto flat = cls_Structure::New();
-      for (const auto& a : assignments) flat->ITEMBYID_LET(a.substr(0, a.find('=')), a.substr(a.find('=') + 1));
+      for (const auto& a : assignments) {
+        auto [key, value] = SplitAssignment(a);
+        flat->ITEMBYID_LET(key, value);
+      }
       hPrint(flat->RESTRUCTURE(sep));
     } else if (o == "linear") {
       hPrint(s->LINEAR());

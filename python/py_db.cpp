@@ -18,30 +18,12 @@ void BindDB(pyb::module_& m) {
   }
 
   using F = cls_DBField;
-  pyb::class_<F, Object, std::shared_ptr<F>>(m, "cls_DBField", "One field of a database: definition and text forms.")
-      .def(pyb::init([] { return std::make_shared<F>(); }))
-      .def_readwrite("ID", &F::ID)
-      .def_readwrite("INDEXED", &F::INDEXED)
-      .def_readwrite("NAME", &F::NAME)
-      .def_readwrite("TEXTSOURCE", &F::TEXTSOURCE)
-      .def_readwrite("SORTFIELD", &F::SORTFIELD)
-      .def_readwrite("SHORTNAME", &F::SHORTNAME)
-      .def_readwrite("TYPE", &F::TYPE)
-      .def_readwrite("DYNAMIC", &F::DYNAMIC)
-      .def_readwrite("DEFAULT", &F::DEFAULT)
-      .def_readwrite("WRITEONCE", &F::WRITEONCE)
-      .def_readwrite("MEMBERS", &F::MEMBERS)
-      .def_readwrite("COLORS", &F::COLORS)
-      .def_readwrite("FORMATS", &F::FORMATS)
-      .def_readwrite("FILTER", &F::FILTER)
-      .def_readwrite("CODE", &F::CODE)
-      .def_readwrite("REFERENCESOURCE", &F::REFERENCESOURCE)
-      .def_readwrite("FORMATALIGN", &F::FORMATALIGN)
-      .def_readwrite("FORMATEMPTY", &F::FORMATEMPTY)
-      .def_readwrite("FORMATTYPE", &F::FORMATTYPE)
-      .def_readwrite("FORMATDIGITS", &F::FORMATDIGITS)
-      .def_readwrite("DESCRIPTION", &F::DESCRIPTION)
-      .def("STRUCTURE_GET", &F::STRUCTURE_GET)
+  pyb::class_<F, Object, std::shared_ptr<F>> field(m, "cls_DBField", "One field of a database: definition and text forms.");
+  field.def(pyb::init([] { return std::make_shared<F>(); })).def_readwrite("ID", &F::ID);
+#define RYKEL_PY_MEMBER(member, kind) field.def_readwrite(#member, &F::member);
+  RYKEL_DBFIELD_MEMBERS(RYKEL_PY_MEMBER)
+#undef RYKEL_PY_MEMBER
+  field      .def("STRUCTURE_GET", &F::STRUCTURE_GET)
       .def("STRUCTURE_LET", &F::STRUCTURE_LET, arg("pStructure"))
       .def("STRUCTURE_SET", &F::STRUCTURE_SET, arg("pStructure"))
       .def("CLEAR", &F::CLEAR)

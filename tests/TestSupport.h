@@ -5,12 +5,14 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <string>
 #include <system_error>
 #include <utility>
 
 #include "frame/Error.h"
+#include "frame/Notifier.h"
 
 namespace rykel {
 
@@ -23,6 +25,12 @@ std::pair<int, std::string> Failure(F&& f) {
     return {e.number, e.description};
   }
   return {0, ""};
+}
+
+// The error number f raised (0 when none).
+template <class F>
+int FailureNumber(F&& f) {
+  return Failure(std::forward<F>(f)).first;
 }
 
 // A fresh folder under the system's temporary folder, removed with everything in it (read-only
@@ -48,6 +56,21 @@ struct TempDir {
   size_t Count() const {
     return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(path), {}));
   }
+};
+
+// The bytes of a file; "" when it cannot be read.
+inline std::string ReadAll(const std::filesystem::path& pPath) {
+  std::ifstream in(pPath, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// While it lives, the library's notices are answered "OK" without a word; the default comes back
+// at the end.
+struct QuietNotices {
+  QuietNotices() { SetNotifier([](const Notification&) { return std::string("OK"); }); }
+  ~QuietNotices() { SetNotifier({}); }
+  QuietNotices(const QuietNotices&) = delete;
+  QuietNotices& operator=(const QuietNotices&) = delete;
 };
 
 }  // namespace rykel

@@ -8,22 +8,18 @@
 
 namespace rykel {
 
-namespace {
-
-// The leading number of a text, as the classic Val reads it ("12abc" 12, "a" 0, " -3.5x" -3.5).
-double hLeadingNumber(std::string_view s) {
-  std::string t(text::LTrim(s));
+double DBEntryTable::LeadingNumber(std::string_view pText) {
+  std::string t(text::LTrim(pText));
   char* end = nullptr;
   double d = std::strtod(t.c_str(), &end);
   return end == t.c_str() ? 0 : d;
 }
 
-Variant hNumberId(double d) {
-  if (d == std::floor(d) && d >= -2147483648.0 && d <= 2147483647.0) return Variant(static_cast<int32_t>(d));
-  return Variant(d);
+Variant DBEntryTable::NumberId(double pNumber) {
+  if (pNumber == std::floor(pNumber) && pNumber >= -2147483648.0 && pNumber <= 2147483647.0)
+    return Variant(static_cast<int32_t>(pNumber));
+  return Variant(pNumber);
 }
-
-}  // namespace
 
 void DBEntryTable::Clear() {
   entries_.clear();
@@ -49,10 +45,10 @@ void DBEntryTable::Reserve(size_t n) {
 Variant DBEntryTable::NormalizeId(const Variant& pID) const {
   if (numeric_) {
     double d;
-    if (NumericValue(pID, d)) return hNumberId(d);
+    if (NumericValue(pID, d)) return NumberId(d);
     if (pID.isString()) {
-      if (ParseNumber(pID.str(), d)) return hNumberId(d);
-      return hNumberId(hLeadingNumber(pID.str()));
+      if (ParseNumber(pID.str(), d)) return NumberId(d);
+      return NumberId(LeadingNumber(pID.str()));
     }
     return Variant(0);
   }

@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -35,6 +36,10 @@ class DBEntryTable {
   // The id as the table keeps it: numeric tables take the leading number of a text ("12abc" 12,
   // "a.b" 0); text tables the text form.
   Variant NormalizeId(const Variant& pID) const;
+  // A number as an id: a Long when it is whole and fits 32 bits, else the Double.
+  static Variant NumberId(double pNumber);
+  // The leading number of a text, as the classic Val reads it ("12abc" 12, "a" 0, " -3.5x" -3.5).
+  static double LeadingNumber(std::string_view pText);
 
   int32_t Count() const { return static_cast<int32_t>(entries_.size()) - holes_; }
   // The entry of a normalised id, or null.

@@ -3,10 +3,11 @@
 #include "database/cls_DB.h"
 
 #include <algorithm>
-#include <random>
+#include <cmath>
 
 #include "frame/Convert.h"
 #include "frame/Error.h"
+#include "frame/Random.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
 
@@ -19,12 +20,13 @@ constexpr const char* kClass = "cls_DB";
 // Lookup form of a field name: upper case, "_" and "." alike.
 std::string hFieldKey(std::string_view name) { return text::UCase(text::Replace(name, "_", ".")); }
 
-// A unique text id: 32 hex digits, as a unique id text without "{", "}" and "-".
+// A unique text id: 32 hex digits, as a unique id text without "{", "}" and "-". Drawn from the
+// thread's generator (a seeded run makes the same ids); the caller redraws an id already in use.
 std::string hUniqueText() {
-  thread_local std::mt19937_64 gen{std::random_device{}()};
   static const char* kHex = "0123456789ABCDEF";
   std::string s(32, '0');
-  uint64_t a = gen(), b = gen();
+  Random& rng = ThreadRandom();
+  const uint64_t a = rng.Next(), b = rng.Next();
   for (int i = 0; i < 16; ++i) {
     s[static_cast<size_t>(i)] = kHex[(a >> (i * 4)) & 0xF];
     s[static_cast<size_t>(16 + i)] = kHex[(b >> (i * 4)) & 0xF];

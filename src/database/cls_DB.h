@@ -361,6 +361,7 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   ObjectPtr kel_;
   StructurePtr headerLocations_;
   bool entryChanged_ = false, opened_ = false, readOnly_ = false, fieldsChanged_ = false;
+  bool rebuilding_ = false;   // inside hFieldDynamicRebuild: storing the rendered values starts no other
   int32_t version_ = 7;
   std::string dbFile_, headerFile_, cacheFile_, openError_, checkReport_, saveError_;
   fileio::FileLock lock_;     // held from DBOPEN to DBCLEAR with the setting "LOCK"

@@ -71,14 +71,44 @@ std::string hPos6(int32_t n) {
   return b;
 }
 
+// Readers of one definition key, by the member's kind; a key that is not there changes nothing.
+void hReadText(cls_Structure& s, std::string_view pKey, std::string& rOut) {
+  if (s.EXISTSBYID_GET(pKey)) rOut = CStr(s.ITEMBYID_GET(pKey));
+}
+
+void hReadFlag(cls_Structure& s, std::string_view pKey, bool& rOut) {
+  if (s.EXISTSBYID_GET(pKey)) rOut = mdl_Global::hCBool(s.ITEMBYID_GET(pKey));
+}
+
+void hReadValue(cls_Structure& s, std::string_view pKey, Variant& rOut) {
+  if (s.EXISTSBYID_GET(pKey)) rOut = s.ITEMBYID_GET(pKey);
+}
+
+// A number, or a numeric text ("3", "3,5"); anything else changes nothing.
+bool hReadWhole(cls_Structure& s, std::string_view pKey, int32_t& rOut) {
+  if (!s.EXISTSBYID_GET(pKey)) return true;
+  Variant v = s.ITEMBYID_GET(pKey);
+  double d;
+  if (!NumericValue(v, d) && !(v.isString() && ParseNumber(v.str(), d))) return false;
+  rOut = static_cast<int32_t>(d);
+  return true;
+}
+
+void hReadNumber(cls_Structure& s, std::string_view pKey, int32_t& rOut) { hReadWhole(s, pKey, rOut); }
+
+// A type number, or a keyword or display name in any case; an unknown word gives STRING.
+void hReadType(cls_Structure& s, std::string_view pKey, int32_t& rOut) {
+  if (hReadWhole(s, pKey, rOut)) return;
+  int32_t code = cls_DBField::TYPEDECODE(CStr(s.ITEMBYID_GET(pKey)));
+  rOut = code < 0 ? ID_DBFieldType_String : code;
+}
+
 }  // namespace
 
 const std::vector<std::string_view>& cls_DBField::KEYS() {
-  static const std::vector<std::string_view> keys = {
-      "INDEXED", "NAME",       "TEXTSOURCE", "SORTFIELD",       "SHORTNAME",
-      "TYPE",    "DYNAMIC",    "DEFAULT",    "WRITEONCE",       "MEMBERS",
-      "COLORS",  "FORMATS",    "FILTER",     "CODE",            "REFERENCESOURCE",
-      "FORMATALIGN", "FORMATEMPTY", "FORMATTYPE", "FORMATDIGITS", "DESCRIPTION"};
+#define RYKEL_KEY(member, kind) #member,
+  static const std::vector<std::string_view> keys = {RYKEL_DBFIELD_MEMBERS(RYKEL_KEY)};
+#undef RYKEL_KEY
   return keys;
 }
 
@@ -123,26 +153,9 @@ Variant cls_DBField::DEFAULTVALUE_GET() const {
 std::shared_ptr<cls_Structure> cls_DBField::STRUCTURE_GET() const {
   return Guard(kClass, "STRUCTURE.GET", [&] {
     auto s = cls_Structure::New();
-    s->ITEM_LET("INDEXED", INDEXED);
-    s->ITEM_LET("NAME", NAME);
-    s->ITEM_LET("TEXTSOURCE", TEXTSOURCE);
-    s->ITEM_LET("SORTFIELD", SORTFIELD);
-    s->ITEM_LET("SHORTNAME", SHORTNAME);
-    s->ITEM_LET("TYPE", TYPE);
-    s->ITEM_LET("DYNAMIC", DYNAMIC);
-    s->ITEM_LET("DEFAULT", DEFAULT);
-    s->ITEM_LET("WRITEONCE", WRITEONCE);
-    s->ITEM_LET("MEMBERS", MEMBERS);
-    s->ITEM_LET("COLORS", COLORS);
-    s->ITEM_LET("FORMATS", FORMATS);
-    s->ITEM_LET("FILTER", FILTER);
-    s->ITEM_LET("CODE", CODE);
-    s->ITEM_LET("REFERENCESOURCE", REFERENCESOURCE);
-    s->ITEM_LET("FORMATALIGN", FORMATALIGN);
-    s->ITEM_LET("FORMATEMPTY", FORMATEMPTY);
-    s->ITEM_LET("FORMATTYPE", FORMATTYPE);
-    s->ITEM_LET("FORMATDIGITS", FORMATDIGITS);
-    s->ITEM_LET("DESCRIPTION", DESCRIPTION);
+#define RYKEL_PUT(member, kind) s->ITEM_LET(#member, member);
+    RYKEL_DBFIELD_MEMBERS(RYKEL_PUT)
+#undef RYKEL_PUT
     return s;
   });
 }
@@ -152,48 +165,10 @@ void cls_DBField::STRUCTURE_LET(const std::shared_ptr<cls_Structure>& pStructure
     if (!pStructure) return;
     cls_Structure& s = *pStructure;
     CLEAR();
-    auto text = [&](std::string_view key, std::string& rOut) {
-      if (s.EXISTSBYID_GET(key)) rOut = CStr(s.ITEMBYID_GET(key));
-    };
-    auto flag = [&](std::string_view key, bool& rOut) {
-      if (s.EXISTSBYID_GET(key)) rOut = mdl_Global::hCBool(s.ITEMBYID_GET(key));
-    };
-    auto number = [&](std::string_view key, int32_t& rOut) {
-      if (!s.EXISTSBYID_GET(key)) return;
-      Variant v = s.ITEMBYID_GET(key);
-      double d;
-      if (NumericValue(v, d) || (v.isString() && ParseNumber(v.str(), d))) rOut = static_cast<int32_t>(d);
-    };
-    text("ID", ID);
-    flag("INDEXED", INDEXED);
-    text("NAME", NAME);
-    text("TEXTSOURCE", TEXTSOURCE);
-    text("SORTFIELD", SORTFIELD);
-    text("SHORTNAME", SHORTNAME);
-    if (s.EXISTSBYID_GET("TYPE")) {
-      Variant t = s.ITEMBYID_GET("TYPE");
-      double d;
-      if (NumericValue(t, d) || (t.isString() && ParseNumber(t.str(), d))) {
-        TYPE = static_cast<int32_t>(d);
-      } else {
-        int32_t code = TYPEDECODE(CStr(t));
-        TYPE = code < 0 ? ID_DBFieldType_String : code;
-      }
-    }
-    flag("DYNAMIC", DYNAMIC);
-    if (s.EXISTSBYID_GET("DEFAULT")) DEFAULT = s.ITEMBYID_GET("DEFAULT");
-    flag("WRITEONCE", WRITEONCE);
-    text("MEMBERS", MEMBERS);
-    text("COLORS", COLORS);
-    text("FORMATS", FORMATS);
-    text("FILTER", FILTER);
-    text("CODE", CODE);
-    text("REFERENCESOURCE", REFERENCESOURCE);
-    number("FORMATALIGN", FORMATALIGN);
-    text("FORMATEMPTY", FORMATEMPTY);
-    number("FORMATTYPE", FORMATTYPE);
-    number("FORMATDIGITS", FORMATDIGITS);
-    text("DESCRIPTION", DESCRIPTION);
+    hReadText(s, "ID", ID);
+#define RYKEL_READ(member, kind) hRead##kind(s, #member, member);
+    RYKEL_DBFIELD_MEMBERS(RYKEL_READ)
+#undef RYKEL_READ
     if (DEFAULT.isString() && text::UCase(DEFAULT.str()) == "_DEFAULT_") DEFAULTRESET();
   });
 }

@@ -26,6 +26,18 @@ namespace rykel {
 class cls_Structure;
 class cls_DB;
 
+// The definition's members in STRUCTURE_GET order, as X(MEMBER, kind): the one list that the
+// structure form (KEYS, STRUCTURE_GET, STRUCTURE_LET) and the Python binding are made from. The
+// kind says how STRUCTURE_LET reads the key: Flag (truth words), Text, Number (a whole number),
+// Type (a number, keyword or display name), Value (as it stands). A member added here needs its
+// declaration below and its default in CLEAR.
+#define RYKEL_DBFIELD_MEMBERS(X)                                                                       \
+  X(INDEXED, Flag) X(NAME, Text) X(TEXTSOURCE, Text) X(SORTFIELD, Text) X(SHORTNAME, Text)          \
+  X(TYPE, Type) X(DYNAMIC, Flag) X(DEFAULT, Value) X(WRITEONCE, Flag) X(MEMBERS, Text)             \
+  X(COLORS, Text) X(FORMATS, Text) X(FILTER, Text) X(CODE, Text) X(REFERENCESOURCE, Text)          \
+  X(FORMATALIGN, Number) X(FORMATEMPTY, Text) X(FORMATTYPE, Number) X(FORMATDIGITS, Number)         \
+  X(DESCRIPTION, Text)
+
 class cls_DBField : public Object, public std::enable_shared_from_this<cls_DBField> {
  public:
   cls_DBField() { CLEAR(); }
@@ -54,7 +66,7 @@ class cls_DBField : public Object, public std::enable_shared_from_this<cls_DBFie
   int32_t FORMATDIGITS = -1;      // decimals of DOUBLE display texts; -1 as many as needed
   std::string DESCRIPTION;
 
-  // The 20 definition keys in STRUCTURE_GET order.
+  // The definition keys (RYKEL_DBFIELD_MEMBERS) in STRUCTURE_GET order.
   static const std::vector<std::string_view>& KEYS();
 
   // The definition as a new structure, keys in the order of KEYS() (no "ID").

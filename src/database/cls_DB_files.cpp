@@ -18,7 +18,6 @@
 #include <sys/stat.h>
 
 #include <cmath>
-#include <random>
 
 #include "database/DBEntryText.h"
 #include "database/DBStructureFile.h"
@@ -29,6 +28,7 @@
 #include "frame/Error.h"
 #include "frame/FileIO.h"
 #include "frame/Notifier.h"
+#include "frame/Random.h"
 #include "frame/Text.h"
 #include "frame/ValueReader.h"
 #include "frame/ValueWriter.h"
@@ -74,18 +74,6 @@ int64_t hFileTime(const std::string& path) {
   struct stat st {};
   if (::stat(path.c_str(), &st) != 0) return 0;
   return static_cast<int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
-}
-
-double hLeadingNumber(std::string_view s) {
-  std::string t(text::LTrim(s));
-  char* end = nullptr;
-  double d = std::strtod(t.c_str(), &end);
-  return end == t.c_str() ? 0 : d;
-}
-
-Variant hNumber(double d) {
-  if (d == std::floor(d) && d >= -2147483648.0 && d <= 2147483647.0) return Variant(static_cast<int32_t>(d));
-  return Variant(d);
 }
 
 }  // namespace
@@ -376,7 +364,7 @@ void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName, std
   for (int32_t i = 0; i < count; ++i) {
     Variant id = r.Read();
     double d;
-    Variant num = NumericValue(id, d) ? hNumber(d) : hNumber(hLeadingNumber(CStr(id)));
+    Variant num = NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
     r.Read();  // marker: the content is restored from its text either way
     rRows.push_back({std::move(num), hEntryFromText(r.ReadStringView())});
   }
@@ -453,11 +441,10 @@ std::string cls_DB::SERIALIZE() {
       parts.push_back(CStr(e.id));
       parts.push_back(hEntryText(e.data));
     }
-    thread_local std::mt19937_64 gen{std::random_device{}()};
-    std::uniform_real_distribution<double> rnd(0.0, 1.0);
+    Random& rng = ThreadRandom();
     std::string sep = "<";
     for (size_t i = 1; i < parts.size(); ++i)
-      while (parts[i].find(sep) != std::string::npos) sep.push_back(static_cast<char>(65 + static_cast<int>(rnd(gen) * 36)));
+      while (parts[i].find(sep) != std::string::npos) sep.push_back(static_cast<char>(65 + static_cast<int>(rng.Rnd() * 36)));
     sep.push_back('>');
     parts[0] = "DBS1:" + sep + "@";
     size_t total = 0;
@@ -498,7 +485,7 @@ bool cls_DB::UNSERIALIZE(const std::string& pText) {
       rows.reserve(n);
       for (size_t i = 1; i <= n; ++i) {
         std::string_view idText = parts[2 * i + 1];
-        Variant id = hNumber(hLeadingNumber(idText));
+        Variant id = DBEntryTable::NumberId(DBEntryTable::LeadingNumber(idText));
         if (!numeric && !IsNumericText(idText)) id = Variant(idText);
         rows.push_back({id, hEntryFromText(parts[2 * i + 2])});
       }
@@ -512,7 +499,7 @@ bool cls_DB::UNSERIALIZE(const std::string& pText) {
         size_t c = line.find(':');
         if (c == std::string::npos) continue;
         std::string left = line.substr(0, c);
-        Variant id = numeric ? hNumber(hLeadingNumber(left)) : Variant(text::Replace(left, "_._", ":"));
+        Variant id = numeric ? DBEntryTable::NumberId(DBEntryTable::LeadingNumber(left)) : Variant(text::Replace(left, "_._", ":"));
         rows.push_back({id, hEntryFromText(std::string_view(line).substr(c + 1))});
       }
     }
@@ -598,10 +585,10 @@ bool cls_DB::HEADERSAVE(const std::string& pFile) {
 
 // A dynamic field's value is its CODE rendered by the database's interpreter (KEL, made on first
 // need), with the entry's structure as the variable ENTRY: "{VAR:ENTRY.FIRSTNAME} {VAR:ENTRY.LASTNAME}".
-// Storing the rendered values does not start another rebuild.
+// Storing the rendered values does not start another rebuild of this database; another database
+// that the code changes rebuilds its own entry as usual.
 void cls_DB::hFieldDynamicRebuild(const Variant& pID) {
-  thread_local bool tRebuilding = false;
-  if (tRebuilding) return;
+  if (rebuilding_) return;
   bool any = false;
   for (const auto& f : fields_) any = any || (f->DYNAMIC && !f->CODE.empty());
   if (!any) return;
@@ -612,10 +599,11 @@ void cls_DB::hFieldDynamicRebuild(const Variant& pID) {
   }
   StructurePtr entry = ENTRY(pID);
   if (!entry) return;
-  tRebuilding = true;
+  rebuilding_ = true;
   struct Reset {
-    ~Reset() { tRebuilding = false; }
-  } reset;
+    bool& flag;
+    ~Reset() { flag = false; }
+  } reset{rebuilding_};
   kel->VARIABLES->ITEM_LET("ENTRY", Variant(entry));
   for (const auto& f : fields_)
     if (f->DYNAMIC && !f->CODE.empty()) ENTRYFIELD_LET(pID, f->ID, kel->PROCESS(f->CODE));

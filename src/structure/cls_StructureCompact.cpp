@@ -3,9 +3,9 @@
 #include <charconv>
 #include <cstring>
 #include <limits>
-#include <random>
 
 #include "frame/Error.h"
+#include "frame/Random.h"
 #include "frame/Text.h"
 
 namespace rykel {
@@ -98,22 +98,15 @@ void hWriteNode(const cls_StructureManager& m, int32_t id, int depth, PieceList&
 // A separator of capital letters that occurs in no piece; its first letter appears once in it,
 // so no match can start inside a piece and run on into the separator that follows.
 std::string hSeparator(const PieceList& pieces) {
-  // a tiny generator: a big one in thread-local storage would not fit the module's static TLS
-  thread_local uint64_t state = 0;
-  if (state == 0) state = (static_cast<uint64_t>(std::random_device{}()) << 32 | std::random_device{}()) | 1;
-  auto rng = [] {
-    state ^= state << 13;
-    state ^= state >> 7;
-    state ^= state << 17;
-    return static_cast<uint32_t>(state >> 32);
-  };
+  // Drawn from the thread's one generator, so a seeded run writes the same separators.
+  Random& rng = ThreadRandom();
   for (size_t len = 6;; ++len) {
     for (int attempt = 0; attempt < 8; ++attempt) {
       std::string sep(len, 'A');
-      sep[0] = static_cast<char>('A' + rng() % 26);
+      sep[0] = static_cast<char>('A' + rng.Below(26));
       for (size_t i = 1; i < len; ++i) {
         char c;
-        do c = static_cast<char>('A' + rng() % 26);
+        do c = static_cast<char>('A' + rng.Below(26));
         while (c == sep[0]);
         sep[i] = c;
       }

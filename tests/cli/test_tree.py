@@ -22,6 +22,11 @@ class TreeCommand(unittest.TestCase):
         self.assertIn("2.SELECTED = True", sel)
         self.assertIn("1.SELECTED = False", sel)
 
+    def test_assignments_read_numbers_as_struct_set_does(self):
+        # one rule for KEY=VALUE: "." numbers are numbers (whole ones Long), "1,5" and words stay text
+        self.assertEqual(run("tree", "increase", "--arg", "1", "a=1.5", "b=1,5", "c=7").stdout,
+                         "A = 2.5\nB = 1,5\nC = 8\n")
+
     def test_bad_input_fails(self):
         self.assertNotEqual(run("tree", "shuffle", "a=1").returncode, 0)
         self.assertNotEqual(run("tree", "increase", "--arg", "many", "a=1").returncode, 0)

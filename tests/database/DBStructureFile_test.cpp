@@ -13,23 +13,15 @@
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Dir {
-  fs::path path = fs::temp_directory_path() / ("rykel_dbsf_" + std::to_string(::getpid()));
-  Dir() { fs::create_directories(path); }
-  ~Dir() { fs::remove_all(path); }
-  std::string operator/(const std::string& name) const { return (path / name).string(); }
-};
 
-struct Quiet {
-  Quiet() { SetNotifier([](const Notification&) { return std::string("OK"); }); }
-  ~Quiet() { SetNotifier({}); }
-};
 
 // The file without its time stamp line, which differs between two saves.
 std::string hWithoutTime(const std::string& file) {
@@ -63,8 +55,8 @@ std::string hGenericDump(const std::string& text, bool numeric) {
 }  // namespace
 
 TEST(DBStructureFile, SaveWritesTheBytesOfTheWholeStructure) {
-  Dir dir;
-  Quiet quiet;
+  TempDir dir;
+  QuietNotices quiet;
   auto check = [&](cls_DB& db, const std::string& name) {
     std::string streamed = dir / (name + ".db"), whole = dir / (name + "_whole.db");
     db.HEADERSAVE(dir / (name + ".header"));
@@ -111,8 +103,8 @@ TEST(DBStructureFile, SaveWritesTheBytesOfTheWholeStructure) {
 }
 
 TEST(DBStructureFile, ReadGivesWhatTheWholeStructureGives) {
-  Dir dir;
-  Quiet quiet;
+  TempDir dir;
+  QuietNotices quiet;
   cls_DB header;
   header.HEADERSAVE(dir / "info.header");
   header.HEADERSAVE(dir / "other.header");

@@ -62,6 +62,44 @@ TEST(cls_DBField, StructureKeysInOrderAndRoundTrip) {
   EXPECT_EQ(g->THIS_GET().get(), g.get());
 }
 
+namespace {
+// A value unlike the member's default, by the member's type.
+void hUnlikeDefault(bool& r, const char*) { r = true; }
+void hUnlikeDefault(int32_t& r, const char*) { r = 7; }
+void hUnlikeDefault(std::string& r, const char* pKey) { r = std::string("text of ") + pKey; }
+void hUnlikeDefault(Variant& r, const char* pKey) { r = Variant(std::string("value of ") + pKey); }
+template <class T>
+bool hSame(const T& a, const T& b) { return a == b; }
+bool hSame(const Variant& a, const Variant& b) { return a.isEmpty() == b.isEmpty() && CStr(a) == CStr(b); }
+}  // namespace
+
+// Every member of the one member table is in KEYS, written by STRUCTURE_GET in that order, read
+// back by STRUCTURE_LET and reset by CLEAR: a member added to the table is covered here as well.
+TEST(cls_DBField, EveryTableMemberTravelsThroughTheStructure) {
+  cls_DBField f, g;
+  std::vector<std::string> table;
+#define RYKEL_SET(member, kind) \
+  table.push_back(#member);     \
+  hUnlikeDefault(f.member, #member);
+  RYKEL_DBFIELD_MEMBERS(RYKEL_SET)
+#undef RYKEL_SET
+  auto s = f.STRUCTURE_GET();
+  std::vector<std::string> written, keys(cls_DBField::KEYS().begin(), cls_DBField::KEYS().end());
+  for (int32_t i = s->BASE(); i <= s->MAX(); ++i) written.push_back(s->ID_GET(i));
+  EXPECT_EQ(written, table);
+  EXPECT_EQ(keys, table);
+  g.STRUCTURE_LET(s);
+  cls_DBField fresh;
+#define RYKEL_CHECK(member, kind)                                 \
+  EXPECT_TRUE(hSame(g.member, f.member)) << #member << " read back";   \
+  EXPECT_FALSE(hSame(g.member, fresh.member)) << #member << " is set"; \
+  g.CLEAR();                                                      \
+  EXPECT_TRUE(hSame(g.member, fresh.member)) << #member << " cleared"; \
+  g.STRUCTURE_LET(s);
+  RYKEL_DBFIELD_MEMBERS(RYKEL_CHECK)
+#undef RYKEL_CHECK
+}
+
 TEST(cls_DBField, TypeTextsAndMembers) {
   EXPECT_EQ(cls_DBField::TYPETEXT(10), "ENUMMULTI");
   EXPECT_EQ(cls_DBField::TYPETEXT(10, true), "Mehrfachauswahl");

@@ -22,10 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Quiet {
-  Quiet() { SetNotifier([](const Notification&) { return std::string("OK"); }); }
-  ~Quiet() { SetNotifier({}); }
-};
 
 StructurePtr Settings(bool lock, double wait = 30) {
   auto s = cls_Structure::New();
@@ -49,7 +45,7 @@ TEST(DBFiles, ASaveRefusesAFileThatChangedOnDiskUnlessForced) {
   for (const char* name : {"p.ry-dbb", "p.db"}) {
     SCOPED_TRACE(name);
     TempDir dir;
-    Quiet quiet;
+    QuietNotices quiet;
     const std::string file = NewDB(dir, name);
     cls_DB a, b;
     ASSERT_TRUE(a.DBOPEN(file));
@@ -78,7 +74,7 @@ TEST(DBFiles, ASaveRefusesAFileThatChangedOnDiskUnlessForced) {
 
 TEST(DBFiles, TheLockIsHeldFromOpenToCloseAndSharedWithEveryWriter) {
   TempDir dir;
-  Quiet quiet;
+  QuietNotices quiet;
   const std::string file = NewDB(dir, "p.ry-dbb");
   cls_DB holder, other;
   ASSERT_TRUE(holder.DBOPEN(file, "", false, Settings(true)));
@@ -107,7 +103,7 @@ TEST(DBFiles, TheLockIsHeldFromOpenToCloseAndSharedWithEveryWriter) {
 
 TEST(DBFiles, ProcessesThatAddAtTheSameTimeKeepEveryEntryUnderItsOwnId) {
   TempDir dir;
-  Quiet quiet;
+  QuietNotices quiet;
   const std::string file = NewDB(dir, "p.ry-dbb");
   constexpr int kProcesses = 3, kAdds = 20;
   std::vector<pid_t> children;
@@ -140,7 +136,7 @@ TEST(DBFiles, ProcessesThatAddAtTheSameTimeKeepEveryEntryUnderItsOwnId) {
 
 TEST(DBFiles, FoldersFifosAndDevicesAreNotDatabases) {
   TempDir dir;
-  Quiet quiet;
+  QuietNotices quiet;
   NewDB(dir, "p.ry-dbb");
   fs::create_directory(dir / "folder.db");
   ASSERT_EQ(::mkfifo((dir / "fifo.ry-dbb").c_str(), 0600), 0);
@@ -164,7 +160,7 @@ TEST(DBFiles, FoldersFifosAndDevicesAreNotDatabases) {
 
 TEST(DBFiles, ABinaryFileThatNamesAnIdTwiceIsReportedNotMerged) {
   TempDir dir;
-  Quiet quiet;
+  QuietNotices quiet;
   NewDB(dir, "p.ry-dbb");
   auto write = [&](const std::vector<int32_t>& ids) {
     ValueWriter w;

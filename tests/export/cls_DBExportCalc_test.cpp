@@ -14,6 +14,8 @@
 #include "export/cls_DBExportWorkbook.h"
 #include "frame/Notifier.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 namespace fs = std::filesystem;
@@ -70,12 +72,6 @@ StructurePtr hSettings(std::initializer_list<std::pair<const char*, Variant>> it
   return s;
 }
 
-std::string hRead(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
 
 bool hOfficeInstalled() {
   for (const char* dir : {"/usr/bin", "/usr/local/bin"}) {
@@ -166,7 +162,7 @@ TEST(DBExportCalc, PasswordWorkbookIsEncryptedAndReplacesTheTarget) {
   std::string out = dir / "geheim.xlsx";
   { std::ofstream(out) << "old"; }
   ASSERT_TRUE(db->EXPORTEXCEL(1, out, std::nullopt, hSettings({{"EXCEL.PASSWORD", "Geheim1"}})));
-  std::string bytes = hRead(out);
+  std::string bytes = ReadAll(out);
   ASSERT_GE(bytes.size(), 512u);
   EXPECT_EQ(bytes.substr(0, 4), std::string("\xD0\xCF\x11\xE0", 4)) << "a compound file, not a plain zip";
   // The encrypted package's streams, named in UTF-16.

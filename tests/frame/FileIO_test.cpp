@@ -32,21 +32,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string ReadAll(const std::string& p) {
-  std::ifstream in(p, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
 
-int ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.number;
-  }
-  return 0;
-}
 
 // A structure whose script form is large: n items, each holding the generation mark.
 StructurePtr Big(int n, int mark) {
@@ -82,7 +68,7 @@ TEST(FileIO, FullDiskKeepsTheOldFileAndRaisesAFileError) {
   int number;
   {
     FileSizeLimit limit(8192);
-    number = ErrorOf([&] { big->SAVE(file); });
+    number = FailureNumber([&] { big->SAVE(file); });
   }
   EXPECT_TRUE(number == err::kDiskFull || number == err::kFileIO) << number;
   EXPECT_EQ(ReadAll(file), before);
@@ -101,11 +87,11 @@ std::string ReadOnlyChecks(const std::string& file, const std::string& header, c
   auto check = [&](bool ok, const char* what) {
     if (!ok) fail += std::string(what) + "; ";
   };
-  check(ErrorOf([&] { Big(3, 2)->SAVE(file); }) == err::kPermissionDenied, "SAVE raises 70");
+  check(FailureNumber([&] { Big(3, 2)->SAVE(file); }) == err::kPermissionDenied, "SAVE raises 70");
   db.ENTRYFIELD_LET(1, "NAME", "Bernd");
   check(!db.DBSAVE(), "DBSAVE answers false");
   check(db.ENTRYCHANGED_GET(), "the change waits for the next save");
-  check(ErrorOf([&] { db.HEADERSAVE(header); }) == err::kPermissionDenied, "HEADERSAVE raises 70");
+  check(FailureNumber([&] { db.HEADERSAVE(header); }) == err::kPermissionDenied, "HEADERSAVE raises 70");
   check(ReadAll(file) == oldScript, "structure file unchanged");
   check(ReadAll(dbFile) == oldDB, "database file unchanged");
   return fail;
@@ -195,7 +181,7 @@ TEST(FileIO, FilesThatVanishWhileReadGiveWholeDataOrAClearError) {
   int loaded = 0, missing = 0, opened = 0, refused = 0;
   for (int i = 0; i < 150; ++i) {
     auto s = cls_Structure::New();
-    int number = ErrorOf([&] { s->LOAD(file); });
+    int number = FailureNumber([&] { s->LOAD(file); });
     if (number == 0) {
       ++loaded;
       EXPECT_EQ(s->COUNT(), 2000);

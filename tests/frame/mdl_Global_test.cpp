@@ -12,6 +12,8 @@
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 TEST(mdl_Global, OneManagerPerThread) {
@@ -58,13 +60,12 @@ TEST(mdl_Global, DateTestAndTruth) {
 }
 
 TEST(mdl_Global, FileExistsOnlyForFiles) {
-  auto dir = std::filesystem::temp_directory_path() / "rykel_fileexists_test";
-  std::filesystem::create_directories(dir);
+  TempDir temp;
+  const std::filesystem::path dir = temp.path;
   EXPECT_FALSE(mdl_FileTools::FILEEXISTS(dir.string()));
   std::ofstream(dir / "f.txt") << "x";
   EXPECT_TRUE(mdl_FileTools::FILEEXISTS((dir / "f.txt").string()));
   EXPECT_FALSE(mdl_FileTools::FILEEXISTS((dir / "missing").string()));
-  std::filesystem::remove_all(dir);
 }
 
 TEST(sys_Global, CreatesClassesByName) {

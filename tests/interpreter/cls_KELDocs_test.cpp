@@ -11,13 +11,11 @@
 #include "modules/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
-std::string ReadFile(const std::filesystem::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
 
 struct Example {
   int line;
@@ -52,7 +50,7 @@ std::vector<Example> Examples(const std::string& doc) {
 }
 
 TEST(cls_KELDocs, ReferenceExamples) {
-  auto examples = Examples(ReadFile(std::filesystem::path(RYKEL_SOURCE_DIR) / "docs/KEL.md"));
+  auto examples = Examples(ReadAll(std::filesystem::path(RYKEL_SOURCE_DIR) / "docs/KEL.md"));
   ASSERT_GE(examples.size(), 18u);
   for (const auto& e : examples) {
     // As `rykel render -d examples` runs them: with the DB module, finding examples/data/.
@@ -69,8 +67,8 @@ TEST(cls_KELDocs, CaseFolders) {
   for (const auto& dir : fs::directory_iterator(fs::path(RYKEL_SOURCE_DIR) / "tests/interpreter/cases")) {
     cls_KEL k;
     k.DIRECTORIES->ADD(dir.path().string());
-    std::string out = k.PROCESS(ReadFile(dir.path() / "template.kel"), nullptr);
-    EXPECT_EQ(out, ReadFile(dir.path() / "expected.txt")) << dir.path();
+    std::string out = k.PROCESS(ReadAll(dir.path() / "template.kel"), nullptr);
+    EXPECT_EQ(out, ReadAll(dir.path() / "expected.txt")) << dir.path();
     EXPECT_EQ(k.ERRORLIST->COUNT(), 0) << dir.path();
     ++n;
   }

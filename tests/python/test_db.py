@@ -66,6 +66,17 @@ class DatabaseTest(unittest.TestCase):
             db.DBOPEN(os.path.join(self.dir.name, "x.db"), missing, True)
         self.assertIn("does not exist", str(ctx.exception))
 
+    def test_field_attributes_are_the_structure_keys(self):
+        # the binding is made from the same member table as the structure form
+        field = rykel.cls_DBField()
+        keys = [field.STRUCTURE_GET().ID_GET(i) for i in range(1, field.STRUCTURE_GET().COUNT() + 1)]
+        self.assertIn("DESCRIPTION", keys)
+        for key in keys:
+            value = getattr(field, key)
+            new = {bool: True, int: 7, str: "text of " + key}.get(type(value), "value of " + key)
+            setattr(field, key, new)
+            self.assertEqual(field.STRUCTURE_GET().ITEM_GET(key), new, key)
+
     def test_fields_views_and_text_forms(self):
         field = rykel.cls_DBField()
         self.assertEqual(rykel.cls_DBField.TYPETEXT(10, True), "Mehrfachauswahl")

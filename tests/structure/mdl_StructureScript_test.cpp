@@ -23,12 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 
 
-std::string ReadAll(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
 
 StructurePtr Sample() {
   auto s = cls_Structure::New();
