@@ -9,6 +9,7 @@
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "structure/mdl_GlobalStructure.h"
 
 namespace rykel {
 
