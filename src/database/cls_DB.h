@@ -77,6 +77,8 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   using DynamicFields = std::function<Variant(const std::string& pCode)> (*)(ObjectPtr& rKEL,
                                                                               const StructurePtr& pEntry);
   static void SetDynamicFields(DynamicFields pHook);
+  // The installed hook (null when none).
+  static DynamicFields hDynamicFields();
   // Directories searched for a header named by a database file (items are paths); kept by DBCLEAR.
   StructurePtr HEADERLOCATIONS_GET();
   void HEADERLOCATIONS_SET(StructurePtr v) { headerLocations_ = std::move(v); }

@@ -602,6 +602,8 @@ std::atomic<cls_DB::DynamicFields> gDynamicFields{nullptr};
 
 void cls_DB::SetDynamicFields(DynamicFields pHook) { gDynamicFields.store(pHook); }
 
+cls_DB::DynamicFields cls_DB::hDynamicFields() { return gDynamicFields.load(); }
+
 // A dynamic field's value is its CODE rendered by the database's interpreter (KEL, made on first
 // need through the installed hook), with the entry's structure as the variable ENTRY: "{VAR:ENTRY.FIRSTNAME} {VAR:ENTRY.LASTNAME}".
 // Storing the rendered values does not start another rebuild.

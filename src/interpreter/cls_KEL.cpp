@@ -26,6 +26,8 @@ std::atomic<cls_KEL::DefaultModules> gDefaultModules{nullptr};
 
 void cls_KEL::SetDefaultModules(DefaultModules pInstaller) { gDefaultModules.store(pInstaller); }
 
+cls_KEL::DefaultModules cls_KEL::hDefaultModules() { return gDefaultModules.load(); }
+
 cls_KEL::cls_KEL() {
   TRACE = cls_Structure::New();
   DIRECTORIES = cls_Structure::New();

@@ -67,6 +67,8 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   // new interpreter starts with an empty registry.
   using DefaultModules = void (*)(cls_KELModules& rModules);
   static void SetDefaultModules(DefaultModules pInstaller);
+  // The installed filler (null when none).
+  static DefaultModules hDefaultModules();
   cls_KEL(const cls_KEL&) = delete;
   cls_KEL& operator=(const cls_KEL&) = delete;
   std::string TypeName() const override { return "cls_KEL"; }
