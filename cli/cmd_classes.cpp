@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "Commands.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 
 namespace rykel::cli {
 

@@ -10,7 +10,7 @@
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 #include "tools/cls_DBTool.h"
 
 namespace rykel::cli {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "Commands.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 #include "tools/cls_DBTool.h"
 
 namespace rykel::cli {

@@ -9,7 +9,7 @@
 #include "frame/Error.h"
 #include "frame/Notifier.h"
 #include "interpreter/cls_KEL.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
 
 namespace rykel::cli {

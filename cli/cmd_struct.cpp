@@ -8,6 +8,7 @@
 #include "frame/Error.h"
 #include "frame/Convert.h"
 #include "frame/mdl_Global.h"
+#include "structure/mdl_GlobalStructure.h"
 #include "structure/cls_Structure.h"
 
 namespace rykel::cli {

@@ -1,6 +1,6 @@
 # What `cmake --install build --prefix P` puts under P:
 #   lib/librykel.so.<version> (+ SONAME link and .so)       the library
-#   include/rykel/<area>/<header>.h                          the headers, as the sources include them
+#   include/rykel/<area>/<header>.h                          the public headers, as the sources include them
 #   bin/rykel                                                the program
 #   lib/python3.<minor>/site-packages/rykel*.so              the Python module (RYKEL_PYTHON_INSTALL_DIR)
 #   lib/cmake/rykel/rykelConfig.cmake, ...Version.cmake, rykelTargets.cmake
@@ -15,8 +15,44 @@ target_compile_features(rykel PUBLIC cxx_std_20)
 set_target_properties(rykel-cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
 install(TARGETS rykel EXPORT rykelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rykel
-  FILES_MATCHING PATTERN "*.h")
+# The public headers: the classes and operations docs/API.md documents, the Variant and Error
+# types. What they include goes with them; every other header stays in the source tree.
+set(RYKEL_PUBLIC_HEADERS
+  frame/Variant.h frame/Error.h frame/Object.h frame/Convert.h frame/Notifier.h frame/Random.h
+  frame/mdl_Global.h frame/mdl_Limits.h
+  frame/cls_Collection.h frame/cls_CollectionValues.h frame/cls_CollectionInt.h
+  structure/cls_Structure.h structure/cls_StructureManager.h structure/cls_StructureTools.h
+  structure/mdl_GlobalStructure.h
+  interpreter/cls_KEL.h interpreter/cls_KELModules.h interpreter/cls_KELModule.h
+  interpreter/cls_KELModuleInterface.h
+  database/cls_DB.h database/cls_DBField.h database/cls_DBIndex.h database/cls_DBView.h
+  database/enm_DBFieldType.h
+  tools/cls_DBTool.h
+  modules/mod_KELDB.h modules/mod_KELIO.h modules/mod_KELStructure.h
+  host/sys_Global.h)
+set(pending ${RYKEL_PUBLIC_HEADERS})
+set(RYKEL_INSTALLED_HEADERS)
+while(pending)
+  list(POP_FRONT pending header)
+  if(header IN_LIST RYKEL_INSTALLED_HEADERS)
+    continue()
+  endif()
+  list(APPEND RYKEL_INSTALLED_HEADERS ${header})
+  get_filename_component(folder ${header} DIRECTORY)
+  file(STRINGS ${PROJECT_SOURCE_DIR}/src/${header} includes REGEX "^#include \"")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${header})
+  foreach(line ${includes})
+    string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" included "${line}")
+    if(NOT included MATCHES "/")
+      set(included ${folder}/${included})
+    endif()
+    list(APPEND pending ${included})
+  endforeach()
+endwhile()
+foreach(header ${RYKEL_INSTALLED_HEADERS})
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES ${PROJECT_SOURCE_DIR}/src/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rykel/${folder})
+endforeach()
 install(TARGETS rykel-cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/docs/rykel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 

@@ -3,7 +3,7 @@
 // MODULE_EXECUTE(rResult, rDone, rValue, pCmd, pParameters, pKEL) returning (rDone, rValue) or None.
 #include "Bindings.h"
 #include "interpreter/cls_KEL.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELIO.h"
 #include "modules/mod_KELStructure.h"
 

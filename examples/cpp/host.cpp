@@ -9,7 +9,7 @@
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "interpreter/cls_KEL.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
 
 int main(int argc, char** argv) {

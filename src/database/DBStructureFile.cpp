@@ -10,6 +10,7 @@
 #include "frame/FileIO.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "structure/mdl_GlobalStructure.h"
 #include "structure/cls_StructureManager.h"
 #include "structure/mdl_StructureScript.h"
 

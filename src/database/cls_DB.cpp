@@ -10,6 +10,7 @@
 #include "frame/Random.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "structure/mdl_GlobalStructure.h"
 
 namespace rykel {
 

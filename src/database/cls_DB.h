@@ -69,6 +69,16 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   // The interpreter the database works for (a cls_KEL); kept by DBCLEAR.
   ObjectPtr KEL_GET() const { return kel_; }
   void KEL_SET(ObjectPtr v) { kel_ = std::move(v); }
+  // Renders dynamic fields. The interpreter lives above the database, so the library installs
+  // this when it is loaded. Given the database's interpreter (rKEL: an interpreter is made there
+  // when it holds none) and an entry, it binds the entry as the variable ENTRY and returns the
+  // function that renders one field's CODE; for a null entry it only makes the interpreter and
+  // returns an empty function. Not installed: dynamic fields are left as stored.
+  using DynamicFields = std::function<Variant(const std::string& pCode)> (*)(ObjectPtr& rKEL,
+                                                                              const StructurePtr& pEntry);
+  static void SetDynamicFields(DynamicFields pHook);
+  // The installed hook (null when none).
+  static DynamicFields hDynamicFields();
   // Directories searched for a header named by a database file (items are paths); kept by DBCLEAR.
   StructurePtr HEADERLOCATIONS_GET();
   void HEADERLOCATIONS_SET(StructurePtr v) { headerLocations_ = std::move(v); }

@@ -17,12 +17,12 @@
 // On reading, every id becomes the number its text begins with.
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cmath>
 
 #include "database/DBEntryText.h"
 #include "database/DBStructureFile.h"
 #include "database/cls_DB.h"
-#include "interpreter/cls_KEL.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
@@ -583,30 +583,36 @@ bool cls_DB::HEADERSAVE(const std::string& pFile) {
   });
 }
 
+namespace {
+std::atomic<cls_DB::DynamicFields> gDynamicFields{nullptr};
+}  // namespace
+
+void cls_DB::SetDynamicFields(DynamicFields pHook) { gDynamicFields.store(pHook); }
+
+cls_DB::DynamicFields cls_DB::hDynamicFields() { return gDynamicFields.load(); }
+
 // A dynamic field's value is its CODE rendered by the database's interpreter (KEL, made on first
-// need), with the entry's structure as the variable ENTRY: "{VAR:ENTRY.FIRSTNAME} {VAR:ENTRY.LASTNAME}".
-// Storing the rendered values does not start another rebuild of this database; another database
-// that the code changes rebuilds its own entry as usual.
+// need through the installed hook), with the entry's structure as the variable ENTRY:
+// "{VAR:ENTRY.FIRSTNAME} {VAR:ENTRY.LASTNAME}". Storing the rendered values does not start another
+// rebuild of this database; another database that the code changes rebuilds its own entry as usual.
 void cls_DB::hFieldDynamicRebuild(const Variant& pID) {
   if (rebuilding_) return;
   bool any = false;
   for (const auto& f : fields_) any = any || (f->DYNAMIC && !f->CODE.empty());
   if (!any) return;
-  auto kel = std::dynamic_pointer_cast<cls_KEL>(kel_);
-  if (!kel) {
-    kel = std::make_shared<cls_KEL>();
-    kel_ = kel;
-  }
+  DynamicFields hook = gDynamicFields.load();
+  if (!hook) return;
   StructurePtr entry = ENTRY(pID);
   if (!entry) return;
+  auto render = hook(kel_, entry);
+  if (!render) return;
   rebuilding_ = true;
   struct Reset {
     bool& flag;
     ~Reset() { flag = false; }
   } reset{rebuilding_};
-  kel->VARIABLES->ITEM_LET("ENTRY", Variant(entry));
   for (const auto& f : fields_)
-    if (f->DYNAMIC && !f->CODE.empty()) ENTRYFIELD_LET(pID, f->ID, kel->PROCESS(f->CODE));
+    if (f->DYNAMIC && !f->CODE.empty()) ENTRYFIELD_LET(pID, f->ID, render(f->CODE));
 }
 
 }  // namespace rykel

@@ -1,4 +1,5 @@
-// mdl_Global: the per-thread globals and the shared conversions used across the component.
+// mdl_Global: the shared conversions used across the component. The globals that hold structures
+// (SMAN_GET, FLAGSGLOBAL) are in structure/mdl_GlobalStructure.h.
 #pragma once
 
 #include <memory>
@@ -8,17 +9,10 @@
 
 namespace rykel {
 
-class cls_StructureManager;
-class cls_Structure;
-
 namespace mdl_Global {
 
 // Start-up: does nothing, every global is created on first use.
 void Main();
-// The structure manager of the calling thread, created with its holder on first use.
-const std::shared_ptr<cls_StructureManager>& SMAN_GET();
-// A new structure: kind 1 gives the default page layout (27 keys), any other kind an empty one.
-std::shared_ptr<cls_Structure> FLAGSGLOBAL(int pKind);
 // rTarget = pValue (objects are shared, other values copied).
 void VARSET(Variant& rTarget, const Variant& pValue);
 // True for "yyyy-mm-dd" or "yyyy-mm-dd HH:MM:SS" shaped texts that convert to a date.

@@ -1,6 +1,7 @@
 #include "interpreter/cls_KEL.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 
 #include "frame/Convert.h"
@@ -15,11 +16,17 @@
 #include "interpreter/cls_KELFrontEnd.h"
 #include "interpreter/mdl_KELData.h"
 #include "interpreter/mdl_KELStructText.h"
-#include "modules/cls_KELModules.h"
-#include "modules/mod_KELIO.h"
-#include "modules/mod_KELStructure.h"
+#include "interpreter/cls_KELModules.h"
 
 namespace rykel {
+
+namespace {
+std::atomic<cls_KEL::DefaultModules> gDefaultModules{nullptr};
+}  // namespace
+
+void cls_KEL::SetDefaultModules(DefaultModules pInstaller) { gDefaultModules.store(pInstaller); }
+
+cls_KEL::DefaultModules cls_KEL::hDefaultModules() { return gDefaultModules.load(); }
 
 cls_KEL::cls_KEL() {
   TRACE = cls_Structure::New();
@@ -37,8 +44,7 @@ cls_KEL::cls_KEL() {
   RECURSIONS->ITEM_LET("CALLS", 0);
   errorList_ = std::make_unique<cls_KELErrorList>(ERRORLIST, ERRORPLACES, TRACE);
   MODULES = std::make_shared<cls_KELModules>();
-  MODULES->ADD(std::make_shared<mod_KELIO>());
-  MODULES->ADD(std::make_shared<mod_KELStructure>());
+  if (auto install = gDefaultModules.load()) install(*MODULES);
 }
 
 cls_KEL::~cls_KEL() = default;

@@ -62,6 +62,13 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
  public:
   cls_KEL();
   ~cls_KEL() override;
+  // Fills the module registry of every new interpreter (the IO and STRUCTURE modules). The modules
+  // live above the interpreter, so the library installs this when it is loaded; none installed, a
+  // new interpreter starts with an empty registry.
+  using DefaultModules = void (*)(cls_KELModules& rModules);
+  static void SetDefaultModules(DefaultModules pInstaller);
+  // The installed filler (null when none).
+  static DefaultModules hDefaultModules();
   cls_KEL(const cls_KEL&) = delete;
   cls_KEL& operator=(const cls_KEL&) = delete;
   std::string TypeName() const override { return "cls_KEL"; }

@@ -13,7 +13,7 @@
 #include "interpreter/cls_KELDecoder.h"
 #include "interpreter/cls_KELFrontEnd.h"
 #include "interpreter/cls_KELTokenizer.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 #include "structure/cls_StructureManager.h"
 
 namespace rykel {

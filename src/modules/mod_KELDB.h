@@ -39,7 +39,7 @@
 #include <string_view>
 
 #include "database/cls_DB.h"
-#include "modules/cls_KELModuleInterface.h"
+#include "interpreter/cls_KELModuleInterface.h"
 
 namespace rykel {
 

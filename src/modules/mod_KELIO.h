@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "modules/cls_KELModuleInterface.h"
+#include "interpreter/cls_KELModuleInterface.h"
 
 namespace rykel {
 

@@ -8,6 +8,7 @@
 #include "frame/cls_CollectionInt.h"
 #include "frame/cls_CollectionValues.h"
 #include "frame/mdl_Global.h"
+#include "structure/mdl_GlobalStructure.h"
 #include "structure/cls_StructureSerializer.h"
 
 namespace rykel {

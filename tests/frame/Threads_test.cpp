@@ -12,7 +12,7 @@
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/mdl_Limits.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 #include "interpreter/cls_KEL.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"

@@ -1,4 +1,5 @@
 #include "frame/mdl_Global.h"
+#include "structure/mdl_GlobalStructure.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,7 @@
 
 #include "frame/Convert.h"
 #include "frame/Error.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 

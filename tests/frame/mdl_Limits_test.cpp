@@ -16,7 +16,7 @@
 #include "interpreter/cls_KEL.h"
 #include "structure/cls_Structure.h"
 #include "frame/Convert.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 #include "structure/cls_StructureTools.h"
 
 #include "../TestSupport.h"

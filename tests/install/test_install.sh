@@ -14,6 +14,11 @@ for f in bin/rykel include/rykel/interpreter/cls_KEL.h include/rykel/modules/mod
          lib/pkgconfig/rykel.pc share/man/man1/rykel.1; do
   [[ -e "$prefix/$f" ]] || { echo "not installed: $f"; exit 1; }
 done
+# Only the public headers go out: the interpreter's run stages stay in the source tree.
+for f in include/rykel/interpreter/cls_KELExecutor.h include/rykel/query/cls_DBCondition.h \
+         include/rykel/export/cls_DBExport.h; do
+  [[ ! -e "$prefix/$f" ]] || { echo "internal header installed: $f"; exit 1; }
+done
 # The library carries its SONAME; the development link points at the versioned file.
 soname=$(objdump -p "$prefix"/lib/librykel.so | awk '/SONAME/ {print $2}')
 [[ "$soname" == librykel.so.* && -e "$prefix/lib/$soname" ]] || { echo "bad SONAME: '$soname'"; exit 1; }

@@ -8,7 +8,7 @@
 #include <iterator>
 
 #include "interpreter/cls_KEL.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
 
 #include "../TestSupport.h"

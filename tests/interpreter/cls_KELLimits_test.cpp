@@ -15,7 +15,7 @@
 #include "frame/FileIO.h"
 #include "frame/ValueWriter.h"
 #include "interpreter/cls_KEL.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
 
 namespace rykel {

@@ -10,7 +10,7 @@
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "interpreter/cls_KELDecoder.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 
 namespace rykel {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/Convert.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 #include "structure/cls_StructureTools.h"
 
 namespace rykel {

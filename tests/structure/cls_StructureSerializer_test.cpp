@@ -11,7 +11,7 @@
 #include "frame/Error.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 
 namespace rykel {
 

@@ -5,7 +5,7 @@
 #include "frame/cls_Collection.h"
 #include "frame/cls_CollectionInt.h"
 #include "frame/cls_CollectionValues.h"
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 

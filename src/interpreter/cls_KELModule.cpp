@@ -1,4 +1,4 @@
-#include "modules/cls_KELModule.h"
+#include "interpreter/cls_KELModule.h"
 
 #include "frame/Error.h"
 #include "interpreter/cls_KEL.h"

@@ -1,4 +1,4 @@
-#include "frame/sys_Global.h"
+#include "host/sys_Global.h"
 
 #include <algorithm>
 #include <functional>
@@ -10,7 +10,7 @@
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 #include "interpreter/cls_KEL.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
 #include "tools/cls_DBTool.h"
 #include "database/cls_DB.h"

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "frame/Object.h"
-#include "modules/cls_KELModule.h"
+#include "interpreter/cls_KELModule.h"
 
 namespace rykel {
 

@@ -1,4 +1,4 @@
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // The module registry's routing, and the IO and structure modules' commands.
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModules.h"
 
 #include <gtest/gtest.h>
 

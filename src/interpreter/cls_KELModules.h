@@ -21,7 +21,7 @@
 
 #include "frame/Object.h"
 #include "frame/Variant.h"
-#include "modules/cls_KELModuleInterface.h"
+#include "interpreter/cls_KELModuleInterface.h"
 
 namespace rykel {
 
