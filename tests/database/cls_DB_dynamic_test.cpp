@@ -3,8 +3,8 @@
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "interpreter/cls_KEL.h"
-#include "modules/cls_KELModuleInterface.h"
-#include "modules/cls_KELModules.h"
+#include "interpreter/cls_KELModuleInterface.h"
+#include "interpreter/cls_KELModules.h"
 
 namespace rykel {
 
