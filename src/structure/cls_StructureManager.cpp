@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <unordered_set>
 
 #include "frame/Convert.h"
@@ -46,20 +47,6 @@ struct UpperKey {
     view = buf;
   }
 };
-
-// A decimal integer text (optional "-"), as an index; false for anything else.
-bool hIndexText(std::string_view s, int64_t& out) {
-  if (s.empty() || s.size() > 11) return false;
-  size_t i = s[0] == '-' ? 1 : 0;
-  if (i == s.size()) return false;
-  int64_t v = 0;
-  for (; i < s.size(); ++i) {
-    if (s[i] < '0' || s[i] > '9') return false;
-    v = v * 10 + (s[i] - '0');
-  }
-  out = s[0] == '-' ? -v : v;
-  return true;
-}
 
 bool hIsNumberKey(const Variant& k) { return k.isNumber(); }
 
@@ -467,11 +454,6 @@ void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot) {
   if (atom && n.extra && n.extra->index) n.extra->index->Insert(names_.HashOf(atom), atom, slot, n.items);
 }
 
-void cls_StructureManager::hDropIndex(int32_t pID) {
-  Node& n = hNode(pID);
-  if (n.extra) n.extra->index.reset();
-}
-
 void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
   if (!atom || !n.extra || !n.extra->index) return;
   NameIndex& ix = *n.extra->index;
@@ -522,6 +504,21 @@ Variant cls_StructureManager::hValueOf(const Item& it) {
   return it.value;
 }
 
+void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild) {
+  Item& it = n.items[slot];
+  const int32_t oldChild = it.isStruct ? it.child : 0;  // unused slots hold nothing
+  if (!it.used) {
+    it.used = true;
+    if (slot >= 1) --n.unused;
+    hIndexInsert(n, it.name, slot);
+  }
+  it.isStruct = pChild != 0;
+  it.child = pChild;
+  if (pChild) it.value = Variant();
+  else it.value = std::move(pValue);
+  if (oldChild) Release(oldChild);
+}
+
 void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue) {
   int32_t newChild = 0;
   if (pValue.isObject()) {
@@ -534,23 +531,153 @@ void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pVal
   }
   Node& n = hNode(pID);
   if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
-  Item& it = n.items[slot];
-  int32_t oldChild = it.isStruct ? it.child : 0;
-  if (!it.used) {
-    it.used = true;
-    if (slot >= 1) --n.unused;
-    hIndexInsert(n, it.name, slot);
+  hFill(n, slot, newChild ? Variant() : Variant(pValue), newChild);
+}
+
+// ---- slot writing ----------------------------------------------------------------------------
+
+bool cls_StructureManager::IndexText(std::string_view s, int64_t& out) {
+  if (s.empty() || s.size() > 11) return false;
+  size_t i = s[0] == '-' ? 1 : 0;
+  if (i == s.size()) return false;
+  int64_t v = 0;
+  for (; i < s.size(); ++i) {
+    if (s[i] < '0' || s[i] > '9') return false;
+    v = v * 10 + (s[i] - '0');
   }
-  if (newChild) {
+  out = s[0] == '-' ? -v : v;
+  return true;
+}
+
+
+uint8_t cls_StructureManager::Flags(int32_t pID) const { return hNode(pID).flags; }
+
+int32_t cls_StructureManager::FindSlot(int32_t pID, uint32_t pAtom) { return hFindSlot(pID, pAtom); }
+
+int32_t cls_StructureManager::SlotFor(int32_t pID, uint32_t pAtom) {
+  const int32_t slot = pAtom ? hFindSlot(pID, pAtom) : -1;
+  return slot >= 0 ? slot : hNewSlot(hNode(pID), pAtom);
+}
+
+int32_t cls_StructureManager::hNewSlot(Node& n, uint32_t atom) {
+  int32_t slot = hLastUnused(n);
+  if (slot < 0) slot = hMax(n) + 1;
+  if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
+  n.items[slot].name = atom;
+  return slot;
+}
+
+int32_t cls_StructureManager::SlotAt(int32_t pID, int32_t pIndex) {
+  Node& n = hNode(pID);
+  if (pIndex == 0 && !(n.flags & kHasZero)) {
+    n.flags |= kHasZero;
+    hDropIndex(n);  // the base decides what lookups see
+  }
+  if (pIndex > hMax(n)) hResize(n, pIndex);
+  return pIndex;
+}
+
+int32_t cls_StructureManager::SlotAppend(int32_t pID) {
+  Node& n = hNode(pID);
+  const int32_t max = hMax(n);
+  if (max == std::numeric_limits<int32_t>::max() - 1) Raise(err::kOutOfRange, "Subscript out of range");
+  hResize(n, max + 1);
+  return max + 1;
+}
+
+void cls_StructureManager::SetName(int32_t pID, int32_t pSlot, uint32_t pAtom) {
+  Node& n = hNode(pID);
+  Item& it = n.items[pSlot];
+  if (it.name == pAtom) return;
+  if (it.used) hIndexErase(n, it.name, pSlot);
+  it.name = pAtom;
+  if (it.used) hIndexInsert(n, pAtom, pSlot);
+}
+
+void cls_StructureManager::SetValue(int32_t pID, int32_t pSlot, Variant pValue) {
+  if (pValue.isObject()) {
+    hNode(pID).flags |= kChanged;
+    hStore(pID, pSlot, pValue);
+    return;
+  }
+  Node& n = hNode(pID);
+  n.flags |= kChanged;
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  hFill(n, pSlot, std::move(pValue), 0);
+}
+
+void cls_StructureManager::SetChild(int32_t pID, int32_t pSlot, int32_t pChild) {
+  Node& n = hNode(pID);
+  n.flags |= kChanged;
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  hFill(n, pSlot, Variant(), pChild);
+}
+
+int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild) {
+  Node& n = hNode(pID);
+  if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
+  if (n.items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max()))
+    Raise(err::kOutOfRange, "Subscript out of range");
+  const auto slot = static_cast<int32_t>(n.items.size());
+  Item& it = n.items.emplace_back();
+  it.name = pAtom;
+  it.used = true;
+  if (pChild) {
     it.isStruct = true;
-    it.child = newChild;
-    it.value = Variant();
+    it.child = pChild;
   } else {
-    it.isStruct = false;
-    it.child = 0;
-    it.value = pValue;
+    it.value = std::move(pValue);
   }
-  if (oldChild) Release(oldChild);
+  n.flags |= kChanged;
+  hIndexInsert(n, pAtom, slot);
+  return slot;
+}
+
+void cls_StructureManager::ReserveSlots(int32_t pID, size_t pSlots) {
+  Node& n = hNode(pID);
+  n.items.reserve(std::max<size_t>(n.items.size(), 1) + pSlots);
+}
+
+void cls_StructureManager::SetFlags(int32_t pID, uint8_t pFlags) {
+  Node& n = hNode(pID);
+  if ((n.flags ^ pFlags) & kHasZero) hDropIndex(n);
+  n.flags = pFlags;
+}
+
+// Slots moved: the name index is rebuilt on the next lookup, the unused count recounted.
+void cls_StructureManager::hAfterReorder(Node& n) {
+  hDropIndex(n);
+  n.unused = 0;
+  for (size_t i = 1; i < n.items.size(); ++i) n.unused += !n.items[i].used;
+  n.flags |= kChanged;
+}
+
+void cls_StructureManager::MoveSlot(int32_t pID, int32_t pFrom, int32_t pTo) {
+  Node& n = hNode(pID);
+  auto first = n.items.begin();
+  if (pFrom < pTo)
+    std::rotate(first + pFrom, first + pFrom + 1, first + pTo + 1);
+  else if (pFrom > pTo)
+    std::rotate(first + pTo, first + pFrom, first + pFrom + 1);
+  hAfterReorder(n);
+}
+
+void cls_StructureManager::SwapSlots(int32_t pID, int32_t pA, int32_t pB) {
+  Node& n = hNode(pID);
+  std::swap(n.items[pA], n.items[pB]);
+  hAfterReorder(n);
+}
+
+void cls_StructureManager::Empty(int32_t pID) {
+  Node& n = hNode(pID);
+  std::vector<int32_t> children;
+  for (const Item& it : n.items)
+    if (it.used && it.isStruct) children.push_back(it.child);
+  n.items.clear();  // slot 0 is implied
+  n.unused = 0;
+  n.flags = static_cast<uint8_t>((n.flags & ~(kHasZero | kDefaultMode)) | kChanged);
+  hDropIndex(n);
+  for (int32_t c : children) Release(c);
 }
 
 // ---- items: reading --------------------------------------------------------------------------
@@ -575,7 +702,7 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
     bool last = dot == std::string_view::npos;
     if (part == "COUNT") return Variant(COUNT(node));
     int64_t idx;
-    if (last && pForceIndex && hIndexText(part, idx)) return hGetIndex(node, idx, pDefault);
+    if (last && pForceIndex && IndexText(part, idx)) return hGetIndex(node, idx, pDefault);
     int32_t slot = hFindName(hNode(node), part, NameTable::Hash(part));
     if (slot < 0) return pDefault;
     const Item& it = nodes_[node].items[slot];
@@ -605,7 +732,7 @@ Variant cls_StructureManager::ItemGetDirect_GET(int32_t pID, std::string_view pK
                                                 const Variant& pDefault, bool pForceIndex) {
   return Guard(kClass, "ItemGetDirect.GET", [&]() -> Variant {
     int64_t idx;
-    if (pKeyType == 1 && hIndexText(pKeyUpper, idx)) return hGetIndex(pID, idx, pDefault);
+    if (pKeyType == 1 && IndexText(pKeyUpper, idx)) return hGetIndex(pID, idx, pDefault);
     return hGet(pID, pKeyUpper, pForceIndex, pDefault);
   });
 }
@@ -645,7 +772,7 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     std::string_view part = rest.substr(0, dot);
     const bool last = dot == std::string_view::npos;
     int64_t idx;
-    if (last && pForceIndex && hIndexText(part, idx)) {
+    if (last && pForceIndex && IndexText(part, idx)) {
       if (asDefault) {
         DEFAULT(node, Variant(static_cast<double>(idx)), pValue);
       } else {
@@ -666,12 +793,7 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     uint32_t atom = names_.Intern(part, hash);
     int32_t slot = names_.Count() > known ? -1 : hFindSlot(node, atom);
     if (slot >= 0 && last && dm) return;  // a default never overwrites
-    if (slot < 0) {
-      slot = hLastUnused(*n);
-      if (slot < 0) slot = hMax(*n) + 1;
-      if (static_cast<size_t>(slot) >= n->items.size()) hResize(*n, slot);
-      n->items[slot].name = atom;
-    }
+    if (slot < 0) slot = hNewSlot(*n, atom);
     if (last) {
       hStore(node, slot, pValue);
       return;
@@ -679,17 +801,7 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     if (!n->items[slot].used || !n->items[slot].isStruct) {
       int32_t child = Alloc();  // may move the node table
       n = &hNode(node);
-      Item& it = n->items[slot];
-      int32_t old = it.isStruct ? it.child : 0;
-      if (!it.used) {
-        it.used = true;
-        if (slot >= 1) --n->unused;
-        hIndexInsert(*n, atom, slot);
-      }
-      it.isStruct = true;
-      it.child = child;
-      it.value = Variant();
-      if (old) Release(old);
+      hFill(*n, slot, Variant(), child);
     }
     node = n->items[slot].child;
     rest = rest.substr(dot + 1);
@@ -896,12 +1008,7 @@ void cls_StructureManager::ITEMBYID_LET(int32_t pID, std::string_view pItemID, c
     uint32_t atom = names_.Intern(k.view);
     int32_t slot = hFindSlot(pID, atom);
     if (slot >= 0 && (n.flags & kDefaultMode)) return;
-    if (slot < 0) {
-      slot = hLastUnused(n);
-      if (slot < 0) slot = hMax(n) + 1;
-      if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
-      n.items[slot].name = atom;
-    }
+    if (slot < 0) slot = hNewSlot(n, atom);
     hStore(pID, slot, pValue);
   });
 }
@@ -1002,15 +1109,7 @@ void cls_StructureManager::ITEMDIRECT_LET(int32_t pID, int32_t pIndex, std::stri
     if (pIndex == 0) n.flags |= kHasZero;
     if (pIndex >= static_cast<int32_t>(n.items.size())) hResize(n, pIndex);
     UpperKey key(pName);
-    uint32_t atom = names_.Intern(key.view);
-    Item& it = n.items[pIndex];
-    if (it.used && it.name != atom) {
-      hIndexErase(n, it.name, pIndex);
-      it.name = atom;
-      hIndexInsert(n, atom, pIndex);
-    } else if (!it.used) {
-      it.name = atom;
-    }
+    SetName(pID, pIndex, names_.Intern(key.view));
     hStore(pID, pIndex, pValue);
   });
 }

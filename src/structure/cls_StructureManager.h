@@ -198,20 +198,6 @@ class cls_StructureManager : public Object,
   // Empties the node and reads one node's pieces from pBuffer at rIndex; rIndex moves past them.
   void UNSERIALIZEBINARYBUFFER(int32_t pID, const std::vector<std::string>& pBuffer, int64_t& rIndex);
 
- private:
-  friend class cls_StructureSerializer;
-  friend class cls_StructureCompact;
-  friend class SerializedReader;
-  friend class CompactReader;
-  struct Node;
-  // Empties a node for a reader: sub-structures released, slots dropped, HASZERO and DEFAULTMODE
-  // cleared, CHANGED set; the bound value and object stay.
-  void hEmpty(int32_t pID);
-  // Forgets a node's name index (rebuilt on the next lookup) after its slots were rewritten.
-  void hDropIndex(Node& n);
-
- public:
-
   // ---- script, text and parameter forms, structure files ---------------------------------------
   // The forms are described in mdl_StructureScript.h (script) and mdl_StructureText.h (the others).
   // Script form: one line per used item, "\r\n" after each, one tab per level from pIndentation.
@@ -296,13 +282,6 @@ class cls_StructureManager : public Object,
   void DECREASE(int32_t pID, const Variant& pDecreaseBy = 1, const Variant& pKey = {});
   std::string COPYCLIPBOARD(int32_t pID);
   std::string COPYCLIPBOARDNOTEMPTY(int32_t pID);
-  friend class cls_StructureTree;
-
- private:
-  // Forgets a node's name index after its slots were reordered (rebuilt on the next lookup).
-  void hDropIndex(int32_t pID);
-
- public:
 
   // ---- access for the rest of the structure subsystem (text forms, tree operations) ----------
   struct Item {
@@ -319,11 +298,52 @@ class cls_StructureManager : public Object,
   bool Valid(int32_t pID) const;
   // Reference management for code that links nodes itself.
   void AddRef(int32_t pID);
+  // The node's flag bits (kDefaultMode | kHasZero | kChanged | kAllowNothing).
+  uint8_t Flags(int32_t pID) const;
+  // The first used slot named by the atom (0 never names one), or -1. Never interns.
+  int32_t FindSlot(int32_t pID, uint32_t pAtom);
+
+  // ---- slot writing, for the readers and the tree operations -------------------------------------
+  // The only way code outside this class changes slots. A written slot is used and holds either a
+  // value or a sub-structure whose reference it owns (the one it held before is released); the
+  // unused count and the name index stay in step; CHANGED is set. None of these does a Guard:
+  // REQUIRES a node in use (ids from Alloc or a handle).
+  //
+  // Where a slot comes from: the first used slot with the name, else a fresh one named already
+  // (the last unused slot, else one past MAX) -- the rule ITEM_LET follows for a new name.
+  int32_t SlotFor(int32_t pID, uint32_t pAtom);
+  // A numbered key's slot: index 0 makes the node zero-based (HASZERO), an index past MAX grows
+  // MAX to it (the slots between stay unused). REQUIRES pIndex >= 0.
+  int32_t SlotAt(int32_t pID, int32_t pIndex);
+  // A new unused, unnamed slot at MAX + 1. Raises 9 when the node holds 2^31 - 1 slots.
+  int32_t SlotAppend(int32_t pID);
+  // Names a slot (atom 0: unnamed); a used slot moves in the name index.
+  void SetName(int32_t pID, int32_t pSlot, uint32_t pAtom);
+  // Stores a value in a slot (MAX grows to it). A cls_Structure value becomes a sub-structure
+  // sharing that node (one more reference); one of another thread's manager raises 5.
+  void SetValue(int32_t pID, int32_t pSlot, Variant pValue);
+  // Stores the sub-structure pChild in a slot (MAX grows to it), taking over the reference the
+  // caller holds on it.
+  void SetChild(int32_t pID, int32_t pSlot, int32_t pChild);
   // Appends a used slot after MAX named by the atom (0: unnamed) holding pValue or, when pChild is
   // not 0, the sub-structure pChild, whose reference the slot takes over. Sets CHANGED. No lookup:
   // REQUIRES the caller to know that no used slot of the node carries the name yet (readers that
-  // build fresh nodes). Returns the new index.
+  // build fresh nodes). Raises 9 past 2^31 - 1 slots. Returns the new index.
   int32_t AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild = 0);
+  // Room for pSlots more slots without moving the node's slot table (a reader's hint).
+  void ReserveSlots(int32_t pID, size_t pSlots);
+  // Sets all flag bits at once (readers restoring a written node, copies).
+  void SetFlags(int32_t pID, uint8_t pFlags);
+  // Moves the slot pFrom to pTo, the slots between shifting by one; swaps two slots. Names,
+  // values and sub-structures travel with their slots. REQUIRES both within 0..MAX.
+  void MoveSlot(int32_t pID, int32_t pFrom, int32_t pTo);
+  void SwapSlots(int32_t pID, int32_t pA, int32_t pB);
+  // A decimal integer text with an optional "-" (at most 11 characters), read as an index: the
+  // one rule for when a key part is a number. False for anything else.
+  static bool IndexText(std::string_view pText, int64_t& rIndex);
+  // Empties a node for a reader: sub-structures released, slots dropped, HASZERO and DEFAULTMODE
+  // cleared, CHANGED set; the bound value and object stay.
+  void Empty(int32_t pID);
 
  private:
   struct NameIndex;
@@ -356,7 +376,13 @@ class cls_StructureManager : public Object,
   Variant hGetIndex(int32_t pID, int64_t index, const Variant& pDefault);
   void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex);
   void hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex);
+  // The one place a slot is filled: value or child (REQUIRES slot <= MAX), see "slot writing".
+  void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild);
   void hStore(int32_t pID, int32_t slot, const Variant& pValue);
+  void hDropIndex(Node& n);
+  void hAfterReorder(Node& n);
+  // A fresh slot for a new name: the last unused slot, else one past MAX; named already.
+  int32_t hNewSlot(Node& n, uint32_t atom);
   void hResize(Node& n, int32_t newMax);
   void hRemove(int32_t pID, int32_t slot);
   // The slot of a dotted path's last part in the node that holds it (rNode), or -1.
