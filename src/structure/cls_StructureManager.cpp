@@ -149,25 +149,16 @@ cls_StructureManager::~cls_StructureManager() = default;
 
 // ---- node store ------------------------------------------------------------------------------
 
-cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) {
-  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size() || !nodes_[pID].live)
-    Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
-  return nodes_[pID];
+void cls_StructureManager::hBadNode(int32_t pID) {
+  Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
 }
 
-const cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) const {
-  return const_cast<cls_StructureManager*>(this)->hNode(pID);
-}
+void cls_StructureManager::hTooManySlots() { Raise(err::kOutOfRange, "Subscript out of range"); }
 
 bool cls_StructureManager::Valid(int32_t pID) const {
   return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && nodes_[pID].live;
 }
 
-const std::vector<cls_StructureManager::Item>& cls_StructureManager::Items(int32_t pID) const {
-  static const std::vector<Item> kSlotZeroOnly(1);
-  const Node& n = hNode(pID);
-  return n.items.empty() ? kSlotZeroOnly : n.items;
-}
 
 int32_t cls_StructureManager::Alloc() {
   return Guard(kClass, "Alloc", [&] {
@@ -373,15 +364,7 @@ size_t cls_StructureManager::BytesUsed() const {
 
 // ---- flags and bound values ------------------------------------------------------------------
 
-bool cls_StructureManager::hFlag(int32_t pID, uint8_t f) const { return (hNode(pID).flags & f) != 0; }
 
-void cls_StructureManager::hFlagLet(int32_t pID, uint8_t f, bool v) {
-  Node& n = hNode(pID);
-  uint8_t before = n.flags;
-  n.flags = v ? static_cast<uint8_t>(n.flags | f) : static_cast<uint8_t>(n.flags & ~f);
-  // the base index decides which slots lookups see: the name index is rebuilt on demand
-  if (f == kHasZero && before != n.flags && n.extra) n.extra->index.reset();
-}
 
 cls_StructureManager::Extra& cls_StructureManager::hExtra(Node& n) {
   if (!n.extra) {
@@ -504,20 +487,6 @@ Variant cls_StructureManager::hValueOf(const Item& it) {
   return it.value;
 }
 
-void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild) {
-  Item& it = n.items[slot];
-  const int32_t oldChild = it.isStruct ? it.child : 0;  // unused slots hold nothing
-  if (!it.used) {
-    it.used = true;
-    if (slot >= 1) --n.unused;
-    hIndexInsert(n, it.name, slot);
-  }
-  it.isStruct = pChild != 0;
-  it.child = pChild;
-  if (pChild) it.value = Variant();
-  else it.value = std::move(pValue);
-  if (oldChild) Release(oldChild);
-}
 
 void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue) {
   int32_t newChild = 0;
@@ -550,7 +519,6 @@ bool cls_StructureManager::IndexText(std::string_view s, int64_t& out) {
 }
 
 
-uint8_t cls_StructureManager::Flags(int32_t pID) const { return hNode(pID).flags; }
 
 int32_t cls_StructureManager::FindSlot(int32_t pID, uint32_t pAtom) { return hFindSlot(pID, pAtom); }
 
@@ -567,15 +535,6 @@ int32_t cls_StructureManager::hNewSlot(Node& n, uint32_t atom) {
   return slot;
 }
 
-int32_t cls_StructureManager::SlotAt(int32_t pID, int32_t pIndex) {
-  Node& n = hNode(pID);
-  if (pIndex == 0 && !(n.flags & kHasZero)) {
-    n.flags |= kHasZero;
-    hDropIndex(n);  // the base decides what lookups see
-  }
-  if (pIndex > hMax(n)) hResize(n, pIndex);
-  return pIndex;
-}
 
 int32_t cls_StructureManager::SlotAppend(int32_t pID) {
   Node& n = hNode(pID);
@@ -585,53 +544,9 @@ int32_t cls_StructureManager::SlotAppend(int32_t pID) {
   return max + 1;
 }
 
-void cls_StructureManager::SetName(int32_t pID, int32_t pSlot, uint32_t pAtom) {
-  Node& n = hNode(pID);
-  Item& it = n.items[pSlot];
-  if (it.name == pAtom) return;
-  if (it.used) hIndexErase(n, it.name, pSlot);
-  it.name = pAtom;
-  if (it.used) hIndexInsert(n, pAtom, pSlot);
-}
 
-void cls_StructureManager::SetValue(int32_t pID, int32_t pSlot, Variant pValue) {
-  if (pValue.isObject()) {
-    hNode(pID).flags |= kChanged;
-    hStore(pID, pSlot, pValue);
-    return;
-  }
-  Node& n = hNode(pID);
-  n.flags |= kChanged;
-  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
-  hFill(n, pSlot, std::move(pValue), 0);
-}
 
-void cls_StructureManager::SetChild(int32_t pID, int32_t pSlot, int32_t pChild) {
-  Node& n = hNode(pID);
-  n.flags |= kChanged;
-  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
-  hFill(n, pSlot, Variant(), pChild);
-}
 
-int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild) {
-  Node& n = hNode(pID);
-  if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
-  if (n.items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max()))
-    Raise(err::kOutOfRange, "Subscript out of range");
-  const auto slot = static_cast<int32_t>(n.items.size());
-  Item& it = n.items.emplace_back();
-  it.name = pAtom;
-  it.used = true;
-  if (pChild) {
-    it.isStruct = true;
-    it.child = pChild;
-  } else {
-    it.value = std::move(pValue);
-  }
-  n.flags |= kChanged;
-  hIndexInsert(n, pAtom, slot);
-  return slot;
-}
 
 void cls_StructureManager::ReserveSlots(int32_t pID, size_t pSlots) {
   Node& n = hNode(pID);
@@ -838,8 +753,6 @@ void cls_StructureManager::DEFAULT(int32_t pID, const Variant& pKey, const Varia
   });
 }
 
-int32_t cls_StructureManager::BASE(int32_t pID) const { return (hNode(pID).flags & kHasZero) ? 0 : 1; }
-int32_t cls_StructureManager::MAX(int32_t pID) const { return hMax(hNode(pID)); }
 int32_t cls_StructureManager::COUNT(int32_t pID) const { return MAX(pID) - BASE(pID) + 1; }
 
 int32_t cls_StructureManager::ADD(int32_t pID, const Variant& pValue) {

@@ -19,6 +19,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <string>
@@ -329,7 +330,7 @@ class cls_StructureManager : public Object,
   // not 0, the sub-structure pChild, whose reference the slot takes over. Sets CHANGED. No lookup:
   // REQUIRES the caller to know that no used slot of the node carries the name yet (readers that
   // build fresh nodes). Raises 9 past 2^31 - 1 slots. Returns the new index.
-  int32_t AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild = 0);
+  int32_t AppendItem(int32_t pID, uint32_t pAtom, Variant&& pValue, int32_t pChild = 0);
   // Room for pSlots more slots without moving the node's slot table (a reader's hint).
   void ReserveSlots(int32_t pID, size_t pSlots);
   // Sets all flag bits at once (readers restoring a written node, copies).
@@ -361,6 +362,8 @@ class cls_StructureManager : public Object,
 
   Node& hNode(int32_t pID);
   const Node& hNode(int32_t pID) const;
+  [[noreturn]] static void hBadNode(int32_t pID);
+  [[noreturn]] static void hTooManySlots();
   bool hFlag(int32_t pID, uint8_t f) const;
   void hFlagLet(int32_t pID, uint8_t f, bool v);
   Extra& hExtra(Node& n);
@@ -403,5 +406,110 @@ class cls_StructureManager : public Object,
   };
   std::map<std::string, Timing, std::less<>> performance_;
 };
+
+// ---- the store's hot paths, inline: every reader goes through them once per item -------------------
+
+inline cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) {
+  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size() || !nodes_[pID].live) [[unlikely]]
+    hBadNode(pID);
+  return nodes_[pID];
+}
+
+inline const cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) const {
+  return const_cast<cls_StructureManager*>(this)->hNode(pID);
+}
+
+inline bool cls_StructureManager::hFlag(int32_t pID, uint8_t f) const { return (hNode(pID).flags & f) != 0; }
+
+inline void cls_StructureManager::hFlagLet(int32_t pID, uint8_t f, bool v) {
+  Node& n = hNode(pID);
+  const uint8_t before = n.flags;
+  n.flags = v ? static_cast<uint8_t>(n.flags | f) : static_cast<uint8_t>(n.flags & ~f);
+  // the base index decides which slots lookups see: the name index is rebuilt on demand
+  if (f == kHasZero && before != n.flags) hDropIndex(n);
+}
+
+inline int32_t cls_StructureManager::BASE(int32_t pID) const { return (hNode(pID).flags & kHasZero) ? 0 : 1; }
+inline int32_t cls_StructureManager::MAX(int32_t pID) const { return hMax(hNode(pID)); }
+inline uint8_t cls_StructureManager::Flags(int32_t pID) const { return hNode(pID).flags; }
+
+inline const std::vector<cls_StructureManager::Item>& cls_StructureManager::Items(int32_t pID) const {
+  static const std::vector<Item> kSlotZeroOnly(1);
+  const Node& n = hNode(pID);
+  return n.items.empty() ? kSlotZeroOnly : n.items;
+}
+
+inline void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild) {
+  Item& it = n.items[slot];
+  const int32_t oldChild = it.isStruct ? it.child : 0;  // unused slots hold nothing
+  if (!it.used) {
+    it.used = true;
+    if (slot >= 1) --n.unused;
+    if (it.name && n.extra) hIndexInsert(n, it.name, slot);
+  }
+  it.isStruct = pChild != 0;
+  it.child = pChild;
+  if (pChild) it.value = Variant();
+  else it.value = std::move(pValue);
+  if (oldChild) Release(oldChild);
+}
+
+inline int32_t cls_StructureManager::SlotAt(int32_t pID, int32_t pIndex) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  if (pIndex == 0 && !(n.flags & kHasZero)) {
+    n.flags |= kHasZero;
+    hDropIndex(n);  // the base decides what lookups see
+  }
+  if (pIndex > hMax(n) || n.items.empty()) hResize(n, pIndex);
+  return pIndex;
+}
+
+inline void cls_StructureManager::SetName(int32_t pID, int32_t pSlot, uint32_t pAtom) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  Item& it = n.items[pSlot];
+  if (it.name == pAtom) return;
+  if (it.used) hIndexErase(n, it.name, pSlot);
+  it.name = pAtom;
+  if (it.used) hIndexInsert(n, pAtom, pSlot);
+}
+
+inline void cls_StructureManager::SetValue(int32_t pID, int32_t pSlot, Variant pValue) {
+  if (pValue.isObject()) [[unlikely]] {
+    hNode(pID).flags |= kChanged;
+    hStore(pID, pSlot, pValue);
+    return;
+  }
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  n.flags |= kChanged;
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  hFill(n, pSlot, std::move(pValue), 0);
+}
+
+inline void cls_StructureManager::SetChild(int32_t pID, int32_t pSlot, int32_t pChild) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  n.flags |= kChanged;
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  hFill(n, pSlot, Variant(), pChild);
+}
+
+inline int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Variant&& pValue, int32_t pChild) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
+  if (n.items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max())) [[unlikely]]
+    hTooManySlots();
+  const auto slot = static_cast<int32_t>(n.items.size());
+  Item& it = n.items.emplace_back();
+  it.name = pAtom;
+  it.used = true;
+  if (pChild) {
+    it.isStruct = true;
+    it.child = pChild;
+  } else {
+    it.value = std::move(pValue);
+  }
+  n.flags |= kChanged;
+  if (pAtom && n.extra) hIndexInsert(n, pAtom, slot);
+  return slot;
+}
 
 }  // namespace rykel
