@@ -318,7 +318,7 @@ class cls_StructureManager : public Object,
   int32_t SlotAt(int32_t pID, int32_t pIndex);
   // A new unused, unnamed slot at MAX + 1. Raises 9 when the node holds 2^31 - 1 slots.
   int32_t SlotAppend(int32_t pID);
-  // Names a slot (atom 0: unnamed); a used slot moves in the name index.
+  // Names a slot (atom 0: unnamed; MAX grows to it); a used slot moves in the name index.
   void SetName(int32_t pID, int32_t pSlot, uint32_t pAtom);
   // Stores a value in a slot (MAX grows to it). A cls_Structure value becomes a sub-structure
   // sharing that node (one more reference); one of another thread's manager raises 5.
@@ -466,6 +466,7 @@ inline int32_t cls_StructureManager::SlotAt(int32_t pID, int32_t pIndex) {
 
 inline void cls_StructureManager::SetName(int32_t pID, int32_t pSlot, uint32_t pAtom) {
   Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
   Item& it = n.items[pSlot];
   if (it.name == pAtom) return;
   if (it.used) hIndexErase(n, it.name, pSlot);
