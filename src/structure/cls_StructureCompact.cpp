@@ -157,7 +157,7 @@ class CompactReader {
     slotBudget_ -= max;
     if (slotBudget_ < 0) hInvalid();
     const int32_t base = (flags & cls_StructureManager::kHasZero) ? 0 : 1;
-    m_.nodes_[pID].items.assign(static_cast<size_t>(max) + 1, Item{});
+    if (max > 0) m_.SlotAt(pID, static_cast<int32_t>(max));  // MAX as written, unused slots included
     int64_t last = base - 1;
     for (int64_t k = 0; k < used; ++k) {
       std::string_view ip = Take();
@@ -167,28 +167,17 @@ class CompactReader {
         hInvalid();
       last = index;
       std::string_view type = ip.substr(colon + 1, at - colon - 1);
-      uint32_t atom = Intern(ip.substr(at + 1));
+      const auto slot = static_cast<int32_t>(index);
+      m_.SetName(pID, slot, Intern(ip.substr(at + 1)));
       if (type == "S") {
-        int32_t child = m_.Alloc();  // may move the node table
-        Item& it = m_.nodes_[pID].items[static_cast<size_t>(index)];
-        it.name = atom;
-        it.used = true;
-        it.isStruct = true;
-        it.child = child;
+        int32_t child = m_.Alloc();
+        m_.SetChild(pID, slot, child);
         Node(child, depth + 1);
         continue;
       }
-      Variant v = Value(type, Take());
-      Item& it = m_.nodes_[pID].items[static_cast<size_t>(index)];
-      it.name = atom;
-      it.used = true;
-      it.value = std::move(v);
+      m_.SetValue(pID, slot, Value(type, Take()));
     }
-    auto& n = m_.nodes_[pID];
-    n.flags = static_cast<uint8_t>(flags);
-    n.unused = 0;
-    for (size_t i = 1; i < n.items.size(); ++i) n.unused += !n.items[i].used;
-    m_.hDropIndex(n);
+    m_.SetFlags(pID, static_cast<uint8_t>(flags));  // as written, CHANGED included
   }
 
  private:
@@ -283,7 +272,7 @@ int64_t cls_StructureCompact::CountPieces(int32_t pID) {
 
 void cls_StructureCompact::Read(int32_t pID, std::string_view pText) {
   mdl_Limits::CheckInputSize(pText.size(), "Compact text");
-  m_.hEmpty(pID);
+  m_.Empty(pID);
   if (pText.substr(0, 4) != "QS1:") hInvalid();
   size_t colon = pText.find(':', 4);
   if (colon == std::string_view::npos || colon == 4) hInvalid();
@@ -309,12 +298,12 @@ void cls_StructureCompact::Read(int32_t pID, std::string_view pText) {
 void cls_StructureCompact::ReadPieces(int32_t pID, const std::vector<std::string_view>& pPieces, int64_t& rIndex) {
   if (!m_.Valid(pID)) Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
   if (rIndex < 0 || static_cast<uint64_t>(rIndex) > pPieces.size()) hInvalid();
-  m_.hEmpty(pID);
+  m_.Empty(pID);
   CompactReader r(m_, pPieces, static_cast<size_t>(rIndex));
   try {
     r.Node(pID, 1);
   } catch (...) {
-    m_.hEmpty(pID);  // no half-read tree: sub-structures read so far are released
+    m_.Empty(pID);  // no half-read tree: sub-structures read so far are released
     throw;
   }
   rIndex = static_cast<int64_t>(r.Next());

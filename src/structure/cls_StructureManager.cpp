@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <unordered_set>
 
 #include "frame/Convert.h"
@@ -46,20 +47,6 @@ struct UpperKey {
     view = buf;
   }
 };
-
-// A decimal integer text (optional "-"), as an index; false for anything else.
-bool hIndexText(std::string_view s, int64_t& out) {
-  if (s.empty() || s.size() > 11) return false;
-  size_t i = s[0] == '-' ? 1 : 0;
-  if (i == s.size()) return false;
-  int64_t v = 0;
-  for (; i < s.size(); ++i) {
-    if (s[i] < '0' || s[i] > '9') return false;
-    v = v * 10 + (s[i] - '0');
-  }
-  out = s[0] == '-' ? -v : v;
-  return true;
-}
 
 bool hIsNumberKey(const Variant& k) { return k.isNumber(); }
 
@@ -162,25 +149,16 @@ cls_StructureManager::~cls_StructureManager() = default;
 
 // ---- node store ------------------------------------------------------------------------------
 
-cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) {
-  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size() || !nodes_[pID].live)
-    Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
-  return nodes_[pID];
+void cls_StructureManager::hBadNode(int32_t pID) {
+  Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
 }
 
-const cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) const {
-  return const_cast<cls_StructureManager*>(this)->hNode(pID);
-}
+void cls_StructureManager::hTooManySlots() { Raise(err::kOutOfRange, "Subscript out of range"); }
 
 bool cls_StructureManager::Valid(int32_t pID) const {
   return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && nodes_[pID].live;
 }
 
-const std::vector<cls_StructureManager::Item>& cls_StructureManager::Items(int32_t pID) const {
-  static const std::vector<Item> kSlotZeroOnly(1);
-  const Node& n = hNode(pID);
-  return n.items.empty() ? kSlotZeroOnly : n.items;
-}
 
 int32_t cls_StructureManager::Alloc() {
   return Guard(kClass, "Alloc", [&] {
@@ -386,15 +364,7 @@ size_t cls_StructureManager::BytesUsed() const {
 
 // ---- flags and bound values ------------------------------------------------------------------
 
-bool cls_StructureManager::hFlag(int32_t pID, uint8_t f) const { return (hNode(pID).flags & f) != 0; }
 
-void cls_StructureManager::hFlagLet(int32_t pID, uint8_t f, bool v) {
-  Node& n = hNode(pID);
-  uint8_t before = n.flags;
-  n.flags = v ? static_cast<uint8_t>(n.flags | f) : static_cast<uint8_t>(n.flags & ~f);
-  // the base index decides which slots lookups see: the name index is rebuilt on demand
-  if (f == kHasZero && before != n.flags && n.extra) n.extra->index.reset();
-}
 
 cls_StructureManager::Extra& cls_StructureManager::hExtra(Node& n) {
   if (!n.extra) {
@@ -467,11 +437,6 @@ void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot) {
   if (atom && n.extra && n.extra->index) n.extra->index->Insert(names_.HashOf(atom), atom, slot, n.items);
 }
 
-void cls_StructureManager::hDropIndex(int32_t pID) {
-  Node& n = hNode(pID);
-  if (n.extra) n.extra->index.reset();
-}
-
 void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
   if (!atom || !n.extra || !n.extra->index) return;
   NameIndex& ix = *n.extra->index;
@@ -522,6 +487,7 @@ Variant cls_StructureManager::hValueOf(const Item& it) {
   return it.value;
 }
 
+
 void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue) {
   int32_t newChild = 0;
   if (pValue.isObject()) {
@@ -534,23 +500,99 @@ void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pVal
   }
   Node& n = hNode(pID);
   if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
-  Item& it = n.items[slot];
-  int32_t oldChild = it.isStruct ? it.child : 0;
-  if (!it.used) {
-    it.used = true;
-    if (slot >= 1) --n.unused;
-    hIndexInsert(n, it.name, slot);
+  hFill(n, slot, newChild ? Variant() : Variant(pValue), newChild);
+}
+
+// ---- slot writing ----------------------------------------------------------------------------
+
+bool cls_StructureManager::IndexText(std::string_view s, int64_t& out) {
+  if (s.empty() || s.size() > 11) return false;
+  size_t i = s[0] == '-' ? 1 : 0;
+  if (i == s.size()) return false;
+  int64_t v = 0;
+  for (; i < s.size(); ++i) {
+    if (s[i] < '0' || s[i] > '9') return false;
+    v = v * 10 + (s[i] - '0');
   }
-  if (newChild) {
-    it.isStruct = true;
-    it.child = newChild;
-    it.value = Variant();
-  } else {
-    it.isStruct = false;
-    it.child = 0;
-    it.value = pValue;
-  }
-  if (oldChild) Release(oldChild);
+  out = s[0] == '-' ? -v : v;
+  return true;
+}
+
+
+
+int32_t cls_StructureManager::FindSlot(int32_t pID, uint32_t pAtom) { return hFindSlot(pID, pAtom); }
+
+int32_t cls_StructureManager::SlotFor(int32_t pID, uint32_t pAtom) {
+  const int32_t slot = pAtom ? hFindSlot(pID, pAtom) : -1;
+  return slot >= 0 ? slot : hNewSlot(hNode(pID), pAtom);
+}
+
+int32_t cls_StructureManager::hNewSlot(Node& n, uint32_t atom) {
+  int32_t slot = hLastUnused(n);
+  if (slot < 0) slot = hMax(n) + 1;
+  if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
+  n.items[slot].name = atom;
+  return slot;
+}
+
+
+int32_t cls_StructureManager::SlotAppend(int32_t pID) {
+  Node& n = hNode(pID);
+  const int32_t max = hMax(n);
+  if (max == std::numeric_limits<int32_t>::max() - 1) Raise(err::kOutOfRange, "Subscript out of range");
+  hResize(n, max + 1);
+  return max + 1;
+}
+
+
+
+
+
+void cls_StructureManager::ReserveSlots(int32_t pID, size_t pSlots) {
+  Node& n = hNode(pID);
+  n.items.reserve(std::max<size_t>(n.items.size(), 1) + pSlots);
+}
+
+void cls_StructureManager::SetFlags(int32_t pID, uint8_t pFlags) {
+  Node& n = hNode(pID);
+  if ((n.flags ^ pFlags) & kHasZero) hDropIndex(n);
+  n.flags = pFlags;
+}
+
+// Slots moved: the name index is rebuilt on the next lookup, the unused count recounted.
+void cls_StructureManager::hAfterReorder(Node& n) {
+  hDropIndex(n);
+  n.unused = 0;
+  for (size_t i = 1; i < n.items.size(); ++i) n.unused += !n.items[i].used;
+  n.flags |= kChanged;
+}
+
+void cls_StructureManager::MoveSlot(int32_t pID, int32_t pFrom, int32_t pTo) {
+  Node& n = hNode(pID);
+  auto first = n.items.begin();
+  if (pFrom < pTo)
+    std::rotate(first + pFrom, first + pFrom + 1, first + pTo + 1);
+  else if (pFrom > pTo)
+    std::rotate(first + pTo, first + pFrom, first + pFrom + 1);
+  hAfterReorder(n);
+}
+
+void cls_StructureManager::SwapSlots(int32_t pID, int32_t pA, int32_t pB) {
+  Node& n = hNode(pID);
+  std::swap(n.items[pA], n.items[pB]);
+  hAfterReorder(n);
+}
+
+void cls_StructureManager::Empty(int32_t pID) {
+  Node& n = hNode(pID);
+  std::vector<int32_t> children;
+  for (const Item& it : n.items)
+    if (it.used && it.isStruct) children.push_back(it.child);
+  n.items.clear();  // slot 0 is implied
+  n.unused = 0;
+  n.flags = static_cast<uint8_t>((n.flags & ~(kHasZero | kDefaultMode)) | kChanged);
+  hDropIndex(n);
+  for (int32_t c : children) Release(c);
 }
 
 // ---- items: reading --------------------------------------------------------------------------
@@ -575,7 +617,7 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
     bool last = dot == std::string_view::npos;
     if (part == "COUNT") return Variant(COUNT(node));
     int64_t idx;
-    if (last && pForceIndex && hIndexText(part, idx)) return hGetIndex(node, idx, pDefault);
+    if (last && pForceIndex && IndexText(part, idx)) return hGetIndex(node, idx, pDefault);
     int32_t slot = hFindName(hNode(node), part, NameTable::Hash(part));
     if (slot < 0) return pDefault;
     const Item& it = nodes_[node].items[slot];
@@ -605,7 +647,7 @@ Variant cls_StructureManager::ItemGetDirect_GET(int32_t pID, std::string_view pK
                                                 const Variant& pDefault, bool pForceIndex) {
   return Guard(kClass, "ItemGetDirect.GET", [&]() -> Variant {
     int64_t idx;
-    if (pKeyType == 1 && hIndexText(pKeyUpper, idx)) return hGetIndex(pID, idx, pDefault);
+    if (pKeyType == 1 && IndexText(pKeyUpper, idx)) return hGetIndex(pID, idx, pDefault);
     return hGet(pID, pKeyUpper, pForceIndex, pDefault);
   });
 }
@@ -645,7 +687,7 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     std::string_view part = rest.substr(0, dot);
     const bool last = dot == std::string_view::npos;
     int64_t idx;
-    if (last && pForceIndex && hIndexText(part, idx)) {
+    if (last && pForceIndex && IndexText(part, idx)) {
       if (asDefault) {
         DEFAULT(node, Variant(static_cast<double>(idx)), pValue);
       } else {
@@ -666,12 +708,7 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     uint32_t atom = names_.Intern(part, hash);
     int32_t slot = names_.Count() > known ? -1 : hFindSlot(node, atom);
     if (slot >= 0 && last && dm) return;  // a default never overwrites
-    if (slot < 0) {
-      slot = hLastUnused(*n);
-      if (slot < 0) slot = hMax(*n) + 1;
-      if (static_cast<size_t>(slot) >= n->items.size()) hResize(*n, slot);
-      n->items[slot].name = atom;
-    }
+    if (slot < 0) slot = hNewSlot(*n, atom);
     if (last) {
       hStore(node, slot, pValue);
       return;
@@ -679,17 +716,7 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     if (!n->items[slot].used || !n->items[slot].isStruct) {
       int32_t child = Alloc();  // may move the node table
       n = &hNode(node);
-      Item& it = n->items[slot];
-      int32_t old = it.isStruct ? it.child : 0;
-      if (!it.used) {
-        it.used = true;
-        if (slot >= 1) --n->unused;
-        hIndexInsert(*n, atom, slot);
-      }
-      it.isStruct = true;
-      it.child = child;
-      it.value = Variant();
-      if (old) Release(old);
+      hFill(*n, slot, Variant(), child);
     }
     node = n->items[slot].child;
     rest = rest.substr(dot + 1);
@@ -726,8 +753,6 @@ void cls_StructureManager::DEFAULT(int32_t pID, const Variant& pKey, const Varia
   });
 }
 
-int32_t cls_StructureManager::BASE(int32_t pID) const { return (hNode(pID).flags & kHasZero) ? 0 : 1; }
-int32_t cls_StructureManager::MAX(int32_t pID) const { return hMax(hNode(pID)); }
 int32_t cls_StructureManager::COUNT(int32_t pID) const { return MAX(pID) - BASE(pID) + 1; }
 
 int32_t cls_StructureManager::ADD(int32_t pID, const Variant& pValue) {
@@ -896,12 +921,7 @@ void cls_StructureManager::ITEMBYID_LET(int32_t pID, std::string_view pItemID, c
     uint32_t atom = names_.Intern(k.view);
     int32_t slot = hFindSlot(pID, atom);
     if (slot >= 0 && (n.flags & kDefaultMode)) return;
-    if (slot < 0) {
-      slot = hLastUnused(n);
-      if (slot < 0) slot = hMax(n) + 1;
-      if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
-      n.items[slot].name = atom;
-    }
+    if (slot < 0) slot = hNewSlot(n, atom);
     hStore(pID, slot, pValue);
   });
 }
@@ -1002,15 +1022,7 @@ void cls_StructureManager::ITEMDIRECT_LET(int32_t pID, int32_t pIndex, std::stri
     if (pIndex == 0) n.flags |= kHasZero;
     if (pIndex >= static_cast<int32_t>(n.items.size())) hResize(n, pIndex);
     UpperKey key(pName);
-    uint32_t atom = names_.Intern(key.view);
-    Item& it = n.items[pIndex];
-    if (it.used && it.name != atom) {
-      hIndexErase(n, it.name, pIndex);
-      it.name = atom;
-      hIndexInsert(n, atom, pIndex);
-    } else if (!it.used) {
-      it.name = atom;
-    }
+    SetName(pID, pIndex, names_.Intern(key.view));
     hStore(pID, pIndex, pValue);
   });
 }

@@ -19,6 +19,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <string>
@@ -198,20 +199,6 @@ class cls_StructureManager : public Object,
   // Empties the node and reads one node's pieces from pBuffer at rIndex; rIndex moves past them.
   void UNSERIALIZEBINARYBUFFER(int32_t pID, const std::vector<std::string>& pBuffer, int64_t& rIndex);
 
- private:
-  friend class cls_StructureSerializer;
-  friend class cls_StructureCompact;
-  friend class SerializedReader;
-  friend class CompactReader;
-  struct Node;
-  // Empties a node for a reader: sub-structures released, slots dropped, HASZERO and DEFAULTMODE
-  // cleared, CHANGED set; the bound value and object stay.
-  void hEmpty(int32_t pID);
-  // Forgets a node's name index (rebuilt on the next lookup) after its slots were rewritten.
-  void hDropIndex(Node& n);
-
- public:
-
   // ---- script, text and parameter forms, structure files ---------------------------------------
   // The forms are described in mdl_StructureScript.h (script) and mdl_StructureText.h (the others).
   // Script form: one line per used item, "\r\n" after each, one tab per level from pIndentation.
@@ -296,13 +283,6 @@ class cls_StructureManager : public Object,
   void DECREASE(int32_t pID, const Variant& pDecreaseBy = 1, const Variant& pKey = {});
   std::string COPYCLIPBOARD(int32_t pID);
   std::string COPYCLIPBOARDNOTEMPTY(int32_t pID);
-  friend class cls_StructureTree;
-
- private:
-  // Forgets a node's name index after its slots were reordered (rebuilt on the next lookup).
-  void hDropIndex(int32_t pID);
-
- public:
 
   // ---- access for the rest of the structure subsystem (text forms, tree operations) ----------
   struct Item {
@@ -319,11 +299,52 @@ class cls_StructureManager : public Object,
   bool Valid(int32_t pID) const;
   // Reference management for code that links nodes itself.
   void AddRef(int32_t pID);
+  // The node's flag bits (kDefaultMode | kHasZero | kChanged | kAllowNothing).
+  uint8_t Flags(int32_t pID) const;
+  // The first used slot named by the atom (0 never names one), or -1. Never interns.
+  int32_t FindSlot(int32_t pID, uint32_t pAtom);
+
+  // ---- slot writing, for the readers and the tree operations -------------------------------------
+  // The only way code outside this class changes slots. A written slot is used and holds either a
+  // value or a sub-structure whose reference it owns (the one it held before is released); the
+  // unused count and the name index stay in step; CHANGED is set. None of these does a Guard:
+  // REQUIRES a node in use (ids from Alloc or a handle).
+  //
+  // Where a slot comes from: the first used slot with the name, else a fresh one named already
+  // (the last unused slot, else one past MAX) -- the rule ITEM_LET follows for a new name.
+  int32_t SlotFor(int32_t pID, uint32_t pAtom);
+  // A numbered key's slot: index 0 makes the node zero-based (HASZERO), an index past MAX grows
+  // MAX to it (the slots between stay unused). REQUIRES pIndex >= 0.
+  int32_t SlotAt(int32_t pID, int32_t pIndex);
+  // A new unused, unnamed slot at MAX + 1. Raises 9 when the node holds 2^31 - 1 slots.
+  int32_t SlotAppend(int32_t pID);
+  // Names a slot (atom 0: unnamed; MAX grows to it); a used slot moves in the name index.
+  void SetName(int32_t pID, int32_t pSlot, uint32_t pAtom);
+  // Stores a value in a slot (MAX grows to it). A cls_Structure value becomes a sub-structure
+  // sharing that node (one more reference); one of another thread's manager raises 5.
+  void SetValue(int32_t pID, int32_t pSlot, Variant pValue);
+  // Stores the sub-structure pChild in a slot (MAX grows to it), taking over the reference the
+  // caller holds on it.
+  void SetChild(int32_t pID, int32_t pSlot, int32_t pChild);
   // Appends a used slot after MAX named by the atom (0: unnamed) holding pValue or, when pChild is
   // not 0, the sub-structure pChild, whose reference the slot takes over. Sets CHANGED. No lookup:
   // REQUIRES the caller to know that no used slot of the node carries the name yet (readers that
-  // build fresh nodes). Returns the new index.
-  int32_t AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild = 0);
+  // build fresh nodes). Raises 9 past 2^31 - 1 slots. Returns the new index.
+  int32_t AppendItem(int32_t pID, uint32_t pAtom, Variant&& pValue, int32_t pChild = 0);
+  // Room for pSlots more slots without moving the node's slot table (a reader's hint).
+  void ReserveSlots(int32_t pID, size_t pSlots);
+  // Sets all flag bits at once (readers restoring a written node, copies).
+  void SetFlags(int32_t pID, uint8_t pFlags);
+  // Moves the slot pFrom to pTo, the slots between shifting by one; swaps two slots. Names,
+  // values and sub-structures travel with their slots. REQUIRES both within 0..MAX.
+  void MoveSlot(int32_t pID, int32_t pFrom, int32_t pTo);
+  void SwapSlots(int32_t pID, int32_t pA, int32_t pB);
+  // A decimal integer text with an optional "-" (at most 11 characters), read as an index: the
+  // one rule for when a key part is a number. False for anything else.
+  static bool IndexText(std::string_view pText, int64_t& rIndex);
+  // Empties a node for a reader: sub-structures released, slots dropped, HASZERO and DEFAULTMODE
+  // cleared, CHANGED set; the bound value and object stay.
+  void Empty(int32_t pID);
 
  private:
   struct NameIndex;
@@ -341,6 +362,8 @@ class cls_StructureManager : public Object,
 
   Node& hNode(int32_t pID);
   const Node& hNode(int32_t pID) const;
+  [[noreturn]] static void hBadNode(int32_t pID);
+  [[noreturn]] static void hTooManySlots();
   bool hFlag(int32_t pID, uint8_t f) const;
   void hFlagLet(int32_t pID, uint8_t f, bool v);
   Extra& hExtra(Node& n);
@@ -356,7 +379,13 @@ class cls_StructureManager : public Object,
   Variant hGetIndex(int32_t pID, int64_t index, const Variant& pDefault);
   void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex);
   void hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex);
+  // The one place a slot is filled: value or child (REQUIRES slot <= MAX), see "slot writing".
+  void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild);
   void hStore(int32_t pID, int32_t slot, const Variant& pValue);
+  void hDropIndex(Node& n);
+  void hAfterReorder(Node& n);
+  // A fresh slot for a new name: the last unused slot, else one past MAX; named already.
+  int32_t hNewSlot(Node& n, uint32_t atom);
   void hResize(Node& n, int32_t newMax);
   void hRemove(int32_t pID, int32_t slot);
   // The slot of a dotted path's last part in the node that holds it (rNode), or -1.
@@ -377,5 +406,111 @@ class cls_StructureManager : public Object,
   };
   std::map<std::string, Timing, std::less<>> performance_;
 };
+
+// ---- the store's hot paths, inline: every reader goes through them once per item -------------------
+
+inline cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) {
+  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size() || !nodes_[pID].live) [[unlikely]]
+    hBadNode(pID);
+  return nodes_[pID];
+}
+
+inline const cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) const {
+  return const_cast<cls_StructureManager*>(this)->hNode(pID);
+}
+
+inline bool cls_StructureManager::hFlag(int32_t pID, uint8_t f) const { return (hNode(pID).flags & f) != 0; }
+
+inline void cls_StructureManager::hFlagLet(int32_t pID, uint8_t f, bool v) {
+  Node& n = hNode(pID);
+  const uint8_t before = n.flags;
+  n.flags = v ? static_cast<uint8_t>(n.flags | f) : static_cast<uint8_t>(n.flags & ~f);
+  // the base index decides which slots lookups see: the name index is rebuilt on demand
+  if (f == kHasZero && before != n.flags) hDropIndex(n);
+}
+
+inline int32_t cls_StructureManager::BASE(int32_t pID) const { return (hNode(pID).flags & kHasZero) ? 0 : 1; }
+inline int32_t cls_StructureManager::MAX(int32_t pID) const { return hMax(hNode(pID)); }
+inline uint8_t cls_StructureManager::Flags(int32_t pID) const { return hNode(pID).flags; }
+
+inline const std::vector<cls_StructureManager::Item>& cls_StructureManager::Items(int32_t pID) const {
+  static const std::vector<Item> kSlotZeroOnly(1);
+  const Node& n = hNode(pID);
+  return n.items.empty() ? kSlotZeroOnly : n.items;
+}
+
+inline void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild) {
+  Item& it = n.items[slot];
+  const int32_t oldChild = it.isStruct ? it.child : 0;  // unused slots hold nothing
+  if (!it.used) {
+    it.used = true;
+    if (slot >= 1) --n.unused;
+    if (it.name && n.extra) hIndexInsert(n, it.name, slot);
+  }
+  it.isStruct = pChild != 0;
+  it.child = pChild;
+  if (pChild) it.value = Variant();
+  else it.value = std::move(pValue);
+  if (oldChild) Release(oldChild);
+}
+
+inline int32_t cls_StructureManager::SlotAt(int32_t pID, int32_t pIndex) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  if (pIndex == 0 && !(n.flags & kHasZero)) {
+    n.flags |= kHasZero;
+    hDropIndex(n);  // the base decides what lookups see
+  }
+  if (pIndex > hMax(n) || n.items.empty()) hResize(n, pIndex);
+  return pIndex;
+}
+
+inline void cls_StructureManager::SetName(int32_t pID, int32_t pSlot, uint32_t pAtom) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  Item& it = n.items[pSlot];
+  if (it.name == pAtom) return;
+  if (it.used) hIndexErase(n, it.name, pSlot);
+  it.name = pAtom;
+  if (it.used) hIndexInsert(n, pAtom, pSlot);
+}
+
+inline void cls_StructureManager::SetValue(int32_t pID, int32_t pSlot, Variant pValue) {
+  if (pValue.isObject()) [[unlikely]] {
+    hNode(pID).flags |= kChanged;
+    hStore(pID, pSlot, pValue);
+    return;
+  }
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  n.flags |= kChanged;
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  hFill(n, pSlot, std::move(pValue), 0);
+}
+
+inline void cls_StructureManager::SetChild(int32_t pID, int32_t pSlot, int32_t pChild) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  n.flags |= kChanged;
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  hFill(n, pSlot, Variant(), pChild);
+}
+
+inline int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Variant&& pValue, int32_t pChild) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
+  if (n.items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max())) [[unlikely]]
+    hTooManySlots();
+  const auto slot = static_cast<int32_t>(n.items.size());
+  Item& it = n.items.emplace_back();
+  it.name = pAtom;
+  it.used = true;
+  if (pChild) {
+    it.isStruct = true;
+    it.child = pChild;
+  } else {
+    it.value = std::move(pValue);
+  }
+  n.flags |= kChanged;
+  if (pAtom && n.extra) hIndexInsert(n, pAtom, slot);
+  return slot;
+}
 
 }  // namespace rykel

@@ -225,7 +225,6 @@ thread_local int tDepth = 0;
 // Recursive descent over a string_view with one cursor; every step checks the end first, so no
 // input reads past it. Items go straight into the node's slots (see Put).
 class SerializedReader {
-  using Node = cls_StructureManager::Node;
 
  public:
   SerializedReader(cls_StructureManager& m, std::string_view text, size_t pos)
@@ -389,12 +388,10 @@ class SerializedReader {
     Expect('{');
     if (count < 0) hInvalid();
     if (++tDepth > cls_StructureSerializer::MaxDepth()) hInvalid();
-    {
-      // every pair takes at least 8 bytes ("i:0;N;" plus the closing brace): never trust the count
-      int64_t room = (end_ - p_) / 6;
-      Node& n = m_.nodes_[pID];
-      n.items.reserve(std::max<size_t>(n.items.size(), 1) + static_cast<size_t>(std::min(count, room)));
-    }
+    // every pair takes at least 8 bytes ("i:0;N;" plus the closing brace): never trust the count
+    m_.ReserveSlots(pID, static_cast<size_t>(std::min(count, static_cast<int64_t>(end_ - p_) / 6)));
+    // the writes below mark the node changed; what it was before reading is what it stays
+    KeepChanged keep(m_, pID);
     for (int64_t i = 0; i < count; ++i) {
       Key k = ReadKey(inObject);
       if (p_ >= end_) hInvalid();
@@ -484,48 +481,35 @@ class SerializedReader {
   // Stores a read item: a name appends a new slot (lookups keep finding the first slot with a
   // name), "" appends a numbered slot, a numbered key takes its own slot.
   void Put(int32_t pID, const Key& k, Variant&& v, int32_t child) {
-    Node& n = m_.nodes_[pID];
-    if (n.items.empty()) n.items.emplace_back();  // a fresh node leaves slot 0 implied
-    int32_t slot;
-    if (k.isIndex) {
-      if (k.index == 0 && !(n.flags & cls_StructureManager::kHasZero)) {
-        n.flags |= cls_StructureManager::kHasZero;
-        m_.hDropIndex(n);  // the base decides what lookups see
-      }
-      const int64_t max = static_cast<int64_t>(n.items.size()) - 1;
-      if (k.index > max) {
-        gapBudget_ -= k.index - max - 1;
-        if (gapBudget_ < 0) hInvalid();
-        m_.hResize(n, static_cast<int32_t>(k.index));
-      }
-      slot = static_cast<int32_t>(k.index);
-    } else {
-      if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
-      slot = static_cast<int32_t>(n.items.size());
-      if (slot == std::numeric_limits<int32_t>::max()) hInvalid();
-      n.items.emplace_back();
-      n.items.back().name = k.atom;
-      n.items.back().used = true;
-      m_.hIndexInsert(n, k.atom, slot);
+    if (!k.isIndex) {
+      m_.AppendItem(pID, k.atom, std::move(v), child);
+      return;
     }
-    Item& it = n.items[slot];
-    int32_t old = it.used && it.isStruct ? it.child : 0;
-    if (!it.used) {
-      it.used = true;
-      if (slot >= 1) --n.unused;
-      m_.hIndexInsert(n, it.name, slot);
+    const int64_t max = m_.MAX(pID);
+    if (k.index > max) {
+      gapBudget_ -= k.index - max - 1;
+      if (gapBudget_ < 0) hInvalid();
     }
-    if (child) {
-      it.isStruct = true;
-      it.child = child;
-      it.value = Variant();
-    } else {
-      it.isStruct = false;
-      it.child = 0;
-      it.value = std::move(v);
-    }
-    if (old) m_.Release(old);
+    const int32_t slot = m_.SlotAt(pID, static_cast<int32_t>(k.index));
+    if (child) m_.SetChild(pID, slot, child);
+    else m_.SetValue(pID, slot, std::move(v));
   }
+
+  // Puts a node's CHANGED flag back as it was when the reader came to it.
+  class KeepChanged {
+   public:
+    KeepChanged(cls_StructureManager& m, int32_t id) : m_(m), id_(id), was_(m.CHANGED_GET(id)) {}
+    ~KeepChanged() {
+      if (!was_) m_.CHANGED_LET(id_, false);
+    }
+    KeepChanged(const KeepChanged&) = delete;
+    KeepChanged& operator=(const KeepChanged&) = delete;
+
+   private:
+    cls_StructureManager& m_;
+    int32_t id_;
+    bool was_;
+  };
 
   struct CacheEntry {
     const char* p = nullptr;
@@ -642,12 +626,12 @@ void cls_StructureSerializer::Unserialize(int32_t pID, std::string_view pText) {
   }
   mdl_Limits::CheckInputSize(pText.size(), "Serialized text");
   tDepth = 0;
-  m_.hEmpty(pID);
+  m_.Empty(pID);
   try {
     hUnserialize(pID, pText);
   } catch (...) {
     tDepth = 0;
-    m_.hEmpty(pID);  // no half-read tree
+    m_.Empty(pID);  // no half-read tree
     throw;
   }
 }
@@ -670,18 +654,6 @@ void cls_StructureSerializer::hUnserialize(int32_t pID, std::string_view pText) 
 }
 
 // ---- the manager's members for this form ---------------------------------------------------
-
-void cls_StructureManager::hEmpty(int32_t pID) {
-  Node& n = hNode(pID);
-  std::vector<int32_t> children;
-  for (const Item& it : n.items)
-    if (it.used && it.isStruct) children.push_back(it.child);
-  n.items.clear();  // slot 0 is implied
-  n.unused = 0;
-  n.flags = static_cast<uint8_t>((n.flags & ~(kHasZero | kDefaultMode)) | kChanged);
-  hDropIndex(n);
-  for (int32_t c : children) Release(c);
-}
 
 std::string cls_StructureManager::SERIALIZE(int32_t pID) {
   return Guard(kClass, "SERIALIZE", [&] { return cls_StructureSerializer(*this).Write(pID); });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <mutex>
 
 #include "frame/Convert.h"
@@ -33,22 +34,6 @@ class PathMark {
   bool added_;
 };
 
-// A decimal integer text ("0", "12", "-3") read as an index.
-bool hIndexPart(std::string_view s, int32_t& out) {
-  if (s.empty() || s.size() > 10) return false;
-  size_t i = s[0] == '-' ? 1 : 0;
-  if (i == s.size()) return false;
-  int64_t v = 0;
-  for (; i < s.size(); ++i) {
-    if (s[i] < '0' || s[i] > '9') return false;
-    v = v * 10 + (s[i] - '0');
-  }
-  if (s[0] == '-') v = -v;
-  if (v < 0 || v > 2147483647) return false;
-  out = static_cast<int32_t>(v);
-  return true;
-}
-
 // Scalars are the same when both are numbers (or dates, booleans) of equal value, both the same
 // object, or else when their texts are equal.
 bool hSameValue(const Variant& a, const Variant& b) {
@@ -59,6 +44,20 @@ bool hSameValue(const Variant& a, const Variant& b) {
 }
 
 std::string hUpper(std::string_view s) { return text::UCase(s); }
+
+// A new node filled by fill(id); when fill throws, the node is released again together with what
+// was filled in so far. Returns the node holding its one reference.
+template <class Fill>
+int32_t hNewNode(cls_StructureManager& m, Fill&& fill) {
+  const int32_t id = m.Alloc();
+  try {
+    fill(id);
+  } catch (...) {
+    m.Release(id);
+    throw;
+  }
+  return id;
+}
 
 }  // namespace
 
@@ -94,56 +93,12 @@ void cls_StructureTree::hEnter(int depth) const {
     Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) + " levels");
 }
 
-// The slot of the first used item with the name, or a fresh one for it (the last unused slot, else
-// one past MAX), named already.
-int32_t cls_StructureTree::hSlotFor(int32_t node, uint32_t atom) {
-  int32_t slot = atom ? m_.hFindSlot(node, atom) : -1;
-  if (slot >= 0) return slot;
-  Node& n = m_.hNode(node);
-  slot = m_.hLastUnused(n);
-  if (slot < 0) {
-    slot = M::hMax(n) + 1;
-    m_.hResize(n, slot);
-  }
-  n.items[slot].name = atom;
-  return slot;
-}
-
-void cls_StructureTree::hPutValue(int32_t node, int32_t slot, const Variant& v) {
-  m_.hNode(node).flags |= M::kChanged;
-  m_.hStore(node, slot, v);
-}
-
-// Stores a child node in a slot, taking over the reference the caller holds on it.
-void cls_StructureTree::hPutChild(int32_t node, int32_t slot, int32_t child) {
-  Node& n = m_.hNode(node);
-  n.flags |= M::kChanged;
-  Item& it = n.items[slot];
-  int32_t old = it.isStruct ? it.child : 0;
-  if (!it.used) {
-    it.used = true;
-    if (slot >= 1) --n.unused;
-    m_.hIndexInsert(n, it.name, slot);
-  }
-  it.isStruct = true;
-  it.child = child;
-  it.value = Variant();
-  if (old) m_.Release(old);
-}
-
 // Stores a copy of an item's content (a deep copy of a sub-structure) in a slot.
 void cls_StructureTree::hPutCopy(int32_t node, int32_t slot, const Item& from) {
   if (from.isStruct)
-    hPutChild(node, slot, hCopy(from.child, static_cast<int>(onPath_.size()) + 1, false));
+    m_.SetChild(node, slot, hCopy(from.child, static_cast<int>(onPath_.size()) + 1, false));
   else
-    hPutValue(node, slot, from.value);
-}
-
-void cls_StructureTree::hAppendValue(int32_t node, const Variant& v) {
-  Node& n = m_.hNode(node);
-  int32_t slot = M::hMax(n) + 1;
-  m_.hResize(n, slot);
-  hPutValue(node, slot, v);
+    m_.SetValue(node, slot, from.value);
 }
 
 // The sub-structure at a dotted path of upper-case names, created on the way (a scalar in the
@@ -154,13 +109,13 @@ int32_t cls_StructureTree::hEnsurePath(int32_t node, std::string_view upperPath)
     size_t dot = upperPath.find('.', start);
     std::string_view part = upperPath.substr(start, dot == std::string_view::npos ? dot : dot - start);
     if (part.empty()) Raise(err::kInvalidCall, "Invalid key path '" + std::string(upperPath) + "'");
-    int32_t slot = hSlotFor(node, m_.Names().Intern(part));
-    const Item& it = m_.hNode(node).items[slot];
+    int32_t slot = m_.SlotFor(node, m_.Names().Intern(part));
+    const Item& it = m_.Items(node)[slot];
     if (it.used && it.isStruct) {
       node = it.child;
     } else {
       int32_t child = m_.Alloc();
-      hPutChild(node, slot, child);
+      m_.SetChild(node, slot, child);
       node = child;
     }
     if (dot == std::string_view::npos) return node;
@@ -182,36 +137,33 @@ int32_t cls_StructureTree::hCopy(int32_t src, int depth, bool clone) {
       return f->second;
     }
   }
-  int32_t dst = m_.Alloc();
-  if (!clone) copies_.emplace(src, dst);
-  PathMark mark(onPath_, src);
-  const uint8_t flags = clone ? static_cast<uint8_t>(m_.hNode(src).flags & ~M::kDefaultMode)
-                              : static_cast<uint8_t>(m_.hNode(src).flags & (M::kHasZero | M::kAllowNothing));
-  m_.hResize(m_.hNode(dst), M::hMax(m_.hNode(src)));
-  if (clone) {
-    Variant bound = m_.VALUEBOUND_GET(src);
-    if (!bound.isEmpty()) m_.VALUEBOUND_LET(dst, bound);
-    if (auto o = m_.OBJECTBOUND_GET(src)) m_.OBJECTBOUND_SET(dst, o);
-  }
-  const size_t size = m_.hNode(src).items.size();
-  try {
-    for (size_t i = 0; i < size; ++i) {
-      const Item it = m_.hNode(src).items[i];  // a copy: allocations below may move the table
-      if (!it.used || (clone && it.isStruct && onPath_.count(it.child))) continue;
-      m_.hNode(dst).items[i].name = it.name;
-      if (it.isStruct) {
-        hPutChild(dst, static_cast<int32_t>(i), hCopy(it.child, depth + 1, clone));
-      } else {
-        m_.hStore(dst, static_cast<int32_t>(i), it.value);
-      }
+  const uint8_t flags = clone ? static_cast<uint8_t>(m_.Flags(src) & ~M::kDefaultMode)
+                              : static_cast<uint8_t>(m_.Flags(src) & (M::kHasZero | M::kAllowNothing));
+  return hNewNode(m_, [&](int32_t dst) {
+    PathMark mark(onPath_, src);
+    if (!clone) copies_.emplace(src, dst);
+    if (m_.MAX(src) > 0) m_.SlotAt(dst, m_.MAX(src));
+    if (clone) {
+      Variant bound = m_.VALUEBOUND_GET(src);
+      if (!bound.isEmpty()) m_.VALUEBOUND_LET(dst, bound);
+      if (auto o = m_.OBJECTBOUND_GET(src)) m_.OBJECTBOUND_SET(dst, o);
     }
-  } catch (...) {
-    copies_.erase(src);
-    m_.Release(dst);  // frees the part copied so far
-    throw;
-  }
-  m_.hNode(dst).flags = flags;
-  return dst;
+    const size_t size = m_.Items(src).size();
+    try {
+      for (size_t i = 0; i < size; ++i) {
+        const Item it = m_.Items(src)[i];  // a copy: allocations below may move the table
+        if (!it.used || (clone && it.isStruct && onPath_.count(it.child))) continue;
+        const auto slot = static_cast<int32_t>(i);
+        m_.SetName(dst, slot, it.name);
+        if (it.isStruct) m_.SetChild(dst, slot, hCopy(it.child, depth + 1, clone));
+        else m_.SetValue(dst, slot, it.value);
+      }
+    } catch (...) {
+      copies_.erase(src);
+      throw;
+    }
+    m_.SetFlags(dst, flags);
+  });
 }
 
 int32_t cls_StructureTree::COPY(int32_t pID) { return hCopy(pID, 0, false); }
@@ -222,9 +174,9 @@ int32_t cls_StructureTree::CLONE(int32_t pID) { return hCopy(pID, 0, true); }
 void cls_StructureTree::hJoin(int32_t node, std::string_view glue, std::string& out, bool& first, int depth) {
   hEnter(depth);
   PathMark mark(onPath_, node);
-  const Node& n = m_.hNode(node);
-  for (size_t i = (n.flags & M::kHasZero) ? 0 : 1; i < n.items.size(); ++i) {
-    const Item& it = n.items[i];
+  const std::vector<Item>& items = m_.Items(node);
+  for (size_t i = m_.BASE(node); i < items.size(); ++i) {
+    const Item& it = items[i];
     if (!it.used) continue;
     if (it.isStruct) {
       if (!onPath_.count(it.child)) hJoin(it.child, glue, out, first, depth + 1);
@@ -246,20 +198,20 @@ std::string cls_StructureTree::JOIN(int32_t pID, std::string_view pGlue) {
 void cls_StructureTree::hLinear(int32_t dst, int32_t src, int depth) {
   hEnter(depth);
   PathMark mark(onPath_, src);
-  const size_t size = m_.hNode(src).items.size();
-  for (size_t i = (m_.hNode(src).flags & M::kHasZero) ? 0 : 1; i < size; ++i) {
-    const Item it = m_.hNode(src).items[i];
+  const size_t size = m_.Items(src).size();
+  for (size_t i = m_.BASE(src); i < size; ++i) {
+    const Item it = m_.Items(src)[i];
     if (!it.used) continue;
     if (it.isStruct) {
       if (!onPath_.count(it.child)) hLinear(dst, it.child, depth + 1);
     } else {
-      hAppendValue(dst, it.value);
+      m_.SetValue(dst, m_.SlotAppend(dst), it.value);
     }
   }
 }
 
 void cls_StructureTree::LINEARADD(int32_t pID, int32_t pOther) {
-  m_.hNode(pID).flags |= M::kChanged;
+  m_.CHANGED_LET(pID, true);
   if (pOther == pID) {  // appending a tree to itself: walk a snapshot
     int32_t snap = COPY(pOther);
     copies_.clear();
@@ -271,25 +223,24 @@ void cls_StructureTree::LINEARADD(int32_t pID, int32_t pOther) {
 }
 
 std::string cls_StructureTree::hKeyText(int32_t node, int32_t slot) const {
-  const Item& it = m_.hNode(node).items[slot];
+  const Item& it = m_.Items(node)[slot];
   return it.name ? std::string(m_.Names().Name(it.name)) : std::to_string(slot);
 }
 
 void cls_StructureTree::IDLISTADD(int32_t pID, int32_t pOther) {
   std::unordered_set<std::string> have;
   {
-    const Node& n = m_.hNode(pID);
-    for (size_t i = (n.flags & M::kHasZero) ? 0 : 1; i < n.items.size(); ++i)
-      if (n.items[i].used && !n.items[i].isStruct) have.insert(CStr(n.items[i].value));
+    const std::vector<Item>& items = m_.Items(pID);
+    for (size_t i = m_.BASE(pID); i < items.size(); ++i)
+      if (items[i].used && !items[i].isStruct) have.insert(CStr(items[i].value));
   }
-  m_.hNode(pID).flags |= M::kChanged;
-  const Node& o = m_.hNode(pOther);
-  const size_t size = o.items.size();
-  for (size_t i = (o.flags & M::kHasZero) ? 0 : 1; i < size; ++i) {
-    const Item it = m_.hNode(pOther).items[i];
+  m_.CHANGED_LET(pID, true);
+  const size_t size = m_.Items(pOther).size();
+  for (size_t i = m_.BASE(pOther); i < size; ++i) {
+    const Item it = m_.Items(pOther)[i];
     if (!it.used) continue;
     Variant key = it.name ? Variant(m_.Names().Name(it.name)) : Variant(static_cast<int32_t>(i));
-    if (have.insert(CStr(key)).second) hAppendValue(pID, key);
+    if (have.insert(CStr(key)).second) m_.SetValue(pID, m_.SlotAppend(pID), key);
   }
 }
 
@@ -311,7 +262,7 @@ void cls_StructureTree::MERGE(int32_t pID, int32_t pOther, std::string_view pPre
     dst = hEnsurePath(pID, std::string_view(prefix).substr(0, dot));
     namePrefix = std::string_view(prefix).substr(dot + 1);
   }
-  m_.hNode(pID).flags |= M::kChanged;
+  m_.CHANGED_LET(pID, true);
   hMerge(dst, pOther, namePrefix, pKeepOrder, 0);
 }
 
@@ -319,25 +270,16 @@ void cls_StructureTree::hMerge(int32_t dst, int32_t src, std::string_view namePr
   hEnter(depth);
   if (dst == src && namePrefix.empty()) return;
   PathMark mark(onPath_, src);
-  m_.hNode(dst).flags |= M::kChanged;
+  m_.CHANGED_LET(dst, true);
   std::string name;
-  const size_t size = m_.hNode(src).items.size();
-  for (size_t i = (m_.hNode(src).flags & M::kHasZero) ? 0 : 1; i < size && i < m_.hNode(src).items.size(); ++i) {
-    const Item it = m_.hNode(src).items[i];
+  const size_t size = m_.Items(src).size();
+  for (size_t i = m_.BASE(src); i < size && i < m_.Items(src).size(); ++i) {
+    const Item it = m_.Items(src)[i];
     if (!it.used) continue;
     if (it.isStruct && onPath_.count(it.child)) continue;  // a cycle
     int32_t slot;
     if (!it.name) {
-      if (keepOrder) {
-        Node& d = m_.hNode(dst);
-        if (i == 0) d.flags |= M::kHasZero;
-        if (i >= d.items.size()) m_.hResize(d, static_cast<int32_t>(i));
-        slot = static_cast<int32_t>(i);
-      } else {
-        Node& d = m_.hNode(dst);
-        slot = M::hMax(d) + 1;
-        m_.hResize(d, slot);
-      }
+      slot = keepOrder ? m_.SlotAt(dst, static_cast<int32_t>(i)) : m_.SlotAppend(dst);
     } else {
       uint32_t atom = it.name;
       if (!namePrefix.empty()) {
@@ -345,15 +287,15 @@ void cls_StructureTree::hMerge(int32_t dst, int32_t src, std::string_view namePr
         name.append(m_.Names().Name(it.name));
         atom = m_.Names().Intern(name);
       }
-      slot = m_.hFindSlot(dst, atom);
+      slot = m_.FindSlot(dst, atom);
       if (slot >= 0 && it.isStruct) {
-        const Item& cur = m_.hNode(dst).items[slot];
+        const Item& cur = m_.Items(dst)[slot];
         if (cur.isStruct) {
           hMerge(cur.child, it.child, {}, keepOrder, depth + 1);
           continue;
         }
       }
-      if (slot < 0) slot = hSlotFor(dst, atom);
+      if (slot < 0) slot = m_.SlotFor(dst, atom);
     }
     hPutCopy(dst, slot, it);
   }
@@ -363,22 +305,22 @@ void cls_StructureTree::hUpdate(int32_t dst, int32_t src, int depth) {
   hEnter(depth);
   if (dst == src) return;
   PathMark mark(onPath_, src);
-  const size_t size = m_.hNode(src).items.size();
-  for (size_t i = (m_.hNode(src).flags & M::kHasZero) ? 0 : 1; i < size; ++i) {
-    const Item it = m_.hNode(src).items[i];
+  const size_t size = m_.Items(src).size();
+  for (size_t i = m_.BASE(src); i < size; ++i) {
+    const Item it = m_.Items(src)[i];
     if (!it.used) continue;
     int32_t slot = -1;
     if (it.name) {
-      slot = m_.hFindSlot(dst, it.name);
+      slot = m_.FindSlot(dst, it.name);
     } else {
-      const Node& d = m_.hNode(dst);
-      if (i < d.items.size() && d.items[i].used && !d.items[i].name && i >= ((d.flags & M::kHasZero) ? 0u : 1u))
+      const std::vector<Item>& d = m_.Items(dst);
+      if (i < d.size() && d[i].used && !d[i].name && i >= static_cast<size_t>(m_.BASE(dst)))
         slot = static_cast<int32_t>(i);
     }
     if (slot < 0) continue;
     if (it.isStruct) {
       if (onPath_.count(it.child)) continue;
-      const Item& cur = m_.hNode(dst).items[slot];
+      const Item& cur = m_.Items(dst)[slot];
       if (cur.isStruct) {
         hUpdate(cur.child, it.child, depth + 1);
         continue;
@@ -389,7 +331,7 @@ void cls_StructureTree::hUpdate(int32_t dst, int32_t src, int depth) {
 }
 
 void cls_StructureTree::UPDATE(int32_t pID, int32_t pOther) {
-  m_.hNode(pID).flags |= M::kChanged;
+  m_.CHANGED_LET(pID, true);
   hUpdate(pID, pOther, 0);
 }
 
@@ -398,31 +340,28 @@ bool cls_StructureTree::hDifference(int32_t dst, int32_t a, int32_t b, int depth
   hEnter(depth);
   PathMark mark(onPath_, a);
   bool any = false;
-  const size_t size = m_.hNode(a).items.size();
-  for (size_t i = (m_.hNode(a).flags & M::kHasZero) ? 0 : 1; i < size; ++i) {
-    const Item it = m_.hNode(a).items[i];
+  const size_t size = m_.Items(a).size();
+  for (size_t i = m_.BASE(a); i < size; ++i) {
+    const Item it = m_.Items(a)[i];
     if (!it.used) continue;
     if (it.isStruct && onPath_.count(it.child)) continue;
     Item other;
     if (it.name) {
-      int32_t j = m_.hFindSlot(b, it.name);
-      if (j >= 0) other = m_.hNode(b).items[j];
+      int32_t j = m_.FindSlot(b, it.name);
+      if (j >= 0) other = m_.Items(b)[j];
     } else {
-      const Node& nb = m_.hNode(b);
-      if (i < nb.items.size() && nb.items[i].used && !nb.items[i].name) other = nb.items[i];
+      const std::vector<Item>& nb = m_.Items(b);
+      if (i < nb.size() && nb[i].used && !nb[i].name) other = nb[i];
     }
     auto target = [&] {
-      if (it.name) return hSlotFor(dst, it.name);
-      Node& d = m_.hNode(dst);
-      if (i == 0) d.flags |= M::kHasZero;
-      if (i >= d.items.size()) m_.hResize(d, static_cast<int32_t>(i));
-      return static_cast<int32_t>(i);
+      return it.name ? m_.SlotFor(dst, it.name) : m_.SlotAt(dst, static_cast<int32_t>(i));
     };
     if (it.isStruct && other.used && other.isStruct) {
       if (other.child == it.child) continue;
-      int32_t sub = m_.Alloc();
-      if (hDifference(sub, it.child, other.child, depth + 1)) {
-        hPutChild(dst, target(), sub);
+      bool differs = false;
+      int32_t sub = hNewNode(m_, [&](int32_t id) { differs = hDifference(id, it.child, other.child, depth + 1); });
+      if (differs) {
+        m_.SetChild(dst, target(), sub);
         any = true;
       } else {
         m_.Release(sub);
@@ -437,14 +376,8 @@ bool cls_StructureTree::hDifference(int32_t dst, int32_t a, int32_t b, int depth
 }
 
 int32_t cls_StructureTree::DIFFERENCE(int32_t pID, int32_t pOther) {
-  int32_t dst = m_.Alloc();
-  try {
-    hDifference(dst, pID, pOther, 0);
-  } catch (...) {
-    m_.Release(dst);
-    throw;
-  }
-  m_.hNode(dst).flags &= static_cast<uint8_t>(~M::kChanged);
+  int32_t dst = hNewNode(m_, [&](int32_t id) { hDifference(id, pID, pOther, 0); });
+  m_.CHANGED_LET(dst, false);
   return dst;
 }
 
@@ -453,9 +386,9 @@ int32_t cls_StructureTree::DIFFERENCE(int32_t pID, int32_t pOther) {
 void cls_StructureTree::hFlat(int32_t dst, int32_t src, std::string& path, std::string_view sep, int depth) {
   hEnter(depth);
   PathMark mark(onPath_, src);
-  const size_t size = m_.hNode(src).items.size();
-  for (size_t i = (m_.hNode(src).flags & M::kHasZero) ? 0 : 1; i < size; ++i) {
-    const Item it = m_.hNode(src).items[i];
+  const size_t size = m_.Items(src).size();
+  for (size_t i = m_.BASE(src); i < size; ++i) {
+    const Item it = m_.Items(src)[i];
     if (!it.used) continue;
     const size_t keep = path.size();
     if (keep) path.append(sep);
@@ -464,7 +397,7 @@ void cls_StructureTree::hFlat(int32_t dst, int32_t src, std::string& path, std::
     if (it.isStruct) {
       if (!onPath_.count(it.child)) hFlat(dst, it.child, path, sep, depth + 1);
     } else {
-      hPutValue(dst, hSlotFor(dst, m_.Names().Intern(path)), it.value);
+      m_.SetValue(dst, m_.SlotFor(dst, m_.Names().Intern(path)), it.value);
     }
     path.resize(keep);
   }
@@ -473,7 +406,7 @@ void cls_StructureTree::hFlat(int32_t dst, int32_t src, std::string& path, std::
 void cls_StructureTree::FLATADD(int32_t pID, int32_t pOther, std::string_view pConvertStructChar) {
   if (pConvertStructChar.empty()) Raise(err::kInvalidCall, "The separator pConvertStructChar must not be empty");
   std::string sep = hUpper(pConvertStructChar);
-  m_.hNode(pID).flags |= M::kChanged;
+  m_.CHANGED_LET(pID, true);
   std::string path;
   if (pOther == pID) {
     int32_t snap = COPY(pOther);
@@ -490,18 +423,14 @@ void cls_StructureTree::hRestructure(int32_t dst, int32_t src, std::string_view 
   PathMark mark(onPath_, src);
   // one step down a key: a decimal part is an index, anything else a name
   auto step = [&](int32_t node, std::string_view part) {
-    int32_t index;
-    if (hIndexPart(part, index)) {
-      Node& n = m_.hNode(node);
-      if (index == 0) n.flags |= M::kHasZero;
-      if (index >= static_cast<int32_t>(n.items.size())) m_.hResize(n, index);
-      return index;
-    }
-    return hSlotFor(node, part.empty() ? 0 : m_.Names().Intern(part));
+    int64_t index;
+    if (M::IndexText(part, index) && index >= 0 && index <= std::numeric_limits<int32_t>::max())
+      return m_.SlotAt(node, static_cast<int32_t>(index));
+    return m_.SlotFor(node, part.empty() ? 0 : m_.Names().Intern(part));
   };
-  const size_t size = m_.hNode(src).items.size();
-  for (size_t i = (m_.hNode(src).flags & M::kHasZero) ? 0 : 1; i < size; ++i) {
-    const Item it = m_.hNode(src).items[i];
+  const size_t size = m_.Items(src).size();
+  for (size_t i = m_.BASE(src); i < size; ++i) {
+    const Item it = m_.Items(src)[i];
     if (!it.used) continue;
     if (it.isStruct && onPath_.count(it.child)) continue;
     int32_t node = dst;
@@ -512,27 +441,27 @@ void cls_StructureTree::hRestructure(int32_t dst, int32_t src, std::string_view 
       std::string_view key = m_.Names().Name(it.name);
       for (size_t at; (at = key.find(sep)) != std::string_view::npos; key.remove_prefix(at + sep.size())) {
         int32_t s = step(node, key.substr(0, at));
-        const Item& cur = m_.hNode(node).items[s];
+        const Item& cur = m_.Items(node)[s];
         if (cur.used && cur.isStruct) {
           node = cur.child;
         } else {
           int32_t child = m_.Alloc();
-          hPutChild(node, s, child);
+          m_.SetChild(node, s, child);
           node = child;
         }
       }
       slot = step(node, key);
     }
     if (it.isStruct) {
-      const Item& cur = m_.hNode(node).items[slot];
+      const Item& cur = m_.Items(node)[slot];
       int32_t child = cur.used && cur.isStruct ? cur.child : 0;
       if (!child) {
         child = m_.Alloc();
-        hPutChild(node, slot, child);
+        m_.SetChild(node, slot, child);
       }
       hRestructure(child, it.child, sep, depth + 1);
     } else {
-      hPutValue(node, slot, it.value);
+      m_.SetValue(node, slot, it.value);
     }
   }
 }
@@ -541,54 +470,31 @@ int32_t cls_StructureTree::RESTRUCTURE(int32_t pID, std::string_view pConvertToS
   if (pConvertToStructChar.empty())
     Raise(err::kInvalidCall, "The separator pConvertToStructChar must not be empty");
   std::string sep = hUpper(pConvertToStructChar);
-  int32_t dst = m_.Alloc();
-  try {
-    hRestructure(dst, pID, sep, 0);
-  } catch (...) {
-    m_.Release(dst);
-    throw;
-  }
-  m_.hNode(dst).flags &= static_cast<uint8_t>(~M::kChanged);
+  int32_t dst = hNewNode(m_, [&](int32_t id) { hRestructure(id, pID, sep, 0); });
+  m_.CHANGED_LET(dst, false);
   return dst;
 }
 
 // ---- reordering and renaming ---------------------------------------------------------------------
 
-void cls_StructureTree::hAfterReorder(int32_t pID) {
-  // slots moved: the name index is rebuilt on the next lookup, the unused count recounted
-  m_.hDropIndex(pID);
-  Node& n = m_.hNode(pID);
-  n.unused = 0;
-  for (size_t i = 1; i < n.items.size(); ++i) n.unused += !n.items[i].used;
-  n.flags |= M::kChanged;
-}
-
 void cls_StructureTree::MOVE(int32_t pID, int32_t pIndex, int32_t pMoveTo) {
-  Node& n = m_.hNode(pID);
-  const int32_t base = (n.flags & M::kHasZero) ? 0 : 1, max = static_cast<int32_t>(n.items.size()) - 1;
+  const int32_t base = m_.BASE(pID), max = m_.MAX(pID);
   if (pIndex < base || pIndex > max || pMoveTo < base || pMoveTo > max)
     Raise(err::kOutOfRange, "Subscript out of range: MOVE " + std::to_string(pIndex) + " to " +
                                 std::to_string(pMoveTo) + " (items " + std::to_string(base) + " to " +
                                 std::to_string(max) + ")");
   if (pIndex == pMoveTo) return;
-  auto first = n.items.begin();
-  if (pIndex < pMoveTo)
-    std::rotate(first + pIndex, first + pIndex + 1, first + pMoveTo + 1);
-  else
-    std::rotate(first + pMoveTo, first + pIndex, first + pIndex + 1);
-  hAfterReorder(pID);
+  m_.MoveSlot(pID, pIndex, pMoveTo);
 }
 
 void cls_StructureTree::SWAP(int32_t pID, int32_t pI1, int32_t pI2) {
-  Node& n = m_.hNode(pID);
-  const int32_t base = (n.flags & M::kHasZero) ? 0 : 1, max = static_cast<int32_t>(n.items.size()) - 1;
+  const int32_t base = m_.BASE(pID), max = m_.MAX(pID);
   if (pI1 < base || pI1 > max || pI2 < base || pI2 > max)
     Raise(err::kOutOfRange, "Subscript out of range: SWAP " + std::to_string(pI1) + " and " +
                                 std::to_string(pI2) + " (items " + std::to_string(base) + " to " +
                                 std::to_string(max) + ")");
   if (pI1 == pI2) return;
-  std::swap(n.items[pI1], n.items[pI2]);
-  hAfterReorder(pID);
+  m_.SwapSlots(pID, pI1, pI2);
 }
 
 bool cls_StructureTree::RENAME(int32_t pID, std::string_view pOldID, std::string_view pNewID) {
@@ -599,22 +505,19 @@ bool cls_StructureTree::RENAME(int32_t pID, std::string_view pOldID, std::string
   std::string_view rest = oldKey;
   for (size_t dot; (dot = rest.find('.')) != std::string_view::npos; rest.remove_prefix(dot + 1)) {
     uint32_t atom = m_.Names().Find(rest.substr(0, dot));
-    int32_t slot = atom ? m_.hFindSlot(node, atom) : -1;
-    if (slot < 0 || !m_.hNode(node).items[slot].isStruct) return false;
-    node = m_.hNode(node).items[slot].child;
+    int32_t slot = atom ? m_.FindSlot(node, atom) : -1;
+    if (slot < 0 || !m_.Items(node)[slot].isStruct) return false;
+    node = m_.Items(node)[slot].child;
   }
   uint32_t oldAtom = m_.Names().Find(rest);
-  int32_t slot = oldAtom ? m_.hFindSlot(node, oldAtom) : -1;
+  int32_t slot = oldAtom ? m_.FindSlot(node, oldAtom) : -1;
   if (slot < 0) return false;
   uint32_t newAtom = m_.Names().Intern(newName);
   if (newAtom == oldAtom) return true;
-  if (m_.hFindSlot(node, newAtom) >= 0)
+  if (m_.FindSlot(node, newAtom) >= 0)
     Raise(err::kInvalidCall, "Cannot rename '" + std::string(rest) + "': the key '" + newName + "' exists already");
-  Node& n = m_.hNode(node);
-  m_.hIndexErase(n, oldAtom, slot);
-  n.items[slot].name = newAtom;
-  m_.hIndexInsert(n, newAtom, slot);
-  n.flags |= M::kChanged;
+  m_.SetName(node, slot, newAtom);
+  m_.CHANGED_LET(node, true);
   return true;
 }
 
@@ -622,39 +525,37 @@ bool cls_StructureTree::RENAME(int32_t pID, std::string_view pOldID, std::string
 
 // The caption of an item: a scalar's text; for a sub-structure its own "TEXT" item, else the key.
 std::string cls_StructureTree::hCaption(int32_t node, int32_t slot) {
-  const Item it = m_.hNode(node).items[slot];
+  const Item it = m_.Items(node)[slot];
   if (!it.isStruct) return CStr(it.value);
   uint32_t textAtom = m_.Names().Find("TEXT");
-  int32_t t = textAtom ? m_.hFindSlot(it.child, textAtom) : -1;
-  if (t >= 0 && !m_.hNode(it.child).items[t].isStruct) return CStr(m_.hNode(it.child).items[t].value);
+  int32_t t = textAtom ? m_.FindSlot(it.child, textAtom) : -1;
+  if (t >= 0 && !m_.Items(it.child)[t].isStruct) return CStr(m_.Items(it.child)[t].value);
   return hKeyText(node, slot);
 }
 
 int32_t cls_StructureTree::SELECTION(int32_t pID, const Variant& pSelected) {
   std::unordered_set<std::string> selected;
   if (auto s = pSelected.as<cls_Structure>()) {
-    const Node& n = m_.hNode(s->SID_GET());
-    for (size_t i = (n.flags & M::kHasZero) ? 0 : 1; i < n.items.size(); ++i)
-      if (n.items[i].used && !n.items[i].isStruct) selected.insert(hUpper(CStr(n.items[i].value)));
+    const std::vector<Item>& items = m_.Items(s->SID_GET());
+    for (size_t i = m_.BASE(s->SID_GET()); i < items.size(); ++i)
+      if (items[i].used && !items[i].isStruct) selected.insert(hUpper(CStr(items[i].value)));
   } else if (!pSelected.isEmpty() && !pSelected.isNull()) {
     selected.insert(hUpper(CStr(pSelected)));
   }
-  int32_t dst = m_.Alloc();
-  const size_t size = m_.hNode(pID).items.size();
-  for (size_t i = (m_.hNode(pID).flags & M::kHasZero) ? 0 : 1; i < size; ++i) {
-    const Item it = m_.hNode(pID).items[i];
-    if (!it.used) continue;
-    const std::string key = hKeyText(pID, static_cast<int32_t>(i));
-    int32_t entry = m_.Alloc();
-    m_.ITEM_LET(entry, Variant("ID"), it.name ? Variant(key) : Variant(static_cast<int32_t>(i)));
-    m_.ITEM_LET(entry, Variant("TEXT"), Variant(hCaption(pID, static_cast<int32_t>(i))));
-    m_.ITEM_LET(entry, Variant("SELECTED"), Variant(selected.count(key) > 0));
-    Node& d = m_.hNode(dst);
-    int32_t slot = M::hMax(d) + 1;
-    m_.hResize(d, slot);
-    hPutChild(dst, slot, entry);
-  }
-  m_.hNode(dst).flags &= static_cast<uint8_t>(~M::kChanged);
+  int32_t dst = hNewNode(m_, [&](int32_t out) {
+    const size_t size = m_.Items(pID).size();
+    for (size_t i = m_.BASE(pID); i < size; ++i) {
+      const Item it = m_.Items(pID)[i];
+      if (!it.used) continue;
+      const std::string key = hKeyText(pID, static_cast<int32_t>(i));
+      int32_t entry = m_.Alloc();
+      m_.SetChild(out, m_.SlotAppend(out), entry);
+      m_.ITEM_LET(entry, Variant("ID"), it.name ? Variant(key) : Variant(static_cast<int32_t>(i)));
+      m_.ITEM_LET(entry, Variant("TEXT"), Variant(hCaption(pID, static_cast<int32_t>(i))));
+      m_.ITEM_LET(entry, Variant("SELECTED"), Variant(selected.count(key) > 0));
+    }
+  });
+  m_.CHANGED_LET(dst, false);
   return dst;
 }
 
@@ -662,9 +563,9 @@ void cls_StructureTree::hMenu(int32_t dst, int32_t src, std::string& path, std::
   hEnter(depth);
   PathMark mark(onPath_, src);
   const uint32_t textAtom = m_.Names().Find("TEXT");
-  const size_t size = m_.hNode(src).items.size();
-  for (size_t i = (m_.hNode(src).flags & M::kHasZero) ? 0 : 1; i < size; ++i) {
-    const Item it = m_.hNode(src).items[i];
+  const size_t size = m_.Items(src).size();
+  for (size_t i = m_.BASE(src); i < size; ++i) {
+    const Item it = m_.Items(src)[i];
     if (!it.used || (textAtom && it.name == textAtom)) continue;
     if (it.isStruct && onPath_.count(it.child)) continue;
     const std::string key = hKeyText(src, static_cast<int32_t>(i));
@@ -675,10 +576,7 @@ void cls_StructureTree::hMenu(int32_t dst, int32_t src, std::string& path, std::
     const bool active = selected || (menu.size() > path.size() && menu.compare(0, path.size(), path) == 0 &&
                                      menu[path.size()] == '.');
     int32_t entry = m_.Alloc();
-    Node& d = m_.hNode(dst);
-    int32_t slot = M::hMax(d) + 1;
-    m_.hResize(d, slot);
-    hPutChild(dst, slot, entry);
+    m_.SetChild(dst, m_.SlotAppend(dst), entry);
     m_.ITEM_LET(entry, Variant("ID"), it.name ? Variant(key) : Variant(static_cast<int32_t>(i)));
     m_.ITEM_LET(entry, Variant("PATH"), Variant(path));
     m_.ITEM_LET(entry, Variant("TEXT"), Variant(hCaption(src, static_cast<int32_t>(i))));
@@ -687,25 +585,18 @@ void cls_StructureTree::hMenu(int32_t dst, int32_t src, std::string& path, std::
     m_.ITEM_LET(entry, Variant("SELECTED"), Variant(selected));
     if (it.isStruct) {
       int32_t sub = m_.Alloc();
-      hPutChild(entry, hSlotFor(entry, m_.Names().Intern("SUB")), sub);
+      m_.SetChild(entry, m_.SlotFor(entry, m_.Names().Intern("SUB")), sub);
       hMenu(sub, it.child, path, menu, depth + 1);
     }
-    m_.hNode(entry).flags &= static_cast<uint8_t>(~M::kChanged);
+    m_.CHANGED_LET(entry, false);
     path.resize(keep);
   }
-  m_.hNode(dst).flags &= static_cast<uint8_t>(~M::kChanged);
+  m_.CHANGED_LET(dst, false);
 }
 
 int32_t cls_StructureTree::MENU(int32_t pID, std::string_view pMenu) {
-  int32_t dst = m_.Alloc();
   std::string path;
-  try {
-    hMenu(dst, pID, path, hUpper(pMenu), 0);
-  } catch (...) {
-    m_.Release(dst);
-    throw;
-  }
-  return dst;
+  return hNewNode(m_, [&](int32_t dst) { hMenu(dst, pID, path, hUpper(pMenu), 0); });
 }
 
 // ---- INCREASE ------------------------------------------------------------------------------------
@@ -745,15 +636,15 @@ Variant cls_StructureTree::hAddValue(const Variant& pValue, const Variant& pBy) 
 void cls_StructureTree::hIncrease(int32_t node, const Variant& by, int depth) {
   hEnter(depth);
   PathMark mark(onPath_, node);
-  m_.hNode(node).flags |= M::kChanged;
-  const size_t size = m_.hNode(node).items.size();
+  m_.CHANGED_LET(node, true);
+  const size_t size = m_.Items(node).size();
   for (size_t i = 0; i < size; ++i) {
-    Item& it = m_.hNode(node).items[i];
+    const Item& it = m_.Items(node)[i];
     if (!it.used) continue;
     if (it.isStruct) {
       if (!onPath_.count(it.child)) hIncrease(it.child, by, depth + 1);
     } else if (it.value.isNumber() || it.value.isDate()) {
-      it.value = hAddValue(it.value, by);
+      m_.SetValue(node, static_cast<int32_t>(i), hAddValue(it.value, by));
     }
   }
 }
@@ -777,9 +668,9 @@ void cls_StructureTree::INCREASE(int32_t pID, const Variant& pIncreaseBy, const 
 void cls_StructureTree::hLines(int32_t node, std::string& path, bool notEmpty, std::string& out, int depth) {
   hEnter(depth);
   PathMark mark(onPath_, node);
-  const Node& n = m_.hNode(node);
-  for (size_t i = (n.flags & M::kHasZero) ? 0 : 1; i < n.items.size(); ++i) {
-    const Item& it = n.items[i];
+  const std::vector<Item>& items = m_.Items(node);
+  for (size_t i = m_.BASE(node); i < items.size(); ++i) {
+    const Item& it = items[i];
     if (!it.used) continue;
     const size_t keep = path.size();
     if (keep) path.push_back('.');

@@ -65,17 +65,11 @@ class cls_StructureTree {
   static Variant hAddValue(const Variant& pValue, const Variant& pBy);
 
  private:
-  using Node = cls_StructureManager::Node;
   using Item = cls_StructureManager::Item;
 
   void hEnter(int depth) const;
-  void hAfterReorder(int32_t pID);
   int32_t hCopy(int32_t src, int depth, bool clone);
-  int32_t hSlotFor(int32_t node, uint32_t atom);
-  void hPutValue(int32_t node, int32_t slot, const Variant& v);
-  void hPutChild(int32_t node, int32_t slot, int32_t child);
   void hPutCopy(int32_t node, int32_t slot, const Item& from);
-  void hAppendValue(int32_t node, const Variant& v);
   int32_t hEnsurePath(int32_t node, std::string_view upperPath);
   void hJoin(int32_t node, std::string_view glue, std::string& out, bool& first, int depth);
   void hMerge(int32_t dst, int32_t src, std::string_view namePrefix, bool keepOrder, int depth);

@@ -719,26 +719,6 @@ int hCompareVersion(const Variant& a, const Variant& b) {
 }
 }  // namespace
 
-int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Variant pValue, int32_t pChild) {
-  Node& n = hNode(pID);
-  if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
-  if (n.items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max()))
-    Raise(err::kOutOfRange, "Subscript out of range");
-  const auto slot = static_cast<int32_t>(n.items.size());
-  Item& it = n.items.emplace_back();
-  it.name = pAtom;
-  it.used = true;
-  if (pChild) {
-    it.isStruct = true;
-    it.child = pChild;
-  } else {
-    it.value = std::move(pValue);
-  }
-  n.flags |= kChanged;
-  hIndexInsert(n, pAtom, slot);
-  return slot;
-}
-
 std::string cls_StructureManager::SCRIPT(int32_t pID, int32_t pIndentation) {
   return Guard(kClass, "SCRIPT", [&] { return mdl_StructureScript::Write(*this, pID, pIndentation, false); });
 }
