@@ -18,12 +18,12 @@
 
 namespace {
 
-const char* kFirst[20] = {"Anna", "Ben", "Clara", "David", "Emma", "Felix", "Greta", "Hannes", "Ida", "Jonas",
-                          "Karla", "Lukas", "Mia", "Noah", "Olga", "Paul", "Quirin", "Rosa", "Sven", "Tina"};
-const char* kLast[16] = {"Müller", "Schmidt", "Schneider", "Fischer", "Weber", "Meyer", "Wagner", "Becker",
-                         "Schulz", "Hoffmann", "Schäfer", "Koch", "Bauer", "Richter", "Klein", "Wolf"};
-const char* kCity[14] = {"Berlin", "Hamburg", "München", "Köln", "Frankfurt am Main", "Stuttgart", "Düsseldorf",
-                         "Leipzig", "Dortmund", "Essen", "Bremen", "Dresden", "Hannover", "Nürnberg"};
+const char* kFirst[20] = {"Anna",  "Ben",   "Clara", "David", "Emma", "Felix", "Greta",  "Hannes", "Ida",  "Jonas",
+                          "Karla", "Lukas", "Mia",   "Noah",  "Olga", "Paul",  "Quirin", "Rosa",   "Sven", "Tina"};
+const char* kLast[16] = {"Müller", "Schmidt",  "Schneider", "Fischer", "Weber", "Meyer",   "Wagner", "Becker",
+                         "Schulz", "Hoffmann", "Schäfer",   "Koch",    "Bauer", "Richter", "Klein",  "Wolf"};
+const char* kCity[14] = {"Berlin",  "Hamburg",  "München", "Köln",   "Frankfurt am Main", "Stuttgart", "Düsseldorf",
+                         "Leipzig", "Dortmund", "Essen",   "Bremen", "Dresden",           "Hannover",  "Nürnberg"};
 const char* kStatus[3] = {"aktiv", "inaktiv", "gesperrt"};
 
 uint64_t state = 42;

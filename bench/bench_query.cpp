@@ -63,16 +63,17 @@ int main(int argc, char** argv) {
   }
   auto db = std::make_shared<cls_DB>();
   const char* names[] = {"FIRSTNAME", "LASTNAME", "STREET", "PLZ", "CITY", "BIRTHDATE", "SCORE", "ACTIVE"};
-  const int32_t types[] = {ID_DBFieldType_String, ID_DBFieldType_String, ID_DBFieldType_String,
-                           ID_DBFieldType_String, ID_DBFieldType_String, ID_DBFieldType_Date,
-                           ID_DBFieldType_Double, ID_DBFieldType_Boolean};
+  const int32_t types[] = {ID_DBFieldType_String, ID_DBFieldType_String, ID_DBFieldType_String, ID_DBFieldType_String,
+                           ID_DBFieldType_String, ID_DBFieldType_Date,   ID_DBFieldType_Double, ID_DBFieldType_Boolean};
   for (int f = 0; f < 8; ++f) db->FIELDCREATE(names[f], types[f]);
   db->FIELD("PLZ")->INDEXED = true;
 
   sqlite3* sql = nullptr;
   sqlite3_open(":memory:", &sql);
-  sqlite3_exec(sql, "CREATE TABLE person(id INTEGER, FIRSTNAME TEXT, LASTNAME TEXT, STREET TEXT, PLZ TEXT, "
-                    "CITY TEXT, BIRTHDATE TEXT, SCORE REAL, ACTIVE INTEGER); BEGIN", nullptr, nullptr, nullptr);
+  sqlite3_exec(sql,
+               "CREATE TABLE person(id INTEGER, FIRSTNAME TEXT, LASTNAME TEXT, STREET TEXT, PLZ TEXT, "
+               "CITY TEXT, BIRTHDATE TEXT, SCORE REAL, ACTIVE INTEGER); BEGIN",
+               nullptr, nullptr, nullptr);
   sqlite3_stmt* ins = nullptr;
   sqlite3_prepare_v2(sql, "INSERT INTO person VALUES (?,?,?,?,?,?,?,?,?)", -1, &ins, nullptr);
 
@@ -122,12 +123,16 @@ int main(int argc, char** argv) {
        "SELECT id FROM person WHERE SCORE BETWEEN 10 AND 20"},
       {"birthdate in 1980", [&] { return db->ENTRYQUERY("BIRTHDATE", "", "[] 1980-01-01 1980-12-31").size(); },
        "SELECT id FROM person WHERE BIRTHDATE BETWEEN '1980-01-01' AND '1980-12-31'"},
-      {"AND filter", [&] {
+      {"AND filter",
+       [&] {
          return db->ENTRYFILTER("", filterOf({{"LASTNAME", "müller"}, {"SCORE", "[] 10 20"}}, false)).size();
-       }, "SELECT id FROM person WHERE upper(LASTNAME) = upper('müller') AND SCORE BETWEEN 10 AND 20"},
-      {"OR filter", [&] {
+       },
+       "SELECT id FROM person WHERE upper(LASTNAME) = upper('müller') AND SCORE BETWEEN 10 AND 20"},
+      {"OR filter",
+       [&] {
          return db->ENTRYFILTER("", filterOf({{"LASTNAME", "müller"}, {"SCORE", "[] 10 20"}}, true)).size();
-       }, "SELECT id FROM person WHERE upper(LASTNAME) = upper('müller') OR SCORE BETWEEN 10 AND 20"},
+       },
+       "SELECT id FROM person WHERE upper(LASTNAME) = upper('müller') OR SCORE BETWEEN 10 AND 20"},
       {"plz == (indexed)", [&] { return db->ENTRYQUERY("PLZ", "==", plz).size(); },
        "SELECT id FROM person WHERE PLZ = '" + plz + "'"},
       {"sort lastname, firstname", [&] { return db->ENTRYSORTADVANCED("LASTNAME", false, "FIRSTNAME").size(); },

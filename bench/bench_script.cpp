@@ -50,9 +50,7 @@ void BM_Parse(benchmark::State& state) {
 }
 BENCHMARK(BM_Parse)->Unit(benchmark::kMillisecond);
 
-std::string TempFile() {
-  return "/tmp/rykel_bench_script_" + std::to_string(::getpid()) + ".txt";
-}
+std::string TempFile() { return "/tmp/rykel_bench_script_" + std::to_string(::getpid()) + ".txt"; }
 
 void BM_Save(benchmark::State& state) {
   auto s = Tree();

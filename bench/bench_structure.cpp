@@ -16,9 +16,7 @@ using namespace rykel;
 
 namespace {
 
-double Now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+double Now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 size_t Heap() {
   struct mallinfo2 m = mallinfo2();
   return m.uordblks + m.hblkhd;  // big blocks are mapped apart from the heap: count them too

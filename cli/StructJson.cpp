@@ -105,10 +105,8 @@ void hNode(std::string& out, cls_StructureManager& m, int32_t id, int level) {
       hString(out, n.empty() ? "[" + std::to_string(i) + "]" : std::string(n));
       out += ": ";
     }
-    if (it.isStruct)
-      hNode(out, m, it.child, level + 1);
-    else
-      hValue(out, it.value);
+    if (it.isStruct) hNode(out, m, it.child, level + 1);
+    else hValue(out, it.value);
   }
   out += '\n';
   out.append(static_cast<size_t>(level) * 2, ' ');
@@ -162,10 +160,8 @@ class Reader {
       }
       hWs();
       Variant v = hValue(depth);
-      if (object)
-        target.ITEMBYID_LET(key, v);
-      else
-        target.ADD(v);
+      if (object) target.ITEMBYID_LET(key, v);
+      else target.ADD(v);
       hWs();
       if (hPeek() == ',') {
         ++p_;
@@ -187,9 +183,18 @@ class Reader {
       return Variant(sub);
     }
     if (c == '"') return Variant(hString());
-    if (s_.substr(p_, 4) == "true") { p_ += 4; return Variant(true); }
-    if (s_.substr(p_, 5) == "false") { p_ += 5; return Variant(false); }
-    if (s_.substr(p_, 4) == "null") { p_ += 4; return Variant(); }
+    if (s_.substr(p_, 4) == "true") {
+      p_ += 4;
+      return Variant(true);
+    }
+    if (s_.substr(p_, 5) == "false") {
+      p_ += 5;
+      return Variant(false);
+    }
+    if (s_.substr(p_, 4) == "null") {
+      p_ += 4;
+      return Variant();
+    }
     size_t start = p_;
     while (p_ < s_.size() && std::string_view("+-0123456789.eE").find(s_[p_]) != std::string_view::npos) ++p_;
     std::string_view num = s_.substr(start, p_ - start);

@@ -58,8 +58,8 @@ FittedValue FitValue(const cls_DBField& pField, std::string_view pValue) {
   bool choice = pField.TYPE == ID_DBFieldType_Enum || pField.TYPE == ID_DBFieldType_EnumNumeric ||
                 pField.TYPE == ID_DBFieldType_EnumMulti;
   if (choice && !pField.MembersParsed().empty()) {
-    std::vector<std::string> picked = pField.TYPE == ID_DBFieldType_EnumMulti ? text::Split(pValue, ",")
-                                                                                 : std::vector<std::string>{out.value};
+    std::vector<std::string> picked =
+        pField.TYPE == ID_DBFieldType_EnumMulti ? text::Split(pValue, ",") : std::vector<std::string>{out.value};
     out.value.clear();
     for (const auto& p : picked) {
       const std::string* key = hMemberKey(pField, p);
@@ -91,8 +91,7 @@ FittedValue FitValue(const cls_DBField& pField, std::string_view pValue) {
       if (out.value.empty())
         out.problem = "is not a " + type + " (a yes/no word: true, false, ja, nein, yes, no, 1, 0)";
       break;
-    default:
-      break;
+    default: break;
   }
   return out;
 }

@@ -127,9 +127,11 @@ void AddDbCommands(CLI::App& app) {
 
   auto* nw = dbc->add_subcommand("new", "Create an empty database with its header");
   nw->add_option("DB", a.db, "database file (.ry-dbb: binary form, else structure form)")->required();
-  nw->add_option("--field", a.fields, "ID:TYPE[:MEMBERS], TYPE one of LONG STRING DATE BOOL STRUCT ENUM ENUMNUMERIC "
-                                      "DOUBLE REFERENCE REFERENCENUMERIC ENUMMULTI; a choice type's members "
-                                      "as 'a,b' or 'key=text,...'")->required();
+  nw->add_option("--field", a.fields,
+                 "ID:TYPE[:MEMBERS], TYPE one of LONG STRING DATE BOOL STRUCT ENUM ENUMNUMERIC "
+                 "DOUBLE REFERENCE REFERENCENUMERIC ENUMMULTI; a choice type's members "
+                 "as 'a,b' or 'key=text,...'")
+      ->required();
   nw->add_option("--header", a.header, "header file (default: the database's name with .header, beside it)");
   static bool force = false;
   nw->add_flag("--force", force, "replace an existing header or database file");
@@ -153,7 +155,8 @@ void AddDbCommands(CLI::App& app) {
     if (size_t dot = base.rfind('.'); dot != std::string::npos && dot > 0) base.resize(dot);
     std::string header = a.header.empty() ? hDirectory(a.db) + base + ".header" : a.header;
     for (const auto& existing : {header, a.db})
-      if (!force && ::access(existing.c_str(), F_OK) == 0) Fail(kExitError, "'" + existing + "' exists already; --force replaces it");
+      if (!force && ::access(existing.c_str(), F_OK) == 0)
+        Fail(kExitError, "'" + existing + "' exists already; --force replaces it");
     if (!db->HEADERSAVE(header)) Fail(kExitError, "cannot write the header " + header);
     hOpenForWriting(*db, a.db, header);
     if (force) db->ENTRYCLEAR();  // a new database: entries of a replaced file do not carry over
@@ -198,9 +201,7 @@ void AddDbCommands(CLI::App& app) {
       return;
     }
     for (const auto& text : a.ids) {
-      if (!db->ENTRYEXISTS(text)) {
-        Fail(kExitError, "no entry " + text);
-      }
+      if (!db->ENTRYEXISTS(text)) { Fail(kExitError, "no entry " + text); }
       hShow(*db, db->ENTRYIDAT(db->ENTRYPOSITION(text)));
     }
   });
@@ -238,9 +239,7 @@ void AddDbCommands(CLI::App& app) {
   set->add_flag("--lenient", a.lenient, kLenientHelp);
   set->callback([] {
     auto db = OpenDatabase(a.db, true);
-    if (!db->ENTRYEXISTS(a.id)) {
-      Fail(kExitError, "no entry " + a.id);
-    }
+    if (!db->ENTRYEXISTS(a.id)) { Fail(kExitError, "no entry " + a.id); }
     hAssign(*db, a.id, a.assignments, a.lenient);
     hSave(*db);
   });

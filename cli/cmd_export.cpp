@@ -37,7 +37,8 @@ void hProgress(int64_t done, int64_t total) {
 void AddDbExportCommand(CLI::App& app) {
   static ExportArgs a;
   auto* dbc = app.get_subcommand("db");
-  auto* ex = dbc->add_subcommand("export", "Write a view's entries as a workbook, HTML table, batch file, PDF or database");
+  auto* ex =
+      dbc->add_subcommand("export", "Write a view's entries as a workbook, HTML table, batch file, PDF or database");
   ex->add_option("DB", a.db, "database file")->required();
   ex->add_option("--format", a.format,
                  "xlsx (workbook), xls (older workbook format, through LibreOffice), htm (HTML table), "
@@ -47,8 +48,10 @@ void AddDbExportCommand(CLI::App& app) {
   ex->add_option("--view", a.view, "view number or ID (default: the first)");
   ex->add_option("--title", a.title, "title band text");
   ex->add_option("--sheets-by", a.sheetsBy, "xlsx: one more sheet per value of this field");
-  ex->add_option("--password", a.password, "xlsx, xls: encrypt the workbook with this file-open password (through LibreOffice)");
-  ex->add_option("--office", a.office, "xlsx, xls: build the workbook in this LibreOffice program (default for xls and --password: soffice)");
+  ex->add_option("--password", a.password,
+                 "xlsx, xls: encrypt the workbook with this file-open password (through LibreOffice)");
+  ex->add_option("--office", a.office,
+                 "xlsx, xls: build the workbook in this LibreOffice program (default for xls and --password: soffice)");
   ex->add_option("--filter,--where", a.filter.conditions,
                  "FIELD=CONDITION: export only entries that meet it (repeatable; a plain value must equal "
                  "the field's value)")

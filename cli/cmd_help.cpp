@@ -110,8 +110,9 @@ void hPrintMan() {
   std::printf(".TH RYKEL 1 \"\" \"rykel %s\" \"User Commands\"\n", RYKEL_VERSION);
   std::printf(".SH NAME\nrykel \\- KEL templates, structures and a small file database\n");
   std::printf(".SH SYNOPSIS\n.B rykel\n.I command\n[\\fIoptions\\fR]\n.br\n.B rykel help\n[\\fItopic\\fR]\n");
-  std::printf(".SH DESCRIPTION\nEvery command prints its options with \\fB\\-\\-help\\fR. "
-              "The topics below are also shown by \\fBrykel help\\fR \\fItopic\\fR.\n");
+  std::printf(
+      ".SH DESCRIPTION\nEvery command prints its options with \\fB\\-\\-help\\fR. "
+      "The topics below are also shown by \\fBrykel help\\fR \\fItopic\\fR.\n");
   for (const auto& t : kTopics) {
     std::printf(".SH %s\n", hRoff(std::string(t.title)).c_str());
     std::string_view rest = t.text;
@@ -136,7 +137,8 @@ void hPrintMan() {
 void AddHelpCommand(CLI::App& app) {
   static std::string topic;
   static bool man = false;
-  auto* h = app.add_subcommand("help", "Short guides: rykel help TOPIC (kel, struct, db, query, export, random, formats)");
+  auto* h =
+      app.add_subcommand("help", "Short guides: rykel help TOPIC (kel, struct, db, query, export, random, formats)");
   h->add_option("topic", topic, "the topic; none lists them");
   h->add_flag("--man", man, "print every topic as a manual page (roff)");
   h->callback([] {

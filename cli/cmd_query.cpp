@@ -122,9 +122,10 @@ void AddQueryCommands(CLI::App& app) {
   const std::string rawHelp =
       "hand CONDITION to the library as it is (in a text with a blank the first word is the operator)";
 
-  auto* query = dbc->add_subcommand("query", "Print the ids of the entries whose FIELD meets CONDITION "
-                                             "(e.g. '$BEGINS m', '>= 10', '[] 2020-01-01 2020-12-31'; "
-                                             "a value without an operator must equal the field's value)");
+  auto* query = dbc->add_subcommand("query",
+                                    "Print the ids of the entries whose FIELD meets CONDITION "
+                                    "(e.g. '$BEGINS m', '>= 10', '[] 2020-01-01 2020-12-31'; "
+                                    "a value without an operator must equal the field's value)");
   query->add_option("DB", a.db, "database file")->required();
   query->add_option("FIELD", a.field, "field name")->required();
   query->add_option("CONDITION", a.condition, "an operator and a value, or a plain value (blanks allowed)")->required();
@@ -136,8 +137,9 @@ void AddQueryCommands(CLI::App& app) {
     hPrint(*db, db->ENTRYQUERY(Variant(a.field), "", Variant(ConditionText(a.condition, a.filter.raw))), a.show);
   });
 
-  auto* filter = dbc->add_subcommand("filter", "Print the ids of the entries that meet every FIELD=CONDITION "
-                                               "(or any, with --or), sorted");
+  auto* filter = dbc->add_subcommand("filter",
+                                     "Print the ids of the entries that meet every FIELD=CONDITION "
+                                     "(or any, with --or), sorted");
   filter->add_option("DB", a.db, "database file")->required();
   filter->add_option("CONDITIONS", a.filter.conditions, "FIELD=CONDITION, one or more (a field may repeat)")
       ->required();
@@ -150,8 +152,9 @@ void AddQueryCommands(CLI::App& app) {
     hPrint(*db, FilterEntries(*db, Variant(), a.filter, "condition"), a.show);
   });
 
-  auto* search = dbc->add_subcommand("search", "Print the ids of the entries whose text holds TEXT "
-                                               "(words, \"phrases\", a | b, -word, ^start, groups)");
+  auto* search = dbc->add_subcommand("search",
+                                     "Print the ids of the entries whose text holds TEXT "
+                                     "(words, \"phrases\", a | b, -word, ^start, groups)");
   search->add_option("DB", a.db, "database file")->required();
   search->add_option("TEXT", a.text, "search text")->required();
   AddSortOptions(*search, a.filter, true, false);

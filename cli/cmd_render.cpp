@@ -28,10 +28,8 @@ bool hAssign(cls_Structure& s, const std::string& a) {
   if (eq == std::string::npos || eq == 0) return false;
   std::string value = a.substr(eq + 1);
   double d;
-  if (IsNumericText(value) && ParseNumber(value, d))
-    s.ITEM_LET(a.substr(0, eq), d);
-  else
-    s.ITEM_LET(a.substr(0, eq), value);
+  if (IsNumericText(value) && ParseNumber(value, d)) s.ITEM_LET(a.substr(0, eq), d);
+  else s.ITEM_LET(a.substr(0, eq), value);
   return true;
 }
 
@@ -65,7 +63,8 @@ void AddRenderCommand(CLI::App& app) {
   auto* exprOpt = r->add_option("-e,--expression", o.expression, "template text given on the command line");
   fileOpt->excludes(exprOpt);
   // one value per use of a repeatable option, so a template file after it is not taken as a value
-  r->add_option("-d,--directory", o.directories, "directory searched for templates (repeatable)")->allow_extra_args(false);
+  r->add_option("-d,--directory", o.directories, "directory searched for templates (repeatable)")
+      ->allow_extra_args(false);
   r->add_option("-v,--var", o.variables, "NAME=VALUE: a template variable (repeatable)")->allow_extra_args(false);
   r->add_option("-s,--setting", o.settings, "KEY=VALUE: an interpreter setting (repeatable)")->allow_extra_args(false);
   r->add_option("--struct", o.structs,
@@ -77,8 +76,7 @@ void AddRenderCommand(CLI::App& app) {
   r->add_flag("--errors", o.errors, "print the error list as its HTML lines instead of plain text");
   r->add_flag("-q,--quiet", o.quiet, "print nothing on standard error (the exit status still tells)");
   r->callback([] {
-    if (o.file.empty() && o.expression.empty())
-      throw CLI::ValidationError("render", "give a template file or -e TEXT");
+    if (o.file.empty() && o.expression.empty()) throw CLI::ValidationError("render", "give a template file or -e TEXT");
     // The program reports each failure once itself: the library's own log line would repeat it.
     SetErrorPolicy([](const ErrorContext&) { return kDecisionRaise; });
     const Notifier silent = [](const Notification& n) { return DefaultAnswer(n); };
@@ -114,8 +112,7 @@ void AddRenderCommand(CLI::App& app) {
       auto value = cls_Structure::New();
       if (content.starts_with("a:") || content.starts_with("O:") || content.starts_with("QS"))
         value->UNSERIALIZE(content);
-      else
-        value->PARSE(content);
+      else value->PARSE(content);
       k->VARIABLES->ITEM_LET(a.substr(0, eq), Variant(value));
     }
     for (const auto& s : o.settings)

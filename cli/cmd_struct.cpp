@@ -5,11 +5,11 @@
 
 #include "Commands.h"
 #include "StructJson.h"
-#include "frame/Error.h"
 #include "frame/Convert.h"
+#include "frame/Error.h"
 #include "frame/mdl_Global.h"
-#include "structure/mdl_GlobalStructure.h"
 #include "structure/cls_Structure.h"
+#include "structure/mdl_GlobalStructure.h"
 
 namespace rykel::cli {
 
@@ -89,8 +89,8 @@ void AddStructCommands(CLI::App& app) {
   });
 
   static std::string from = "script", to = "json", convertFile;
-  auto* convert = st->add_subcommand(
-      "convert", "Read a structure in one text form and write it in another to standard output");
+  auto* convert =
+      st->add_subcommand("convert", "Read a structure in one text form and write it in another to standard output");
   convert->add_option("--from", from, "form of the input")->check(CLI::IsMember(hFormNames()))->capture_default_str();
   convert->add_option("--to", to, "form of the output")->check(CLI::IsMember(hFormNames()))->capture_default_str();
   convert->add_option("FILE", convertFile, "input file, \"-\" for standard input")->required();

@@ -45,8 +45,7 @@ std::string hUnknownCommand(CLI::App& app, int argc, char** argv) {
     CLI::App* next = nullptr;
     try {
       next = at->get_subcommand(arg);
-    } catch (const CLI::OptionNotFound&) {
-    }
+    } catch (const CLI::OptionNotFound&) {}
     if (!next) {
       std::string where = path == "rykel" ? "commands" : "commands of " + path.substr(6);
       return "unknown command '" + (path == "rykel" ? arg : path.substr(6) + " " + arg) + "'; " + where + ": " +
@@ -67,13 +66,9 @@ int hRun(CLI::App& app, int argc, char** argv) {
     return ReportFailure("rykel", unknown + " (see rykel --help)", kExitUsage);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::CallForHelp& e) {
+  } catch (const CLI::CallForHelp& e) { return app.exit(e); } catch (const CLI::CallForAllHelp& e) {
     return app.exit(e);
-  } catch (const CLI::CallForAllHelp& e) {
-    return app.exit(e);
-  } catch (const CLI::CallForVersion& e) {
-    return app.exit(e);
-  } catch (const CLI::Success& e) {
+  } catch (const CLI::CallForVersion& e) { return app.exit(e); } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::RuntimeError& e) {
     // Thrown by a command that has already said what went wrong; the code is 1 or 2.
@@ -89,17 +84,16 @@ int hRun(CLI::App& app, int argc, char** argv) {
     return ReportFailure(hCommandPath(app), e.what(), e.exit == kExitUsage ? kExitUsage : kExitError);
   } catch (const Error& e) {
     if (e.number == err::kOutOfMemory) return ReportFailure(hCommandPath(app), "out of memory", kExitError);
-    return ReportFailure(hCommandPath(app),
-                         e.description + " (#" + std::to_string(e.number) + (e.source.empty() ? "" : ", ") +
-                             e.source + ")",
-                         kExitError);
+    return ReportFailure(
+        hCommandPath(app),
+        e.description + " (#" + std::to_string(e.number) + (e.source.empty() ? "" : ", ") + e.source + ")", kExitError);
   }
   // Output that could not be written (a full disk, a closed pipe) must not look like success.
   std::cout.flush();
   errno = 0;
   if (std::fflush(stdout) != 0 || std::ferror(stdout) || !std::cout)
-    return ReportFailure("rykel", std::string("could not write the output: ") +
-                                      (errno ? std::strerror(errno) : "write error"));
+    return ReportFailure("rykel",
+                         std::string("could not write the output: ") + (errno ? std::strerror(errno) : "write error"));
   return kExitOk;
 }
 

@@ -27,16 +27,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto s = rykel::cls_Structure::New();
   try {
     s->UNSERIALIZEBINARY(text);
-  } catch (const rykel::Error&) {
-    return 0;
-  }
+  } catch (const rykel::Error&) { return 0; }
   auto again = rykel::cls_Structure::New();
   again->UNSERIALIZEBINARY(s->SERIALIZEBINARY());
   if (Pieces(*again) != Pieces(*s)) std::abort();
   // the serialized text must be writable too (it may fail only on depth, never crash)
   try {
     s->SERIALIZE();
-  } catch (const rykel::Error&) {
-  }
+  } catch (const rykel::Error&) {}
   return 0;
 }

@@ -17,9 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto s = rykel::cls_Structure::New();
   try {
     s->PARSE(text);
-  } catch (const rykel::Error&) {
-    return 0;
-  }
+  } catch (const rykel::Error&) { return 0; }
   const std::string once = s->SCRIPT();  // must not raise: the reader keeps to the writer's depth
   auto again = rykel::cls_Structure::New();
   again->PARSE(once);  // must not raise: SCRIPT output is always valid

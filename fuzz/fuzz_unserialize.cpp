@@ -17,9 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto s = rykel::cls_Structure::New();
   try {
     s->UNSERIALIZE(text);
-  } catch (const rykel::Error&) {
-    return 0;
-  }
+  } catch (const rykel::Error&) { return 0; }
   std::string once = s->SERIALIZE();
   auto again = rykel::cls_Structure::New();
   again->UNSERIALIZE(once);  // what we wrote must read: an error here is a crash

@@ -78,8 +78,8 @@ Variant ToVariant(pyb::handle h) {
     p.month = h.attr("month").cast<int>();
     p.day = h.attr("day").cast<int>();
     if (PyBytes_Check(h.ptr()))  // text that is not UTF-8 comes back in as it went out
-    return Variant(std::string_view(PyBytes_AS_STRING(h.ptr()), static_cast<size_t>(PyBytes_GET_SIZE(h.ptr()))));
-  if (pyb::isinstance(h, hDatetimeClass())) {
+      return Variant(std::string_view(PyBytes_AS_STRING(h.ptr()), static_cast<size_t>(PyBytes_GET_SIZE(h.ptr()))));
+    if (pyb::isinstance(h, hDatetimeClass())) {
       p.hour = h.attr("hour").cast<int>();
       p.minute = h.attr("minute").cast<int>();
       p.second = h.attr("second").cast<int>();
@@ -125,8 +125,7 @@ void BindVariantSupport(pyb::module_& m) {
       .def("__repr__", [](const NullType&) { return "rykel.NULL"; })
       .def("__bool__", [](const NullType&) { return false; });
   m.attr("NULL") = pyb::cast(NullType{});
-  pyb::class_<Object, std::shared_ptr<Object>>(m, "Object")
-      .def("TypeName", &Object::TypeName);
+  pyb::class_<Object, std::shared_ptr<Object>>(m, "Object").def("TypeName", &Object::TypeName);
 }
 
 }  // namespace rykel::py

@@ -58,8 +58,6 @@ struct type_caster<rykel::Variant> {
 // std::string results leave as TextToPython makes them; arguments read str or bytes as before.
 template <>
 struct type_caster<std::string> : string_caster<std::string> {
-  static handle cast(const std::string& s, return_value_policy, handle) {
-    return rykel::py::TextToPython(s).release();
-  }
+  static handle cast(const std::string& s, return_value_policy, handle) { return rykel::py::TextToPython(s).release(); }
 };
 }  // namespace pybind11::detail

@@ -14,11 +14,13 @@ void BindCollections(pyb::module_& m) {
   pyb::class_<C, Object, std::shared_ptr<C>>(m, "cls_Collection",
                                              "Values in insertion order with optional case-insensitive keys.")
       .def(pyb::init([] { return std::make_shared<C>(); }))
-      .def("Add", [](C& c, const Variant& v, const std::string& k) { c.Add(v, k); }, arg("pItem"), arg("pKey") = "")
+      .def(
+          "Add", [](C& c, const Variant& v, const std::string& k) { c.Add(v, k); }, arg("pItem"), arg("pKey") = "")
       .def("Item", &C::Item, arg("pIndexOrKey"))
       .def("Count", &C::Count)
       .def("Remove", &C::Remove, arg("pIndexOrKey"))
-      .def("Exists", [](C& c, const std::string& k) { return c.Exists(k); }, arg("pKey"))
+      .def(
+          "Exists", [](C& c, const std::string& k) { return c.Exists(k); }, arg("pKey"))
       .def("Key", &C::Key, arg("pIndex"))
       .def("Clear", &C::Clear)
       .def("__len__", &C::Count);
@@ -46,21 +48,23 @@ void BindCollections(pyb::module_& m) {
 
   // COPYCLIPBOARD hands its text to this callable (None removes it); ClipboardText() returns the
   // last text copied on this thread.
-  m.def("SetClipboard", [](pyb::object f) {
-    // The callable is kept outside any static destructor: releasing it after the interpreter
-    // has ended would crash, so the last one is left to the process end.
-    static pyb::object* current = nullptr;
-    pyb::object* next = f.is_none() ? nullptr : new pyb::object(std::move(f));
-    if (next)
-      cls_StructureTree::SetClipboard([next](const std::string& text) {
-        pyb::gil_scoped_acquire gil;
-        (*next)(text);
-      });
-    else
-      cls_StructureTree::SetClipboard({});
-    delete current;
-    current = next;
-  }, arg("pHandler"));
+  m.def(
+      "SetClipboard",
+      [](pyb::object f) {
+        // The callable is kept outside any static destructor: releasing it after the interpreter
+        // has ended would crash, so the last one is left to the process end.
+        static pyb::object* current = nullptr;
+        pyb::object* next = f.is_none() ? nullptr : new pyb::object(std::move(f));
+        if (next)
+          cls_StructureTree::SetClipboard([next](const std::string& text) {
+            pyb::gil_scoped_acquire gil;
+            (*next)(text);
+          });
+        else cls_StructureTree::SetClipboard({});
+        delete current;
+        current = next;
+      },
+      arg("pHandler"));
   m.def("ClipboardText", &cls_StructureTree::CLIPBOARD_GET);
 }
 

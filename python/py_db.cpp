@@ -9,21 +9,24 @@ using pyb::arg;
 void BindDB(pyb::module_& m) {
   auto types = pyb::enum_<enm_DBFieldType>(m, "enm_DBFieldType");
   for (int32_t t = 0; t < kDBFieldTypeCount; ++t) {
-    static const char* names[] = {"ID_DBFieldType_Long", "ID_DBFieldType_String", "ID_DBFieldType_Date",
-                                  "ID_DBFieldType_Boolean", "ID_DBFieldType_Structure", "ID_DBFieldType_Enum",
-                                  "ID_DBFieldType_EnumNumeric", "ID_DBFieldType_Double", "ID_DBFieldType_Reference",
-                                  "ID_DBFieldType_ReferenceNumeric", "ID_DBFieldType_EnumMulti"};
+    static const char* names[] = {"ID_DBFieldType_Long",        "ID_DBFieldType_String",
+                                  "ID_DBFieldType_Date",        "ID_DBFieldType_Boolean",
+                                  "ID_DBFieldType_Structure",   "ID_DBFieldType_Enum",
+                                  "ID_DBFieldType_EnumNumeric", "ID_DBFieldType_Double",
+                                  "ID_DBFieldType_Reference",   "ID_DBFieldType_ReferenceNumeric",
+                                  "ID_DBFieldType_EnumMulti"};
     types.value(names[t], static_cast<enm_DBFieldType>(t));
     m.attr(names[t]) = t;
   }
 
   using F = cls_DBField;
-  pyb::class_<F, Object, std::shared_ptr<F>> field(m, "cls_DBField", "One field of a database: definition and text forms.");
+  pyb::class_<F, Object, std::shared_ptr<F>> field(m, "cls_DBField",
+                                                   "One field of a database: definition and text forms.");
   field.def(pyb::init([] { return std::make_shared<F>(); })).def_readwrite("ID", &F::ID);
 #define RYKEL_PY_MEMBER(member, kind) field.def_readwrite(#member, &F::member);
   RYKEL_DBFIELD_MEMBERS(RYKEL_PY_MEMBER)
 #undef RYKEL_PY_MEMBER
-  field      .def("STRUCTURE_GET", &F::STRUCTURE_GET)
+  field.def("STRUCTURE_GET", &F::STRUCTURE_GET)
       .def("STRUCTURE_LET", &F::STRUCTURE_LET, arg("pStructure"))
       .def("STRUCTURE_SET", &F::STRUCTURE_SET, arg("pStructure"))
       .def("CLEAR", &F::CLEAR)
@@ -79,19 +82,30 @@ void BindDB(pyb::module_& m) {
   using D = cls_DB;
   pyb::class_<D, Object, std::shared_ptr<D>>(m, "cls_DB", "A file database of entries with typed fields.")
       .def(pyb::init([] { return std::make_shared<D>(); }))
-      .def("DBICON_GET", &D::DBICON_GET).def("DBICON_LET", &D::DBICON_LET, arg("pValue"))
-      .def("DBDESCRIPTION_GET", &D::DBDESCRIPTION_GET).def("DBDESCRIPTION_LET", &D::DBDESCRIPTION_LET, arg("pValue"))
-      .def("DBNAME_GET", &D::DBNAME_GET).def("DBNAME_LET", &D::DBNAME_LET, arg("pValue"))
-      .def("DBID_GET", &D::DBID_GET).def("DBID_LET", &D::DBID_LET, arg("pValue"))
-      .def("DBEXTENSIBLE_GET", &D::DBEXTENSIBLE_GET).def("DBEXTENSIBLE_LET", &D::DBEXTENSIBLE_LET, arg("pValue"))
-      .def("DBNUMERIC_GET", &D::DBNUMERIC_GET).def("DBNUMERIC_LET", &D::DBNUMERIC_LET, arg("pValue"))
-      .def("DBMOVABLE_GET", &D::DBMOVABLE_GET).def("DBMOVABLE_LET", &D::DBMOVABLE_LET, arg("pValue"))
-      .def("DBMASK_GET", &D::DBMASK_GET).def("DBMASK_LET", &D::DBMASK_LET, arg("pValue"))
-      .def("DBTYPING_GET", &D::DBTYPING_GET).def("DBTYPING_LET", &D::DBTYPING_LET, arg("pValue"))
-      .def("KEL_GET", &D::KEL_GET).def("KEL_SET", &D::KEL_SET, arg("pValue"))
+      .def("DBICON_GET", &D::DBICON_GET)
+      .def("DBICON_LET", &D::DBICON_LET, arg("pValue"))
+      .def("DBDESCRIPTION_GET", &D::DBDESCRIPTION_GET)
+      .def("DBDESCRIPTION_LET", &D::DBDESCRIPTION_LET, arg("pValue"))
+      .def("DBNAME_GET", &D::DBNAME_GET)
+      .def("DBNAME_LET", &D::DBNAME_LET, arg("pValue"))
+      .def("DBID_GET", &D::DBID_GET)
+      .def("DBID_LET", &D::DBID_LET, arg("pValue"))
+      .def("DBEXTENSIBLE_GET", &D::DBEXTENSIBLE_GET)
+      .def("DBEXTENSIBLE_LET", &D::DBEXTENSIBLE_LET, arg("pValue"))
+      .def("DBNUMERIC_GET", &D::DBNUMERIC_GET)
+      .def("DBNUMERIC_LET", &D::DBNUMERIC_LET, arg("pValue"))
+      .def("DBMOVABLE_GET", &D::DBMOVABLE_GET)
+      .def("DBMOVABLE_LET", &D::DBMOVABLE_LET, arg("pValue"))
+      .def("DBMASK_GET", &D::DBMASK_GET)
+      .def("DBMASK_LET", &D::DBMASK_LET, arg("pValue"))
+      .def("DBTYPING_GET", &D::DBTYPING_GET)
+      .def("DBTYPING_LET", &D::DBTYPING_LET, arg("pValue"))
+      .def("KEL_GET", &D::KEL_GET)
+      .def("KEL_SET", &D::KEL_SET, arg("pValue"))
       .def("HEADERLOCATIONS_GET", &D::HEADERLOCATIONS_GET)
       .def("HEADERLOCATIONS_SET", &D::HEADERLOCATIONS_SET, arg("pValue"))
-      .def("ENTRYCHANGED_GET", &D::ENTRYCHANGED_GET).def("ENTRYCHANGED_LET", &D::ENTRYCHANGED_LET, arg("pValue"))
+      .def("ENTRYCHANGED_GET", &D::ENTRYCHANGED_GET)
+      .def("ENTRYCHANGED_LET", &D::ENTRYCHANGED_LET, arg("pValue"))
       .def("DBOPENED_GET", &D::DBOPENED_GET)
       .def("DBVERSION_GET", &D::DBVERSION_GET)
       .def("DBFILE_GET", &D::DBFILE_GET)
@@ -157,8 +171,8 @@ void BindDB(pyb::module_& m) {
       .def("ENTRYALL", &D::ENTRYALL, arg("pSortBy") = "", arg("pSortRev") = false)
       .def("ENTRYSEARCH", &D::ENTRYSEARCH, arg("pSearch"), arg("pList") = pyb::none())
       .def("ENTRYQUERY", &D::ENTRYQUERY, arg("pField"), arg("pOp"), arg("pValue"), arg("pList") = pyb::none())
-      .def("ENTRYFILTER", &D::ENTRYFILTER, arg("pView"), arg("pFilters"), arg("pSort") = "",
-           arg("pSortRev") = false, arg("pList") = pyb::none())
+      .def("ENTRYFILTER", &D::ENTRYFILTER, arg("pView"), arg("pFilters"), arg("pSort") = "", arg("pSortRev") = false,
+           arg("pList") = pyb::none())
       .def("ENTRYFILTERADVANCED", &D::ENTRYFILTERADVANCED, arg("pView"), arg("pSortField"), arg("pSortField2"),
            arg("pSortRev2"), arg("pFilters"), arg("pList") = pyb::none(), arg("pSortRev") = false)
       .def_static("FILTERCOMBINE", &D::FILTERCOMBINE, arg("pFilter1"), arg("pFilter2"))
@@ -169,20 +183,23 @@ void BindDB(pyb::module_& m) {
       .def("FIELDCHOOSER_SET", &D::FIELDCHOOSER_SET, arg("pChooser"))
       .def("FIELDSELECT", &D::FIELDSELECT, arg("pPreselect") = "")
       .def("ENTRYSORT", &D::ENTRYSORT, arg("pField"), arg("pRev") = false, arg("pBase") = D::IdList{})
-      .def("ENTRYSORTADVANCED", &D::ENTRYSORTADVANCED, arg("pField"), arg("pRev") = false,
-           arg("pFieldSecond") = "", arg("pList") = pyb::none(), arg("pRevSecond") = false)
-      .def("FIELDCOLUMN", [](D& d, int32_t no) { return d.FIELDCOLUMN(no); }, arg("pFieldNo"))
+      .def("ENTRYSORTADVANCED", &D::ENTRYSORTADVANCED, arg("pField"), arg("pRev") = false, arg("pFieldSecond") = "",
+           arg("pList") = pyb::none(), arg("pRevSecond") = false)
+      .def(
+          "FIELDCOLUMN", [](D& d, int32_t no) { return d.FIELDCOLUMN(no); }, arg("pFieldNo"))
       // The Python callback gets (field, id, value) and returns the value to show (None: unchanged).
-      .def("VALUEEVENT_SET",
-           [](D& d, pyb::object cb) {
-             if (cb.is_none()) return d.VALUEEVENT_SET({});
-             d.VALUEEVENT_SET([cb](const cls_DBField& f, const Variant& id, Variant& rValue) {
-               pyb::gil_scoped_acquire gil;
-               pyb::object r = cb(pyb::cast(const_cast<cls_DBField&>(f), pyb::return_value_policy::reference), id, rValue);
-               if (!r.is_none()) rValue = ToVariant(r);
-             });
-           },
-           arg("pEvent"))
+      .def(
+          "VALUEEVENT_SET",
+          [](D& d, pyb::object cb) {
+            if (cb.is_none()) return d.VALUEEVENT_SET({});
+            d.VALUEEVENT_SET([cb](const cls_DBField& f, const Variant& id, Variant& rValue) {
+              pyb::gil_scoped_acquire gil;
+              pyb::object r =
+                  cb(pyb::cast(const_cast<cls_DBField&>(f), pyb::return_value_policy::reference), id, rValue);
+              if (!r.is_none()) rValue = ToVariant(r);
+            });
+          },
+          arg("pEvent"))
       .def("FIELDTEXT_GET", &D::FIELDTEXT_GET, arg("pID"), arg("pField"), arg("pMode") = 0)
       .def("FIELDTEXTHTML_GET", &D::FIELDTEXTHTML_GET, arg("pID"), arg("pField"), arg("pMode") = 0)
       .def("FIELDTEXTSORT_GET", &D::FIELDTEXTSORT_GET, arg("pID"), arg("pField"), arg("pPrefix") = false,

@@ -26,25 +26,29 @@ void BindExport(pyb::module_& m) {
   using D = cls_DB;
   using IDs = D::IDList;
   auto db = pyb::reinterpret_borrow<pyb::class_<D, Object, std::shared_ptr<D>>>(m.attr("cls_DB"));
-  db.def("EXPORTFILE",
-         [](D& d, const Variant& view, const std::string& file, const std::string& format, const IDs& ids,
-            const pyb::object& settings) { return d.EXPORTFILE(view, file, format, ids, hSettings(settings)); },
-         arg("pView"), arg("pFile"), arg("pFormat"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
-      .def("EXPORTEXCEL",
-           [](D& d, const Variant& view, const std::string& file, const IDs& ids, const pyb::object& settings) {
-             return d.EXPORTEXCEL(view, file, ids, hSettings(settings));
-           },
-           arg("pView"), arg("pFile"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
-      .def("EXPORTPDF",
-           [](D& d, const Variant& view, const std::string& file, const IDs& ids, const pyb::object& settings) {
-             return d.EXPORTPDF(view, file, ids, hSettings(settings));
-           },
-           arg("pView"), arg("pFile"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
-      .def("EXPORTDB",
-           [](D& d, const Variant& view, const Variant& target, const IDs& ids, const pyb::object& settings) {
-             return d.EXPORTDB(view, target, ids, hSettings(settings));
-           },
-           arg("pView"), arg("pTarget"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
+  db.def(
+        "EXPORTFILE",
+        [](D& d, const Variant& view, const std::string& file, const std::string& format, const IDs& ids,
+           const pyb::object& settings) { return d.EXPORTFILE(view, file, format, ids, hSettings(settings)); },
+        arg("pView"), arg("pFile"), arg("pFormat"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
+      .def(
+          "EXPORTEXCEL",
+          [](D& d, const Variant& view, const std::string& file, const IDs& ids, const pyb::object& settings) {
+            return d.EXPORTEXCEL(view, file, ids, hSettings(settings));
+          },
+          arg("pView"), arg("pFile"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
+      .def(
+          "EXPORTPDF",
+          [](D& d, const Variant& view, const std::string& file, const IDs& ids, const pyb::object& settings) {
+            return d.EXPORTPDF(view, file, ids, hSettings(settings));
+          },
+          arg("pView"), arg("pFile"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
+      .def(
+          "EXPORTDB",
+          [](D& d, const Variant& view, const Variant& target, const IDs& ids, const pyb::object& settings) {
+            return d.EXPORTDB(view, target, ids, hSettings(settings));
+          },
+          arg("pView"), arg("pTarget"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
       .def("EXPORTPROGRESS_SET", &D::EXPORTPROGRESS_SET, arg("pProgress"));
 }
 

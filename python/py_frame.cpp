@@ -3,11 +3,11 @@
 #include "frame/Error.h"
 #include "frame/Notifier.h"
 #include "frame/mdl_Global.h"
-#include "structure/mdl_GlobalStructure.h"
 #include "host/sys_Global.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 #include "structure/cls_StructureTree.h"
+#include "structure/mdl_GlobalStructure.h"
 #include "tools/cls_DBTool.h"
 
 namespace rykel::py {
@@ -21,8 +21,8 @@ void BindFrame(pyb::module_& m) {
     } catch (const Error& e) {
       // the message is always a str (a byte that is not UTF-8 shows as \xNN); .description
       // keeps the text itself, bytes when it is not UTF-8
-      PyObject* msg = PyUnicode_DecodeUTF8(e.description.data(), static_cast<Py_ssize_t>(e.description.size()),
-                                           "backslashreplace");
+      PyObject* msg =
+          PyUnicode_DecodeUTF8(e.description.data(), static_cast<Py_ssize_t>(e.description.size()), "backslashreplace");
       if (!msg) throw pyb::error_already_set();
       pyb::object inst = pyb::handle(exc.ptr())(pyb::reinterpret_steal<pyb::object>(msg));
       inst.attr("number") = e.number;
@@ -39,8 +39,7 @@ void BindFrame(pyb::module_& m) {
         auto held = std::make_shared<PyHostObject>(std::move(policy));
         SetErrorPolicy([held](const ErrorContext& c) {
           pyb::gil_scoped_acquire gil;
-          return held->object()(c.error.number, c.error.description, std::string(c.module),
-                                std::string(c.procedure))
+          return held->object()(c.error.number, c.error.description, std::string(c.module), std::string(c.procedure))
               .cast<int>();
         });
       },
@@ -70,12 +69,15 @@ void BindFrame(pyb::module_& m) {
   g.def("Main", &mdl_Global::Main);
   g.def("SMAN_GET", &mdl_Global::SMAN_GET);
   g.def("FLAGSGLOBAL", &mdl_Global::FLAGSGLOBAL, pyb::arg("pKind"));
-  g.def("VARSET", [](const Variant&, const Variant& v) { return v; }, pyb::arg("rTarget"), pyb::arg("pValue"));
-  g.def("hIsDate", [](const std::string& s) { return mdl_Global::hIsDate(s); }, pyb::arg("pText"));
+  g.def(
+      "VARSET", [](const Variant&, const Variant& v) { return v; }, pyb::arg("rTarget"), pyb::arg("pValue"));
+  g.def(
+      "hIsDate", [](const std::string& s) { return mdl_Global::hIsDate(s); }, pyb::arg("pText"));
   g.def("hCBool", &mdl_Global::hCBool, pyb::arg("pValue"));
 
   auto f = m.def_submodule("mdl_FileTools", "file tools");
-  f.def("FILEEXISTS", [](const std::string& p) { return mdl_FileTools::FILEEXISTS(p); }, pyb::arg("pPath"));
+  f.def(
+      "FILEEXISTS", [](const std::string& p) { return mdl_FileTools::FILEEXISTS(p); }, pyb::arg("pPath"));
 
   auto s = m.def_submodule("sys_Global", "the global multi-use object");
   for (auto* mod : {&m, &s}) {
@@ -84,7 +86,8 @@ void BindFrame(pyb::module_& m) {
     mod->def("STRUCTURE_SET", &sys_Global::STRUCTURE_SET, pyb::arg("pValue"));
     mod->def("DBTOOL_GET", &sys_Global::DBTOOL_GET);
   }
-  m.def("CreateObject", [](const std::string& n) { return CreateObject(n); }, pyb::arg("pName"));
+  m.def(
+      "CreateObject", [](const std::string& n) { return CreateObject(n); }, pyb::arg("pName"));
   m.def("CreatableClasses", &CreatableClasses);
 }
 

@@ -36,8 +36,7 @@ cls_KELModule::ExecuteHandler hPyHandler(pyb::object fn) {
   return [holder](const StructurePtr& rResult, bool& rDone, Variant& rValue, const std::string& pCmd,
                   const StructurePtr& pParameters, cls_KEL& pKEL) {
     pyb::gil_scoped_acquire gil;
-    pyb::object answer = holder->object()(rResult, rDone, FromVariant(rValue), pCmd, pParameters,
-                                          hKelObject(pKEL));
+    pyb::object answer = holder->object()(rResult, rDone, FromVariant(rValue), pCmd, pParameters, hKelObject(pKEL));
     hTakeAnswer(answer, rDone, rValue);
   };
 }
@@ -73,58 +72,67 @@ class PyKELModule : public cls_KELModuleInterface {
 
 void BindKEL(pyb::module_& m) {
   using MI = cls_KELModuleInterface;
-  pyb::class_<MI, Object, std::shared_ptr<MI>>(m, "cls_KELModuleInterface")
-      .def("MODULE_GET", &MI::MODULE_GET);
+  pyb::class_<MI, Object, std::shared_ptr<MI>>(m, "cls_KELModuleInterface").def("MODULE_GET", &MI::MODULE_GET);
   pyb::class_<mod_KELIO, MI, std::shared_ptr<mod_KELIO>>(m, "mod_KELIO")
       .def(pyb::init([] { return std::make_shared<mod_KELIO>(); }))
-      .def_static("TELNORM", [](const std::string& s) { return mod_KELIO::TELNORM(s); }, arg("pNumber"));
-  pyb::class_<mod_KELStructure, MI, std::shared_ptr<mod_KELStructure>>(m, "mod_KELStructure")
-      .def(pyb::init([] { return std::make_shared<mod_KELStructure>(); }));
+      .def_static(
+          "TELNORM", [](const std::string& s) { return mod_KELIO::TELNORM(s); }, arg("pNumber"));
+  pyb::class_<mod_KELStructure, MI, std::shared_ptr<mod_KELStructure>>(m, "mod_KELStructure").def(pyb::init([] {
+    return std::make_shared<mod_KELStructure>();
+  }));
 
   using M = cls_KELModule;
   pyb::class_<M, Object, std::shared_ptr<M>>(m, "cls_KELModule")
       .def(pyb::init([] { return std::make_shared<M>(); }))
       .def("ID_GET", &M::ID_GET)
-      .def("ID_LET", [](M& s, const std::string& v) { s.ID_LET(v); }, arg("pID"))
+      .def(
+          "ID_LET", [](M& s, const std::string& v) { s.ID_LET(v); }, arg("pID"))
       .def("ALIASES_GET", &M::ALIASES_GET)
-      .def("ALIAS", [](M& s, const std::string& v) { s.ALIAS(v); }, arg("pID"))
+      .def(
+          "ALIAS", [](M& s, const std::string& v) { s.ALIAS(v); }, arg("pID"))
       .def("CATCHFIRST_GET", &M::CATCHFIRST_GET)
       .def("CATCHFIRST_LET", &M::CATCHFIRST_LET, arg("pValue"))
       .def("CATCHALL_GET", &M::CATCHALL_GET)
       .def("CATCHALL_LET", &M::CATCHALL_LET, arg("pValue"))
-      .def("EXECUTEEVENT_SET", [](M& s, pyb::object fn) { s.EXECUTEEVENT = hPyHandler(std::move(fn)); },
-           arg("pHandler"), "handler(rResult, rDone, rValue, pCmd, pParameters, pKEL) -> (rDone, rValue)")
-      .def("EXECUTE",
-           [](M& s, cls_KEL& k, const std::string& cmd, StructurePtr p, StructurePtr r) {
-             bool done = false;
-             Variant v = s.EXECUTE(k, cmd, p, r, done);
-             return pyb::make_tuple(FromVariant(v), done);
-           },
-           arg("pKEL"), arg("pCmd"), arg("pParameters") = nullptr, arg("pResult") = nullptr)
+      .def(
+          "EXECUTEEVENT_SET", [](M& s, pyb::object fn) { s.EXECUTEEVENT = hPyHandler(std::move(fn)); }, arg("pHandler"),
+          "handler(rResult, rDone, rValue, pCmd, pParameters, pKEL) -> (rDone, rValue)")
+      .def(
+          "EXECUTE",
+          [](M& s, cls_KEL& k, const std::string& cmd, StructurePtr p, StructurePtr r) {
+            bool done = false;
+            Variant v = s.EXECUTE(k, cmd, p, r, done);
+            return pyb::make_tuple(FromVariant(v), done);
+          },
+          arg("pKEL"), arg("pCmd"), arg("pParameters") = nullptr, arg("pResult") = nullptr)
       .def("SIGNAL", &M::SIGNAL, arg("pSignal"), arg("pParameters") = Variant());
 
   using R = cls_KELModules;
   pyb::class_<R, Object, std::shared_ptr<R>>(m, "cls_KELModules")
       .def(pyb::init([] { return std::make_shared<R>(); }))
-      .def("ADD",
-           [](R& r, pyb::object o) {
-             if (pyb::isinstance<MI>(o)) r.ADD(o.cast<std::shared_ptr<MI>>());
-             else r.ADD(std::make_shared<PyKELModule>(std::move(o)));
-           },
-           arg("pModule"))
+      .def(
+          "ADD",
+          [](R& r, pyb::object o) {
+            if (pyb::isinstance<MI>(o)) r.ADD(o.cast<std::shared_ptr<MI>>());
+            else r.ADD(std::make_shared<PyKELModule>(std::move(o)));
+          },
+          arg("pModule"))
       .def("COUNT", &R::COUNT)
       .def("MODULE", &R::MODULE, arg("pIDOrIndex"))
       .def("ITEM", &R::ITEM, arg("pIDOrIndex"))
-      .def("FIND", [](R& r, const std::string& n) { return r.FIND(n); }, arg("pName"))
+      .def(
+          "FIND", [](R& r, const std::string& n) { return r.FIND(n); }, arg("pName"))
       .def("INDEXCLEAR", &R::INDEXCLEAR)
       .def("REINDEX", &R::REINDEX)
-      .def("EXECUTE",
-           [](R& r, cls_KEL& k, const std::string& cmd, StructurePtr p, StructurePtr res) {
-             return r.EXECUTE(k, cmd, p, res);
-           },
-           arg("pKEL"), arg("pCmd"), arg("pParameters") = nullptr, arg("pResult") = nullptr)
+      .def(
+          "EXECUTE",
+          [](R& r, cls_KEL& k, const std::string& cmd, StructurePtr p, StructurePtr res) {
+            return r.EXECUTE(k, cmd, p, res);
+          },
+          arg("pKEL"), arg("pCmd"), arg("pParameters") = nullptr, arg("pResult") = nullptr)
       .def("SIGNAL", &R::SIGNAL, arg("pSignal"), arg("pParameters") = Variant())
-      .def("VARSET", [](R&, const Variant&, const Variant& v) { return v; }, arg("rDest"), arg("pSource"));
+      .def(
+          "VARSET", [](R&, const Variant&, const Variant& v) { return v; }, arg("rDest"), arg("pSource"));
 
   using K = cls_KEL;
   pyb::class_<K, Object, std::shared_ptr<K>>(m, "cls_KEL", "The KEL template interpreter.")
@@ -142,55 +150,74 @@ void BindKEL(pyb::module_& m) {
       .def_readonly("ERRORPLACES", &K::ERRORPLACES)
       .def_readwrite("LATER", &K::LATER)
       .def_readonly("MODULES", &K::MODULES)
-      .def("DECODE",
-           [](K& k, const Variant& p, StructurePtr d, const Variant& add, bool exec) { return k.DECODE(p, d, add, exec); },
-           arg("pPara"), arg("pData") = nullptr, arg("pAdd") = Variant(), arg("pAllowExec") = false)
+      .def(
+          "DECODE",
+          [](K& k, const Variant& p, StructurePtr d, const Variant& add, bool exec) {
+            return k.DECODE(p, d, add, exec);
+          },
+          arg("pPara"), arg("pData") = nullptr, arg("pAdd") = Variant(), arg("pAllowExec") = false)
       .def("ENCODE", &K::ENCODE, arg("pValue"), arg("pQuoteText") = false)
       .def("hToText", &K::hToText, arg("pValue"))
       .def("hData", &K::hData, arg("pText"))
       .def_static("hInArray", &K::hInArray, arg("pValue"), arg("pArray"))
-      .def("LITERAL", [](K& k, const std::string& s) { return k.LITERAL(s); }, arg("pText"))
-      .def("EXECUTE", [](K& k, const std::string& c, StructurePtr d) { return k.EXECUTE(c, d); },
-           arg("pCmd"), arg("pData") = nullptr)
-      .def("PROCESS", [](K& k, const std::string& t, StructurePtr d) { return k.PROCESS(t, d); },
-           arg("pText"), arg("pData") = nullptr)
-      .def("ENCAPSULATE",
-           [](K& k, std::string data, const std::string& a, const std::string& b) {
-             bool ok = k.ENCAPSULATE(data, a, b);
-             return pyb::make_tuple(ok, data);
-           },
-           arg("rData"), arg("pStartTag"), arg("pEndTag"), "-> (result, rData)")
+      .def(
+          "LITERAL", [](K& k, const std::string& s) { return k.LITERAL(s); }, arg("pText"))
+      .def(
+          "EXECUTE", [](K& k, const std::string& c, StructurePtr d) { return k.EXECUTE(c, d); }, arg("pCmd"),
+          arg("pData") = nullptr)
+      .def(
+          "PROCESS", [](K& k, const std::string& t, StructurePtr d) { return k.PROCESS(t, d); }, arg("pText"),
+          arg("pData") = nullptr)
+      .def(
+          "ENCAPSULATE",
+          [](K& k, std::string data, const std::string& a, const std::string& b) {
+            bool ok = k.ENCAPSULATE(data, a, b);
+            return pyb::make_tuple(ok, data);
+          },
+          arg("rData"), arg("pStartTag"), arg("pEndTag"), "-> (result, rData)")
       .def("QUITEXEC", &K::QUITEXEC)
       .def("QUIT_GET", &K::QUIT_GET)
       .def("CUTSHORT_GET", &K::CUTSHORT_GET)
-      .def("SYNTAXCHECK",
-           [](K& k, StructurePtr v, const std::string& w) {
-             bool ok = k.SYNTAXCHECK(v, w);
-             return pyb::make_tuple(ok, v);
-           },
-           arg("rValue"), arg("pParaWanted"), "-> (result, rValue)")
-      .def("LOCATE", [](K& k, const std::string& f, const std::string& d) { return k.LOCATE(f, d); },
-           arg("pFile"), arg("pDefault") = "")
-      .def("LOCATEALL", [](K& k, const std::string& f) { return k.LOCATEALL(f); }, arg("pFile"))
-      .def("ERRORS",
-           [](K& k, const std::string& t, const std::string& d, bool c) { return k.ERRORS(t, d, c); },
-           arg("pTitle"), arg("pDetail") = "", arg("pCritical") = false)
-      .def("ERRORTEXT", [](K& k, const std::string& s) { return k.ERRORTEXT(s); }, arg("pErrMsg"))
+      .def(
+          "SYNTAXCHECK",
+          [](K& k, StructurePtr v, const std::string& w) {
+            bool ok = k.SYNTAXCHECK(v, w);
+            return pyb::make_tuple(ok, v);
+          },
+          arg("rValue"), arg("pParaWanted"), "-> (result, rValue)")
+      .def(
+          "LOCATE", [](K& k, const std::string& f, const std::string& d) { return k.LOCATE(f, d); }, arg("pFile"),
+          arg("pDefault") = "")
+      .def(
+          "LOCATEALL", [](K& k, const std::string& f) { return k.LOCATEALL(f); }, arg("pFile"))
+      .def(
+          "ERRORS", [](K& k, const std::string& t, const std::string& d, bool c) { return k.ERRORS(t, d, c); },
+          arg("pTitle"), arg("pDetail") = "", arg("pCritical") = false)
+      .def(
+          "ERRORTEXT", [](K& k, const std::string& s) { return k.ERRORTEXT(s); }, arg("pErrMsg"))
       .def("ISERROR", &K::ISERROR, arg("pValue"))
-      .def("CRITICAL", [](K& k, const std::string& t, const std::string& x) { k.CRITICAL(t, x); },
-           arg("pTitle"), arg("pText"))
+      .def(
+          "CRITICAL", [](K& k, const std::string& t, const std::string& x) { k.CRITICAL(t, x); }, arg("pTitle"),
+          arg("pText"))
       .def("ERRORLISTSHOW", &K::ERRORLISTSHOW)
       .def("SIGNAL", &K::SIGNAL, arg("pSignal"), arg("pParameters") = Variant())
-      .def("VARSET", [](K&, const Variant&, const Variant& v) { return v; }, arg("rDest"), arg("pSource"))
-      .def("TRACESTART", [](K& k, const std::string& n) { k.TRACESTART(n); }, arg("pName"))
-      .def("TRACEEND", [](K& k, const std::string& n) { k.TRACEEND(n); }, arg("pName"))
-      .def("EXE", [](K& k, const std::string& c) { return k.EXE(c); }, arg("pCmd"))
+      .def(
+          "VARSET", [](K&, const Variant&, const Variant& v) { return v; }, arg("rDest"), arg("pSource"))
+      .def(
+          "TRACESTART", [](K& k, const std::string& n) { k.TRACESTART(n); }, arg("pName"))
+      .def(
+          "TRACEEND", [](K& k, const std::string& n) { k.TRACEEND(n); }, arg("pName"))
+      .def(
+          "EXE", [](K& k, const std::string& c) { return k.EXE(c); }, arg("pCmd"))
       .def("EXEARRAY", &K::EXEARRAY, arg("pCmds"))
       // Events: assign a Python callable, or None to remove it.
       .def_property(
           "WARNING", [](K&) { return pyb::none(); },
           [](K& k, pyb::object fn) {
-            if (fn.is_none()) { k.WARNING = nullptr; return; }
+            if (fn.is_none()) {
+              k.WARNING = nullptr;
+              return;
+            }
             auto h = std::make_shared<PyHostObject>(std::move(fn));
             k.WARNING = [h](const std::string& msg, bool& rContinue) {
               pyb::gil_scoped_acquire gil;
@@ -202,7 +229,10 @@ void BindKEL(pyb::module_& m) {
       .def_property(
           "SIGNALED", [](K&) { return pyb::none(); },
           [](K& k, pyb::object fn) {
-            if (fn.is_none()) { k.SIGNALED = nullptr; return; }
+            if (fn.is_none()) {
+              k.SIGNALED = nullptr;
+              return;
+            }
             auto h = std::make_shared<PyHostObject>(std::move(fn));
             k.SIGNALED = [h](K& kel, bool& rDone, const Variant& flags) {
               pyb::gil_scoped_acquire gil;
@@ -214,7 +244,10 @@ void BindKEL(pyb::module_& m) {
       .def_property(
           "CRITICALERRORS", [](K&) { return pyb::none(); },
           [](K& k, pyb::object fn) {
-            if (fn.is_none()) { k.CRITICALERRORS = nullptr; return; }
+            if (fn.is_none()) {
+              k.CRITICALERRORS = nullptr;
+              return;
+            }
             auto h = std::make_shared<PyHostObject>(std::move(fn));
             k.CRITICALERRORS = [h](const StructurePtr& errors) {
               pyb::gil_scoped_acquire gil;

@@ -11,9 +11,11 @@ void BindKELDB(pyb::module_& m) {
   using D = mod_KELDB;
   pyb::class_<D, cls_KELModuleInterface, std::shared_ptr<D>>(m, "mod_KELDB")
       .def(pyb::init([] { return std::make_shared<D>(); }))
-      .def("ATTACH", [](D& d, const DBPtr& db, const std::string& name) { d.ATTACH(db, name); }, arg("pDB"),
-           arg("pName") = "MAIN")
-      .def("DB_GET", [](const D& d, const std::string& name) { return d.DB_GET(name); }, arg("pName") = "")
+      .def(
+          "ATTACH", [](D& d, const DBPtr& db, const std::string& name) { d.ATTACH(db, name); }, arg("pDB"),
+          arg("pName") = "MAIN")
+      .def(
+          "DB_GET", [](const D& d, const std::string& name) { return d.DB_GET(name); }, arg("pName") = "")
       .def("CURRENT_GET", &D::CURRENT_GET);
 }
 

@@ -21,9 +21,7 @@ template <class F>
 std::pair<int, std::string> Failure(F&& f) {
   try {
     f();
-  } catch (const Error& e) {
-    return {e.number, e.description};
-  }
+  } catch (const Error& e) { return {e.number, e.description}; }
   return {0, ""};
 }
 
@@ -53,9 +51,7 @@ struct TempDir {
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
   std::string operator/(const std::string& name) const { return (path / name).string(); }
-  size_t Count() const {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(path), {}));
-  }
+  size_t Count() const { return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(path), {})); }
 };
 
 // The bytes of a file; "" when it cannot be read.
@@ -67,7 +63,9 @@ inline std::string ReadAll(const std::filesystem::path& pPath) {
 // While it lives, the library's notices are answered "OK" without a word; the default comes back
 // at the end.
 struct QuietNotices {
-  QuietNotices() { SetNotifier([](const Notification&) { return std::string("OK"); }); }
+  QuietNotices() {
+    SetNotifier([](const Notification&) { return std::string("OK"); });
+  }
   ~QuietNotices() { SetNotifier({}); }
   QuietNotices(const QuietNotices&) = delete;
   QuietNotices& operator=(const QuietNotices&) = delete;

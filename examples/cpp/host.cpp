@@ -35,7 +35,8 @@ int main(int argc, char** argv) {
   kel->VARIABLES->ITEM_LET("minimum", 1000);
   std::string out = kel->PROCESS(
       "{VAR gut {{DB:QUERY UMSATZ \">= 1000\"}}}Umsatz ab {VAR:minimum}: {DB:COUNT VAR:gut} Kunden\n"
-      "{ITERATE k {{DB:ENTRIES {{DB:SORT VAR:gut UMSATZ REV=1}}}} {• {VAR:k.VORNAME} {VAR:k.NACHNAME}, {VAR:k.ORT}\n}}");
+      "{ITERATE k {{DB:ENTRIES {{DB:SORT VAR:gut UMSATZ REV=1}}}} {• {VAR:k.VORNAME} {VAR:k.NACHNAME}, "
+      "{VAR:k.ORT}\n}}");
   std::fputs(out.c_str(), stdout);
   int errors = kel->ERRORLIST->COUNT();
   if (errors > 0) std::fprintf(stderr, "rykel_host: %d template errors\n", errors);

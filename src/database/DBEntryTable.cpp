@@ -152,7 +152,10 @@ double DBEntryTable::MaxId() {
     max_id_ = 0;
     bool first = true;
     for (const auto& [d, slot] : numeric_map_)
-      if (first || d > max_id_) { max_id_ = d; first = false; }
+      if (first || d > max_id_) {
+        max_id_ = d;
+        first = false;
+      }
     max_valid_ = true;
   }
   return Count() ? max_id_ : 0;

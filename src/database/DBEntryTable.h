@@ -25,8 +25,8 @@ namespace rykel {
 class DBEntryTable {
  public:
   struct Entry {
-    Variant id;          // Empty for a hole
-    StructurePtr data;   // may be null: an entry without a structure
+    Variant id;         // Empty for a hole
+    StructurePtr data;  // may be null: an entry without a structure
   };
 
   void Clear();

@@ -10,8 +10,8 @@
 #include "frame/FileIO.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
-#include "structure/mdl_GlobalStructure.h"
 #include "structure/cls_StructureManager.h"
+#include "structure/mdl_GlobalStructure.h"
 #include "structure/mdl_StructureScript.h"
 
 namespace rykel {
@@ -62,7 +62,8 @@ class Reader {
       // the line ends at the first CR or LF: find the LF fast, then look for a CR before it
       const char* lf = static_cast<const char*>(std::memchr(text.data(), '\n', text.size()));
       size_t end = lf ? static_cast<size_t>(lf - text.data()) : text.size();
-      if (const void* cr = std::memchr(text.data(), '\r', end)) end = static_cast<size_t>(static_cast<const char*>(cr) - text.data());
+      if (const void* cr = std::memchr(text.data(), '\r', end))
+        end = static_cast<size_t>(static_cast<const char*>(cr) - text.data());
       if (!Line(hTrim(text.substr(0, end)))) return false;
       if (end == text.size()) break;
       end += (text[end] == '\r' && end + 1 < text.size() && text[end + 1] == '\n') ? 2 : 1;

@@ -484,7 +484,8 @@ void cls_DB::ENTRYSTRUCTURE_LET(const StructurePtr& pEntries) {
       for (size_t i = 0; i < items.size(); ++i) {
         const auto& it = items[i];
         if (!it.used) continue;
-        Variant id = entries_.NormalizeId(it.name ? Variant(m.Names().Name(it.name)) : Variant(static_cast<int32_t>(i)));
+        Variant id =
+            entries_.NormalizeId(it.name ? Variant(m.Names().Name(it.name)) : Variant(static_cast<int32_t>(i)));
         StructurePtr data = it.isStruct ? m.Ref(it.child) : cls_Structure::New();
         entries_.Put(id, std::move(data));
       }
@@ -498,7 +499,8 @@ Variant cls_DB::ENTRYFREEID() {
   return Guard(kClass, "ENTRYFREEID", [&]() -> Variant {
     if (!entries_.Numeric()) {
       std::string t;
-      do t = hUniqueText(); while (entries_.Find(Variant(t)));
+      do t = hUniqueText();
+      while (entries_.Find(Variant(t)));
       return Variant(t);
     }
     freeCounter_ += 1;
@@ -515,7 +517,8 @@ Variant cls_DB::ENTRYFREEIDEVEN() {
   return Guard(kClass, "ENTRYFREEIDEVEN", [&]() -> Variant {
     if (!entries_.Numeric()) {
       std::string t;
-      do t = hUniqueText(); while (entries_.Find(Variant(t)));
+      do t = hUniqueText();
+      while (entries_.Find(Variant(t)));
       return Variant(t);
     }
     freeCounterEven_ += 1;

@@ -47,24 +47,24 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   std::string TypeName() const override { return "cls_DB"; }
 
   // ---- public state (defaults are the values after DBCLEAR) ---------------------------------
-  std::string DBICON_GET() const { return icon_; }                 // "database"
+  std::string DBICON_GET() const { return icon_; }  // "database"
   void DBICON_LET(std::string v) { icon_ = std::move(v); }
-  std::string DBDESCRIPTION_GET() const { return description_; }   // ""
+  std::string DBDESCRIPTION_GET() const { return description_; }  // ""
   void DBDESCRIPTION_LET(std::string v) { description_ = std::move(v); }
-  std::string DBNAME_GET() const { return name_; }                 // ""
+  std::string DBNAME_GET() const { return name_; }  // ""
   void DBNAME_LET(std::string v) { name_ = std::move(v); }
-  std::string DBID_GET() const { return id_; }                     // ""
+  std::string DBID_GET() const { return id_; }  // ""
   void DBID_LET(std::string v) { id_ = std::move(v); }
-  bool DBEXTENSIBLE_GET() const { return extensible_; }            // true
+  bool DBEXTENSIBLE_GET() const { return extensible_; }  // true
   void DBEXTENSIBLE_LET(bool v) { extensible_ = v; }
   // True: entry ids are numbers. Changing it empties the entry table.
-  bool DBNUMERIC_GET() const { return entries_.Numeric(); }        // true
+  bool DBNUMERIC_GET() const { return entries_.Numeric(); }  // true
   void DBNUMERIC_LET(bool v);
-  bool DBMOVABLE_GET() const { return movable_; }                  // true
+  bool DBMOVABLE_GET() const { return movable_; }  // true
   void DBMOVABLE_LET(bool v) { movable_ = v; }
-  std::string DBMASK_GET() const { return mask_; }                 // ""
+  std::string DBMASK_GET() const { return mask_; }  // ""
   void DBMASK_LET(std::string v) { mask_ = std::move(v); }
-  std::string DBTYPING_GET() const { return typing_; }             // ""
+  std::string DBTYPING_GET() const { return typing_; }  // ""
   void DBTYPING_LET(std::string v) { typing_ = std::move(v); }
   // The interpreter the database works for (a cls_KEL); kept by DBCLEAR.
   ObjectPtr KEL_GET() const { return kel_; }
@@ -75,22 +75,22 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   // function that renders one field's CODE; for a null entry it only makes the interpreter and
   // returns an empty function. Not installed: dynamic fields are left as stored.
   using DynamicFields = std::function<Variant(const std::string& pCode)> (*)(ObjectPtr& rKEL,
-                                                                              const StructurePtr& pEntry);
+                                                                             const StructurePtr& pEntry);
   static void SetDynamicFields(DynamicFields pHook);
   // The installed hook (null when none).
   static DynamicFields hDynamicFields();
   // Directories searched for a header named by a database file (items are paths); kept by DBCLEAR.
   StructurePtr HEADERLOCATIONS_GET();
   void HEADERLOCATIONS_SET(StructurePtr v) { headerLocations_ = std::move(v); }
-  bool ENTRYCHANGED_GET() const { return entryChanged_; }          // kept by DBCLEAR
+  bool ENTRYCHANGED_GET() const { return entryChanged_; }  // kept by DBCLEAR
   void ENTRYCHANGED_LET(bool v) { entryChanged_ = v; }
-  bool DBOPENED_GET() const { return opened_; }                    // false
-  int32_t DBVERSION_GET() const { return version_; }               // 7
-  std::string DBFILE_GET() const { return dbFile_; }               // ""
-  std::string HEADERFILE_GET() const { return headerFile_; }       // ""
+  bool DBOPENED_GET() const { return opened_; }               // false
+  int32_t DBVERSION_GET() const { return version_; }          // 7
+  std::string DBFILE_GET() const { return dbFile_; }          // ""
+  std::string HEADERFILE_GET() const { return headerFile_; }  // ""
   // The database file's path with ".cache" appended; set by DBOPEN.
-  std::string CACHEFILE_GET() const { return cacheFile_; }         // ""
-  bool DBREADONLY_GET() const { return readOnly_; }                // false
+  std::string CACHEFILE_GET() const { return cacheFile_; }  // ""
+  bool DBREADONLY_GET() const { return readOnly_; }         // false
 
   // ---- files ---------------------------------------------------------------------------------
   // Opens database file pDBFile with header file pHeaderFile (either may be ""). Settings may
@@ -238,8 +238,7 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   // Display text of an entry's field (reference values go through the value event first).
   std::string FIELDTEXT_GET(const Variant& pID, const Variant& pField, int32_t pMode = 0);
   std::string FIELDTEXTHTML_GET(const Variant& pID, const Variant& pField, int32_t pMode = 0);
-  std::string FIELDTEXTSORT_GET(const Variant& pID, const Variant& pField, bool pPrefix = false,
-                                bool pInvert = false);
+  std::string FIELDTEXTSORT_GET(const Variant& pID, const Variant& pField, bool pPrefix = false, bool pInvert = false);
 
   // ---- position labels -----------------------------------------------------------------------
   // Records the last position label (a literal that outlives the database) and up to two numbers.
@@ -371,11 +370,11 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   ObjectPtr kel_;
   StructurePtr headerLocations_;
   bool entryChanged_ = false, opened_ = false, readOnly_ = false, fieldsChanged_ = false;
-  bool rebuilding_ = false;   // inside hFieldDynamicRebuild: storing the rendered values starts no other
+  bool rebuilding_ = false;  // inside hFieldDynamicRebuild: storing the rendered values starts no other
   int32_t version_ = 7;
   std::string dbFile_, headerFile_, cacheFile_, openError_, checkReport_, saveError_;
-  fileio::FileLock lock_;     // held from DBOPEN to DBCLEAR with the setting "LOCK"
-  fileio::FileStamp stamp_;   // the database file as last read or written
+  fileio::FileLock lock_;    // held from DBOPEN to DBCLEAR with the setting "LOCK"
+  fileio::FileStamp stamp_;  // the database file as last read or written
   double lockWait_ = 30;
 
   std::vector<DBFieldPtr> fields_;

@@ -17,9 +17,7 @@ namespace {
 constexpr const char* kClass = "cls_DBField";
 constexpr std::string_view kTimestamp = "{IO:TIMESTAMP}";
 
-bool hIsBlank(const Variant& v) {
-  return v.isEmpty() || v.isNull() || (v.isString() && v.str().empty());
-}
+bool hIsBlank(const Variant& v) { return v.isEmpty() || v.isNull() || (v.isString() && v.str().empty()); }
 
 // Sixteen hex digits whose text order is the numeric order of doubles (negative ones included):
 // the IEEE bits with the sign bit flipped for positives and all bits flipped for negatives.
@@ -180,8 +178,8 @@ std::string cls_DBField::TYPETEXT(int32_t pType, bool pGerman) {
 }
 
 std::vector<std::string> cls_DBField::TYPEMEMBERS() {
-  return {"LONG", "DOUBLE", "ENUM", "ENUMMULTI", "ENUMNUMERIC", "REFERENCE",
-          "REFERENCENUMERIC", "DATE", "STRING", "BOOL", "STRUCT"};
+  return {"LONG", "DOUBLE", "ENUM", "ENUMMULTI", "ENUMNUMERIC", "REFERENCE", "REFERENCENUMERIC",
+          "DATE", "STRING", "BOOL", "STRUCT"};
 }
 
 int32_t cls_DBField::TYPEDECODE(std::string_view pWord) {
@@ -254,23 +252,17 @@ Variant cls_DBField::VALUECONVERT(const Variant& pValue) const {
       case ID_DBFieldType_Date:
         if (pValue.isString() && text::Trim(pValue.str()).empty()) return Variant();
         return Variant::Date(CDate(pValue));
-      case ID_DBFieldType_Boolean:
-        return Variant(mdl_Global::hCBool(pValue));
-      case ID_DBFieldType_Structure:
-        return pValue;
-      default:
-        return pValue.isString() ? pValue : Variant(CStr(pValue));
+      case ID_DBFieldType_Boolean: return Variant(mdl_Global::hCBool(pValue));
+      case ID_DBFieldType_Structure: return pValue;
+      default: return pValue.isString() ? pValue : Variant(CStr(pValue));
     }
-  } catch (const Error&) {
-    return Variant();
-  }
+  } catch (const Error&) { return Variant(); }
 }
 
 std::string cls_DBField::TEXT(const Variant& pValue, int32_t pMode) const {
   if (hIsBlank(pValue)) return FORMATEMPTY;
   switch (TYPE) {
-    case ID_DBFieldType_Boolean:
-      return mdl_Global::hCBool(pValue) ? "Ja" : "Nein";
+    case ID_DBFieldType_Boolean: return mdl_Global::hCBool(pValue) ? "Ja" : "Nein";
     case ID_DBFieldType_Date: {
       Variant d = VALUECONVERT(pValue);
       return d.isDate() ? date::ToText(d.rawDouble()) : CStr(pValue);
@@ -285,11 +277,9 @@ std::string cls_DBField::TEXT(const Variant& pValue, int32_t pMode) const {
       }
       return CStr(d);
     }
-    case ID_DBFieldType_Structure:
-      return pValue.isObject() ? std::string() : CStr(pValue);
+    case ID_DBFieldType_Structure: return pValue.isObject() ? std::string() : CStr(pValue);
     case ID_DBFieldType_Enum:
-    case ID_DBFieldType_EnumNumeric:
-      return hChoiceText(CStr(pValue), pMode);
+    case ID_DBFieldType_EnumNumeric: return hChoiceText(CStr(pValue), pMode);
     case ID_DBFieldType_EnumMulti: {
       std::string out;
       for (const std::string& part : text::Split(CStr(pValue), ",")) {
@@ -300,8 +290,7 @@ std::string cls_DBField::TEXT(const Variant& pValue, int32_t pMode) const {
       }
       return out;
     }
-    default:
-      return CStr(pValue);
+    default: return CStr(pValue);
   }
 }
 
@@ -330,12 +319,8 @@ std::string cls_DBField::TEXTSORT(const Variant& pValue, bool pPrefix, bool pInv
         s = v.isDate() ? date::ToIso(v.rawDouble()) : hFoldText(CStr(pValue));
         break;
       }
-      case ID_DBFieldType_Boolean:
-        s = mdl_Global::hCBool(pValue) ? "1" : "0";
-        break;
-      case ID_DBFieldType_Structure:
-        s.clear();
-        break;
+      case ID_DBFieldType_Boolean: s = mdl_Global::hCBool(pValue) ? "1" : "0"; break;
+      case ID_DBFieldType_Structure: s.clear(); break;
       case ID_DBFieldType_Enum:
       case ID_DBFieldType_EnumNumeric:
       case ID_DBFieldType_EnumMulti: {
@@ -349,8 +334,7 @@ std::string cls_DBField::TEXTSORT(const Variant& pValue, bool pPrefix, bool pInv
         }
         break;
       }
-      default:
-        s = hFoldText(CStr(pValue));
+      default: s = hFoldText(CStr(pValue));
     }
   }
   return pInvert ? hSortTextInvert(s) : s;
@@ -368,8 +352,7 @@ std::string cls_DBField::INDEXKEY(const Variant& pValue) const {
         k += CStr(pValue);
       }
       break;
-    default:
-      break;
+    default: break;
   }
   return k;
 }

@@ -31,12 +31,14 @@ class cls_DB;
 // kind says how STRUCTURE_LET reads the key: Flag (truth words), Text, Number (a whole number),
 // Type (a number, keyword or display name), Value (as it stands). A member added here needs its
 // declaration below and its default in CLEAR.
+// clang-format off
 #define RYKEL_DBFIELD_MEMBERS(X)                                                                       \
   X(INDEXED, Flag) X(NAME, Text) X(TEXTSOURCE, Text) X(SORTFIELD, Text) X(SHORTNAME, Text)          \
   X(TYPE, Type) X(DYNAMIC, Flag) X(DEFAULT, Value) X(WRITEONCE, Flag) X(MEMBERS, Text)             \
   X(COLORS, Text) X(FORMATS, Text) X(FILTER, Text) X(CODE, Text) X(REFERENCESOURCE, Text)          \
   X(FORMATALIGN, Number) X(FORMATEMPTY, Text) X(FORMATTYPE, Number) X(FORMATDIGITS, Number)         \
   X(DESCRIPTION, Text)
+// clang-format on
 
 class cls_DBField : public Object, public std::enable_shared_from_this<cls_DBField> {
  public:
@@ -44,26 +46,26 @@ class cls_DBField : public Object, public std::enable_shared_from_this<cls_DBFie
   std::string TypeName() const override { return "cls_DBField"; }
 
   // ---- the definition (defaults as after CLEAR) --------------------------------------------
-  std::string ID;                 // "" ; the key of the field in entries and in the header
-  bool INDEXED = false;           // keeps a cls_DBIndex of its values
-  std::string NAME;               // display name
+  std::string ID;        // "" ; the key of the field in entries and in the header
+  bool INDEXED = false;  // keeps a cls_DBIndex of its values
+  std::string NAME;      // display name
   std::string TEXTSOURCE;
   std::string SORTFIELD;
   std::string SHORTNAME;
   int32_t TYPE = ID_DBFieldType_String;  // enm_DBFieldType
-  bool DYNAMIC = false;           // rebuilt from CODE when entries change
-  Variant DEFAULT;                // value of new entries; "{IO:TIMESTAMP}" means the present time
+  bool DYNAMIC = false;                  // rebuilt from CODE when entries change
+  Variant DEFAULT;                       // value of new entries; "{IO:TIMESTAMP}" means the present time
   bool WRITEONCE = false;
-  std::string MEMBERS;            // choice members, "," separated
+  std::string MEMBERS;  // choice members, "," separated
   std::string COLORS;
   std::string FORMATS;
   std::string FILTER;
   std::string CODE;
   std::string REFERENCESOURCE;
-  int32_t FORMATALIGN = 0;        // 0 by type, 1 left, 2 centre, 3 right
-  std::string FORMATEMPTY;        // shown for an empty value
+  int32_t FORMATALIGN = 0;  // 0 by type, 1 left, 2 centre, 3 right
+  std::string FORMATEMPTY;  // shown for an empty value
   int32_t FORMATTYPE = 0;
-  int32_t FORMATDIGITS = -1;      // decimals of DOUBLE display texts; -1 as many as needed
+  int32_t FORMATDIGITS = -1;  // decimals of DOUBLE display texts; -1 as many as needed
   std::string DESCRIPTION;
 
   // The definition keys (RYKEL_DBFIELD_MEMBERS) in STRUCTURE_GET order.

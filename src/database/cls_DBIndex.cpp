@@ -54,16 +54,14 @@ std::vector<Variant> cls_DBIndex::WALK(bool pRev) const {
   std::vector<Variant> out;
   out.reserve(static_cast<size_t>(count_));
   if (pRev) {
-    for (auto it = map_.rbegin(); it != map_.rend(); ++it)
-      out.insert(out.end(), it->second.begin(), it->second.end());
+    for (auto it = map_.rbegin(); it != map_.rend(); ++it) out.insert(out.end(), it->second.begin(), it->second.end());
   } else {
     for (const auto& [key, ids] : map_) out.insert(out.end(), ids.begin(), ids.end());
   }
   return out;
 }
 
-void cls_DBIndex::VISIT(
-    const std::function<bool(const std::string&, const std::vector<Variant>&)>& pVisit) const {
+void cls_DBIndex::VISIT(const std::function<bool(const std::string&, const std::vector<Variant>&)>& pVisit) const {
   for (const auto& [key, ids] : map_)
     if (!pVisit(key, ids)) return;
 }

@@ -33,9 +33,12 @@ class cls_DBIndex : public Object {
   std::vector<Variant> WALK(bool pRev = false) const;
   // Calls pVisit(key, ids) per key in ascending order; stops when it returns false.
   void VISIT(const std::function<bool(const std::string&, const std::vector<Variant>&)>& pVisit) const;
-  int32_t COUNT() const { return count_; }       // ids
+  int32_t COUNT() const { return count_; }  // ids
   int32_t KEYCOUNT() const { return static_cast<int32_t>(map_.size()); }
-  void CLEAR() { map_.clear(); count_ = 0; }
+  void CLEAR() {
+    map_.clear();
+    count_ = 0;
+  }
   // True when both hold the same ids under the same keys (order within a key ignored).
   bool SAMEAS(const cls_DBIndex& pOther) const;
 

@@ -15,9 +15,7 @@ constexpr const char* kClass = "cls_DBView";
 std::string hKeyOf(std::string_view field) { return text::Replace(field, ".", "_"); }
 std::string hFieldOf(std::string_view key) { return text::Replace(key, "_", "."); }
 // Field names match upper-cased, with "_" and "." alike.
-bool hSameField(std::string_view a, std::string_view b) {
-  return text::UCase(hKeyOf(a)) == text::UCase(hKeyOf(b));
-}
+bool hSameField(std::string_view a, std::string_view b) { return text::UCase(hKeyOf(a)) == text::UCase(hKeyOf(b)); }
 
 }  // namespace
 

@@ -44,13 +44,13 @@ class cls_DBView : public Object {
     std::string BACKCOLOR;
   };
 
-  std::string ID;         // identifying text; the key of the view in the header
-  std::string NAME;       // display name
+  std::string ID;    // identifying text; the key of the view in the header
+  std::string NAME;  // display name
   std::string SORTFIELD;
   bool SORTREV = false;
   std::string SORTFIELD2;
   bool SORTREV2 = false;
-  std::string ACTION;     // an operation applied to a filtered list; "" for none
+  std::string ACTION;  // an operation applied to a filtered list; "" for none
   std::vector<Column> COLUMNS;
   std::vector<std::pair<std::string, std::string>> FILTERS;  // field, condition text
   std::string FILTERMODE = "AND";

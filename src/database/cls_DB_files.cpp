@@ -54,8 +54,8 @@ bool hIsBinaryName(std::string_view file) {
   std::string up = text::UCase(file);
   size_t dot = up.rfind('.');
   size_t slash = up.rfind('/');
-  bool extension = dot != std::string::npos && (slash == std::string::npos || dot > slash) &&
-                   up.substr(dot + 1) == "RY-DBB";
+  bool extension =
+      dot != std::string::npos && (slash == std::string::npos || dot > slash) && up.substr(dot + 1) == "RY-DBB";
   return extension || (up.size() >= 10 && up.substr(up.size() - 10) == "RY-DBB.TMP");
 }
 
@@ -155,14 +155,13 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
     lockWait_ = pSettings ? CDbl(pSettings->ITEM_GET("LOCKWAIT", 30.0)) : 30.0;
     if (!readOnly && !D.empty() && pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("LOCK", false)))
       lock_.Acquire(D, lockWait_);
-  } catch (const Error& e) {
-    hOpenFail(e.number, e.description);
-  }
+  } catch (const Error& e) { hOpenFail(e.number, e.description); }
   if (!H.empty() && !mdl_FileTools::FILEEXISTS(H)) hOpenFail(err::kFileNotFound, "Header '" + H + "' does not exist");
   if (!D.empty() && !mdl_FileTools::FILEEXISTS(D)) {
     if (readOnly) hOpenFail(err::kFileNotFound, "DB file '" + D + "' does not exist (Read-only)");
     if (std::FILE* f = std::fopen(D.c_str(), "ab")) std::fclose(f);
-    if (!mdl_FileTools::FILEEXISTS(D)) hOpenFail(err::kPathFileAccess, "DB file '" + D + "' does not exist and cannot be created!");
+    if (!mdl_FileTools::FILEEXISTS(D))
+      hOpenFail(err::kPathFileAccess, "DB file '" + D + "' does not exist and cannot be created!");
     isNew = true;
   } else if (!D.empty() && !H.empty() && hFileTime(D) < hFileTime(H)) {
     reindex = true;
@@ -179,9 +178,7 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
     if (!hLocateHeader(name, path)) hOpenFail(err::kFileNotFound, "Header '" + path + "' could not be located!");
     try {
       fileio::RequireRegularFile(path, "Header");
-    } catch (const Error& e) {
-      hOpenFail(e.number, e.description);
-    }
+    } catch (const Error& e) { hOpenFail(e.number, e.description); }
     headerFile_ = path;
     if (!HEADERLOAD(path)) hOpenFail(err::kInvalidData, "Header file ('" + path + "') invalid!");
   };
@@ -195,9 +192,7 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
     stamp_ = fileio::StampOf(dbFile_);
     try {
       mdl_Limits::CheckInputSize(static_cast<uint64_t>(st.st_size), "DB file '" + D + "'");
-    } catch (const Error& e) {
-      hOpenFail(e.number, e.description);
-    }
+    } catch (const Error& e) { hOpenFail(e.number, e.description); }
     auto readFail = [&](const Error& e) {
       if (e.number == err::kFileNotFound) hOpenFail(e.number, "DB file '" + D + "' does not exist");
       hOpenFail(err::kInvalidData, "DB entry file ('" + dbFile_ + "') invalid!");
@@ -208,9 +203,7 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
       if (!empty) {
         try {
           hReadBinary(dbFile_, headerName, rows);
-        } catch (const Error& e) {
-          readFail(e);
-        }
+        } catch (const Error& e) { readFail(e); }
       }
       // The header first: it decides whether ids are numbers or texts.
       if (!headerGiven) locateAndLoad(headerName);
@@ -230,12 +223,10 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
           text = fileio::ReadRegularFile(dbFile_, &stamp_);
           streamed = DBStructureFile::Read(text, headerName, rows);
           if (!streamed) loaded = hStructureFromScript(text);
-        } catch (const Error& e) {
-          readFail(e);
-        }
+        } catch (const Error& e) { readFail(e); }
       }
       if (!headerGiven)
-        locateAndLoad(streamed  ? headerName
+        locateAndLoad(streamed ? headerName
                       : loaded ? CStr(loaded->ITEM_GET("INFO.HEADER", std::string(kDefaultHeader)))
                                : "");
       if (streamed && !hInstallStructureRows(rows)) loaded = hStructureFromScript(text);
@@ -264,9 +255,7 @@ bool cls_DB::DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile, 
     openError_.clear();
     try {
       return hOpen(pDBFile, pHeaderFile, pSettings);
-    } catch (const OpenFailure& f) {
-      openError_ = f.message;
-    } catch (const Error& e) {
+    } catch (const OpenFailure& f) { openError_ = f.message; } catch (const Error& e) {
       openError_ = e.description;
     }
     std::string info = pSettings ? hEntryText(pSettings) : std::string();
@@ -301,16 +290,18 @@ bool cls_DB::DBSAVE(bool pForce) {
       if (!lock_.Held()) writeLock.Acquire(dbFile_, lockWait_);
       fileio::FileStamp now = fileio::StampOf(dbFile_);
       if (!pForce && now.Exists() && now != stamp_)
-        Raise(err::kPathFileAccess, "'" + dbFile_ + "' changed on disk since it was opened or last saved; not "
-                                    "overwritten (open it again, or force the save)");
+        Raise(err::kPathFileAccess, "'" + dbFile_ +
+                                        "' changed on disk since it was opened or last saved; not "
+                                        "overwritten (open it again, or force the save)");
       if (hIsBinaryName(dbFile_)) hWriteBinary(dbFile_);
       else if (!DBStructureFile::Write(dbFile_, hFileName(headerFile_), entries_.Entries(), entries_.Numeric()))
         hStructureFileSave(DBSTRUCTURE_GET(), dbFile_);
       stamp_ = fileio::StampOf(dbFile_);  // still under the lock: this is what was written
     } catch (const Error& e) {
       saveError_ = e.description;
-      Notify({"Database error", "The database could not be saved:\r\nDatabase: " + dbFile_ + "\r\nError: " + e.description,
-              "OK", "Critical"});
+      Notify({"Database error",
+              "The database could not be saved:\r\nDatabase: " + dbFile_ + "\r\nError: " + e.description, "OK",
+              "Critical"});
       return false;
     }
     entryChanged_ = false;
@@ -364,7 +355,8 @@ void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName, std
   for (int32_t i = 0; i < count; ++i) {
     Variant id = r.Read();
     double d;
-    Variant num = NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
+    Variant num =
+        NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
     r.Read();  // marker: the content is restored from its text either way
     rRows.push_back({std::move(num), hEntryFromText(r.ReadStringView())});
   }
@@ -444,7 +436,8 @@ std::string cls_DB::SERIALIZE() {
     Random& rng = ThreadRandom();
     std::string sep = "<";
     for (size_t i = 1; i < parts.size(); ++i)
-      while (parts[i].find(sep) != std::string::npos) sep.push_back(static_cast<char>(65 + static_cast<int>(rng.Rnd() * 36)));
+      while (parts[i].find(sep) != std::string::npos)
+        sep.push_back(static_cast<char>(65 + static_cast<int>(rng.Rnd() * 36)));
     sep.push_back('>');
     parts[0] = "DBS1:" + sep + "@";
     size_t total = 0;
@@ -499,7 +492,8 @@ bool cls_DB::UNSERIALIZE(const std::string& pText) {
         size_t c = line.find(':');
         if (c == std::string::npos) continue;
         std::string left = line.substr(0, c);
-        Variant id = numeric ? DBEntryTable::NumberId(DBEntryTable::LeadingNumber(left)) : Variant(text::Replace(left, "_._", ":"));
+        Variant id = numeric ? DBEntryTable::NumberId(DBEntryTable::LeadingNumber(left))
+                             : Variant(text::Replace(left, "_._", ":"));
         rows.push_back({id, hEntryFromText(std::string_view(line).substr(c + 1))});
       }
     }
@@ -566,9 +560,7 @@ bool cls_DB::HEADERLOAD(const std::string& pFile) {
     StructurePtr h;
     try {
       h = hStructureFileLoad(pFile);
-    } catch (const Error&) {
-      return false;
-    }
+    } catch (const Error&) { return false; }
     if (!h->EXISTS_GET("HEADER") && !h->EXISTS_GET("FIELDS")) return false;
     HEADERSTRUCTURE_LET(h);
     return true;

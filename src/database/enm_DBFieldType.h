@@ -46,12 +46,11 @@ static_assert(kDBFieldTypeNames.size() == ID_DBFieldType_EnumMulti + 1, "one nam
 
 // Numbers of every kind, whose values compare numerically.
 constexpr bool DBFieldTypeIsNumeric(int32_t t) {
-  return t == ID_DBFieldType_Long || t == ID_DBFieldType_Double ||
-         t == ID_DBFieldType_EnumNumeric || t == ID_DBFieldType_ReferenceNumeric;
+  return t == ID_DBFieldType_Long || t == ID_DBFieldType_Double || t == ID_DBFieldType_EnumNumeric ||
+         t == ID_DBFieldType_ReferenceNumeric;
 }
 constexpr bool DBFieldTypeIsChoice(int32_t t) {
-  return t == ID_DBFieldType_Enum || t == ID_DBFieldType_EnumNumeric ||
-         t == ID_DBFieldType_EnumMulti;
+  return t == ID_DBFieldType_Enum || t == ID_DBFieldType_EnumNumeric || t == ID_DBFieldType_EnumMulti;
 }
 constexpr bool DBFieldTypeIsReference(int32_t t) {
   return t == ID_DBFieldType_Reference || t == ID_DBFieldType_ReferenceNumeric;

@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <cctype>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -70,9 +70,7 @@ std::string OfficeProcess::hFileUrl(const std::string& pPath) {
 
 OfficeProcess::~OfficeProcess() { END(); }
 
-std::string OfficeProcess::CONNECTION() const {
-  return "uno:pipe,name=" + pipe_ + ";urp;StarOffice.ComponentContext";
-}
+std::string OfficeProcess::CONNECTION() const { return "uno:pipe,name=" + pipe_ + ";urp;StarOffice.ComponentContext"; }
 
 bool OfficeProcess::START(const std::string& pProgram, double pTimeoutSeconds) {
   // A client whose office dies mid-call must get an error from the bridge, not die of SIGPIPE.
@@ -83,8 +81,14 @@ bool OfficeProcess::START(const std::string& pProgram, double pTimeoutSeconds) {
   std::random_device rd;
   pipe_ = "rykel_" + std::to_string(::getpid()) + "_" + std::to_string(++counter) + "_" + std::to_string(rd());
 
-  std::vector<std::string> args = {pProgram, "--headless", "--invisible", "--nologo", "--norestore",
-                                   "--nodefault", "--nolockcheck", "-env:UserInstallation=" + hFileUrl(profile_),
+  std::vector<std::string> args = {pProgram,
+                                   "--headless",
+                                   "--invisible",
+                                   "--nologo",
+                                   "--norestore",
+                                   "--nodefault",
+                                   "--nolockcheck",
+                                   "-env:UserInstallation=" + hFileUrl(profile_),
                                    "--accept=pipe,name=" + pipe_ + ";urp;StarOffice.ComponentContext"};
   std::vector<char*> argv;
   for (auto& a : args) argv.push_back(a.data());
@@ -159,8 +163,7 @@ void OfficeProcess::END(double pGraceSeconds) {
   if (pid_ > 0 && !reaped_) {
     // The leader is unreaped, so the group id is still ours: the kill cannot hit a stranger.
     ::kill(-pid_, SIGKILL);
-    while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {}
     reaped_ = true;
   }
   if (!profile_.empty()) {

@@ -39,8 +39,7 @@ std::string cls_DBExport::hColorText(int32_t pColor) {
   return b;
 }
 
-cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDList& pIDs,
-                           const StructurePtr& pSettings)
+cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDList& pIDs, const StructurePtr& pSettings)
     : db_(pDB) {
   view_ = db_.VIEW(pView);
   if (!view_) Raise(err::kInvalidCall, "no view '" + CStr(pView) + "'");
@@ -72,7 +71,7 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
     c.no = db_.FIELDFIND(Variant(f->ID));
     c.mode = showValues ? mode : 0;
     c.align = f->TYPE == ID_DBFieldType_Long || f->TYPE == ID_DBFieldType_Double ? ExportAlign::Right
-              : f->TYPE == ID_DBFieldType_Boolean                               ? ExportAlign::Center
+              : f->TYPE == ID_DBFieldType_Boolean                                ? ExportAlign::Center
                                                                                  : ExportAlign::Left;
     std::string key = text::UCase(f->ID) + " " + text::UCase(f->NAME);
     for (auto n : kTextNames) c.textByName = c.textByName || key.find(n) != std::string::npos;
@@ -132,8 +131,7 @@ void cls_DBExport::hCell(ExportCell& rCell, const ExportColumn& pColumn, const V
       if (rCell.text.empty()) rCell.text = "-/-";
       rCell.value = Variant();
       return;
-    default:
-      break;
+    default: break;
   }
   rCell.text = f.TEXT(v, pColumn.mode);
   rCell.value = Variant();

@@ -43,30 +43,30 @@ enum class ExportAlign { Left, Center, Right };
 enum class ExportFormat { None, Integer, Decimal, Date, Text };
 
 struct ExportColumn {
-  std::string name;         // header text (the field's NAME, else its ID)
-  int32_t width = 100;      // pixels, from the view
-  DBFieldPtr field;         // null for the running-number column
-  int32_t no = 0;           // the field's 1-based number (0 for the running-number column)
-  int32_t mode = 0;         // value mode of choice fields
-  bool textByName = false;  // phone, fax, mobile and postal-code columns stay text
+  std::string name;                       // header text (the field's NAME, else its ID)
+  int32_t width = 100;                    // pixels, from the view
+  DBFieldPtr field;                       // null for the running-number column
+  int32_t no = 0;                         // the field's 1-based number (0 for the running-number column)
+  int32_t mode = 0;                       // value mode of choice fields
+  bool textByName = false;                // phone, fax, mobile and postal-code columns stay text
   ExportAlign align = ExportAlign::Left;  // of the column's values (and so of its header)
 };
 
 struct ExportCell {
-  std::string text;         // display text (UTF-8, not escaped)
-  Variant value;            // typed value of number and date cells; Empty where the text is the value
+  std::string text;  // display text (UTF-8, not escaped)
+  Variant value;     // typed value of number and date cells; Empty where the text is the value
   ExportAlign align = ExportAlign::Left;
   ExportFormat format = ExportFormat::None;
 };
 
 struct ExportRow {
   Variant id;
-  int64_t number = 0;       // 1-based position in the list
+  int64_t number = 0;  // 1-based position in the list
   std::vector<ExportCell> cells;
   bool bold = false;
-  std::string textColor;    // "#rrggbb" or ""
+  std::string textColor;  // "#rrggbb" or ""
   std::string backColor;
-  uint32_t style = 0;       // small number naming the (bold, textColor, backColor) triple; 0 = plain
+  uint32_t style = 0;  // small number naming the (bold, textColor, backColor) triple; 0 = plain
 };
 
 // What every exporter sees before the rows.
@@ -74,10 +74,10 @@ struct ExportTable {
   std::vector<ExportColumn> columns;
   bool titleShow = false;
   std::string titleText;
-  std::string titleColor;   // "#rrggbb"
-  double stamp = 0;         // export time (OLE date)
-  int64_t rows = 0;         // entries to come
-  StructurePtr settings;    // never null
+  std::string titleColor;  // "#rrggbb"
+  double stamp = 0;        // export time (OLE date)
+  int64_t rows = 0;        // entries to come
+  StructurePtr settings;   // never null
 };
 
 class ExportSink {

@@ -85,7 +85,7 @@ using css::uno::UNO_QUERY;
 using css::uno::UNO_QUERY_THROW;
 using rtl::OUString;
 
-constexpr size_t kMaxCellChars = 32767;   // the most a workbook cell holds
+constexpr size_t kMaxCellChars = 32767;  // the most a workbook cell holds
 constexpr int32_t kMaxRowsXlsx = 1048576;
 constexpr int32_t kMaxRowsXls = 65536;
 constexpr float kTitleFontSize = 18;
@@ -110,7 +110,8 @@ int32_t hColor(const std::string& pText) {
 // bootstrap file; without it the remote calls would fail on unknown types.
 Reference<css::uno::XComponentContext> hLocalContext() {
   static Reference<css::uno::XComponentContext> ctx = [] {
-    rtl::Bootstrap::set(OUString("URE_BOOTSTRAP"), hU("vnd.sun.star.pathname:" RYKEL_OFFICE_DIR "/program/fundamentalrc"));
+    rtl::Bootstrap::set(OUString("URE_BOOTSTRAP"),
+                        hU("vnd.sun.star.pathname:" RYKEL_OFFICE_DIR "/program/fundamentalrc"));
     return cppu::defaultBootstrap_InitialComponentContext(hU("file://" RYKEL_OFFICE_DIR "/program/unorc"));
   }();
   return ctx;
@@ -137,7 +138,9 @@ struct RowStyle {
 };
 
 // A cell's number format and alignment in one byte.
-uint8_t hCellKey(const ExportCell& c) { return static_cast<uint8_t>(static_cast<int>(c.format) * 3 + static_cast<int>(c.align)); }
+uint8_t hCellKey(const ExportCell& c) {
+  return static_cast<uint8_t>(static_cast<int>(c.format) * 3 + static_cast<int>(c.align));
+}
 
 }  // namespace
 
@@ -150,13 +153,13 @@ struct cls_DBExportCalc::Impl {
 
   const ExportTable* table = nullptr;
   size_t columns = 0;
-  std::vector<Sequence<Any>> rows;        // cell values, one row per entry
-  std::vector<uint8_t> cellKeys;          // rows x columns
-  std::vector<uint16_t> cellChars;        // rows x columns: shown length, at most kMaxColumnChars
-  std::vector<uint16_t> rowStyles;        // index into styles; 0 is plain
+  std::vector<Sequence<Any> > rows;  // cell values, one row per entry
+  std::vector<uint8_t> cellKeys;     // rows x columns
+  std::vector<uint16_t> cellChars;   // rows x columns: shown length, at most kMaxColumnChars
+  std::vector<uint16_t> rowStyles;   // index into styles; 0 is plain
   std::vector<RowStyle> styles{RowStyle{}};
   std::map<RowStyle, uint16_t> styleIndex{{RowStyle{}, 0}};
-  std::vector<std::vector<uint32_t>> sheetRows;  // per sheet, indexes into rows
+  std::vector<std::vector<uint32_t> > sheetRows;  // per sheet, indexes into rows
   std::map<std::string, size_t> sheetByValue;
 
   Reference<css::lang::XComponent> doc;
@@ -271,9 +274,7 @@ bool cls_DBExportCalc::WRITE() {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
       }
     }
-  } catch (const css::uno::Exception&) {
-    return false;
-  }
+  } catch (const css::uno::Exception&) { return false; }
   try {
     m.desktop = css::frame::Desktop::create(remote);
     m.hBuild();
@@ -321,12 +322,10 @@ void cls_DBExportCalc::Impl::hWriteSheet(sal_Int16 pIndex, const Reference<css::
   auto right = static_cast<sal_Int32>(columns) - 1;
   sal_Int32 top = table->titleShow ? 3 : 0;
   auto n = static_cast<sal_Int32>(pRows.size());
-  auto range = [&](sal_Int32 l, sal_Int32 t, sal_Int32 r, sal_Int32 b) {
-    return CellRangeAddress(pIndex, l, t, r, b);
-  };
+  auto range = [&](sal_Int32 l, sal_Int32 t, sal_Int32 r, sal_Int32 b) { return CellRangeAddress(pIndex, l, t, r, b); };
 
   // Header and rows in one block.
-  Sequence<Sequence<Any>> data(n + 1);
+  Sequence<Sequence<Any> > data(n + 1);
   Sequence<Any>* d = data.getArray();
   Sequence<Any> header(static_cast<sal_Int32>(columns));
   for (size_t c = 0; c < columns; ++c) header.getArray()[c] <<= hU(cols[c].name);
@@ -336,7 +335,7 @@ void cls_DBExportCalc::Impl::hWriteSheet(sal_Int16 pIndex, const Reference<css::
   Reference<css::sheet::XCellRangeData>(block, UNO_QUERY_THROW)->setDataArray(data);
 
   // Number formats and alignments: per column, runs of rows with the same cell rule.
-  std::map<uint8_t, std::vector<CellRangeAddress>> byKey;
+  std::map<uint8_t, std::vector<CellRangeAddress> > byKey;
   for (size_t c = 0; c < columns; ++c) {
     sal_Int32 start = 0;
     for (sal_Int32 p = 1; p <= n; ++p) {
@@ -369,7 +368,7 @@ void cls_DBExportCalc::Impl::hWriteSheet(sal_Int16 pIndex, const Reference<css::
   }
 
   // Bold and coloured rows: runs of rows with the same style.
-  std::map<uint16_t, std::vector<CellRangeAddress>> byStyle;
+  std::map<uint16_t, std::vector<CellRangeAddress> > byStyle;
   for (sal_Int32 start = 0, p = 1; p <= n; ++p) {
     uint16_t s = rowStyles[pRows[static_cast<size_t>(start)]];
     if (p < n && rowStyles[pRows[static_cast<size_t>(p)]] == s) continue;
@@ -397,12 +396,14 @@ void cls_DBExportCalc::Impl::hWriteSheet(sal_Int16 pIndex, const Reference<css::
   Reference<css::sheet::XUnnamedDatabaseRanges> unnamed(docProps->getPropertyValue(OUString("UnnamedDatabaseRanges")),
                                                         UNO_QUERY_THROW);
   unnamed->setByTable(range(0, top, right, top + n));
-  Reference<XPropertySet>(unnamed->getByTable(pIndex), UNO_QUERY_THROW)->setPropertyValue(OUString("AutoFilter"), Any(true));
+  Reference<XPropertySet>(unnamed->getByTable(pIndex), UNO_QUERY_THROW)
+      ->setPropertyValue(OUString("AutoFilter"), Any(true));
 
   // Widths fitted to header and rows, before the title band gets its (long) texts.
   Reference<css::table::XColumnRowRange> spread(block, UNO_QUERY_THROW);
   if (n <= kOptimalWidthRows) {
-    Reference<XPropertySet>(spread->getColumns(), UNO_QUERY_THROW)->setPropertyValue(OUString("OptimalWidth"), Any(true));
+    Reference<XPropertySet>(spread->getColumns(), UNO_QUERY_THROW)
+        ->setPropertyValue(OUString("OptimalWidth"), Any(true));
   } else {
     Reference<css::container::XIndexAccess> columnList(spread->getColumns(), UNO_QUERY_THROW);
     for (size_t c = 0; c < columns; ++c) {
@@ -414,7 +415,7 @@ void cls_DBExportCalc::Impl::hWriteSheet(sal_Int16 pIndex, const Reference<css::
   }
 
   if (table->titleShow) {
-    Sequence<Sequence<Any>> band(1);
+    Sequence<Sequence<Any> > band(1);
     Sequence<Any> line(static_cast<sal_Int32>(columns));
     Any* l = line.getArray();
     for (size_t c = 0; c < columns; ++c) l[c] <<= OUString();
@@ -445,8 +446,7 @@ void cls_DBExportCalc::Impl::hWriteSheet(sal_Int16 pIndex, const Reference<css::
       view->setActiveSheet(pSheet);
       freeze->freezeAtPosition(0, top + 1);
     }
-  } catch (const css::uno::RuntimeException&) {
-  }
+  } catch (const css::uno::RuntimeException&) {}
 }
 
 void cls_DBExportCalc::Impl::hBuild() {
@@ -457,7 +457,8 @@ void cls_DBExportCalc::Impl::hBuild() {
   factory.set(doc, UNO_QUERY_THROW);
   formats = Reference<css::util::XNumberFormatsSupplier>(doc, UNO_QUERY_THROW)->getNumberFormats();
 
-  Reference<css::sheet::XSpreadsheets> sheets = Reference<css::sheet::XSpreadsheetDocument>(doc, UNO_QUERY_THROW)->getSheets();
+  Reference<css::sheet::XSpreadsheets> sheets =
+      Reference<css::sheet::XSpreadsheetDocument>(doc, UNO_QUERY_THROW)->getSheets();
   Reference<css::container::XIndexAccess> index(sheets, UNO_QUERY_THROW);
   // A new document may come with several default sheets: the first one stays, as "Alle".
   while (index->getCount() > 1) {
@@ -472,8 +473,8 @@ void cls_DBExportCalc::Impl::hBuild() {
     hWriteSheet(static_cast<sal_Int16>(i), sheet, plan[i].second, sheetRows[i]);
   }
   // Open on "Alle".
-  Reference<css::sheet::XSpreadsheetView> view(Reference<css::frame::XModel>(doc, UNO_QUERY_THROW)->getCurrentController(),
-                                               UNO_QUERY);
+  Reference<css::sheet::XSpreadsheetView> view(
+      Reference<css::frame::XModel>(doc, UNO_QUERY_THROW)->getCurrentController(), UNO_QUERY);
   if (view.is()) view->setActiveSheet(Reference<css::sheet::XSpreadsheet>(index->getByIndex(0), UNO_QUERY_THROW));
 }
 
@@ -497,10 +498,9 @@ void cls_DBExportCalc::Impl::hStore() {
   // leaves the old file alone.
   fileio::WriteFileAtomicByName(file, [&](const std::string& pTemp) {
     try {
-      Reference<css::frame::XStorable>(doc, UNO_QUERY_THROW)->storeToURL(hU(OfficeProcess::hFileUrl(pTemp)), hSeq(props));
-    } catch (const css::uno::Exception& e) {
-      Raise(err::kFileIO, "cannot store '" + file + "': " + hS(e.Message));
-    }
+      Reference<css::frame::XStorable>(doc, UNO_QUERY_THROW)
+          ->storeToURL(hU(OfficeProcess::hFileUrl(pTemp)), hSeq(props));
+    } catch (const css::uno::Exception& e) { Raise(err::kFileIO, "cannot store '" + file + "': " + hS(e.Message)); }
   });
 }
 
@@ -510,15 +510,13 @@ void cls_DBExportCalc::Impl::hClose() {
   if (doc.is()) {
     try {
       Reference<css::util::XCloseable>(doc, UNO_QUERY_THROW)->close(true);
-    } catch (const css::uno::Exception&) {
-    }
+    } catch (const css::uno::Exception&) {}
     doc.clear();
   }
   if (desktop.is()) {
     try {
       desktop->terminate();
-    } catch (const css::uno::Exception&) {
-    }
+    } catch (const css::uno::Exception&) {}
     desktop.clear();
   }
   factory.clear();

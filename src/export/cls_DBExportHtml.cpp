@@ -36,8 +36,10 @@ constexpr std::string_view kHead[] = {
     "vertical-align:bottom; border:none; mso-background-source:auto; mso-pattern:auto; "
     "mso-protection:locked visible; white-space:nowrap; mso-rotate:0;}",
     ".cell {mso-style-parent:style0; text-align:left; vertical-align:top; border:1px solid #aaaaaa; overflow:hidden;}",
-    ".cellr {mso-style-parent:style0; text-align:right; vertical-align:top; border:1px solid #aaaaaa; overflow:hidden;}",
-    ".cellc {mso-style-parent:style0; text-align:center; vertical-align:top; border:1px solid #aaaaaa; overflow:hidden;}",
+    ".cellr {mso-style-parent:style0; text-align:right; vertical-align:top; border:1px solid #aaaaaa; "
+    "overflow:hidden;}",
+    ".cellc {mso-style-parent:style0; text-align:center; vertical-align:top; border:1px solid #aaaaaa; "
+    "overflow:hidden;}",
 };
 
 // Start, middle and end of the four coloured style lines: start + text colour + middle +
@@ -149,7 +151,8 @@ void cls_DBExportHtml::hLine(std::string_view pLine) {
 void cls_DBExportHtml::hFlush() {
   std::string bytes = hToWindows1252(buffer_);
   buffer_.clear();
-  if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) Raise(err::kFileIO, "cannot write the export file");
+  if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
+    Raise(err::kFileIO, "cannot write the export file");
 }
 
 void cls_DBExportHtml::BEGIN(const ExportTable& pTable) {
@@ -200,7 +203,9 @@ void cls_DBExportHtml::ROW(const ExportRow& pRow) {
   hLine("<tr height=20 style='height:15.0pt'>");
   std::string line;
   for (const auto& cell : pRow.cells) {
-    line = cell.align == ExportAlign::Right ? "<td class=\"cellr\"" : cell.align == ExportAlign::Center ? "<td class=\"cellc\"" : "<td class=\"cell\"";
+    line = cell.align == ExportAlign::Right    ? "<td class=\"cellr\""
+           : cell.align == ExportAlign::Center ? "<td class=\"cellc\""
+                                               : "<td class=\"cell\"";
     std::string style = hCellStyle(cell, pRow);
     if (!style.empty()) line += " style=\"" + style + "\"";
     // LibreOffice reads the number format of a cell from sdnum, not from the style: "@" is text

@@ -32,9 +32,9 @@ class cls_DBExportHtml : public ExportSink {
   // The style text of one cell: its number format, then the row's weight and colours.
   static std::string hCellStyle(const ExportCell& pCell, const ExportRow& pRow);
   // A cell without a number format whose text begins with "=", "+", "-", "@", tab or CR (other
-  // than the mark "-/-" of an empty reference): a spreadsheet would take it for a formula. Such a cell is marked as text twice, with the
-  // style mso-number-format:'\@' (the dialect's own) and the attribute sdnum="1031;0;@" (the
-  // one LibreOffice reads), so that opening the file never evaluates data.
+  // than the mark "-/-" of an empty reference): a spreadsheet would take it for a formula. Such a cell is marked as
+  // text twice, with the style mso-number-format:'\@' (the dialect's own) and the attribute sdnum="1031;0;@" (the one
+  // LibreOffice reads), so that opening the file never evaluates data.
   static bool hFormulaLike(const ExportCell& pCell);
 
  private:

@@ -37,7 +37,8 @@ std::string hComputer() {
 }
 
 void hReplaceAll(std::string& s, std::string_view what, const std::string& with) {
-  for (size_t at = s.find(what); at != std::string::npos; at = s.find(what, at + with.size())) s.replace(at, what.size(), with);
+  for (size_t at = s.find(what); at != std::string::npos; at = s.find(what, at + with.size()))
+    s.replace(at, what.size(), with);
 }
 
 void hSetColor(cairo_t* cr, const std::string& hex) {
@@ -154,7 +155,9 @@ void cls_DBExportPdf::END() {
     if (last < 1 || last > total) last = total;
 
     auto toPango = [](ExportAlign a) {
-      return a == ExportAlign::Right ? PANGO_ALIGN_RIGHT : a == ExportAlign::Center ? PANGO_ALIGN_CENTER : PANGO_ALIGN_LEFT;
+      return a == ExportAlign::Right    ? PANGO_ALIGN_RIGHT
+             : a == ExportAlign::Center ? PANGO_ALIGN_CENTER
+                                        : PANGO_ALIGN_LEFT;
     };
     auto drawRow = [&](const std::vector<std::string>& cells, double x0, double y, bool bold) {
       if (bold) pango_font_description_set_weight(desc, PANGO_WEIGHT_BOLD);
@@ -213,8 +216,9 @@ void cls_DBExportPdf::END() {
       if (statusShow) {
         double y = pageH - bottom - lineH;
         double w = pageW - left - right;
-        const std::pair<const char*, PangoAlignment> parts[] = {
-            {"STATUS.LEFT", PANGO_ALIGN_LEFT}, {"STATUS.CENTER", PANGO_ALIGN_CENTER}, {"STATUS.RIGHT", PANGO_ALIGN_RIGHT}};
+        const std::pair<const char*, PangoAlignment> parts[] = {{"STATUS.LEFT", PANGO_ALIGN_LEFT},
+                                                                {"STATUS.CENTER", PANGO_ALIGN_CENTER},
+                                                                {"STATUS.RIGHT", PANGO_ALIGN_RIGHT}};
         for (const auto& [key, align] : parts) {
           std::string s = text(key);
           if (!s.empty()) hText(cr, layout, hStatusText(s, page, total, table_->stamp, name_), left, y, w, align);
@@ -228,7 +232,8 @@ void cls_DBExportPdf::END() {
     cairo_surface_finish(surface);
     cairo_status_t st = cairo_surface_status(surface);
     cairo_surface_destroy(surface);
-    if (st != CAIRO_STATUS_SUCCESS) Raise(err::kFileIO, std::string("cannot write the PDF: ") + cairo_status_to_string(st));
+    if (st != CAIRO_STATUS_SUCCESS)
+      Raise(err::kFileIO, std::string("cannot write the PDF: ") + cairo_status_to_string(st));
   });
 }
 

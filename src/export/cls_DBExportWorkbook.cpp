@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <cmath>
+#include <cstring>
 #include <set>
 
 #include "frame/DateTime.h"
@@ -46,7 +46,9 @@ size_t hShownLength(const ExportCell& pCell) {
 }
 
 uint8_t hAlign(ExportAlign pAlign) {
-  return pAlign == ExportAlign::Right ? LXW_ALIGN_RIGHT : pAlign == ExportAlign::Center ? LXW_ALIGN_CENTER : LXW_ALIGN_LEFT;
+  return pAlign == ExportAlign::Right    ? LXW_ALIGN_RIGHT
+         : pAlign == ExportAlign::Center ? LXW_ALIGN_CENTER
+                                         : LXW_ALIGN_LEFT;
 }
 
 void hCheck(lxw_error e, const std::string& what) {
@@ -226,7 +228,8 @@ void cls_DBExportWorkbook::hWriteRow(Sheet& rSheet, const ExportRow& pRow) {
       }
     }
     if (e != LXW_NO_ERROR) hCheck(e, "cannot write row " + std::to_string(r + 1));
-    size_t len = cell.text.empty() && (cell.value.isNumber() || cell.value.isDate()) ? hShownLength(cell) : text::Len(cell.text);
+    size_t len =
+        cell.text.empty() && (cell.value.isNumber() || cell.value.isDate()) ? hShownLength(cell) : text::Len(cell.text);
     if (len > rSheet.widths[c]) rSheet.widths[c] = len;
   }
 }

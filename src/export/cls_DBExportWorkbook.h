@@ -48,12 +48,12 @@ class cls_DBExportWorkbook : public ExportSink {
   // The sheets as (name, title): "Alle" first, then one per value in the given order, each name
   // cleaned and made unique (case-blind) by a number; " - Gesamt" on "Alle" when there are values.
   static std::vector<std::pair<std::string, std::string>> hSheetPlan(const std::string& pTitle,
-                                                                      const std::vector<std::string>& pValues);
+                                                                     const std::vector<std::string>& pValues);
 
  private:
   struct Sheet {
     lxw_worksheet* ws = nullptr;
-    uint32_t row = 0;          // next data row
+    uint32_t row = 0;  // next data row
     uint32_t headerRow = 0;
     std::vector<size_t> widths;  // longest text per column, in characters
   };
@@ -67,7 +67,7 @@ class cls_DBExportWorkbook : public ExportSink {
   std::vector<std::string> values_;
   const ExportTable* table_ = nullptr;
   lxw_workbook* wb_ = nullptr;
-  std::vector<Sheet> sheets_;                  // "Alle" first, then one per value
+  std::vector<Sheet> sheets_;                   // "Alle" first, then one per value
   std::map<std::string, size_t> sheetByValue_;  // shown value -> index into sheets_
   // Cell formats by row style, then by number format and alignment; made on first use.
   static constexpr size_t kCellKinds = 5 * 3;

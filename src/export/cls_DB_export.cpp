@@ -49,7 +49,8 @@ std::optional<CalcOptions> hCalcOptions(const StructurePtr& pSettings, const std
   if (!program.empty()) o.program = program;
   Variant timeout = pSettings->ITEM_GET("EXCEL.TIMEOUT");
   if (!timeout.isEmpty()) o.timeoutSeconds = CDbl(timeout);
-  if (o.password.empty() && !o.oldFormat && program.empty() && !hSetting(pSettings, "EXCEL.USEPROGRAM")) return std::nullopt;
+  if (o.password.empty() && !o.oldFormat && program.empty() && !hSetting(pSettings, "EXCEL.USEPROGRAM"))
+    return std::nullopt;
   return o;
 }
 
@@ -60,8 +61,8 @@ bool hCannotStart() {
 
 }  // namespace
 
-bool cls_DB::EXPORTFILE(const Variant& pView, const std::string& pFile, const std::string& pFormat,
-                        const IDList& pIDs, const StructurePtr& pSettings) {
+bool cls_DB::EXPORTFILE(const Variant& pView, const std::string& pFile, const std::string& pFormat, const IDList& pIDs,
+                        const StructurePtr& pSettings) {
   return Guard(kClass, "EXPORTFILE", [&] {
     std::string format = text::UCase(pFormat);
     if (format == "PDF") return EXPORTPDF(pView, pFile, pIDs, pSettings);
@@ -154,11 +155,12 @@ bool cls_DB::EXPORTPDF(const Variant& pView, const std::string& pFile, const IDL
     // The page layout defaults, with every key the settings hold laid over them.
     StructurePtr layout = FLAGS(1);
     if (pSettings) {
-      for (const char* key : {"PAGE.PORTRAIT", "PAGE.COLUMNS", "PAGE.FIRST", "PAGE.LAST", "MARGIN.LEFT",
-                              "MARGIN.RIGHT", "MARGIN.TOP", "MARGIN.BOTTOM", "FONT.SIZE", "FONT.NAME",
-                              "CELL.SEPERATOR", "CELL.PADDING", "CELL.PADDINGOUTER", "CELL.PADDINGY",
-                              "STATUS.SHOW", "STATUS.LEFT", "STATUS.CENTER", "STATUS.RIGHT", "COLUMNHEADER.SHOW",
-                              "COLUMNHEADER.HEIGHT", "TITLE.SHOW", "TITLE.TEXT", "TITLE.HEIGHT", "TITLE.COLOR"}) {
+      for (const char* key :
+           {"PAGE.PORTRAIT",  "PAGE.COLUMNS",  "PAGE.FIRST",        "PAGE.LAST",         "MARGIN.LEFT",
+            "MARGIN.RIGHT",   "MARGIN.TOP",    "MARGIN.BOTTOM",     "FONT.SIZE",         "FONT.NAME",
+            "CELL.SEPERATOR", "CELL.PADDING",  "CELL.PADDINGOUTER", "CELL.PADDINGY",     "STATUS.SHOW",
+            "STATUS.LEFT",    "STATUS.CENTER", "STATUS.RIGHT",      "COLUMNHEADER.SHOW", "COLUMNHEADER.HEIGHT",
+            "TITLE.SHOW",     "TITLE.TEXT",    "TITLE.HEIGHT",      "TITLE.COLOR"}) {
         if (pSettings->EXISTS_GET(key)) layout->ITEM_LET(key, pSettings->ITEM_GET(key));
       }
     }
@@ -172,8 +174,7 @@ bool cls_DB::EXPORTPDF(const Variant& pView, const std::string& pFile, const IDL
   });
 }
 
-bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs,
-                      const StructurePtr& pSettings) {
+bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs, const StructurePtr& pSettings) {
   return Guard(kClass, "EXPORTDB", [&] {
     DEBUGTRACK_LET("EXPORTDB-1");
     cls_DBExport walk(*this, pView, pIDs, pSettings);

@@ -19,9 +19,9 @@ std::string CStr(const Variant& v);
 // Numbers. Empty is 0, True is -1, a date is its serial number, a string must be numeric.
 // Raises 13 (type mismatch) for other values, 94 for Null, 6 (overflow) when out of range.
 double CDbl(const Variant& v);
-int32_t CLng(const Variant& v);   // rounds half to even
+int32_t CLng(const Variant& v);  // rounds half to even
 int16_t CInt(const Variant& v);
-int64_t CCur(const Variant& v);   // scaled by 10,000
+int64_t CCur(const Variant& v);  // scaled by 10,000
 // Numbers are true when not 0; strings "True"/"False" (any case) or numeric. Raises 13 otherwise.
 bool CBool(const Variant& v);
 // Dates from numbers, dates and date texts (see date::Parse). Raises 13 otherwise.

@@ -11,8 +11,7 @@ namespace {
 
 constexpr const char* kMonths[] = {"Januar", "Februar", "März",      "April",   "Mai",      "Juni",
                                    "Juli",   "August",  "September", "Oktober", "November", "Dezember"};
-constexpr const char* kDays[] = {"Sonntag",    "Montag",  "Dienstag", "Mittwoch",
-                                 "Donnerstag", "Freitag", "Samstag"};
+constexpr const char* kDays[] = {"Sonntag", "Montag", "Dienstag", "Mittwoch", "Donnerstag", "Freitag", "Samstag"};
 
 bool hLeap(int y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; }
 
@@ -74,8 +73,8 @@ bool hTime(std::string_view s, size_t& i, Parts& p) {
 
 bool FromParts(const Parts& p, double& rDate) {
   if (p.year < 100 || p.year > 9999 || p.month < 1 || p.month > 12 || p.day < 1 ||
-      p.day > hDaysInMonth(p.year, p.month) || p.hour < 0 || p.hour > 23 || p.minute < 0 ||
-      p.minute > 59 || p.second < 0 || p.second > 59)
+      p.day > hDaysInMonth(p.year, p.month) || p.hour < 0 || p.hour > 23 || p.minute < 0 || p.minute > 59 ||
+      p.second < 0 || p.second > 59)
     return false;
   long days = hDaysFromCivil(p.year, p.month, p.day) + kEpochOffset;
   double frac = (p.hour * 3600 + p.minute * 60 + p.second) / 86400.0;

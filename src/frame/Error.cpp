@@ -38,8 +38,7 @@ void SetErrorPolicy(ErrorPolicy policy) {
   gPolicy = std::move(policy);
 }
 
-std::string hErrorLine(const Error& e, std::string_view project, std::string_view module,
-                       std::string_view procedure) {
+std::string hErrorLine(const Error& e, std::string_view project, std::string_view module, std::string_view procedure) {
   std::string s = "Fehler: #" + std::to_string(e.number) + " - " + e.description + " @ ";
   s.append(project).append(".").append(module).append(".").append(procedure);
   return s;
@@ -59,17 +58,17 @@ ErrorDialog hErrorDialog(const Error& e, std::string_view project, std::string_v
                          std::string_view procedure) {
   const std::string nl = "\r\n";
   ErrorDialog d;
-  std::string where = "Anwendung: " + std::string(project) + nl + "Modul: " + std::string(module) +
-                      nl + "Prozedur: " + std::string(procedure) + nl;
+  std::string where = "Anwendung: " + std::string(project) + nl + "Modul: " + std::string(module) + nl +
+                      "Prozedur: " + std::string(procedure) + nl;
   if (hIsFileError(e.number)) {
     d.caption = "Datei-Fehler!";
-    d.text = "Es ist ein Fehler beim Zugriff auf eine Datei aufgetreten: " + hErrorFramed(e) + nl +
-             nl + where + nl + "Wie möchten Sie fortfahren?";
+    d.text = "Es ist ein Fehler beim Zugriff auf eine Datei aufgetreten: " + hErrorFramed(e) + nl + nl + where + nl +
+             "Wie möchten Sie fortfahren?";
   } else {
     d.caption = "Programmfehler!";
-    d.text = "Es ist ein unerwarteter Programmfehler aufgetreten: " + nl + nl + "Fehler: " +
-             hErrorFramed(e) + nl + where + "Anweisung: " + nl + "Fehlernummer: #" +
-             std::to_string(e.number) + nl + nl + "Wie möchten Sie fortfahren?";
+    d.text = "Es ist ein unerwarteter Programmfehler aufgetreten: " + nl + nl + "Fehler: " + hErrorFramed(e) + nl +
+             where + "Anweisung: " + nl + "Fehlernummer: #" + std::to_string(e.number) + nl + nl +
+             "Wie möchten Sie fortfahren?";
   }
   return d;
 }
@@ -90,8 +89,8 @@ int DialogErrorPolicy(const ErrorContext& ctx) {
   return kDecisionRaise;
 }
 
-int ERRHANDLE(Error& rErr, std::string_view pProject, std::string_view pModule,
-              std::string_view pProcedure, bool, bool, const Variant&) {
+int ERRHANDLE(Error& rErr, std::string_view pProject, std::string_view pModule, std::string_view pProcedure, bool, bool,
+              const Variant&) {
   ErrorPolicy policy;
   {
     std::lock_guard<std::mutex> lock(gPolicyMutex);
@@ -125,9 +124,7 @@ int hHandleCurrent(const char* module, const char* procedure, int attempt) {
     return hDecide(e, module, procedure, attempt);
   } catch (const std::bad_alloc&) {
     return hDecide(Error(err::kOutOfMemory, "Out of memory"), module, procedure, attempt);
-  } catch (const std::exception& ex) {
-    return hDecide(Error(err::kInternal, ex.what()), module, procedure, attempt);
-  }
+  } catch (const std::exception& ex) { return hDecide(Error(err::kInternal, ex.what()), module, procedure, attempt); }
 }
 
 }  // namespace detail

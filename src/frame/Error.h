@@ -20,15 +20,15 @@ namespace rykel {
 
 // Error numbers of the classic runtime that the component raises.
 namespace err {
-constexpr int kInvalidCall = 5;      // invalid procedure call or argument
+constexpr int kInvalidCall = 5;  // invalid procedure call or argument
 constexpr int kOverflow = 6;
 constexpr int kOutOfMemory = 7;
-constexpr int kOutOfRange = 9;       // subscript out of range
+constexpr int kOutOfRange = 9;  // subscript out of range
 constexpr int kDivisionByZero = 11;
 constexpr int kTypeMismatch = 13;
 constexpr int kInternal = 51;
 constexpr int kFileNotFound = 53;
-constexpr int kFileIO = 57;          // device I/O error
+constexpr int kFileIO = 57;  // device I/O error
 constexpr int kDiskFull = 61;
 constexpr int kInputPastEnd = 62;
 constexpr int kPermissionDenied = 70;
@@ -36,7 +36,7 @@ constexpr int kPathFileAccess = 75;
 constexpr int kPathNotFound = 76;
 constexpr int kInvalidUseOfNull = 94;
 constexpr int kObjectRequired = 424;
-constexpr int kInvalidData = 1000;   // the component's own errors on bad input
+constexpr int kInvalidData = 1000;  // the component's own errors on bad input
 }  // namespace err
 
 class Error : public std::runtime_error {
@@ -73,13 +73,11 @@ int DialogErrorPolicy(const ErrorContext& ctx);
 
 // The common error handler. The two flags and the extra value are passed on to the policy's log
 // line only; they exist for callers written against the classic signature.
-int ERRHANDLE(Error& rErr, std::string_view pProject, std::string_view pModule,
-              std::string_view pProcedure, bool pFlag1 = true, bool pFlag2 = false,
-              const Variant& pExtra = {});
+int ERRHANDLE(Error& rErr, std::string_view pProject, std::string_view pModule, std::string_view pProcedure,
+              bool pFlag1 = true, bool pFlag2 = false, const Variant& pExtra = {});
 
 // "Fehler: #5 - text @ KEL.cls_X.OP"
-std::string hErrorLine(const Error& e, std::string_view project, std::string_view module,
-                       std::string_view procedure);
+std::string hErrorLine(const Error& e, std::string_view project, std::string_view module, std::string_view procedure);
 // The description as ERRHANDLE frames it: file errors, memory, arguments, unhandled runtime errors.
 std::string hErrorFramed(const Error& e);
 // Caption and text of the dialog ERRHANDLE shows for this error.
@@ -87,13 +85,12 @@ struct ErrorDialog {
   std::string caption;
   std::string text;
 };
-ErrorDialog hErrorDialog(const Error& e, std::string_view project, std::string_view module,
-                         std::string_view procedure);
+ErrorDialog hErrorDialog(const Error& e, std::string_view project, std::string_view module, std::string_view procedure);
 
 namespace detail {
 // Turns the exception in flight into an Error and runs ERRHANDLE; returns the decision.
 int hHandleCurrent(const char* module, const char* procedure, int attempt);
-}
+}  // namespace detail
 
 // Runs body under the common error convention. On "continue" returns fallback.
 template <class F, class R = std::invoke_result_t<F>>
@@ -111,7 +108,10 @@ R Guard(const char* module, const char* procedure, F&& body, R fallback = R{}) {
 
 template <class F>
 void GuardVoid(const char* module, const char* procedure, F&& body) {
-  Guard(module, procedure, [&] { body(); return 0; });
+  Guard(module, procedure, [&] {
+    body();
+    return 0;
+  });
 }
 
 }  // namespace rykel

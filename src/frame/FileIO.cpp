@@ -99,7 +99,8 @@ std::string hReadAll(int pFd, uint64_t pHint, const std::string& pWhat, const st
 // Reads an open descriptor to its end and closes it.
 std::string hReadAndClose(int fd, const struct stat& st, const std::string& pFile) {
   try {
-    std::string data = hReadAll(fd, st.st_size > 0 ? static_cast<uint64_t>(st.st_size) : 0, "File '" + pFile + "'", pFile);
+    std::string data =
+        hReadAll(fd, st.st_size > 0 ? static_cast<uint64_t>(st.st_size) : 0, "File '" + pFile + "'", pFile);
     ::close(fd);
     return data;
   } catch (...) {
@@ -205,7 +206,8 @@ class TempFile {
       old_ = st;
       hasOld_ = true;
     }
-    std::string prefix = (folder_.empty() ? std::string() : folder_ + "/") + name_ + ".~" + std::to_string(::getpid()) + ".";
+    std::string prefix =
+        (folder_.empty() ? std::string() : folder_ + "/") + name_ + ".~" + std::to_string(::getpid()) + ".";
     static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
     for (int attempt = 0; attempt < 100 && fd_ < 0; ++attempt) {
       unsigned char raw[10];

@@ -28,8 +28,8 @@ namespace rykel::fileio {
 // disk to find out whether someone else wrote the file in between.
 struct FileStamp {
   uint64_t device = 0, inode = 0;
-  int64_t size = -1;   // -1: the file does not exist
-  int64_t mtime = 0;   // modification time in nanoseconds
+  int64_t size = -1;  // -1: the file does not exist
+  int64_t mtime = 0;  // modification time in nanoseconds
   bool Exists() const { return size >= 0; }
   bool operator==(const FileStamp&) const = default;
 };

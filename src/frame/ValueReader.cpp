@@ -8,8 +8,7 @@ namespace rykel {
 
 const char* ValueReader::hTake(size_t n) {
   if (n > data_.size() - pos_)
-    Raise(err::kInputPastEnd, "value data ends at byte " + std::to_string(data_.size()) +
-                                  " inside a value");
+    Raise(err::kInputPastEnd, "value data ends at byte " + std::to_string(data_.size()) + " inside a value");
   const char* p = data_.data() + pos_;
   pos_ += n;
   return p;
@@ -44,19 +43,42 @@ Variant ValueReader::Read() {
   switch (static_cast<VarType>(tag)) {
     case VarType::Empty: return Variant();
     case VarType::Null: return Variant::Null();
-    case VarType::Integer: { int16_t v; std::memcpy(&v, hTake(2), 2); return Variant(v); }
-    case VarType::Long: { int32_t v; std::memcpy(&v, hTake(4), 4); return Variant(v); }
-    case VarType::Single: { float v; std::memcpy(&v, hTake(4), 4); return Variant(v); }
-    case VarType::Double: { double v; std::memcpy(&v, hTake(8), 8); return Variant(v); }
-    case VarType::Date: { double v; std::memcpy(&v, hTake(8), 8); return Variant::Date(v); }
-    case VarType::Currency: { int64_t v; std::memcpy(&v, hTake(8), 8); return Variant::Currency(v); }
+    case VarType::Integer: {
+      int16_t v;
+      std::memcpy(&v, hTake(2), 2);
+      return Variant(v);
+    }
+    case VarType::Long: {
+      int32_t v;
+      std::memcpy(&v, hTake(4), 4);
+      return Variant(v);
+    }
+    case VarType::Single: {
+      float v;
+      std::memcpy(&v, hTake(4), 4);
+      return Variant(v);
+    }
+    case VarType::Double: {
+      double v;
+      std::memcpy(&v, hTake(8), 8);
+      return Variant(v);
+    }
+    case VarType::Date: {
+      double v;
+      std::memcpy(&v, hTake(8), 8);
+      return Variant::Date(v);
+    }
+    case VarType::Currency: {
+      int64_t v;
+      std::memcpy(&v, hTake(8), 8);
+      return Variant::Currency(v);
+    }
     case VarType::String: {
       pos_ = at;
       return Variant(ReadStringView());
     }
     case VarType::Boolean: return Variant(hByte() != 0);
-    default:
-      Raise(err::kInvalidData, "unknown value tag " + std::to_string(tag) + " at byte " + std::to_string(at));
+    default: Raise(err::kInvalidData, "unknown value tag " + std::to_string(tag) + " at byte " + std::to_string(at));
   }
 }
 

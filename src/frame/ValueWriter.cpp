@@ -26,9 +26,7 @@ void ValueWriter::WriteBool(bool pValue) {
 void ValueWriter::Write(const Variant& pValue) {
   switch (pValue.type()) {
     case VarType::Empty:
-    case VarType::Null:
-      buf_.push_back(static_cast<char>(pValue.type()));
-      return;
+    case VarType::Null: buf_.push_back(static_cast<char>(pValue.type())); return;
     case VarType::Integer: {
       buf_.push_back(static_cast<char>(VarType::Integer));
       int16_t v = pValue.rawInteger();
@@ -60,14 +58,9 @@ void ValueWriter::Write(const Variant& pValue) {
       hRaw(&v, sizeof v);
       return;
     }
-    case VarType::String:
-      WriteString(pValue.str());
-      return;
-    case VarType::Boolean:
-      WriteBool(pValue.rawBool());
-      return;
-    default:
-      Raise(err::kTypeMismatch, "value of type " + std::to_string(pValue.vartype()) + " cannot be written");
+    case VarType::String: WriteString(pValue.str()); return;
+    case VarType::Boolean: WriteBool(pValue.rawBool()); return;
+    default: Raise(err::kTypeMismatch, "value of type " + std::to_string(pValue.vartype()) + " cannot be written");
   }
 }
 

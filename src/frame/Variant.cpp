@@ -84,8 +84,6 @@ std::string_view Variant::str() const noexcept {
   return std::string_view(u_.s->data, u_.s->size);
 }
 
-const ObjectPtr& Variant::obj() const noexcept {
-  return type_ == VarType::Object ? *u_.o : kNoObject;
-}
+const ObjectPtr& Variant::obj() const noexcept { return type_ == VarType::Object ? *u_.o : kNoObject; }
 
 }  // namespace rykel

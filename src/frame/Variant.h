@@ -16,8 +16,8 @@ namespace rykel {
 enum class VarType : int16_t {
   Empty = 0,
   Null = 1,
-  Integer = 2,   // 16-bit
-  Long = 3,      // 32-bit
+  Integer = 2,  // 16-bit
+  Long = 3,     // 32-bit
   Single = 4,
   Double = 5,
   Currency = 6,  // 64-bit integer scaled by 10,000
@@ -31,14 +31,26 @@ enum class VarType : int16_t {
 class Variant {
  public:
   Variant() noexcept : type_(VarType::Empty) { u_.i64 = 0; }
-  Variant(bool b) noexcept : type_(VarType::Boolean) { u_.i64 = 0; u_.b = b; }
-  Variant(int16_t v) noexcept : type_(VarType::Integer) { u_.i64 = 0; u_.i16 = v; }
-  Variant(int v) noexcept : type_(VarType::Long) { u_.i64 = 0; u_.i32 = v; }
+  Variant(bool b) noexcept : type_(VarType::Boolean) {
+    u_.i64 = 0;
+    u_.b = b;
+  }
+  Variant(int16_t v) noexcept : type_(VarType::Integer) {
+    u_.i64 = 0;
+    u_.i16 = v;
+  }
+  Variant(int v) noexcept : type_(VarType::Long) {
+    u_.i64 = 0;
+    u_.i32 = v;
+  }
   // Wider integers stay Long while they fit in 32 bits, else become Double.
   Variant(long v) noexcept;
   Variant(long long v) noexcept : Variant(static_cast<long>(v)) {}
   Variant(unsigned v) noexcept : Variant(static_cast<long>(v)) {}
-  Variant(float v) noexcept : type_(VarType::Single) { u_.i64 = 0; u_.f32 = v; }
+  Variant(float v) noexcept : type_(VarType::Single) {
+    u_.i64 = 0;
+    u_.f32 = v;
+  }
   Variant(double v) noexcept : type_(VarType::Double) { u_.f64 = v; }
   Variant(std::string_view s);
   Variant(const std::string& s) : Variant(std::string_view(s)) {}
@@ -47,16 +59,38 @@ class Variant {
   template <class T>
   Variant(std::shared_ptr<T> o) : Variant(std::static_pointer_cast<Object>(std::move(o))) {}
 
-  static Variant Null() noexcept { Variant v; v.type_ = VarType::Null; return v; }
-  static Variant Date(double oleDate) noexcept { Variant v(oleDate); v.type_ = VarType::Date; return v; }
-  static Variant Currency(int64_t scaled) noexcept { Variant v; v.type_ = VarType::Currency; v.u_.i64 = scaled; return v; }
-  static Variant ErrorValue(int32_t code) noexcept { Variant v(code); v.type_ = VarType::Error; return v; }
+  static Variant Null() noexcept {
+    Variant v;
+    v.type_ = VarType::Null;
+    return v;
+  }
+  static Variant Date(double oleDate) noexcept {
+    Variant v(oleDate);
+    v.type_ = VarType::Date;
+    return v;
+  }
+  static Variant Currency(int64_t scaled) noexcept {
+    Variant v;
+    v.type_ = VarType::Currency;
+    v.u_.i64 = scaled;
+    return v;
+  }
+  static Variant ErrorValue(int32_t code) noexcept {
+    Variant v(code);
+    v.type_ = VarType::Error;
+    return v;
+  }
 
   Variant(const Variant& o) noexcept;
-  Variant(Variant&& o) noexcept : type_(o.type_), u_(o.u_) { o.type_ = VarType::Empty; o.u_.i64 = 0; }
+  Variant(Variant&& o) noexcept : type_(o.type_), u_(o.u_) {
+    o.type_ = VarType::Empty;
+    o.u_.i64 = 0;
+  }
   Variant& operator=(const Variant& o) noexcept;
   Variant& operator=(Variant&& o) noexcept;
-  ~Variant() { if (type_ >= VarType::String) hDrop(); }
+  ~Variant() {
+    if (type_ >= VarType::String) hDrop();
+  }
 
   VarType type() const noexcept { return type_; }
   int vartype() const noexcept { return static_cast<int>(type_); }
@@ -67,9 +101,7 @@ class Variant {
   bool isBool() const noexcept { return type_ == VarType::Boolean; }
   bool isDate() const noexcept { return type_ == VarType::Date; }
   // Integer, Long, Single, Double, Currency (not Boolean, not Date).
-  bool isNumber() const noexcept {
-    return type_ >= VarType::Integer && type_ <= VarType::Currency;
-  }
+  bool isNumber() const noexcept { return type_ >= VarType::Integer && type_ <= VarType::Currency; }
 
   // Raw payload access. REQUIRES: the matching type.
   int16_t rawInteger() const noexcept { return u_.i16; }
@@ -84,7 +116,9 @@ class Variant {
   const ObjectPtr& obj() const noexcept;
   // The object cast to T, or null when it is not a T.
   template <class T>
-  std::shared_ptr<T> as() const { return std::dynamic_pointer_cast<T>(obj()); }
+  std::shared_ptr<T> as() const {
+    return std::dynamic_pointer_cast<T>(obj());
+  }
 
  private:
   struct StrRep;

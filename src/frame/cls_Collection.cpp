@@ -16,8 +16,8 @@ void cls_Collection::Add(const Variant& pItem, std::string_view pKey) {
     if (!pKey.empty()) {
       auto [it, added] = keys_.emplace(text::UCase(pKey), items_.size());
       if (!added)
-        Raise(kDuplicateKey, "This key is already associated with an element of this collection: '" +
-                                 std::string(pKey) + "'");
+        Raise(kDuplicateKey,
+              "This key is already associated with an element of this collection: '" + std::string(pKey) + "'");
     }
     items_.push_back({pItem, std::string(pKey)});
   });

@@ -67,9 +67,7 @@ int OPEN(const std::string& pPath, const std::vector<std::string>* pRoots) {
 
 const std::vector<std::string>* ACTIVE() { return tActive; }
 
-Scope::Scope(std::vector<std::string> pRoots) : roots_(std::move(pRoots)), previous_(tActive) {
-  tActive = &roots_;
-}
+Scope::Scope(std::vector<std::string> pRoots) : roots_(std::move(pRoots)), previous_(tActive) { tActive = &roots_; }
 
 Scope::~Scope() { tActive = previous_; }
 

@@ -7,8 +7,8 @@
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
-#include "frame/mdl_Confine.h"
 #include "frame/Text.h"
+#include "frame/mdl_Confine.h"
 
 namespace rykel {
 
@@ -22,8 +22,8 @@ bool hIsDate(std::string_view pText) {
   size_t n = text::Len(pText);
   bool shaped = false;
   if (n == 19) {
-    shaped = pText.size() == 19 && pText[4] == '-' && pText[7] == '-' && pText[10] == ' ' &&
-             pText[13] == ':' && pText[16] == ':';
+    shaped = pText.size() == 19 && pText[4] == '-' && pText[7] == '-' && pText[10] == ' ' && pText[13] == ':' &&
+             pText[16] == ':';
   } else if (n == 10) {
     shaped = pText.size() == 10 && pText[4] == '-' && pText[7] == '-';
   }

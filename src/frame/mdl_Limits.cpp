@@ -67,8 +67,7 @@ void RESET() {
 void CheckInputSize(uint64_t pSize, std::string_view pWhat) {
   const int64_t max = Get(kInputSize);
   if (pSize > static_cast<uint64_t>(max))
-    Raise(err::kInvalidData, std::string(pWhat) + " is larger than INPUT.SIZE.MAX (" + std::to_string(max) +
-                                 " bytes)");
+    Raise(err::kInvalidData, std::string(pWhat) + " is larger than INPUT.SIZE.MAX (" + std::to_string(max) + " bytes)");
 }
 
 int64_t UnusedSlotBudget(uint64_t pBytes) {

@@ -3,17 +3,17 @@
 #include <algorithm>
 #include <functional>
 
+#include "database/cls_DB.h"
 #include "frame/Error.h"
 #include "frame/cls_Collection.h"
 #include "frame/cls_CollectionInt.h"
 #include "frame/cls_CollectionValues.h"
-#include "structure/cls_Structure.h"
-#include "structure/cls_StructureTools.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
+#include "structure/cls_Structure.h"
+#include "structure/cls_StructureTools.h"
 #include "tools/cls_DBTool.h"
-#include "database/cls_DB.h"
 
 namespace rykel {
 
@@ -68,8 +68,7 @@ const std::vector<Creatable>& hCreatables() {
 ObjectPtr CreateObject(std::string_view pName) {
   return Guard("sys_Global", "CreateObject", [&]() -> ObjectPtr {
     std::string_view name = pName;
-    if (name.size() > 6 && (name.substr(0, 6) == "RyKEL." || name.substr(0, 6) == "rykel."))
-      name.remove_prefix(6);
+    if (name.size() > 6 && (name.substr(0, 6) == "RyKEL." || name.substr(0, 6) == "rykel.")) name.remove_prefix(6);
     for (const auto& row : hCreatables())
       if (name == row.name) return row.make();
     Raise(429, "ActiveX component can't create object: " + std::string(pName));

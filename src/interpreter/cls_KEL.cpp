@@ -6,17 +6,17 @@
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
-#include "frame/mdl_Global.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
+#include "frame/mdl_Global.h"
 #include "interpreter/cls_KELDecoder.h"
 #include "interpreter/cls_KELErrorList.h"
 #include "interpreter/cls_KELExecutor.h"
 #include "interpreter/cls_KELFrontEnd.h"
+#include "interpreter/cls_KELModules.h"
 #include "interpreter/mdl_KELData.h"
 #include "interpreter/mdl_KELStructText.h"
-#include "interpreter/cls_KELModules.h"
 
 namespace rykel {
 
@@ -53,9 +53,7 @@ bool cls_KEL::hSetting(std::string_view pKey, bool pDefault) {
   Variant v = SETTINGS->ITEM_GET(Variant(pKey), Variant(pDefault));
   try {
     return mdl_Global::hCBool(v);
-  } catch (...) {
-    return pDefault;
-  }
+  } catch (...) { return pDefault; }
 }
 
 int32_t cls_KEL::hSettingInt(std::string_view pKey, int32_t pDefault) {
@@ -85,8 +83,7 @@ void cls_KEL::hReadSettings() {
 
 // ---- decoding ----------------------------------------------------------------------------------
 
-Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const Variant& pAdd,
-                        bool pAllowExec) {
+Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const Variant& pAdd, bool pAllowExec) {
   if (!pPara.isString()) return pPara;
   KELParam p = cls_KELDecoder::Classify(pPara.str());
   switch (p.kind) {
@@ -99,8 +96,7 @@ Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const V
     case enm_KELParamKind::Other:
       if (pAllowExec && !(depth_ > 0 ? run_.noexec : hSetting("SYS.NOEXEC", false))) return EXECUTE(pPara.str(), pData);
       return p.value;
-    default:
-      return p.value;
+    default: return p.value;
   }
 }
 
@@ -112,14 +108,11 @@ std::string cls_KEL::hToText(const Variant& pValue) {
   if (pValue.isString()) return std::string(pValue.str());
   if (pValue.isObject()) {
     bool html = depth_ > 0 ? run_.html : hSetting("SYS.OUTPUT.HTML", false);
-    return mdl_KELStructText::Text(pValue, html ? mdl_KELStructText::Form::Html
-                                                : mdl_KELStructText::Form::Text);
+    return mdl_KELStructText::Text(pValue, html ? mdl_KELStructText::Form::Html : mdl_KELStructText::Form::Text);
   }
   try {
     return CStr(pValue);
-  } catch (...) {
-    return "";
-  }
+  } catch (...) { return ""; }
 }
 
 std::string cls_KEL::hData(std::string_view pText) {
@@ -145,8 +138,7 @@ bool cls_KEL::hInArray(const Variant& pValue, const std::vector<Variant>& pArray
     if (pValue.type() == e.type() || (pValue.isString() && e.isString())) {
       try {
         if (CStr(pValue) == CStr(e)) return true;
-      } catch (...) {
-      }
+      } catch (...) {}
     }
   }
   return false;
@@ -176,9 +168,7 @@ std::string cls_KEL::LOCATE(std::string_view pFile, std::string_view pDefault) {
   return cls_KELFrontEnd::Locate(*this, pFile, pDefault);
 }
 
-std::vector<std::string> cls_KEL::LOCATEALL(std::string_view pFile) {
-  return cls_KELFrontEnd::LocateAll(*this, pFile);
-}
+std::vector<std::string> cls_KEL::LOCATEALL(std::string_view pFile) { return cls_KELFrontEnd::LocateAll(*this, pFile); }
 
 // ---- error list --------------------------------------------------------------------------------
 
@@ -219,9 +209,7 @@ std::string cls_KEL::ERRORTEXT(std::string_view pErrMsg) {
   return std::string(s);
 }
 
-bool cls_KEL::ISERROR(const Variant& pValue) {
-  return pValue.isString() && pValue.str().substr(0, 4) == "ERR:";
-}
+bool cls_KEL::ISERROR(const Variant& pValue) { return pValue.isString() && pValue.str().substr(0, 4) == "ERR:"; }
 
 void cls_KEL::hShowCalls() {
   if (callsShown_ == calls_) return;

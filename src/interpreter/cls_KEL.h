@@ -74,8 +74,8 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   std::string TypeName() const override { return "cls_KEL"; }
 
   // ---- public state ----------------------------------------------------------------------------
-  StructurePtr DIRECTORIES, DEVELOPER, TRACE, VARIABLES, BLOCKS, FUNCTIONS, RECURSIONS, SETTINGS,
-      DISPOSELIST, ERRORLIST, LATER;
+  StructurePtr DIRECTORIES, DEVELOPER, TRACE, VARIABLES, BLOCKS, FUNCTIONS, RECURSIONS, SETTINGS, DISPOSELIST,
+      ERRORLIST, LATER;
   // Beside ERRORLIST, one sub-structure per error with FILE (the template file, "" for text handed to
   // PROCESS), LINE and COLUMN (1-based, of the command that was running, of the unclosed quote or
   // of the command past SYS.COMMANDS.MAX; 0 when unknown) and MESSAGE (the plain text, without
@@ -176,7 +176,7 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   // The command name SYNTAXCHECK reports (the module command being run).
   const std::string& hCurrentCommand() const { return currentCommand_; }
 
- // ---- internal state of the executor and front end (not for hosts) ---------------------------
+  // ---- internal state of the executor and front end (not for hosts) ---------------------------
 
   struct SwitchFrame {
     Variant value;
@@ -204,27 +204,28 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
 
   bool quit_ = false;
   bool cutShort_ = false;
-  int32_t errorsListed_ = 0;                     // ERRORLIST lines of this outermost PROCESS
-  int64_t calls_ = 0;                            // the count mirrored in RECURSIONS
-  int64_t callsShown_ = 0;                       // the count RECURSIONS holds now
+  int32_t errorsListed_ = 0;  // ERRORLIST lines of this outermost PROCESS
+  int64_t calls_ = 0;         // the count mirrored in RECURSIONS
+  int64_t callsShown_ = 0;    // the count RECURSIONS holds now
   // Brings RECURSIONS up to calls_. Commands only count; the structure is written when a host,
   // callback or module can look at it (outermost ends, events, module commands).
   void hShowCalls();
-  int64_t steps_ = 0;                            // commands and loop rounds since the outermost start
+  int64_t steps_ = 0;  // commands and loop rounds since the outermost start
   // The IF chain record for the command that comes next: the counter value it is meant for (0:
   // none) and whether a branch was taken. One record suffices: the counter only grows.
   int64_t chainAt_ = 0;
   bool chainTaken_ = false;
-  std::vector<SwitchFrame> switches_;            // SWITCH blocks in progress
-  SwitchFrame looseSwitch_;                      // set by a SWITCH without block
-  int depth_ = 0;                                // nested PROCESS levels
-  int nest_ = 0;                                 // nested EXECUTE and expression levels
+  std::vector<SwitchFrame> switches_;  // SWITCH blocks in progress
+  SwitchFrame looseSwitch_;            // set by a SWITCH without block
+  int depth_ = 0;                      // nested PROCESS levels
+  int nest_ = 0;                       // nested EXECUTE and expression levels
   std::vector<Source> sources_;
-  std::string master_;                           // MASTER template file, applied at the end
-  std::string dataKey_;                          // key of the data marks; "" until data is output
-  Source masterSource_;                          // where the MASTER command stood
+  std::string master_;   // MASTER template file, applied at the end
+  std::string dataKey_;  // key of the data marks; "" until data is output
+  Source masterSource_;  // where the MASTER command stood
   std::string currentCommand_;
   std::map<std::string, std::chrono::steady_clock::time_point, std::less<>> traceStarts_;
+
  private:
   std::unique_ptr<cls_KELErrorList> errorList_;
 };

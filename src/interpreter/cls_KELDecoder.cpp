@@ -20,9 +20,8 @@ struct LiteralRow {
   std::string_view from, to;
 };
 constexpr LiteralRow kLiterals[] = {
-    {"=", "=="},  {"=>", ">="},  {"=<", "<="}, {"<>", "!="},  {"=!", "!="},    {"=!=", "!="},
-    {"&", "&&"},  {"AND", "&&"}, {"|", "||"},  {"OR", "||"},  {"WAHR", "1"},   {"TRUE", "1"},
-    {"FALSCH", "0"}, {"FALSE", "0"},
+    {"=", "=="},   {"=>", ">="}, {"=<", "<="}, {"<>", "!="},  {"=!", "!="},  {"=!=", "!="},   {"&", "&&"},
+    {"AND", "&&"}, {"|", "||"},  {"OR", "||"}, {"WAHR", "1"}, {"TRUE", "1"}, {"FALSCH", "0"}, {"FALSE", "0"},
 };
 
 const LiteralRow* hLiteralRow(std::string_view s) {
@@ -35,9 +34,7 @@ const LiteralRow* hLiteralRow(std::string_view s) {
   return nullptr;
 }
 
-bool hIsHexDigit(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
+bool hIsHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
 }  // namespace
 
@@ -75,10 +72,8 @@ KELParam cls_KELDecoder::ClassifyUncached(std::string_view s) {
       return p;
     }
     p.kind = enm_KELParamKind::Quoted;
-    if (mdl_Global::hIsDate(inner) && date::Parse(inner, d))
-      p.value = Variant::Date(d);
-    else
-      p.value = Variant(inner);
+    if (mdl_Global::hIsDate(inner) && date::Parse(inner, d)) p.value = Variant::Date(d);
+    else p.value = Variant(inner);
     return p;
   }
   // 3: a time stays text.
@@ -145,8 +140,7 @@ KELParam cls_KELDecoder::Classify(std::string_view pText) {
 std::string cls_KELDecoder::ENCODE(const Variant& v, bool pQuoteText) {
   switch (v.type()) {
     case VarType::Single:
-    case VarType::Double:
-      return text::Replace(CStr(v), ",", ".");
+    case VarType::Double: return text::Replace(CStr(v), ",", ".");
     case VarType::Date: {
       std::string s = date::ToIso(v.rawDouble());
       return pQuoteText ? "\"" + s + "\"" : s;
@@ -158,12 +152,9 @@ std::string cls_KELDecoder::ENCODE(const Variant& v, bool pQuoteText) {
       if (s.find('\'') == std::string_view::npos) return "'" + std::string(s) + "'";
       return "\"" + text::Replace(s, "\"", "'") + "\"";
     }
-    case VarType::Object:
-      return mdl_KELStructText::Text(v, mdl_KELStructText::Form::Short);
-    case VarType::Boolean:
-      return v.rawBool() ? "True" : "False";
-    default:
-      return CStr(v);
+    case VarType::Object: return mdl_KELStructText::Text(v, mdl_KELStructText::Form::Short);
+    case VarType::Boolean: return v.rawBool() ? "True" : "False";
+    default: return CStr(v);
   }
 }
 

@@ -23,7 +23,18 @@
 
 namespace rykel {
 
-enum class enm_KELParamKind : uint8_t { Date, Quoted, QuotedTemplate, Time, Raw, DottedDate, Number, Hex, Literal, Other };
+enum class enm_KELParamKind : uint8_t {
+  Date,
+  Quoted,
+  QuotedTemplate,
+  Time,
+  Raw,
+  DottedDate,
+  Number,
+  Hex,
+  Literal,
+  Other
+};
 
 struct KELParam {
   enm_KELParamKind kind = enm_KELParamKind::Other;

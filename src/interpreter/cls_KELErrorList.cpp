@@ -34,8 +34,8 @@ cls_KELErrorList::Built cls_KELErrorList::Build(std::string_view pTitle, std::st
   return b;
 }
 
-void cls_KELErrorList::Add(const std::string& pHtml, const std::string& pMessage,
-                           const std::string& pFile, int32_t pLine, int32_t pColumn) {
+void cls_KELErrorList::Add(const std::string& pHtml, const std::string& pMessage, const std::string& pFile,
+                           int32_t pLine, int32_t pColumn) {
   try {
     auto place = cls_Structure::New();
     place->ITEM_LET("FILE", pFile);
@@ -44,12 +44,10 @@ void cls_KELErrorList::Add(const std::string& pHtml, const std::string& pMessage
     place->ITEM_LET("MESSAGE", pMessage);
     list_->ADD(pHtml);
     places_->ADD(Variant(place));
-  } catch (...) {
-  }
+  } catch (...) {}
 }
 
-void cls_KELErrorList::LineColumn(std::string_view pText, size_t pOffset, int32_t& rLine,
-                                  int32_t& rColumn) {
+void cls_KELErrorList::LineColumn(std::string_view pText, size_t pOffset, int32_t& rLine, int32_t& rColumn) {
   pOffset = std::min(pOffset, pText.size());
   std::string_view before = pText.substr(0, pOffset);
   rLine = 1 + static_cast<int32_t>(std::count(before.begin(), before.end(), '\n'));

@@ -23,8 +23,8 @@ class cls_KELErrorList {
   Built Build(std::string_view pTitle, std::string_view pDetail) const;
   // Adds the line and its place; a failing list operation leaves the list as it was.
   // pMessage is the plain form ("title: detail") kept with the place.
-  void Add(const std::string& pHtml, const std::string& pMessage, const std::string& pFile,
-           int32_t pLine, int32_t pColumn);
+  void Add(const std::string& pHtml, const std::string& pMessage, const std::string& pFile, int32_t pLine,
+           int32_t pColumn);
 
   // Line and column (1-based) of a byte offset in a text; columns count characters.
   static void LineColumn(std::string_view pText, size_t pOffset, int32_t& rLine, int32_t& rColumn);

@@ -12,8 +12,8 @@
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELDecoder.h"
 #include "interpreter/cls_KELFrontEnd.h"
-#include "interpreter/cls_KELTokenizer.h"
 #include "interpreter/cls_KELModules.h"
+#include "interpreter/cls_KELTokenizer.h"
 #include "structure/cls_StructureManager.h"
 
 namespace rykel {
@@ -21,8 +21,8 @@ namespace rykel {
 namespace {
 
 // The operator list: "0" is a filler so that each operator's position is its number.
-constexpr std::string_view kOperators[] = {"0", "^", "*", "/", "+", "-", ">=", "<=", "!=", "==",
-                                           "<", ">", "||", "&&", ":="};
+constexpr std::string_view kOperators[] = {
+    "0", "^", "*", "/", "+", "-", ">=", "<=", "!=", "==", "<", ">", "||", "&&", ":="};
 static_assert(std::size(kOperators) == static_cast<size_t>(enm_KELOperator::Count_));
 // Binding level per operator (lower binds tighter); same order as kOperators.
 constexpr int kLevels[] = {99, 1, 2, 2, 3, 3, 4, 4, 4, 4, 4, 4, 5, 6, 7};
@@ -39,7 +39,7 @@ struct Ctx {
   std::string_view text;  // the prepared command text
   const KELToken* params;
   size_t count;
-  Plan* plan = nullptr;   // the decoded form of the command text, when it has one
+  Plan* plan = nullptr;  // the decoded form of the command text, when it has one
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -65,8 +65,7 @@ bool hIsReference(std::string_view w) {
 bool hIsName(std::string_view w) {
   if (w.empty() || !(hIsLetter(w[0]) || w[0] == '_')) return false;
   for (char c : w)
-    if (!(hIsLetter(c) || hIsDigit(c) || c == '_' || c == '.' || static_cast<unsigned char>(c) >= 0x80))
-      return false;
+    if (!(hIsLetter(c) || hIsDigit(c) || c == '_' || c == '.' || static_cast<unsigned char>(c) >= 0x80)) return false;
   return true;
 }
 
@@ -89,7 +88,10 @@ bool hIsOneCommand(std::string_view s) {
 }
 
 bool hNumber(const Variant& v, double& d) {
-  if (v.isEmpty()) { d = 0; return true; }
+  if (v.isEmpty()) {
+    d = 0;
+    return true;
+  }
   if (v.isString()) return IsNumericText(v.str()) && ParseNumber(v.str(), d);
   return NumericValue(v, d);
 }
@@ -186,8 +188,7 @@ int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_
   int32_t end = size;
   if (hint > 0 && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom)
     end = hint;  // the hint holds the name: only an earlier slot could come first
-  else if (size > kScanMax)
-    return -2;
+  else if (size > kScanMax) return -2;
   for (int32_t i = 0; i < end; ++i) {
     if (!items[i].used || items[i].name != atom) continue;
     if (i == 0 && !m.HASZERO_GET(id)) continue;
@@ -278,21 +279,17 @@ std::string hBlock(Ctx& c, const KELToken& t) {
 // The value of one parameter token.
 Variant hValue(Ctx& c, const KELToken& t) {
   switch (t.kind) {
-    case enm_KELToken::Parens:
-      return hEvalText(c, hInner(t));
+    case enm_KELToken::Parens: return hEvalText(c, hInner(t));
     case enm_KELToken::Braces: {
       std::string_view inner = hInner(t);
       if (inner.size() >= 1 && inner[0] == '$') return c.k.DECODE(Variant(t.text), c.data);
       if (hIsOneCommand(inner)) return c.k.EXECUTE(inner.substr(1, inner.size() - 2), c.data);
       return Variant(c.k.PROCESS(inner, c.data));
     }
-    case enm_KELToken::Quoted:
-      return c.k.DECODE(Variant(t.text), c.data);
-    case enm_KELToken::Operator:
-      return Variant(t.text);
+    case enm_KELToken::Quoted: return c.k.DECODE(Variant(t.text), c.data);
+    case enm_KELToken::Operator: return Variant(t.text);
     case enm_KELToken::Word:
-    default:
-      return c.k.DECODE(Variant(t.text), c.data, {}, hIsReference(t.text));
+    default: return c.k.DECODE(Variant(t.text), c.data, {}, hIsReference(t.text));
   }
 }
 
@@ -357,8 +354,8 @@ struct Expr {
       } else if (tok.kind == enm_KELToken::Word && cls_KELDecoder::IsLiteralWord(tok.text) &&
                  (cls_KELDecoder::LITERAL(tok.text) == "&&" || cls_KELDecoder::LITERAL(tok.text) == "||")) {
         opText = cls_KELDecoder::LITERAL(tok.text);
-      } else if (tok.kind == enm_KELToken::Word && tok.text.size() >= 2 &&
-                 (tok.text[0] == '-' || tok.text[0] == '+') && hIsDigit(tok.text[1])) {
+      } else if (tok.kind == enm_KELToken::Word && tok.text.size() >= 2 && (tok.text[0] == '-' || tok.text[0] == '+') &&
+                 hIsDigit(tok.text[1])) {
         opText = std::string(1, tok.text[0]);
         signWord = true;
       } else {
@@ -372,7 +369,8 @@ struct Expr {
       }
       int level = cls_KELExecutor::Level(op);
       if (level > maxLevel) break;
-      if (signWord) unsignNext = true; else ++i;
+      if (signWord) unsignNext = true;
+      else ++i;
       Val rhs = Parse(op == enm_KELOperator::Assign ? level : level - 1);
       lhs = {Apply(op, opText, lhs, rhs), {}};
     }
@@ -396,23 +394,17 @@ struct Expr {
         if (joined.size() + right.size() > c.k.run_.valueMax) return hValueTooLarge(c.k);
         return Variant(joined.append(right));
       }
-      case enm_KELOperator::Subtract:
-        return num ? Variant(a - b) : hFail(opText);
-      case enm_KELOperator::Multiply:
-        return num ? Variant(a * b) : hFail(opText);
-      case enm_KELOperator::Divide:
-        return num && b != 0 ? Variant(a / b) : hFail(opText);
+      case enm_KELOperator::Subtract: return num ? Variant(a - b) : hFail(opText);
+      case enm_KELOperator::Multiply: return num ? Variant(a * b) : hFail(opText);
+      case enm_KELOperator::Divide: return num && b != 0 ? Variant(a / b) : hFail(opText);
       case enm_KELOperator::Power: {
         if (!num) return hFail(opText);
         double p = std::pow(a, b);
         return std::isfinite(p) ? Variant(p) : hFail(opText);
       }
-      case enm_KELOperator::Or:
-        return flag(hTruth(l.v) || hTruth(r.v));
-      case enm_KELOperator::And:
-        return flag(hTruth(l.v) && hTruth(r.v));
-      default:
-        break;
+      case enm_KELOperator::Or: return flag(hTruth(l.v) || hTruth(r.v));
+      case enm_KELOperator::And: return flag(hTruth(l.v) && hTruth(r.v));
+      default: break;
     }
     int cmp;
     if (num) {
@@ -498,8 +490,7 @@ std::string hRest(Ctx& c) {
   s = s.substr(i);
   while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front())) s.remove_prefix(1);
   while (!s.empty() && cls_KELTokenizer::IsSeparator(s.back())) s.remove_suffix(1);
-  if (s.size() >= 2 && (s.front() == '"' || s.front() == '\'') && s.back() == s.front())
-    s = s.substr(1, s.size() - 2);
+  if (s.size() >= 2 && (s.front() == '"' || s.front() == '\'') && s.back() == s.front()) s = s.substr(1, s.size() - 2);
   if (s.find('{') != std::string_view::npos) return c.k.PROCESS(s, c.data);
   return std::string(s);
 }
@@ -560,12 +551,11 @@ Variant hLocate(Ctx& c) { return Variant(c.k.LOCATE(hRest(c), "")); }
 Variant hMaster(Ctx& c);
 
 constexpr KELCommand kCommands[] = {
-    {"IF", hIf},         {"ELSEIF", hElseIf},   {"ELSE", hElse},       {"WHILE", hWhile},
-    {"DO", hDo},         {"SWITCH", hSwitch},   {"CASE", hCase},       {"DEFAULT", hDefault},
-    {"FOR", hFor},       {"ITERATE", hIterate}, {"VAR", hVar},         {"BLOCK", hBlockCmd},
-    {"LATER", hLater},   {"STRUCT", hStruct},   {"STRUCTURE", hStruct}, {"INCLUDE", hInclude},
-    {"DISPOSE", hDispose}, {"COMMENT", hComment}, {"MUTE", hMute},    {"NESTED", hNested},
-    {"NOW", hNow},       {"LOCATE", hLocate},   {"MASTER", hMaster},
+    {"IF", hIf},           {"ELSEIF", hElseIf},   {"ELSE", hElse},       {"WHILE", hWhile},   {"DO", hDo},
+    {"SWITCH", hSwitch},   {"CASE", hCase},       {"DEFAULT", hDefault}, {"FOR", hFor},       {"ITERATE", hIterate},
+    {"VAR", hVar},         {"BLOCK", hBlockCmd},  {"LATER", hLater},     {"STRUCT", hStruct}, {"STRUCTURE", hStruct},
+    {"INCLUDE", hInclude}, {"DISPOSE", hDispose}, {"COMMENT", hComment}, {"MUTE", hMute},     {"NESTED", hNested},
+    {"NOW", hNow},         {"LOCATE", hLocate},   {"MASTER", hMaster},
 };
 
 const KELCommand* hFindCommand(std::string_view word) {
@@ -582,8 +572,7 @@ void hChainSet(cls_KEL& k, int64_t calls, bool taken);
 
 // IF (cond) {then} [{else}]
 Variant hIfLike(Ctx& c, std::string_view name) {
-  if (c.count != 2 && c.count != 3)
-    return hCountError(c, std::string(name) + " requires 2 or 3 parameters, ");
+  if (c.count != 2 && c.count != 3) return hCountError(c, std::string(name) + " requires 2 or 3 parameters, ");
   bool taken = hCondition(c, c.params[0]);
   std::string out;
   if (taken) out = hBlock(c, c.params[1]);
@@ -674,9 +663,7 @@ Variant hSwitch(Ctx& c) {
   return Variant(out);
 }
 
-cls_KEL::SwitchFrame& hSwitchFrame(cls_KEL& k) {
-  return k.switches_.empty() ? k.looseSwitch_ : k.switches_.back();
-}
+cls_KEL::SwitchFrame& hSwitchFrame(cls_KEL& k) { return k.switches_.empty() ? k.looseSwitch_ : k.switches_.back(); }
 
 Variant hCase(Ctx& c) {
   if (c.count != 2) return hCountError(c, "CASE requires 2 parameters, ");
@@ -875,8 +862,8 @@ bool hStartsWithUpper(std::string_view s, std::string_view prefix) {
   return true;
 }
 
-Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data,
-                   const cls_KELTokenizer::Cached& cached, Plan* plan);
+Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
+                   Plan* plan);
 
 bool hOneWord(std::string_view s) {
   for (char ch : s)
@@ -902,8 +889,7 @@ std::shared_ptr<Plan> hPlanFor(std::string_view s) {
     plan->kind = Plan::Var;
     plan->var = hMakeVarPath(s.substr(4));
   } else if ((s.size() >= 2 && s[0] == '@' && s[1] == '@') || (oneWord && hStartsWithUpper(s, "BLOCK:")) ||
-             (oneWord && hStartsWithUpper(s, "DATA:")) ||
-             (oneWord && s.size() >= 2 && s[0] == '%')) {
+             (oneWord && hStartsWithUpper(s, "DATA:")) || (oneWord && s.size() >= 2 && s[0] == '%')) {
     plan->kind = Plan::Early;
   } else {
     plan->tokens = cls_KELTokenizer::TokenizeCached(s);
@@ -960,8 +946,8 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
 
 // A command text by its tokens: a command word of the table, an expression, a module command, a
 // user function or a command routed to the modules.
-Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data,
-                   const cls_KELTokenizer::Cached& cached, Plan* plan) {
+Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
+                   Plan* plan) {
   const auto& tokens = cached.tokens;
   if (tokens.empty()) return Variant("");
   Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan};
@@ -1039,9 +1025,7 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
       r = Variant(t);
     }
     return r;
-  } catch (const std::exception& e) {
-    return Variant(k.ERRORS("Could not execute", s));
-  }
+  } catch (const std::exception& e) { return Variant(k.ERRORS("Could not execute", s)); }
 }
 
 }  // namespace rykel

@@ -16,8 +16,22 @@ class cls_KEL;
 // The operators in binding order; the position in the list (1..14) is the operator's number.
 // ORDER: kOperators in cls_KELExecutor.cpp follows this enum.
 enum class enm_KELOperator : uint8_t {
-  None = 0, Power, Multiply, Divide, Add, Subtract, GreaterEqual, LessEqual, NotEqual, Equal,
-  Less, Greater, Or, And, Assign, Count_
+  None = 0,
+  Power,
+  Multiply,
+  Divide,
+  Add,
+  Subtract,
+  GreaterEqual,
+  LessEqual,
+  NotEqual,
+  Equal,
+  Less,
+  Greater,
+  Or,
+  And,
+  Assign,
+  Count_
 };
 
 class cls_KELExecutor {

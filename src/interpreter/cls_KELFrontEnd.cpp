@@ -9,15 +9,15 @@
 
 #include "frame/Convert.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
-#include "frame/FileIO.h"
-#include "frame/mdl_Global.h"
 #include "frame/mdl_Confine.h"
+#include "frame/mdl_Global.h"
 #include "frame/mdl_Limits.h"
+#include "interpreter/TextCache.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELExecutor.h"
-#include "interpreter/TextCache.h"
 
 namespace rykel {
 
@@ -149,8 +149,7 @@ constexpr size_t kPrepareLimit = 16384;
 
 }  // namespace
 
-bool cls_KELFrontEnd::Encapsulate(std::string& rData, std::string_view pStartTag,
-                                  std::string_view pEndTag) {
+bool cls_KELFrontEnd::Encapsulate(std::string& rData, std::string_view pStartTag, std::string_view pEndTag) {
   if (pStartTag.empty()) return true;
   size_t p = rData.find(pStartTag);
   while (p != std::string::npos) {
@@ -191,10 +190,9 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
     k.master_.clear();
     k.hReadSettings();
   }
-  if (outermost && pText.size() > static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize)))
-  {
-    out += k.hLimit("Input too large", "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) +
-                                           " bytes (INPUT.SIZE.MAX)");
+  if (outermost && pText.size() > static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize))) {
+    out += k.hLimit("Input too large",
+                    "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) + " bytes (INPUT.SIZE.MAX)");
     return;
   }
   const int32_t maxDepth = k.run_.nestingMax;
@@ -299,8 +297,8 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       if (++count > limit || unclosed) {
         // The report quotes the text from the "{" on.
-        std::string from = inHead ? head.substr(open, 404) + std::string(text.substr(tpos, 404))
-                                  : std::string(text.substr(open, 404));
+        std::string from =
+            inHead ? head.substr(open, 404) + std::string(text.substr(tpos, 404)) : std::string(text.substr(open, 404));
         from = std::string(text::Left(from, 101));
         if (count > limit) {
           failure = "Not parseable";
@@ -340,8 +338,8 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       if (!k.quit_ && out.size() - base + result.size() > k.run_.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
-        out += k.hLimit("Output too large", "more than " + std::to_string(k.run_.outputMax) +
-                                                " bytes (SYS.OUTPUT.MAX)");
+        out +=
+            k.hLimit("Output too large", "more than " + std::to_string(k.run_.outputMax) + " bytes (SYS.OUTPUT.MAX)");
         k.quit_ = true;
         break;
       }
@@ -389,9 +387,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       std::string report = k.hLimit(failure, failureDetail);
       if (k.run_.debug) out += report;
     }
-  } catch (const std::exception& e) {
-    out += k.ERRORS("Could not execute", e.what());
-  }
+  } catch (const std::exception& e) { out += k.ERRORS("Could not execute", e.what()); }
 
   if (outermost) {
     try {
@@ -426,9 +422,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
           --k.depth_;
         }
       }
-    } catch (const std::exception& e) {
-      out += k.ERRORS("Could not execute", e.what());
-    }
+    } catch (const std::exception& e) { out += k.ERRORS("Could not execute", e.what()); }
     k.SIGNAL(kelSignalProcessEnd);
     // The page is finished (inside a host's EXECUTE, that EXECUTE finishes its own result).
     if (k.nest_ == 0) k.hDataFinish(out, base);
@@ -459,8 +453,7 @@ bool cls_KELFrontEnd::SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::s
     if (rValue->EXISTSBYID_GET(name)) continue;
     Variant value("__ERR__");
     int32_t slot = rValue->BASE() + position - 1;
-    if (slot >= rValue->BASE() && slot <= rValue->MAX() && rValue->EXISTS_GET(slot) &&
-        rValue->ID_GET(slot).empty()) {
+    if (slot >= rValue->BASE() && slot <= rValue->MAX() && rValue->EXISTS_GET(slot) && rValue->ID_GET(slot).empty()) {
       value = rValue->ITEM_GET(slot);
     } else if (eq != std::string_view::npos) {
       std::string_view def = text::Trim(entry.substr(eq + 1));
@@ -472,8 +465,8 @@ bool cls_KELFrontEnd::SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::s
     rValue->ITEMBYID_LET(name, value);
   }
   if (!ok)
-    k.ERRORS("The command " + k.hCurrentCommand() + " needs other parameters: " + required +
-             " required, " + delivered + " delivered");
+    k.ERRORS("The command " + k.hCurrentCommand() + " needs other parameters: " + required + " required, " + delivered +
+             " delivered");
   return ok;
 }
 

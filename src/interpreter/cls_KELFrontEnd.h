@@ -23,12 +23,12 @@ class cls_KELFrontEnd {
  public:
   // PROCESS. pFile names the template file the text comes from ("" for text handed in); with
   // pNewSource the text becomes the place errors are reported in (outermost calls and includes).
-  static std::string Process(cls_KEL& k, std::string_view pText, const StructurePtr& pData,
-                             const std::string& pFile, bool pNewSource);
+  static std::string Process(cls_KEL& k, std::string_view pText, const StructurePtr& pData, const std::string& pFile,
+                             bool pNewSource);
   // Process with the output appended to rOut (loops collect their rounds without copies); the
   // output limit counts only what this call appends.
-  static void ProcessAppend(cls_KEL& k, std::string_view pText, const StructurePtr& pData,
-                            const std::string& pFile, bool pNewSource, std::string& rOut);
+  static void ProcessAppend(cls_KEL& k, std::string_view pText, const StructurePtr& pData, const std::string& pFile,
+                            bool pNewSource, std::string& rOut);
   static bool Encapsulate(std::string& rData, std::string_view pStartTag, std::string_view pEndTag);
   static bool SyntaxCheck(cls_KEL& k, const StructurePtr& rValue, std::string_view pParaWanted);
   static std::string Locate(cls_KEL& k, std::string_view pFile, std::string_view pDefault);

@@ -34,8 +34,8 @@ bool cls_KELModule::OFFER(cls_KEL& pKEL, const std::string& pCmd, const Structur
   if (!EXECUTEEVENT) return false;
   bool done = true;
   Variant value("__ERR__");
-  EXECUTEEVENT(pResult ? pResult : cls_Structure::New(), done, value,
-               pCmd, pParameters ? pParameters : cls_Structure::New(), pKEL);
+  EXECUTEEVENT(pResult ? pResult : cls_Structure::New(), done, value, pCmd,
+               pParameters ? pParameters : cls_Structure::New(), pKEL);
   if (!done) return false;
   rValue = (value.isString() && value.str() == "__ERR__") ? Variant("") : value;
   return true;

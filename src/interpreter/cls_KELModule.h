@@ -26,8 +26,7 @@ class cls_KEL;
 class cls_KELModule : public Object {
  public:
   using ExecuteHandler = std::function<void(const StructurePtr& rResult, bool& rDone, Variant& rValue,
-                                            const std::string& pCmd, const StructurePtr& pParameters,
-                                            cls_KEL& pKEL)>;
+                                            const std::string& pCmd, const StructurePtr& pParameters, cls_KEL& pKEL)>;
   using SignalHandler = std::function<void(int pSignal, const Variant& pParameters)>;
 
   std::string TypeName() const override { return "cls_KELModule"; }
@@ -49,12 +48,12 @@ class cls_KELModule : public Object {
   // flag and set no value; the error text "Module '<ID>' does not support command '<cmd>'" (recorded in
   // the interpreter's ERRORLIST) when it cleared the flag and set no value. rDone tells the caller
   // whether the module took the command. Never raises.
-  Variant EXECUTE(cls_KEL& pKEL, const std::string& pCmd, const StructurePtr& pParameters,
-                  StructurePtr pResult, bool& rDone);
+  Variant EXECUTE(cls_KEL& pKEL, const std::string& pCmd, const StructurePtr& pParameters, StructurePtr pResult,
+                  bool& rDone);
   // Offers the command without recording anything: true (and the value) when the handler took it,
   // false when it cleared the done flag.
-  bool OFFER(cls_KEL& pKEL, const std::string& pCmd, const StructurePtr& pParameters,
-             const StructurePtr& pResult, Variant& rValue);
+  bool OFFER(cls_KEL& pKEL, const std::string& pCmd, const StructurePtr& pParameters, const StructurePtr& pResult,
+             Variant& rValue);
   // Passes a signal to the module's signal handler, when it has one.
   void SIGNAL(int pSignal, const Variant& pParameters);
 

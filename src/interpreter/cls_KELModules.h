@@ -46,8 +46,8 @@ class cls_KELModules : public Object {
   Variant EXECUTE(cls_KEL& pKEL, std::string_view pCmd, const StructurePtr& pParameters,
                   const StructurePtr& pResult = nullptr);
   // Routing without the "Module not found" record: false when no module took the command.
-  bool hRoute(cls_KEL& pKEL, std::string_view pCmd, const StructurePtr& pParameters,
-              const StructurePtr& pResult, Variant& rValue);
+  bool hRoute(cls_KEL& pKEL, std::string_view pCmd, const StructurePtr& pParameters, const StructurePtr& pResult,
+              Variant& rValue);
   // Passes the signal to every module, in the order of ADD.
   void SIGNAL(int pSignal, const Variant& pParameters);
   // rDest = pSource.

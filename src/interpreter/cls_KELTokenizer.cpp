@@ -50,14 +50,19 @@ void hSplitWord(std::string_view s, size_t start, size_t end, std::vector<KELTok
   size_t i = start, wordStart = start;
   auto flushWord = [&](size_t upto) {
     if (upto > wordStart)
-      out.push_back({enm_KELToken::Word, s.substr(wordStart, upto - wordStart),
-                     static_cast<uint32_t>(wordStart)});
+      out.push_back({enm_KELToken::Word, s.substr(wordStart, upto - wordStart), static_cast<uint32_t>(wordStart)});
   };
   while (i < end) {
     char c = s[i];
-    if (!cls_KELTokenizer::IsOperatorChar(c)) { ++i; continue; }
+    if (!cls_KELTokenizer::IsOperatorChar(c)) {
+      ++i;
+      continue;
+    }
     // A sign that starts the word.
-    if (i == start && (c == '-' || c == '+') && i + 1 < end && hIsDigit(s[i + 1])) { ++i; continue; }
+    if (i == start && (c == '-' || c == '+') && i + 1 < end && hIsDigit(s[i + 1])) {
+      ++i;
+      continue;
+    }
     // "NAME:REST" keeps its colon.
     if (c == ':' && i > wordStart && i + 1 < end && !cls_KELTokenizer::IsOperatorChar(s[i + 1])) {
       ++i;
@@ -85,7 +90,10 @@ std::vector<KELToken> cls_KELTokenizer::Tokenize(std::string_view s) {
   size_t i = 0;
   while (i < s.size()) {
     char c = s[i];
-    if (IsSeparator(c)) { ++i; continue; }
+    if (IsSeparator(c)) {
+      ++i;
+      continue;
+    }
     size_t end;
     enm_KELToken kind;
     if (c == '"' || c == '\'') {

@@ -7,7 +7,7 @@ namespace rykel::mdl_KELData {
 namespace {
 
 constexpr std::string_view kLead = "\xEE\x80\x80";  // U+E000
-constexpr std::string_view kCodes = "{}$";           // code "1", "2", "3"
+constexpr std::string_view kCodes = "{}$";          // code "1", "2", "3"
 
 // A "$" next to "[[" or "]]": script protection would make it part of "{$" or "$}".
 bool hProtectedDollar(std::string_view s, size_t i) {

@@ -8,9 +8,9 @@
 #include "frame/Convert.h"
 #include "frame/Text.h"
 #include "frame/mdl_Confine.h"
+#include "frame/mdl_Global.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELFrontEnd.h"
-#include "frame/mdl_Global.h"
 
 namespace rykel {
 
@@ -270,9 +270,8 @@ mod_KELDB::mod_KELDB() : module_(std::make_shared<cls_KELModule>()) {
   module_->ID_LET("DB");
   // The registry holds this object for as long as it holds the module, so the handler may use it.
   module_->EXECUTEEVENT = [this](const StructurePtr& rResult, bool& rDone, Variant& rValue, const std::string& pCmd,
-                                 const StructurePtr& pParameters, cls_KEL& pKEL) {
-    MODULE_EXECUTE(rResult, rDone, rValue, pCmd, pParameters, pKEL);
-  };
+                                 const StructurePtr& pParameters,
+                                 cls_KEL& pKEL) { MODULE_EXECUTE(rResult, rDone, rValue, pCmd, pParameters, pKEL); };
 }
 
 void mod_KELDB::ATTACH(const DBPtr& pDB, std::string_view pName) {

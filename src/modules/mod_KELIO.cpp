@@ -28,7 +28,11 @@ constexpr IOCommand kIOCommands[] = {
     {"YEAR", "DATE", [](Params p, cls_KEL&) { return Variant(date::ToParts(hDate(p->ITEM_GET("DATE"))).year); }},
     {"LOG", "", [](Params, cls_KEL&) { return Variant(""); }},
     {"OUT", "", [](Params p, cls_KEL&) { return hFirst(p); }},
-    {"DIE", "", [](Params, cls_KEL& k) { k.QUITEXEC(); return Variant(""); }},
+    {"DIE", "",
+     [](Params, cls_KEL& k) {
+       k.QUITEXEC();
+       return Variant("");
+     }},
     {"TELNORM", "NUMBER", [](Params p, cls_KEL&) { return Variant(mod_KELIO::TELNORM(CStr(p->ITEM_GET("NUMBER")))); }},
     {"DATEFORMAT", "DATE,FORMAT",
      [](Params p, cls_KEL&) { return Variant(date::Format(hDate(p->ITEM_GET("DATE")), CStr(p->ITEM_GET("FORMAT")))); }},

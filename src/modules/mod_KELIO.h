@@ -15,8 +15,8 @@ class mod_KELIO : public cls_KELModuleInterface {
   std::string TypeName() const override { return "mod_KELIO"; }
   std::shared_ptr<cls_KELModule> MODULE_GET() override { return module_; }
   // The module's command handler.
-  static void MODULE_EXECUTE(const StructurePtr& rResult, bool& rDone, Variant& rValue,
-                             const std::string& pCmd, const StructurePtr& pParameters, cls_KEL& pKEL);
+  static void MODULE_EXECUTE(const StructurePtr& rResult, bool& rDone, Variant& rValue, const std::string& pCmd,
+                             const StructurePtr& pParameters, cls_KEL& pKEL);
   // "0711 / 12 34" -> "0711---12-34": trimmed, "o" -> "0", " " -> "-", "/" -> "-".
   static std::string TELNORM(std::string_view pNumber);
 

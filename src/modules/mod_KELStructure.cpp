@@ -89,9 +89,8 @@ mod_KELStructure::mod_KELStructure() : module_(std::make_shared<cls_KELModule>()
   module_->EXECUTEEVENT = &mod_KELStructure::MODULE_EXECUTE;
 }
 
-void mod_KELStructure::MODULE_EXECUTE(const StructurePtr&, bool& rDone, Variant& rValue,
-                                      const std::string& pCmd, const StructurePtr& pParameters,
-                                      cls_KEL& pKEL) {
+void mod_KELStructure::MODULE_EXECUTE(const StructurePtr&, bool& rDone, Variant& rValue, const std::string& pCmd,
+                                      const StructurePtr& pParameters, cls_KEL& pKEL) {
   std::string cmd = text::UCase(pCmd);
   for (const auto& row : kStructCommands) {
     if (row.name != cmd) continue;

@@ -14,8 +14,8 @@ class mod_KELStructure : public cls_KELModuleInterface {
   mod_KELStructure();
   std::string TypeName() const override { return "mod_KELStructure"; }
   std::shared_ptr<cls_KELModule> MODULE_GET() override { return module_; }
-  static void MODULE_EXECUTE(const StructurePtr& rResult, bool& rDone, Variant& rValue,
-                             const std::string& pCmd, const StructurePtr& pParameters, cls_KEL& pKEL);
+  static void MODULE_EXECUTE(const StructurePtr& rResult, bool& rDone, Variant& rValue, const std::string& pCmd,
+                             const StructurePtr& pParameters, cls_KEL& pKEL);
 
  private:
   std::shared_ptr<cls_KELModule> module_;

@@ -74,9 +74,7 @@ static_assert(kOperatorKinds.size() == static_cast<size_t>(Op::Count), "one kind
 // The characters an operator may be written with in front of a value.
 constexpr std::string_view kPrefixChars = "$=<>![]";
 
-bool hIsBlank(const Variant& v) {
-  return v.isEmpty() || v.isNull() || (v.isString() && text::Trim(v.str()).empty());
-}
+bool hIsBlank(const Variant& v) { return v.isEmpty() || v.isNull() || (v.isString() && text::Trim(v.str()).empty()); }
 
 // The text a value is searched in; "" for empty values and structures.
 std::string_view hValueText(const Variant& v, std::string& rBuffer) {
@@ -141,20 +139,14 @@ size_t cls_DBCondition::hFlags(std::string_view pOp, bool* rCaseBlind, bool* rNe
 int32_t cls_DBCondition::hTypeOf(const Variant& pValue) {
   switch (pValue.type()) {
     case VarType::Integer:
-    case VarType::Long:
-      return ID_DBFieldType_Long;
+    case VarType::Long: return ID_DBFieldType_Long;
     case VarType::Single:
     case VarType::Double:
-    case VarType::Currency:
-      return ID_DBFieldType_Double;
-    case VarType::Date:
-      return ID_DBFieldType_Date;
-    case VarType::Boolean:
-      return ID_DBFieldType_Boolean;
-    case VarType::Object:
-      return ID_DBFieldType_Structure;
-    default:
-      return ID_DBFieldType_String;
+    case VarType::Currency: return ID_DBFieldType_Double;
+    case VarType::Date: return ID_DBFieldType_Date;
+    case VarType::Boolean: return ID_DBFieldType_Boolean;
+    case VarType::Object: return ID_DBFieldType_Structure;
+    default: return ID_DBFieldType_String;
   }
 }
 
@@ -271,8 +263,8 @@ std::string_view cls_DBCondition::hCompareText(const Variant& pValue, const std:
 
 // Three-way comparison of a value with one bound in the condition's mode; rComparable false when
 // the value cannot be compared (a text in a number column).
-int cls_DBCondition::hCompare(const Variant& pValue, const std::string* pUpper, const Variant& pBound,
-                              double pBoundNum, bool* rComparable) const {
+int cls_DBCondition::hCompare(const Variant& pValue, const std::string* pUpper, const Variant& pBound, double pBoundNum,
+                              bool* rComparable) const {
   *rComparable = true;
   if (mode_ == Mode::Text) {
     std::string buffer;
@@ -295,14 +287,10 @@ int cls_DBCondition::hCompare(const Variant& pValue, const std::string* pUpper, 
 
 bool cls_DBCondition::hTestText(std::string_view x, const Variant& pValue) const {
   switch (op_) {
-    case Op::Begins:
-      return x.starts_with(loText_);
-    case Op::Ends:
-      return x.ends_with(loText_);
-    case Op::Contains:
-      return x.find(loText_) != std::string_view::npos;
-    case Op::ContainsWord:
-      return hHasWord(x, loText_);
+    case Op::Begins: return x.starts_with(loText_);
+    case Op::Ends: return x.ends_with(loText_);
+    case Op::Contains: return x.find(loText_) != std::string_view::npos;
+    case Op::ContainsWord: return hHasWord(x, loText_);
     case Op::In:
       for (const auto& item : items_)
         if (x == item) return true;
@@ -329,8 +317,7 @@ bool cls_DBCondition::hTestText(std::string_view x, const Variant& pValue) const
         if (x.find(item) != std::string_view::npos) return true;
       return false;
     }
-    default:
-      return false;
+    default: return false;
   }
 }
 

@@ -108,8 +108,8 @@ class cls_DBCondition {
   Kind kind_ = Kind::None;
   Variant lo_, hi_;
   double loNum_ = 0, hiNum_ = 0;
-  std::string loText_;                // text and list operators: the value as text
-  std::vector<std::string> items_;    // list operators
+  std::string loText_;              // text and list operators: the value as text
+  std::vector<std::string> items_;  // list operators
   int32_t type_ = 1;
   Mode mode_ = Mode::Text;
   bool caseBlind_ = false;

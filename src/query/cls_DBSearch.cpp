@@ -17,15 +17,29 @@ void cls_DBSearch::hTokenize(std::string_view s) {
   size_t i = 0;
   while (i < s.size()) {
     char c = s[i];
-    if (c == ' ' || c == '\t' || c == '\n' || c == '\r') { ++i; continue; }
+    if (c == ' ' || c == '\t' || c == '\n' || c == '\r') {
+      ++i;
+      continue;
+    }
     Token t;
-    if (c == '|') { t.type = Token::Type::Bar; ++i; }
-    else if (c == '(') { t.type = Token::Type::Open; ++i; }
-    else if (c == ')') { t.type = Token::Type::Close; ++i; }
-    else if (c == '-' && i + 1 < s.size() && s[i + 1] != ' ') { t.type = Token::Type::Minus; ++i; }
-    else {
+    if (c == '|') {
+      t.type = Token::Type::Bar;
+      ++i;
+    } else if (c == '(') {
+      t.type = Token::Type::Open;
+      ++i;
+    } else if (c == ')') {
+      t.type = Token::Type::Close;
+      ++i;
+    } else if (c == '-' && i + 1 < s.size() && s[i + 1] != ' ') {
+      t.type = Token::Type::Minus;
+      ++i;
+    } else {
       t.type = Token::Type::Word;
-      if (c == '^') { t.anchored = true; ++i; }
+      if (c == '^') {
+        t.anchored = true;
+        ++i;
+      }
       if (i < s.size() && s[i] == '"') {
         size_t close = s.find('"', i + 1);
         if (close == std::string_view::npos) close = s.size();
@@ -33,8 +47,8 @@ void cls_DBSearch::hTokenize(std::string_view s) {
         i = close < s.size() ? close + 1 : close;
       } else {
         size_t end = i;
-        while (end < s.size() && s[end] != ' ' && s[end] != '\t' && s[end] != '"' && s[end] != '(' &&
-               s[end] != ')' && s[end] != '|')
+        while (end < s.size() && s[end] != ' ' && s[end] != '\t' && s[end] != '"' && s[end] != '(' && s[end] != ')' &&
+               s[end] != '|')
           ++end;
         t.text = std::string(s.substr(i, end - i));
         i = end;
@@ -49,8 +63,7 @@ void cls_DBSearch::hTokenize(std::string_view s) {
 
 // search -> alternative { "|" alternative }
 cls_DBSearch::Node cls_DBSearch::hSearch(int pDepth) {
-  if (pDepth > kMaxDepth)
-    Raise(err::kInvalidCall, "search groups nested deeper than " + std::to_string(kMaxDepth));
+  if (pDepth > kMaxDepth) Raise(err::kInvalidCall, "search groups nested deeper than " + std::to_string(kMaxDepth));
   Node n;
   n.type = Node::Type::Or;
   for (;;) {
@@ -101,8 +114,7 @@ bool cls_DBSearch::hItem(int pDepth, Node& rOut) {
       rOut.anchored = t.anchored;
       ++pos_;
       return true;
-    default:
-      return false;
+    default: return false;
   }
 }
 
@@ -117,8 +129,7 @@ bool cls_DBSearch::hMatch(const Node& n, const std::vector<std::string_view>& pT
       for (const auto& k : n.kids)
         if (!hMatch(k, pTexts)) return false;
       return true;
-    case Node::Type::Not:
-      return !hMatch(n.kids.front(), pTexts);
+    case Node::Type::Not: return !hMatch(n.kids.front(), pTexts);
     case Node::Type::Term:
       for (std::string_view t : pTexts)
         if (n.anchored ? t.starts_with(n.term) : t.find(n.term) != std::string_view::npos) return true;

@@ -56,15 +56,13 @@ std::string hMerge(std::vector<std::string> a, const std::vector<std::string>& b
 
 cls_DB::IdList cls_DB::ENTRYFILTER(const Variant& pView, const StructurePtr& pFilters, const std::string& pSort,
                                    bool pSortRev, const std::optional<IdList>& pList) {
-  return Guard(kClass, "ENTRYFILTER", [&] {
-    return ENTRYFILTERADVANCED(pView, pSort, "", false, pFilters, pList, pSortRev);
-  });
+  return Guard(kClass, "ENTRYFILTER",
+               [&] { return ENTRYFILTERADVANCED(pView, pSort, "", false, pFilters, pList, pSortRev); });
 }
 
 cls_DB::IdList cls_DB::ENTRYFILTERADVANCED(const Variant& pView, const std::string& pSortField,
-                                           const std::string& pSortField2, bool pSortRev2,
-                                           const StructurePtr& pFilters, const std::optional<IdList>& pList,
-                                           bool pSortRev) {
+                                           const std::string& pSortField2, bool pSortRev2, const StructurePtr& pFilters,
+                                           const std::optional<IdList>& pList, bool pSortRev) {
   return Guard(kClass, "ENTRYFILTERADVANCED", [&]() -> IdList {
     DEBUGTRACK_LET("ENTRYFILTER-1");
     std::string sort1 = pSortField, sort2 = pSortField2, action;
@@ -170,8 +168,8 @@ int32_t cls_DB::FIELDFILTERCOUNT(const Variant& pField, const std::string& pCond
   return Guard(kClass, "FIELDFILTERCOUNT", [&] {
     auto n = static_cast<int32_t>(ENTRYQUERY(pField, "", Variant(pCondition), pList).size());
     if (n == 0)
-      Notify({"RyKEL", "Für diesen Filter gibt es in der aktuellen Liste keine passenden Einträge", "OK",
-              "Information"});
+      Notify(
+          {"RyKEL", "Für diesen Filter gibt es in der aktuellen Liste keine passenden Einträge", "OK", "Information"});
     return n;
   });
 }

@@ -7,9 +7,9 @@
 #include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
-#include "frame/mdl_Global.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
+#include "frame/mdl_Global.h"
 
 namespace rykel {
 
@@ -25,12 +25,24 @@ struct NamedRow {
   NameRow row;
 };
 constexpr NamedRow kNamedRows[] = {
-    {"TITLE", NameRow::Initials},       {"NAME", NameRow::Initials},         {"FIRSTNAME", NameRow::Initials},
-    {"VORNAME", NameRow::Initials},     {"NACHNAME", NameRow::Initials},     {"LASTNAME", NameRow::Initials},
-    {"STRASSE", NameRow::Initials},     {"STREET", NameRow::Initials},       {"STRAßE", NameRow::Initials},
-    {"FIRMA", NameRow::Initials},       {"COMPANY", NameRow::Initials},      {"EMAIL", NameRow::MailDomains},
-    {"E-MAIL", NameRow::MailDomains},   {"WEBSITE", NameRow::Sites},         {"WEB", NameRow::Sites},
-    {"URL", NameRow::Sites},            {"PLZ", NameRow::PostalGroups},      {"ZIPCODE", NameRow::PostalGroups},
+    {"TITLE", NameRow::Initials},
+    {"NAME", NameRow::Initials},
+    {"FIRSTNAME", NameRow::Initials},
+    {"VORNAME", NameRow::Initials},
+    {"NACHNAME", NameRow::Initials},
+    {"LASTNAME", NameRow::Initials},
+    {"STRASSE", NameRow::Initials},
+    {"STREET", NameRow::Initials},
+    {"STRAßE", NameRow::Initials},
+    {"FIRMA", NameRow::Initials},
+    {"COMPANY", NameRow::Initials},
+    {"EMAIL", NameRow::MailDomains},
+    {"E-MAIL", NameRow::MailDomains},
+    {"WEBSITE", NameRow::Sites},
+    {"WEB", NameRow::Sites},
+    {"URL", NameRow::Sites},
+    {"PLZ", NameRow::PostalGroups},
+    {"ZIPCODE", NameRow::PostalGroups},
     {"POSTLEITZAHL", NameRow::PostalGroups},
 };
 
@@ -255,7 +267,8 @@ StructurePtr cls_DB::FIELDFILTERVALUESADVANCED(const Variant& pField, const std:
     }
     for (auto& [label, cond] : choices) {
       if (usage) {
-        IdList ids = pList ? ENTRYQUERY(Variant(no), "", Variant(cond), pList) : ENTRYQUERY(Variant(no), "", Variant(cond));
+        IdList ids =
+            pList ? ENTRYQUERY(Variant(no), "", Variant(cond), pList) : ENTRYQUERY(Variant(no), "", Variant(cond));
         label += " (" + std::to_string(ids.size()) + ")";
       }
       out->ITEMBYID_LET(label, Variant(cond));

@@ -29,7 +29,7 @@ void hSelect(DBEntryTable& rEntries, const std::optional<cls_DB::IdList>& pList,
     if (p >= 0 && pTest(static_cast<size_t>(p))) rResult.push_back(all[static_cast<size_t>(p)].id);
   }
 }
-}
+}  // namespace
 
 cls_DB::IdList cls_DB::ENTRYALL(const std::string& pSortBy, bool pSortRev) {
   return Guard(kClass, "ENTRYALL", [&]() -> IdList {
@@ -64,8 +64,8 @@ cls_DB::IdList cls_DB::ENTRYQUERY(const Variant& pField, const std::string& pOp,
     // Exact, case-sensitive equality from the index. Dates compare by their date part, which the
     // index keys (date and time) cannot answer, so they scan.
     const std::string& opText = cond.OPERATORTEXT();
-    if (!pList && (opText == "=" || opText == "==") && field && field->INDEXED &&
-        type != ID_DBFieldType_Date && type != ID_DBFieldType_Structure) {
+    if (!pList && (opText == "=" || opText == "==") && field && field->INDEXED && type != ID_DBFieldType_Date &&
+        type != ID_DBFieldType_Structure) {
       IdList ids;
       if (!cond.VALID()) return ids;
       auto index = FIELDINDEX(Variant(static_cast<int32_t>(no)));

@@ -28,9 +28,7 @@ struct JoinedKey {
   bool invert;
   bool joined = true;
 
-  size_t Size() const {
-    return joined ? key1.size() + 1 + (invert ? key2.size() * 2 + 1 : key2.size()) : key1.size();
-  }
+  size_t Size() const { return joined ? key1.size() + 1 + (invert ? key2.size() * 2 + 1 : key2.size()) : key1.size(); }
   unsigned char At(size_t i) const {
     if (i < key1.size()) return static_cast<unsigned char>(key1[i]);
     if (i == key1.size()) return '_';
@@ -165,8 +163,8 @@ cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, c
     DEBUGTRACK_LET(f2.empty() ? "ENTRYFILTER-ADVANCED-8" : "ENTRYFILTER-ADVANCED-9");
     // Sort texts by position: the cached column, or (prefix flag, unknown field) made here.
     std::vector<std::string> own1, own2;
-    auto keys = [&](const DBFieldPtr& f, int32_t no, bool prefix, std::vector<std::string>& own)
-        -> const std::vector<std::string>* {
+    auto keys = [&](const DBFieldPtr& f, int32_t no, bool prefix,
+                    std::vector<std::string>& own) -> const std::vector<std::string>* {
       if (f && !prefix) return &FIELDSORTCOLUMN(no);
       own.assign(all.size(), std::string());
       if (f) {
@@ -191,9 +189,9 @@ cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, c
     std::vector<SortItem> items(positions.size());
     for (size_t i = 0; i < positions.size(); ++i) items[i] = hSortItem(key(positions[i]), positions[i]);
     std::stable_sort(items.begin(), items.end(), [&](const SortItem& a, const SortItem& b) {
-      int c = a.head != b.head ? (a.head < b.head ? -1 : 1)
-            : a.tail != b.tail ? (a.tail < b.tail ? -1 : 1)
-                               : hJoinedCompare(key(a.pos), key(b.pos));
+      int c = a.head != b.head   ? (a.head < b.head ? -1 : 1)
+              : a.tail != b.tail ? (a.tail < b.tail ? -1 : 1)
+                                 : hJoinedCompare(key(a.pos), key(b.pos));
       return rev1 ? c > 0 : c < 0;
     });
     for (size_t i = 0; i < items.size(); ++i) positions[i] = items[i].pos;

@@ -46,9 +46,7 @@ class NameTable {
   };
   // Entries sit in fixed chunks: no doubling slack, and an entry never moves.
   static constexpr uint32_t kChunkBits = 12;
-  const Entry& hEntry(uint32_t atom) const {
-    return chunks_[atom >> kChunkBits][atom & ((1u << kChunkBits) - 1)];
-  }
+  const Entry& hEntry(uint32_t atom) const { return chunks_[atom >> kChunkBits][atom & ((1u << kChunkBits) - 1)]; }
   void hGrow();
   const char* hStore(std::string_view s);
 

@@ -2,8 +2,8 @@
 
 #include "frame/Error.h"
 #include "frame/mdl_Global.h"
-#include "structure/mdl_GlobalStructure.h"
 #include "structure/cls_StructureTools.h"
+#include "structure/mdl_GlobalStructure.h"
 
 namespace rykel {
 

@@ -218,6 +218,7 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
 
  private:
   struct AttachTag {};
+
  public:
   cls_Structure(AttachTag, std::shared_ptr<cls_StructureManager> pManager, int32_t pID);
 

@@ -84,12 +84,32 @@ void hWriteNode(const cls_StructureManager& m, int32_t id, int depth, PieceList&
     out.Add(m.Names().Name(it.name));
     switch (v.type()) {
       case VarType::String: out.Ref(v.str()); break;
-      case VarType::Integer: out.Begin(); out.AddNumber(v.rawInteger()); break;
-      case VarType::Long: case VarType::Error: out.Begin(); out.AddNumber(v.rawLong()); break;
-      case VarType::Single: out.Begin(); out.AddNumber(v.rawSingle()); break;
-      case VarType::Double: case VarType::Date: out.Begin(); out.AddNumber(v.rawDouble()); break;
-      case VarType::Currency: out.Begin(); out.AddNumber(v.rawCurrency()); break;
-      case VarType::Boolean: out.Begin(); out.Add(v.rawBool() ? "1" : "0"); break;
+      case VarType::Integer:
+        out.Begin();
+        out.AddNumber(v.rawInteger());
+        break;
+      case VarType::Long:
+      case VarType::Error:
+        out.Begin();
+        out.AddNumber(v.rawLong());
+        break;
+      case VarType::Single:
+        out.Begin();
+        out.AddNumber(v.rawSingle());
+        break;
+      case VarType::Double:
+      case VarType::Date:
+        out.Begin();
+        out.AddNumber(v.rawDouble());
+        break;
+      case VarType::Currency:
+        out.Begin();
+        out.AddNumber(v.rawCurrency());
+        break;
+      case VarType::Boolean:
+        out.Begin();
+        out.Add(v.rawBool() ? "1" : "0");
+        break;
       default: out.Begin(); break;
     }
   }
@@ -151,8 +171,7 @@ class CompactReader {
     if (a2 == std::string_view::npos || !hNumber(h.substr(0, a1), flags) ||
         !hNumber(h.substr(a1 + 1, a2 - a1 - 1), max) || !hNumber(h.substr(a2 + 1), used))
       hInvalid();
-    if (flags < 0 || flags > 15 || max < 0 || max >= std::numeric_limits<int32_t>::max() || used < 0 ||
-        used > max + 1)
+    if (flags < 0 || flags > 15 || max < 0 || max >= std::numeric_limits<int32_t>::max() || used < 0 || used > max + 1)
       hInvalid();
     slotBudget_ -= max;
     if (slotBudget_ < 0) hInvalid();
@@ -192,14 +211,42 @@ class CompactReader {
     switch (code) {
       case 0: return {};
       case 1: return Variant::Null();
-      case 2: { int16_t v; if (!hNumber(t, v)) hInvalid(); return Variant(v); }
-      case 3: { int32_t v; if (!hNumber(t, v)) hInvalid(); return Variant(v); }
-      case 4: { float v; if (!hNumber(t, v)) hInvalid(); return Variant(v); }
-      case 5: { double v; if (!hNumber(t, v)) hInvalid(); return Variant(v); }
-      case 6: { int64_t v; if (!hNumber(t, v)) hInvalid(); return Variant::Currency(v); }
-      case 7: { double v; if (!hNumber(t, v)) hInvalid(); return Variant::Date(v); }
+      case 2: {
+        int16_t v;
+        if (!hNumber(t, v)) hInvalid();
+        return Variant(v);
+      }
+      case 3: {
+        int32_t v;
+        if (!hNumber(t, v)) hInvalid();
+        return Variant(v);
+      }
+      case 4: {
+        float v;
+        if (!hNumber(t, v)) hInvalid();
+        return Variant(v);
+      }
+      case 5: {
+        double v;
+        if (!hNumber(t, v)) hInvalid();
+        return Variant(v);
+      }
+      case 6: {
+        int64_t v;
+        if (!hNumber(t, v)) hInvalid();
+        return Variant::Currency(v);
+      }
+      case 7: {
+        double v;
+        if (!hNumber(t, v)) hInvalid();
+        return Variant::Date(v);
+      }
       case 8: return Variant(t);
-      case 10: { int32_t v; if (!hNumber(t, v)) hInvalid(); return Variant::ErrorValue(v); }
+      case 10: {
+        int32_t v;
+        if (!hNumber(t, v)) hInvalid();
+        return Variant::ErrorValue(v);
+      }
       case 11:
         if (t != "0" && t != "1") hInvalid();
         return Variant(t == "1");
@@ -253,8 +300,8 @@ int64_t cls_StructureCompact::CountPieces(int32_t pID) {
     auto [id, depth] = stack.back();
     stack.pop_back();
     if (depth > MaxDepth())
-      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) +
-                                   " levels (does it hold itself?)");
+      Raise(err::kInvalidData,
+            "Structure nested deeper than " + std::to_string(MaxDepth()) + " levels (does it hold itself?)");
     const auto& items = m_.Items(id);
     ++n;
     for (size_t i = m_.HASZERO_GET(id) ? 0 : 1; i < items.size(); ++i) {

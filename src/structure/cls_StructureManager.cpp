@@ -159,7 +159,6 @@ bool cls_StructureManager::Valid(int32_t pID) const {
   return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && nodes_[pID].live;
 }
 
-
 int32_t cls_StructureManager::Alloc() {
   return Guard(kClass, "Alloc", [&] {
     int32_t id = 0;
@@ -307,8 +306,7 @@ std::string cls_StructureManager::USAGEINFO() const {
       out += "Unused";
       continue;
     }
-    out += "  Ref: " + std::to_string(n.refs) + "  Max: " + std::to_string(hMax(n)) +
-           "  Flags: ";
+    out += "  Ref: " + std::to_string(n.refs) + "  Max: " + std::to_string(hMax(n)) + "  Flags: ";
     for (uint8_t f : {kDefaultMode, kHasZero, kChanged, kAllowNothing}) out += (n.flags & f) ? '1' : '0';
     out += "  Bound: ";
     out += (n.extra && n.extra->boundObject) ? "1" : "-";
@@ -363,8 +361,6 @@ size_t cls_StructureManager::BytesUsed() const {
 }
 
 // ---- flags and bound values ------------------------------------------------------------------
-
-
 
 cls_StructureManager::Extra& cls_StructureManager::hExtra(Node& n) {
   if (!n.extra) {
@@ -487,13 +483,11 @@ Variant cls_StructureManager::hValueOf(const Item& it) {
   return it.value;
 }
 
-
 void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue) {
   int32_t newChild = 0;
   if (pValue.isObject()) {
     if (auto s = pValue.as<cls_Structure>()) {
-      if (s->MANAGER_GET().get() != this)
-        Raise(err::kInvalidCall, "The structure belongs to another thread's manager");
+      if (s->MANAGER_GET().get() != this) Raise(err::kInvalidCall, "The structure belongs to another thread's manager");
       newChild = s->SID_GET();
       AddRef(newChild);
     }
@@ -518,8 +512,6 @@ bool cls_StructureManager::IndexText(std::string_view s, int64_t& out) {
   return true;
 }
 
-
-
 int32_t cls_StructureManager::FindSlot(int32_t pID, uint32_t pAtom) { return hFindSlot(pID, pAtom); }
 
 int32_t cls_StructureManager::SlotFor(int32_t pID, uint32_t pAtom) {
@@ -535,7 +527,6 @@ int32_t cls_StructureManager::hNewSlot(Node& n, uint32_t atom) {
   return slot;
 }
 
-
 int32_t cls_StructureManager::SlotAppend(int32_t pID) {
   Node& n = hNode(pID);
   const int32_t max = hMax(n);
@@ -543,10 +534,6 @@ int32_t cls_StructureManager::SlotAppend(int32_t pID) {
   hResize(n, max + 1);
   return max + 1;
 }
-
-
-
-
 
 void cls_StructureManager::ReserveSlots(int32_t pID, size_t pSlots) {
   Node& n = hNode(pID);
@@ -570,10 +557,8 @@ void cls_StructureManager::hAfterReorder(Node& n) {
 void cls_StructureManager::MoveSlot(int32_t pID, int32_t pFrom, int32_t pTo) {
   Node& n = hNode(pID);
   auto first = n.items.begin();
-  if (pFrom < pTo)
-    std::rotate(first + pFrom, first + pFrom + 1, first + pTo + 1);
-  else if (pFrom > pTo)
-    std::rotate(first + pTo, first + pFrom, first + pFrom + 1);
+  if (pFrom < pTo) std::rotate(first + pFrom, first + pFrom + 1, first + pTo + 1);
+  else if (pFrom > pTo) std::rotate(first + pTo, first + pFrom, first + pFrom + 1);
   hAfterReorder(n);
 }
 
@@ -606,8 +591,7 @@ Variant cls_StructureManager::hGetIndex(int32_t pID, int64_t index, const Varian
   return hValueOf(it);
 }
 
-Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pForceIndex,
-                                   const Variant& pDefault) {
+Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pForceIndex, const Variant& pDefault) {
   if (upper.empty()) return pDefault;
   int32_t node = pID;
   std::string_view rest = upper;
@@ -628,8 +612,7 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
   }
 }
 
-Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const Variant& pDefault,
-                                       bool pForceIndex) {
+Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const Variant& pDefault, bool pForceIndex) {
   return Guard(kClass, "ITEM.GET", [&]() -> Variant {
     if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
     if (pKey.isString()) {
@@ -840,9 +823,7 @@ int32_t cls_StructureManager::hWalk(int32_t pID, std::string_view upper, int32_t
 
 // ---- items: the further operations ------------------------------------------------------------
 
-bool cls_StructureManager::EXISTS_GET(int32_t pID, const Variant& pKey) {
-  return ITEMINDEX_GET(pID, pKey) >= 0;
-}
+bool cls_StructureManager::EXISTS_GET(int32_t pID, const Variant& pKey) { return ITEMINDEX_GET(pID, pKey) >= 0; }
 
 bool cls_StructureManager::EXISTSVALUE_GET(int32_t pID, const Variant& pValue) {
   return Guard(kClass, "EXISTSVALUE.GET", [&] {
@@ -949,8 +930,7 @@ Variant cls_StructureManager::ITEMRECURSIVE_GET(int32_t pID, std::string_view pI
       if (slot >= 0) return hValueOf(nodes_[node].items[slot]);
       const auto& items = nodes_[node].items;
       for (size_t i = items.size(); i-- > 0;)
-        if (items[i].used && items[i].isStruct && seen.insert(items[i].child).second)
-          stack.push_back(items[i].child);
+        if (items[i].used && items[i].isStruct && seen.insert(items[i].child).second) stack.push_back(items[i].child);
     }
     return pDefault;
   });

@@ -35,8 +35,7 @@ namespace rykel {
 class cls_Structure;
 using StructurePtr = std::shared_ptr<cls_Structure>;
 
-class cls_StructureManager : public Object,
-                             public std::enable_shared_from_this<cls_StructureManager> {
+class cls_StructureManager : public Object, public std::enable_shared_from_this<cls_StructureManager> {
  public:
   // Node flags (bit values).
   static constexpr uint8_t kDefaultMode = 1, kHasZero = 2, kChanged = 4, kAllowNothing = 8;
@@ -104,11 +103,10 @@ class cls_StructureManager : public Object,
   // The item's value: a sub-structure comes back as a new handle, an object as itself; a missing
   // item (bad index, unused slot, unknown name, path through a scalar, empty key) gives pDefault.
   // Never creates items.
-  Variant ITEM_GET(int32_t pID, const Variant& pKey, const Variant& pDefault = {},
-                   bool pForceIndex = false);
+  Variant ITEM_GET(int32_t pID, const Variant& pKey, const Variant& pDefault = {}, bool pForceIndex = false);
   // The lookup behind ITEM_GET. pKeyUpper is already upper-cased; pKeyType 1 = index, 0 = name.
-  Variant ItemGetDirect_GET(int32_t pID, std::string_view pKeyUpper, int pKeyType,
-                            const Variant& pDefault, bool pForceIndex);
+  Variant ItemGetDirect_GET(int32_t pID, std::string_view pKeyUpper, int pKeyType, const Variant& pDefault,
+                            bool pForceIndex);
   // Stores the value under the key, creating sub-structures along a path (a scalar in the way is
   // replaced). Sets CHANGED. Writing index 0 makes the node zero-based (HASZERO). An index past MAX
   // is an index only with pForceIndex (MAX grows to it), otherwise its decimal text is a name.
@@ -225,8 +223,8 @@ class cls_StructureManager : public Object,
   // LOAD of a file written by SAVESIGNATURE: raises 1000 when the first line is not "// " +
   // pSignature or the version lies outside pVersionMin..pVersionMax (an Empty bound is open;
   // numeric versions compare as numbers, others as texts).
-  bool LOADSIGNATURE(int32_t pID, const std::string& pFile, const Variant& pSignature,
-                     const Variant& pVersionMin = {}, const Variant& pVersionMax = {});
+  bool LOADSIGNATURE(int32_t pID, const std::string& pFile, const Variant& pSignature, const Variant& pVersionMin = {},
+                     const Variant& pVersionMax = {});
   // Readable multi-line text: "NAME: value" per item, "NAME:" then the items two blanks deeper for
   // a sub-structure, "[i]: value" for unnamed items; lines joined by "\r\n". pIndent: levels of
   // two blanks before every line.
@@ -254,8 +252,8 @@ class cls_StructureManager : public Object,
                                          std::string_view pDelimeter = "\r\n");
   // The values of this node's items from index pStartI (at least BASE), at most pMaxCount of them
   // (0: all), joined by pDelimeter; pAdditional is appended when values were left out.
-  std::string VALUELISTTEXT(int32_t pID, std::string_view pDelimeter = ", ", int32_t pMaxCount = 0,
-                            int32_t pStartI = 0, std::string_view pAdditional = "");
+  std::string VALUELISTTEXT(int32_t pID, std::string_view pDelimeter = ", ", int32_t pMaxCount = 0, int32_t pStartI = 0,
+                            std::string_view pAdditional = "");
 
   // ---- whole-tree operations -------------------------------------------------------------------
   // The rules and examples of each are in docs/API.md; cls_StructureTree does the work.
@@ -287,8 +285,8 @@ class cls_StructureManager : public Object,
   // ---- access for the rest of the structure subsystem (text forms, tree operations) ----------
   struct Item {
     Variant value;
-    uint32_t name = 0;      // atom in names()
-    int32_t child : 30 = 0; // node id when isStruct (ids stay far below 2^29)
+    uint32_t name = 0;       // atom in names()
+    int32_t child : 30 = 0;  // node id when isStruct (ids stay far below 2^29)
     bool used : 1 = false;
     bool isStruct : 1 = false;
   };
@@ -355,8 +353,8 @@ class cls_StructureManager : public Object,
     int32_t unused = 0;            // unused slots between 1 and MAX
     int16_t refs = 0;
     uint8_t flags = 0;
-    uint8_t boundKind = 0;         // bound value without extra: 0 Empty, 1 integer 0, 2 ""
-    bool live = false;             // allocated and not yet freed
+    uint8_t boundKind = 0;  // bound value without extra: 0 Empty, 1 integer 0, 2 ""
+    bool live = false;      // allocated and not yet freed
   };
   static int32_t hMax(const Node& n) { return n.items.empty() ? 0 : static_cast<int32_t>(n.items.size()) - 1; }
 
@@ -394,8 +392,8 @@ class cls_StructureManager : public Object,
   void hFree(int32_t pID);
   void hPushFree(int32_t id);
 
-  std::vector<Node> nodes_;       // upper bound = size() - 1
-  std::vector<int32_t> free_;     // upper bound = size() - 1, used from index 1
+  std::vector<Node> nodes_;    // upper bound = size() - 1
+  std::vector<int32_t> free_;  // upper bound = size() - 1, used from index 1
   int32_t freeCount_ = 0;
   int32_t handles_ = 0;
   NameTable names_;
@@ -494,7 +492,7 @@ inline void cls_StructureManager::SetChild(int32_t pID, int32_t pSlot, int32_t p
 }
 
 inline int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Variant&& pValue, int32_t pChild) {
-  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  Node& n = nodes_[pID];                   // REQUIRES a node in use: no check on the per-item path
   if (n.items.empty()) n.items.resize(1);  // slot 0 is implied in a fresh node
   if (n.items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max())) [[unlikely]]
     hTooManySlots();

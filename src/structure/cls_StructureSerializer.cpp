@@ -135,8 +135,7 @@ class Writer {
 
   void Node(int32_t id, int depth) {
     if (depth > cls_StructureSerializer::MaxDepth())
-      Raise(err::kInvalidData, "Structure nested deeper than " +
-                                   std::to_string(cls_StructureSerializer::MaxDepth()) +
+      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(cls_StructureSerializer::MaxDepth()) +
                                    " levels (does it hold itself?)");
     const std::vector<Item>& items = m_.Items(id);
     const size_t base = m_.HASZERO_GET(id) ? 0 : 1;
@@ -225,7 +224,6 @@ thread_local int tDepth = 0;
 // Recursive descent over a string_view with one cursor; every step checks the end first, so no
 // input reads past it. Items go straight into the node's slots (see Put).
 class SerializedReader {
-
  public:
   SerializedReader(cls_StructureManager& m, std::string_view text, size_t pos)
       : m_(m), begin_(text.data()), p_(text.data() + pos), end_(text.data() + text.size()) {
@@ -293,9 +291,7 @@ class SerializedReader {
     Expect('"');
     const char* s = p_;
     const size_t avail = static_cast<size_t>(end_ - s);
-    auto closes = [&](size_t bytes) {
-      return bytes + 2 <= avail && s[bytes] == '"' && s[bytes + 1] == closer;
-    };
+    auto closes = [&](size_t bytes) { return bytes + 2 <= avail && s[bytes] == '"' && s[bytes + 1] == closer; };
     size_t bytes;
     if (static_cast<uint64_t>(n) > avail) hInvalid();
     if (hAscii(s, static_cast<size_t>(n))) {
@@ -329,8 +325,7 @@ class SerializedReader {
       // what is left never starts with "\0" again, so a tree written back reads the same
       if (inObject && name.size() > 3 && name[0] == '\0') {
         size_t second = name.find('\0', 1);
-        if (second != std::string_view::npos && second >= 2 && second + 1 < name.size() &&
-            name[second + 1] != '\0')
+        if (second != std::string_view::npos && second >= 2 && second + 1 < name.size() && name[second + 1] != '\0')
           name.remove_prefix(second + 1);
       }
       k.atom = Intern(name);
@@ -444,11 +439,8 @@ class SerializedReader {
         Expect(';');
         return Variant::Null();
       }
-      case 'N':
-        Expect(';');
-        return Variant::Null();
-      default:
-        hBadType(tag, "asiObdnN}");
+      case 'N': Expect(';'); return Variant::Null();
+      default: hBadType(tag, "asiObdnN}");
     }
   }
 

@@ -31,8 +31,8 @@
 #include <string>
 #include <string_view>
 
-#include "frame/mdl_Limits.h"
 #include "frame/Variant.h"
+#include "frame/mdl_Limits.h"
 #include "structure/cls_StructureManager.h"
 
 namespace rykel {

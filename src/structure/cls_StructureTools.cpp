@@ -8,8 +8,8 @@
 #include "frame/cls_CollectionInt.h"
 #include "frame/cls_CollectionValues.h"
 #include "frame/mdl_Global.h"
-#include "structure/mdl_GlobalStructure.h"
 #include "structure/cls_StructureSerializer.h"
+#include "structure/mdl_GlobalStructure.h"
 
 namespace rykel {
 
@@ -36,9 +36,7 @@ StructurePtr hFromLiteral(const Variant& pValue) {
     try {
       if (StructurePtr s = decode(literal)) return s;
       why = "Cannot decode the structure literal " + literal;
-    } catch (const Error& e) {
-      why = "Cannot decode the structure literal " + literal + ": " + e.description;
-    }
+    } catch (const Error& e) { why = "Cannot decode the structure literal " + literal + ": " + e.description; }
   }
   StructurePtr s = cls_Structure::New();
   s->ITEM_LET("ERROR", why);
@@ -92,7 +90,6 @@ StructurePtr cls_StructureTools::CREATE(const std::vector<Variant>& pValues) {
     return out;
   });
 }
-
 
 StructurePtr cls_StructureTools::CAST(const Variant& pValue) {
   return Guard(kClass, "CAST", [&] {

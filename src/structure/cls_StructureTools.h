@@ -51,11 +51,11 @@ class cls_StructureTools : public Object {
   // rTarget = pValue (objects shared, other values copied).
   void VARSET(Variant& rTarget, const Variant& pValue);
 
-  int32_t USAGEMANAGED();  // node ids in use
-  int32_t USAGEFREE();     // free node ids
-  std::string USAGEINFO(); // the manager's node dump
-  int32_t USAGEUSED();     // live cls_Structure handles on this thread
-  int32_t USAGEBUFFER();   // the node table's upper bound
+  int32_t USAGEMANAGED();   // node ids in use
+  int32_t USAGEFREE();      // free node ids
+  std::string USAGEINFO();  // the manager's node dump
+  int32_t USAGEUSED();      // live cls_Structure handles on this thread
+  int32_t USAGEBUFFER();    // the node table's upper bound
   std::string PERFORMANCEINFO();
 };
 

@@ -95,10 +95,8 @@ void cls_StructureTree::hEnter(int depth) const {
 
 // Stores a copy of an item's content (a deep copy of a sub-structure) in a slot.
 void cls_StructureTree::hPutCopy(int32_t node, int32_t slot, const Item& from) {
-  if (from.isStruct)
-    m_.SetChild(node, slot, hCopy(from.child, static_cast<int>(onPath_.size()) + 1, false));
-  else
-    m_.SetValue(node, slot, from.value);
+  if (from.isStruct) m_.SetChild(node, slot, hCopy(from.child, static_cast<int>(onPath_.size()) + 1, false));
+  else m_.SetValue(node, slot, from.value);
 }
 
 // The sub-structure at a dotted path of upper-case names, created on the way (a scalar in the
@@ -353,9 +351,7 @@ bool cls_StructureTree::hDifference(int32_t dst, int32_t a, int32_t b, int depth
       const std::vector<Item>& nb = m_.Items(b);
       if (i < nb.size() && nb[i].used && !nb[i].name) other = nb[i];
     }
-    auto target = [&] {
-      return it.name ? m_.SlotFor(dst, it.name) : m_.SlotAt(dst, static_cast<int32_t>(i));
-    };
+    auto target = [&] { return it.name ? m_.SlotFor(dst, it.name) : m_.SlotAt(dst, static_cast<int32_t>(i)); };
     if (it.isStruct && other.used && other.isStruct) {
       if (other.child == it.child) continue;
       bool differs = false;
@@ -467,8 +463,7 @@ void cls_StructureTree::hRestructure(int32_t dst, int32_t src, std::string_view 
 }
 
 int32_t cls_StructureTree::RESTRUCTURE(int32_t pID, std::string_view pConvertToStructChar) {
-  if (pConvertToStructChar.empty())
-    Raise(err::kInvalidCall, "The separator pConvertToStructChar must not be empty");
+  if (pConvertToStructChar.empty()) Raise(err::kInvalidCall, "The separator pConvertToStructChar must not be empty");
   std::string sep = hUpper(pConvertToStructChar);
   int32_t dst = hNewNode(m_, [&](int32_t id) { hRestructure(id, pID, sep, 0); });
   m_.CHANGED_LET(dst, false);
@@ -490,9 +485,8 @@ void cls_StructureTree::MOVE(int32_t pID, int32_t pIndex, int32_t pMoveTo) {
 void cls_StructureTree::SWAP(int32_t pID, int32_t pI1, int32_t pI2) {
   const int32_t base = m_.BASE(pID), max = m_.MAX(pID);
   if (pI1 < base || pI1 > max || pI2 < base || pI2 > max)
-    Raise(err::kOutOfRange, "Subscript out of range: SWAP " + std::to_string(pI1) + " and " +
-                                std::to_string(pI2) + " (items " + std::to_string(base) + " to " +
-                                std::to_string(max) + ")");
+    Raise(err::kOutOfRange, "Subscript out of range: SWAP " + std::to_string(pI1) + " and " + std::to_string(pI2) +
+                                " (items " + std::to_string(base) + " to " + std::to_string(max) + ")");
   if (pI1 == pI2) return;
   m_.SwapSlots(pID, pI1, pI2);
 }
@@ -573,8 +567,8 @@ void cls_StructureTree::hMenu(int32_t dst, int32_t src, std::string& path, std::
     if (keep) path.push_back('.');
     path.append(key);
     const bool selected = menu == path;
-    const bool active = selected || (menu.size() > path.size() && menu.compare(0, path.size(), path) == 0 &&
-                                     menu[path.size()] == '.');
+    const bool active =
+        selected || (menu.size() > path.size() && menu.compare(0, path.size(), path) == 0 && menu[path.size()] == '.');
     int32_t entry = m_.Alloc();
     m_.SetChild(dst, m_.SlotAppend(dst), entry);
     m_.ITEM_LET(entry, Variant("ID"), it.name ? Variant(key) : Variant(static_cast<int32_t>(i)));
@@ -610,17 +604,14 @@ Variant cls_StructureTree::hAddValue(const Variant& pValue, const Variant& pBy) 
     return Variant(sum);
   };
   switch (pValue.type()) {
-    case VarType::Empty:
-      return byWhole ? whole(by, false) : Variant(by);
+    case VarType::Empty: return byWhole ? whole(by, false) : Variant(by);
     case VarType::Integer:
     case VarType::Long: {
       double sum = CDbl(pValue) + by;
       return byWhole ? whole(sum, pValue.type() == VarType::Integer) : Variant(sum);
     }
-    case VarType::Currency:
-      return Variant::Currency(pValue.rawCurrency() + CCur(pBy));
-    case VarType::Date:
-      return Variant::Date(pValue.rawDouble() + by);
+    case VarType::Currency: return Variant::Currency(pValue.rawCurrency() + CCur(pBy));
+    case VarType::Date: return Variant::Date(pValue.rawDouble() + by);
     case VarType::String: {
       double d;
       if (!ParseNumber(pValue.str(), d))
@@ -628,8 +619,7 @@ Variant cls_StructureTree::hAddValue(const Variant& pValue, const Variant& pBy) 
       double sum = d + by;
       return byWhole && d == std::nearbyint(d) ? whole(sum, false) : Variant(sum);
     }
-    default:
-      return Variant(CDbl(pValue) + by);
+    default: return Variant(CDbl(pValue) + by);
   }
 }
 
@@ -713,10 +703,10 @@ std::string cls_StructureManager::JOIN(int32_t pID, std::string_view pGlue) {
   return Guard(kClass, "JOIN", [&] { return cls_StructureTree(*this).JOIN(pID, pGlue); });
 }
 
-void cls_StructureManager::MERGE(int32_t pID, const StructurePtr& pStructure, std::string_view pPrefix, bool pKeepOrder) {
-  GuardVoid(kClass, "MERGE", [&] {
-    cls_StructureTree(*this).MERGE(pID, hOtherID(*this, pStructure), pPrefix, pKeepOrder);
-  });
+void cls_StructureManager::MERGE(int32_t pID, const StructurePtr& pStructure, std::string_view pPrefix,
+                                 bool pKeepOrder) {
+  GuardVoid(kClass, "MERGE",
+            [&] { cls_StructureTree(*this).MERGE(pID, hOtherID(*this, pStructure), pPrefix, pKeepOrder); });
 }
 
 StructurePtr cls_StructureManager::COPY(int32_t pID) {
@@ -753,9 +743,8 @@ StructurePtr cls_StructureManager::RESTRUCTURE(int32_t pID, std::string_view pCo
 }
 
 void cls_StructureManager::FLATADD(int32_t pID, const StructurePtr& pStructure, std::string_view pConvertStructChar) {
-  GuardVoid(kClass, "FLATADD", [&] {
-    cls_StructureTree(*this).FLATADD(pID, hOtherID(*this, pStructure), pConvertStructChar);
-  });
+  GuardVoid(kClass, "FLATADD",
+            [&] { cls_StructureTree(*this).FLATADD(pID, hOtherID(*this, pStructure), pConvertStructChar); });
 }
 
 // A new structure of this manager filled by one of the ...ADD operations from pID, left unchanged.
@@ -826,9 +815,7 @@ void cls_StructureManager::INCREASE(int32_t pID, const Variant& pIncreaseBy, con
 }
 
 void cls_StructureManager::DECREASE(int32_t pID, const Variant& pDecreaseBy, const Variant& pKey) {
-  GuardVoid(kClass, "DECREASE", [&] {
-    cls_StructureTree(*this).INCREASE(pID, Variant(-CDbl(pDecreaseBy)), pKey);
-  });
+  GuardVoid(kClass, "DECREASE", [&] { cls_StructureTree(*this).INCREASE(pID, Variant(-CDbl(pDecreaseBy)), pKey); });
 }
 
 std::string cls_StructureManager::COPYCLIPBOARD(int32_t pID) {

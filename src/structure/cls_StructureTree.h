@@ -21,8 +21,8 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "frame/mdl_Limits.h"
 #include "frame/Variant.h"
+#include "frame/mdl_Limits.h"
 #include "structure/cls_StructureManager.h"
 
 namespace rykel {
@@ -85,8 +85,8 @@ class cls_StructureTree {
   std::string hCaption(int32_t node, int32_t slot);
 
   cls_StructureManager& m_;
-  std::unordered_set<int32_t> onPath_;             // nodes of the walk in progress (cycle stop)
-  std::unordered_map<int32_t, int32_t> copies_;    // COPY: source node -> its copy
+  std::unordered_set<int32_t> onPath_;           // nodes of the walk in progress (cycle stop)
+  std::unordered_map<int32_t, int32_t> copies_;  // COPY: source node -> its copy
 };
 
 }  // namespace rykel

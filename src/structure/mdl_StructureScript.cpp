@@ -50,8 +50,8 @@ bool hIEquals(std::string_view a, std::string_view b) {
 
 void hAppendDouble(std::string& out, double d, bool single) {
   char buf[64];
-  auto r = single ? std::to_chars(buf, buf + sizeof buf, static_cast<float>(d))
-                  : std::to_chars(buf, buf + sizeof buf, d);
+  auto r =
+      single ? std::to_chars(buf, buf + sizeof buf, static_cast<float>(d)) : std::to_chars(buf, buf + sizeof buf, d);
   std::string_view t(buf, static_cast<size_t>(r.ptr - buf));
   size_t start = out.size();
   out.append(t);
@@ -146,9 +146,7 @@ bool hReadQuoted(std::string_view s, std::string& rOut, size_t& rEnd, std::strin
         i += 2;
         break;
       }
-      default:
-        rError = std::string("unknown escape '\\") + s[i] + "'";
-        return false;
+      default: rError = std::string("unknown escape '\\") + s[i] + "'"; return false;
     }
     ++i;
   }
@@ -188,8 +186,8 @@ struct Writer {
   // Returns false when nothing was written (SCRIPTNOTEMPTY leaves out empty blocks).
   bool Node(int32_t id, int32_t level, int depth) {
     if (depth > MaxDepth())
-      Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) +
-                                   " levels (or holding itself)");
+      Raise(err::kInvalidData,
+            "Structure nested deeper than " + std::to_string(MaxDepth()) + " levels (or holding itself)");
     const auto& items = m.Items(id);
     bool any = false;
     for (size_t i = m.HASZERO_GET(id) ? 0 : 1; i < items.size(); ++i) {
@@ -245,10 +243,8 @@ void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Var
   if (p.index < 0) {
     // A new name goes after the last item, not into an unused slot below it: the writer lists
     // items in slot order, so this keeps a written node's order when it is read back.
-    if (!m.EXISTSBYID_GET(node, p.name))
-      m.ITEMDIRECT_LET(node, m.MAX(node) + 1, p.name, value);
-    else
-      m.ITEMBYID_LET(node, p.name, value);
+    if (!m.EXISTSBYID_GET(node, p.name)) m.ITEMDIRECT_LET(node, m.MAX(node) + 1, p.name, value);
+    else m.ITEMBYID_LET(node, p.name, value);
     return;
   }
   if (p.index > static_cast<int64_t>(m.MAX(node)) + kMaxIndexGap)
@@ -263,8 +259,8 @@ void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Var
 }
 
 // A new empty sub-structure under the part (replacing what was there).
-int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep,
-                    size_t line, int64_t* rBudget) {
+int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep, size_t line,
+                    int64_t* rBudget) {
   StructurePtr h = m.CONVERT(m.Alloc());
   hAssignPart(m, node, p, Variant(h), line, rBudget);
   int32_t id = h->SID_GET();
@@ -273,10 +269,10 @@ int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::v
 }
 
 // The sub-structure under the part, created when missing or a scalar.
-int32_t hChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep,
-                 size_t line, int64_t* rBudget) {
-  Variant v = p.index >= 0 ? m.ITEM_GET(node, Variant(static_cast<int32_t>(p.index)), {}, true)
-                           : m.ITEMBYID_GET(node, p.name);
+int32_t hChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep, size_t line,
+                 int64_t* rBudget) {
+  Variant v =
+      p.index >= 0 ? m.ITEM_GET(node, Variant(static_cast<int32_t>(p.index)), {}, true) : m.ITEMBYID_GET(node, p.name);
   if (auto h = v.as<cls_Structure>()) {
     int32_t id = h->SID_GET();
     keep.push_back(std::move(h));
@@ -345,8 +341,8 @@ class Parser {
     if (stack_.size() > 1) {
       const Block& b = stack_.back();
       line_ = 0;
-      Raise(err::kInvalidData, "Script data invalid: '}' expected (to close '" + b.name + "' at line " +
-                                   std::to_string(b.line) + ")");
+      Raise(err::kInvalidData,
+            "Script data invalid: '}' expected (to close '" + b.name + "' at line " + std::to_string(b.line) + ")");
     }
   }
 
@@ -473,22 +469,34 @@ void AppendQuoted(std::string& rOut, std::string_view s) {
 void ValueLiteral(std::string& rOut, const Variant& v, bool pBareStrings) {
   switch (v.type()) {
     case VarType::Null: rOut += "NULL"; break;
-    case VarType::Integer: rOut += std::to_string(v.rawInteger()); rOut += '%'; break;
+    case VarType::Integer:
+      rOut += std::to_string(v.rawInteger());
+      rOut += '%';
+      break;
     case VarType::Long: {
       char buf[16];
       rOut.append(buf, static_cast<size_t>(std::to_chars(buf, buf + sizeof buf, v.rawLong()).ptr - buf));
       break;
     }
     case VarType::Single:
-      if (!std::isfinite(v.rawSingle())) { AppendQuoted(rOut, NumberText(v.rawSingle())); break; }
+      if (!std::isfinite(v.rawSingle())) {
+        AppendQuoted(rOut, NumberText(v.rawSingle()));
+        break;
+      }
       hAppendDouble(rOut, v.rawSingle(), true);
       rOut += '!';
       break;
     case VarType::Double:
-      if (!std::isfinite(v.rawDouble())) { AppendQuoted(rOut, NumberText(v.rawDouble())); break; }
+      if (!std::isfinite(v.rawDouble())) {
+        AppendQuoted(rOut, NumberText(v.rawDouble()));
+        break;
+      }
       hAppendDouble(rOut, v.rawDouble(), false);
       break;
-    case VarType::Currency: rOut += CurrencyText(v.rawCurrency()); rOut += '@'; break;
+    case VarType::Currency:
+      rOut += CurrencyText(v.rawCurrency());
+      rOut += '@';
+      break;
     case VarType::Date: {
       char buf[20];
       rOut += '#';
@@ -499,10 +507,8 @@ void ValueLiteral(std::string& rOut, const Variant& v, bool pBareStrings) {
     }
     case VarType::Boolean: rOut += v.rawBool() ? "True" : "False"; break;
     case VarType::String:
-      if (pBareStrings && hBareStringSafe(v.str()))
-        rOut += v.str();
-      else
-        AppendQuoted(rOut, v.str());
+      if (pBareStrings && hBareStringSafe(v.str())) rOut += v.str();
+      else AppendQuoted(rOut, v.str());
       break;
     default: break;  // Empty, objects and error values: nothing
   }
@@ -543,9 +549,18 @@ bool ReadLiteral(std::string_view s, Variant& rValue, bool& rEmptyStruct, std::s
     rValue = Variant::Date(d);
     return true;
   }
-  if (hIEquals(s, "NULL")) { rValue = Variant::Null(); return true; }
-  if (hIEquals(s, "TRUE")) { rValue = Variant(true); return true; }
-  if (hIEquals(s, "FALSE")) { rValue = Variant(false); return true; }
+  if (hIEquals(s, "NULL")) {
+    rValue = Variant::Null();
+    return true;
+  }
+  if (hIEquals(s, "TRUE")) {
+    rValue = Variant(true);
+    return true;
+  }
+  if (hIEquals(s, "FALSE")) {
+    rValue = Variant(false);
+    return true;
+  }
   char first = s[0];
   if (first == '-' || first == '+' || first == '.' || (first >= '0' && first <= '9')) {
     char suffix = s.back();
@@ -554,20 +569,38 @@ bool ReadLiteral(std::string_view s, Variant& rValue, bool& rEmptyStruct, std::s
     double d;
     switch (suffix) {
       case '%':
-        if (hIntText(body, n) && n >= -32768 && n <= 32767) { rValue = Variant(static_cast<int16_t>(n)); return true; }
+        if (hIntText(body, n) && n >= -32768 && n <= 32767) {
+          rValue = Variant(static_cast<int16_t>(n));
+          return true;
+        }
         break;
       case '&':
-        if (hIntText(body, n) && n >= INT32_MIN && n <= INT32_MAX) { rValue = Variant(static_cast<int32_t>(n)); return true; }
+        if (hIntText(body, n) && n >= INT32_MIN && n <= INT32_MAX) {
+          rValue = Variant(static_cast<int32_t>(n));
+          return true;
+        }
         break;
       case '!':
-        if (hRealText(body, d)) { rValue = Variant(static_cast<float>(d)); return true; }
+        if (hRealText(body, d)) {
+          rValue = Variant(static_cast<float>(d));
+          return true;
+        }
         break;
       case '@':
-        if (hCurrencyText(body, n)) { rValue = Variant::Currency(n); return true; }
+        if (hCurrencyText(body, n)) {
+          rValue = Variant::Currency(n);
+          return true;
+        }
         break;
       default:
-        if (hIntText(s, n) && n >= INT32_MIN && n <= INT32_MAX) { rValue = Variant(static_cast<int32_t>(n)); return true; }
-        if (hRealText(s, d)) { rValue = Variant(d); return true; }
+        if (hIntText(s, n) && n >= INT32_MIN && n <= INT32_MAX) {
+          rValue = Variant(static_cast<int32_t>(n));
+          return true;
+        }
+        if (hRealText(s, d)) {
+          rValue = Variant(d);
+          return true;
+        }
     }
   }
   rValue = Variant(s);  // bare text
@@ -595,8 +628,8 @@ void AppendName(std::string& rOut, std::string_view pName, int32_t pIndex) {
     rOut += ']';
     return;
   }
-  bool quote = hNeedsQuotes(pName) || hIsBlank(pName.front()) || hIsBlank(pName.back()) ||
-               pName[0] == '#' || pName[0] == '[' || pName.substr(0, 2) == "//" ||
+  bool quote = hNeedsQuotes(pName) || hIsBlank(pName.front()) || hIsBlank(pName.back()) || pName[0] == '#' ||
+               pName[0] == '[' || pName.substr(0, 2) == "//" ||
                pName.substr(0, 3) == "\xEF\xBB\xBF" ||  // at the start of a text PARSE drops it as a byte order mark
                pName.find_first_of("={}") != std::string_view::npos;
   if (quote) {
@@ -652,10 +685,8 @@ void AssignPath(cls_StructureManager& m, int32_t pID, const std::vector<PathPart
   std::vector<StructurePtr> keep;
   int32_t node = pID;
   for (size_t i = 0; i + 1 < pPath.size(); ++i) node = hChildOf(m, node, pPath[i], keep, 0, rGapBudget);
-  if (pEmptyStruct)
-    hNewChildOf(m, node, pPath.back(), keep, 0, rGapBudget);
-  else
-    hAssignPart(m, node, pPath.back(), pValue, 0, rGapBudget);
+  if (pEmptyStruct) hNewChildOf(m, node, pPath.back(), keep, 0, rGapBudget);
+  else hAssignPart(m, node, pPath.back(), pValue, 0, rGapBudget);
 }
 
 void Empty(cls_StructureManager& m, int32_t pID) {

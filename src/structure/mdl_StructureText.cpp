@@ -30,8 +30,8 @@ using mdl_StructureScript::MaxDepth;
 
 void hDepthGuard(int depth) {
   if (depth > MaxDepth())
-    Raise(err::kInvalidData, "Structure nested deeper than " + std::to_string(MaxDepth()) +
-                                 " levels (or holding itself)");
+    Raise(err::kInvalidData,
+          "Structure nested deeper than " + std::to_string(MaxDepth()) + " levels (or holding itself)");
 }
 
 // Calls f(index, item) for every used item of the node, in index order.
@@ -126,8 +126,7 @@ std::string hItemText(cls_StructureManager& m, const cls_StructureManager::Item&
 
 // ---- TEXTVALUES ---------------------------------------------------------------------------------
 
-void hValues(cls_StructureManager& m, int32_t id, std::string_view delim, std::string& out, bool& first,
-             int depth) {
+void hValues(cls_StructureManager& m, int32_t id, std::string_view delim, std::string& out, bool& first, int depth) {
   hDepthGuard(depth);
   hEach(m, id, [&](int32_t, const auto& it) {
     if (it.isStruct) {
@@ -169,8 +168,8 @@ void hHtml(cls_StructureManager& m, int32_t id, std::string& out, int depth) {
 void hPercent(std::string& out, std::string_view s, bool keepDots) {
   static const char* kHex = "0123456789ABCDEF";
   for (unsigned char c : s) {
-    bool keep = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
-                c == '_' || c == '~' || (c == '.' && keepDots);
+    bool keep = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
+                c == '~' || (c == '.' && keepDots);
     if (keep) {
       out += static_cast<char>(c);
     } else {
@@ -211,10 +210,8 @@ void hEncode(cls_StructureManager& m, int32_t id, std::string& prefix, std::stri
     size_t mark = prefix.size();
     if (!prefix.empty()) prefix += '.';
     std::string_view n = m.Names().Name(it.name);
-    if (n.empty())
-      hPercent(prefix, "[" + std::to_string(i) + "]", false);
-    else
-      hPercent(prefix, n, false);
+    if (n.empty()) hPercent(prefix, "[" + std::to_string(i) + "]", false);
+    else hPercent(prefix, n, false);
     if (it.isStruct && !m.ISEMPTY(it.child)) {
       hEncode(m, it.child, prefix, out, depth + 1);
     } else {
@@ -222,10 +219,8 @@ void hEncode(cls_StructureManager& m, int32_t id, std::string& prefix, std::stri
       out += prefix;
       out += '=';
       std::string lit;
-      if (it.isStruct)
-        lit = "{}";
-      else
-        mdl_StructureScript::ValueLiteral(lit, it.value, true);
+      if (it.isStruct) lit = "{}";
+      else mdl_StructureScript::ValueLiteral(lit, it.value, true);
       hPercent(out, lit, true);
     }
     prefix.resize(mark);
@@ -261,10 +256,8 @@ void hDecode(cls_StructureManager& m, int32_t id, std::string_view text) {
         if (piece[k] < '0' || piece[k] > '9') isIndex = false;
         else n = n * 10 + (piece[k] - '0');
       }
-      if (isIndex)
-        p.index = n;
-      else
-        p.name = piece;
+      if (isIndex) p.index = n;
+      else p.name = piece;
       path.push_back(std::move(p));
       if (path.size() > static_cast<size_t>(MaxDepth())) fail("key nested too deeply");
       if (dot == std::string_view::npos) break;

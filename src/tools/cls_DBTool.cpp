@@ -26,11 +26,10 @@ bool cls_DBTool::FILTER(const Variant& pValue, const std::string& pCondition) {
 int cls_DBTool::SORTDECODE(std::string_view pType) {
   return Guard(kClass, "SORTDECODE", [&] {
     static const std::pair<const char*, int> kWords[] = {
-        {"INT", 0},       {"INTEGER", 0},   {"LONG", 0},          {"STRING", 1},
-        {"CURRENCY", 1},  {"DATE", 2},      {"BOOL", 3},          {"BOOLEAN", 3},
-        {"STRUCT", 4},    {"STRUCTURE", 4}, {"ENUM", 5},          {"ENUMNUMERIC", 6},
-        {"DOUBLE", 7},    {"FLOAT", 7},     {"SINGLE", 7},        {"NUMERIC", 7},
-        {"REFERENCE", 8}, {"REFERENCENUMERIC", 9}, {"ENUMMULTI", 10},
+        {"INT", 0},        {"INTEGER", 0}, {"LONG", 0},   {"STRING", 1},    {"CURRENCY", 1},  {"DATE", 2},
+        {"BOOL", 3},       {"BOOLEAN", 3}, {"STRUCT", 4}, {"STRUCTURE", 4}, {"ENUM", 5},      {"ENUMNUMERIC", 6},
+        {"DOUBLE", 7},     {"FLOAT", 7},   {"SINGLE", 7}, {"NUMERIC", 7},   {"REFERENCE", 8}, {"REFERENCENUMERIC", 9},
+        {"ENUMMULTI", 10},
     };
     std::string u = text::UCase(pType);
     for (const auto& [word, code] : kWords)
@@ -61,8 +60,7 @@ std::string cls_DBTool::IDGENERATE(std::string_view pText) {
   });
 }
 
-std::string cls_DBTool::RANDOM(std::string_view pFieldOrPattern, int pType,
-                              std::string_view pMembers) {
+std::string cls_DBTool::RANDOM(std::string_view pFieldOrPattern, int pType, std::string_view pMembers) {
   return Guard(kClass, "RANDOM", [&] {
     std::string out;
     random_.hAppend(out, pFieldOrPattern, pType, pMembers);
@@ -71,9 +69,7 @@ std::string cls_DBTool::RANDOM(std::string_view pFieldOrPattern, int pType,
 }
 
 void cls_DBTool::RANDOMIZE(std::optional<int64_t> pSeed) {
-  GuardVoid(kClass, "RANDOMIZE", [&] {
-    ThreadRandom().Seed(pSeed ? static_cast<uint64_t>(*pSeed) : hEntropySeed());
-  });
+  GuardVoid(kClass, "RANDOMIZE", [&] { ThreadRandom().Seed(pSeed ? static_cast<uint64_t>(*pSeed) : hEntropySeed()); });
 }
 
 int32_t cls_DBTool::hRand(int32_t pA, int32_t pB) { return cls_DBToolRandom::hRand(pA, pB); }

@@ -42,8 +42,7 @@ class cls_DBTool : public Object {
   // generator gives a value for the field type pType (enm_DBFieldType code, default 1 text).
   // pMembers lists a choice field's members, separated by ",". Unknown placeholders give
   // "ERR:" + name + "?" in place; nothing is raised for any input.
-  std::string RANDOM(std::string_view pFieldOrPattern, int pType = 1,
-                     std::string_view pMembers = {});
+  std::string RANDOM(std::string_view pFieldOrPattern, int pType = 1, std::string_view pMembers = {});
   // Seeds the calling thread's generator: after RANDOMIZE(n) the same calls give the same values
   // on every machine. Without a seed, reseeds from the system's entropy (a fresh sequence).
   void RANDOMIZE(std::optional<int64_t> pSeed = std::nullopt);

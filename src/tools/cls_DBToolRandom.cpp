@@ -46,21 +46,51 @@ struct NameRow {
 // Every name RANDOM knows, upper case. The field names come first, in the order in which they
 // are tried; then the names that only make sense as placeholders.
 constexpr NameRow kNames[] = {
-    {"FAX", Gen::Phone},           {"MOBILE", Gen::Phone},       {"HANDY", Gen::Phone},
-    {"CELL", Gen::Phone},          {"CELLPHONE", Gen::Phone},    {"MOBIL", Gen::Phone},
-    {"PHONE", Gen::Phone},         {"TEL", Gen::Phone},          {"TELEFON", Gen::Phone},
-    {"FIRSTNAME", Gen::FirstName}, {"VORNAME", Gen::FirstName},  {"STREET", Gen::Street},
-    {"STRASSE", Gen::Street},      {"STRAßE", Gen::Street},      {"LASTNAME", Gen::LastName},
-    {"NACHNAME", Gen::LastName},   {"EMAIL", Gen::Email},        {"E-MAIL", Gen::Email},
-    {"WEBSITE", Gen::Website},     {"WEB", Gen::Website},        {"URL", Gen::Website},
-    {"HOMEPAGE", Gen::Website},    {"DOMAIN", Gen::Domain},      {"CITY", Gen::City},
-    {"STADT", Gen::City},          {"ORT", Gen::City},           {"COMPANY", Gen::Company},
-    {"FIRMA", Gen::Company},       {"PLZ", Gen::Zip},            {"ZIPCODE", Gen::Zip},
-    {"ZIP", Gen::Zip},             {"POSTLEITZAHL", Gen::Zip},   {"D", Gen::Digit},
-    {"DIGIT", Gen::Digit},         {"ZIFFER", Gen::Digit},       {"V", Gen::Vowel},
-    {"VOWEL", Gen::Vowel},         {"VOKAL", Gen::Vowel},        {"C", Gen::Consonant},
-    {"CONSONANT", Gen::Consonant}, {"KONSONANT", Gen::Consonant}, {"A", Gen::Char},
-    {"CHAR", Gen::Char},           {"BUCHSTABE", Gen::Char},     {"NUMBER", Gen::Number},
+    {"FAX", Gen::Phone},
+    {"MOBILE", Gen::Phone},
+    {"HANDY", Gen::Phone},
+    {"CELL", Gen::Phone},
+    {"CELLPHONE", Gen::Phone},
+    {"MOBIL", Gen::Phone},
+    {"PHONE", Gen::Phone},
+    {"TEL", Gen::Phone},
+    {"TELEFON", Gen::Phone},
+    {"FIRSTNAME", Gen::FirstName},
+    {"VORNAME", Gen::FirstName},
+    {"STREET", Gen::Street},
+    {"STRASSE", Gen::Street},
+    {"STRAßE", Gen::Street},
+    {"LASTNAME", Gen::LastName},
+    {"NACHNAME", Gen::LastName},
+    {"EMAIL", Gen::Email},
+    {"E-MAIL", Gen::Email},
+    {"WEBSITE", Gen::Website},
+    {"WEB", Gen::Website},
+    {"URL", Gen::Website},
+    {"HOMEPAGE", Gen::Website},
+    {"DOMAIN", Gen::Domain},
+    {"CITY", Gen::City},
+    {"STADT", Gen::City},
+    {"ORT", Gen::City},
+    {"COMPANY", Gen::Company},
+    {"FIRMA", Gen::Company},
+    {"PLZ", Gen::Zip},
+    {"ZIPCODE", Gen::Zip},
+    {"ZIP", Gen::Zip},
+    {"POSTLEITZAHL", Gen::Zip},
+    {"D", Gen::Digit},
+    {"DIGIT", Gen::Digit},
+    {"ZIFFER", Gen::Digit},
+    {"V", Gen::Vowel},
+    {"VOWEL", Gen::Vowel},
+    {"VOKAL", Gen::Vowel},
+    {"C", Gen::Consonant},
+    {"CONSONANT", Gen::Consonant},
+    {"KONSONANT", Gen::Consonant},
+    {"A", Gen::Char},
+    {"CHAR", Gen::Char},
+    {"BUCHSTABE", Gen::Char},
+    {"NUMBER", Gen::Number},
     {"ZAHL", Gen::Number},
 };
 
@@ -116,9 +146,7 @@ class NameIndex {
     PackedName key;
     Gen gen;
   };
-  static size_t hSlot(size_t pSize, const PackedName& pKey) {
-    return std::min(pSize, kMaxBytes) * 32 + (pKey.lo & 31);
-  }
+  static size_t hSlot(size_t pSize, const PackedName& pKey) { return std::min(pSize, kMaxBytes) * 32 + (pKey.lo & 31); }
   std::vector<Row> buckets_[(kMaxBytes + 1) * 32];
 };
 
@@ -182,9 +210,7 @@ inline bool hFiftyOf(Random& rng) { return rng.Rnd() * 100 < 50; }
 }
 
 // A table row, every row equally likely.
-const std::string& hPick(Random& rng, const std::vector<std::string>& pRows) {
-  return pRows[rng.Below(pRows.size())];
-}
+const std::string& hPick(Random& rng, const std::vector<std::string>& pRows) { return pRows[rng.Below(pRows.size())]; }
 
 void hDigits(Random& rng, std::string& rOut, int pCount) {
   if (pCount <= 0) return;
@@ -225,8 +251,8 @@ void hMailNormalize(std::string& rText, size_t pStart) {
     if (c < 0x80) {
       char out = static_cast<char>(c);
       if (c >= 'A' && c <= 'Z') out = static_cast<char>(c - 'A' + 'a');
-      if ((out >= 'a' && out <= 'z') || (out >= '0' && out <= '9') || out == '.' || out == '_' ||
-          out == '-' || out == '@')
+      if ((out >= 'a' && out <= 'z') || (out >= '0' && out <= '9') || out == '.' || out == '_' || out == '-' ||
+          out == '@')
         rText[w++] = out;
       ++r;
       continue;
@@ -284,8 +310,7 @@ void cls_DBToolRandom::hAppendCharOf(std::string& rOut, std::string_view pSet) {
   if (!pSet.empty()) hCharOf(ThreadRandom(), rOut, pSet);
 }
 
-void cls_DBToolRandom::hWordsToLettersSub(std::string_view pChunk,
-                                          std::vector<std::string_view>& rWords) {
+void cls_DBToolRandom::hWordsToLettersSub(std::string_view pChunk, std::vector<std::string_view>& rWords) {
   size_t start = 0;
   while (start <= pChunk.size()) {
     size_t comma = pChunk.find(',', start);
@@ -314,16 +339,14 @@ void cls_DBToolRandom::hAppend(std::string& rOut, std::string_view pFieldOrPatte
     hExpand(rng, rOut, pFieldOrPattern, pType, 0);
     return;
   }
-  const bool padded = !pFieldOrPattern.empty() &&
-                      (pFieldOrPattern.front() == ' ' || pFieldOrPattern.back() == ' ');
+  const bool padded = !pFieldOrPattern.empty() && (pFieldOrPattern.front() == ' ' || pFieldOrPattern.back() == ' ');
   const Gen gen = hFindName(padded ? text::Trim(pFieldOrPattern) : pFieldOrPattern);
   if (gen != Gen::None) hGenerate(rng, rOut, gen, pType, 0);
   else hByType(rng, rOut, pType, pMembers);
 }
 
 // pattern -> { text | placeholder }
-void cls_DBToolRandom::hExpand(Random& rng, std::string& rOut, std::string_view pPattern,
-                               int pType, int pDepth) const {
+void cls_DBToolRandom::hExpand(Random& rng, std::string& rOut, std::string_view pPattern, int pType, int pDepth) const {
   if (pDepth > kMaxDepth) Raise(err::kInvalidData, "Random pattern nested too deeply");
   size_t i = 0;
   while (i < pPattern.size()) {
@@ -349,8 +372,8 @@ void cls_DBToolRandom::hExpand(Random& rng, std::string& rOut, std::string_view 
 }
 
 // placeholder -> name [ "*" digits | "[" digits "-" digits "]" ]   (the text between the braces)
-void cls_DBToolRandom::hPlaceholder(Random& rng, std::string& rOut, std::string_view pInner,
-                                    int pType, int pDepth) const {
+void cls_DBToolRandom::hPlaceholder(Random& rng, std::string& rOut, std::string_view pInner, int pType,
+                                    int pDepth) const {
   const size_t mark = hFindEither(pInner, 0, '*', '[');
   std::string_view name = pInner.substr(0, mark);
   int count = 1;
@@ -363,8 +386,7 @@ void cls_DBToolRandom::hPlaceholder(Random& rng, std::string& rOut, std::string_
       const size_t dash = range.find('-');
       int low = 0;
       int high = 0;
-      ok = range.ends_with(']') && dash != std::string_view::npos &&
-           hCount(range.substr(0, dash), low) &&
+      ok = range.ends_with(']') && dash != std::string_view::npos && hCount(range.substr(0, dash), low) &&
            hCount(range.substr(dash + 1, range.size() - dash - 2), high);
       if (ok) count = hRandOf(rng, low, high);
     }
@@ -379,20 +401,16 @@ void cls_DBToolRandom::hPlaceholder(Random& rng, std::string& rOut, std::string_
   for (int k = 0; k < count; ++k) hGenerate(rng, rOut, gen, pType, pDepth + 1);
 }
 
-void cls_DBToolRandom::hGenerate(Random& rng, std::string& rOut, Gen pGen, int pType,
-                                 int pDepth) const {
+void cls_DBToolRandom::hGenerate(Random& rng, std::string& rOut, Gen pGen, int pType, int pDepth) const {
   switch (pGen) {
-    case Gen::None:
-      return;
+    case Gen::None: return;
     case Gen::Phone:  // "0{d[4-5]}-{d[4-10]}", drawn in the same order as the pattern would be
       rOut += '0';
       hDigits(rng, rOut, hRandOf(rng, 4, 5));
       rOut += '-';
       hDigits(rng, rOut, hRandOf(rng, 4, 10));
       return;
-    case Gen::FirstName:
-      rOut += hPick(rng, hFiftyOf(rng) ? hTableFirstNamesFemale() : hTableFirstNamesMale());
-      return;
+    case Gen::FirstName: rOut += hPick(rng, hFiftyOf(rng) ? hTableFirstNamesFemale() : hTableFirstNamesMale()); return;
     case Gen::Street: {
       const std::string& stem = hPick(rng, hTableNameStems());
       rOut += stem;
@@ -402,22 +420,14 @@ void cls_DBToolRandom::hGenerate(Random& rng, std::string& rOut, Gen pGen, int p
       hDigits(rng, rOut, hRandOf(rng, 1, 3));  // "{D[1-3]}"
       return;
     }
-    case Gen::LastName:
-      hLastName(rng, rOut);
-      return;
-    case Gen::Email:
-      hMail(rng, rOut);
-      return;
+    case Gen::LastName: hLastName(rng, rOut); return;
+    case Gen::Email: hMail(rng, rOut); return;
     case Gen::Website:
       rOut += "www.";
       hDomain(rng, rOut);
       return;
-    case Gen::Domain:
-      hDomain(rng, rOut);
-      return;
-    case Gen::City:
-      rOut += hPick(rng, hTableCities());
-      return;
+    case Gen::Domain: hDomain(rng, rOut); return;
+    case Gen::City: rOut += hPick(rng, hTableCities()); return;
     case Gen::Company:
       // Four in five companies are a last name with a legal form, the rest a fixed name, whose
       // placeholders ("Stadthalle {CITY}") are expanded.
@@ -429,24 +439,12 @@ void cls_DBToolRandom::hGenerate(Random& rng, std::string& rOut, Gen pGen, int p
         hExpand(rng, rOut, hPick(rng, hTableCompanyNames()), pType, pDepth);
       }
       return;
-    case Gen::Zip:
-      hDigits(rng, rOut, 5);
-      return;
-    case Gen::Digit:
-      hCharOf(rng, rOut, kCharsDigit);
-      return;
-    case Gen::Vowel:
-      hCharOf(rng, rOut, kCharsVowel);
-      return;
-    case Gen::Consonant:
-      hCharOf(rng, rOut, kCharsConsonant);
-      return;
-    case Gen::Char:
-      hCharOf(rng, rOut, kCharsChar);
-      return;
-    case Gen::Number:
-      hNumber(rng, rOut, pType);
-      return;
+    case Gen::Zip: hDigits(rng, rOut, 5); return;
+    case Gen::Digit: hCharOf(rng, rOut, kCharsDigit); return;
+    case Gen::Vowel: hCharOf(rng, rOut, kCharsVowel); return;
+    case Gen::Consonant: hCharOf(rng, rOut, kCharsConsonant); return;
+    case Gen::Char: hCharOf(rng, rOut, kCharsChar); return;
+    case Gen::Number: hNumber(rng, rOut, pType); return;
   }
 }
 
@@ -493,12 +491,8 @@ void cls_DBToolRandom::hMail(Random& rng, std::string& rOut) const {
       rOut += '.';
       hLastName(rng, rOut);
       break;
-    case 2:
-      hLastName(rng, rOut);
-      break;
-    default:
-      rOut += "info";
-      break;
+    case 2: hLastName(rng, rOut); break;
+    default: rOut += "info"; break;
   }
   rOut += '@';
   if (kind != 3 && hFiftyOf(rng)) rOut += hPick(rng, hTableMailDomains());
@@ -530,8 +524,7 @@ void cls_DBToolRandom::hNumber(Random& rng, std::string& rOut, int pType) {
   rOut.append(buf, end);
 }
 
-void cls_DBToolRandom::hByType(Random& rng, std::string& rOut, int pType,
-                               std::string_view pMembers) const {
+void cls_DBToolRandom::hByType(Random& rng, std::string& rOut, int pType, std::string_view pMembers) const {
   std::vector<std::string_view> members;
   // Members are views into pMembers, blanks around them trimmed, empty ones skipped.
   for (size_t start = 0; start <= pMembers.size();) {
@@ -544,9 +537,7 @@ void cls_DBToolRandom::hByType(Random& rng, std::string& rOut, int pType,
   switch (pType) {
     case kTypeLong:
     case kTypeReferenceNumeric:
-    case kTypeDouble:
-      hNumber(rng, rOut, pType);
-      return;
+    case kTypeDouble: hNumber(rng, rOut, pType); return;
     case kTypeDate: {
       // A day from 1950-01-01 to 2030-12-31.
       double first = 0;
@@ -557,11 +548,8 @@ void cls_DBToolRandom::hByType(Random& rng, std::string& rOut, int pType,
       rOut += date::Format(day, "yyyy-mm-dd");
       return;
     }
-    case kTypeBoolean:
-      rOut += CStr(Variant(hFiftyOf(rng)));
-      return;
-    case kTypeStructure:
-      return;  // a structure has no random text
+    case kTypeBoolean: rOut += CStr(Variant(hFiftyOf(rng))); return;
+    case kTypeStructure: return;  // a structure has no random text
     case kTypeEnum:
     case kTypeEnumNumeric:
       if (!members.empty()) rOut.append(members[rng.Below(members.size())]);
@@ -583,9 +571,7 @@ void cls_DBToolRandom::hByType(Random& rng, std::string& rOut, int pType,
       }
       return;
     }
-    default:
-      hWordsText(rng, rOut);
-      return;
+    default: hWordsText(rng, rOut); return;
   }
 }
 

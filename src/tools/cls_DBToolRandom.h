@@ -43,8 +43,7 @@ class cls_DBToolRandom {
   // pattern; otherwise the name picks the generator, and a name no generator knows falls back to
   // the field type pType (enm_DBFieldType code). pMembers lists the members of a choice field,
   // separated by ",".
-  void hAppend(std::string& rOut, std::string_view pFieldOrPattern, int pType,
-               std::string_view pMembers) const;
+  void hAppend(std::string& rOut, std::string_view pFieldOrPattern, int pType, std::string_view pMembers) const;
 
   // pA + round-half-to-even(r * (pB - pA)) with r uniform in [0, 1): a whole number from pA to
   // pB where the two ends are half as likely as each inner value. pA > pB works the same way.
@@ -66,8 +65,7 @@ class cls_DBToolRandom {
 
  private:
   void hExpand(Random& rng, std::string& rOut, std::string_view pPattern, int pType, int pDepth) const;
-  void hPlaceholder(Random& rng, std::string& rOut, std::string_view pInner, int pType,
-                    int pDepth) const;
+  void hPlaceholder(Random& rng, std::string& rOut, std::string_view pInner, int pType, int pDepth) const;
   void hGenerate(Random& rng, std::string& rOut, Gen pGen, int pType, int pDepth) const;
   void hByType(Random& rng, std::string& rOut, int pType, std::string_view pMembers) const;
   void hLastName(Random& rng, std::string& rOut) const;

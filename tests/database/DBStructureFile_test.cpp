@@ -9,8 +9,8 @@
 
 #include "database/DBEntryText.h"
 #include "database/cls_DB.h"
-#include "frame/FileIO.h"
 #include "frame/Convert.h"
+#include "frame/FileIO.h"
 #include "frame/Notifier.h"
 
 #include "../TestSupport.h"
@@ -20,8 +20,6 @@ namespace rykel {
 namespace fs = std::filesystem;
 
 namespace {
-
-
 
 // The file without its time stamp line, which differs between two saves.
 std::string hWithoutTime(const std::string& file) {
@@ -120,12 +118,12 @@ TEST(DBStructureFile, ReadGivesWhatTheWholeStructureGives) {
       {"\xEF\xBB\xBF# made by hand\nentries = {\n  // the first\r  3 {\n\n   name=\"a\"  \n  sub = {}\n"
        "  deep {\n x {\n y = 1\n }\n }\n  }\n}\n",
        true},
-      {ok + "ENTRIES {\n 1 {\n  A.B = 1\n }\n}\n", false},           // a path
-      {ok + "ENTRIES {\n 1 {\n  X = 1\n  x = 2\n }\n}\n", false},     // a name twice
+      {ok + "ENTRIES {\n 1 {\n  A.B = 1\n }\n}\n", false},         // a path
+      {ok + "ENTRIES {\n 1 {\n  X = 1\n  x = 2\n }\n}\n", false},  // a name twice
       {ok + "ENTRIES {\n 1 {\n  S {\n  }\n  S {\n  Z = 1\n  }\n }\n}\n", false},
-      {ok + "ENTRIES {\n 1 {\n  [3] = 1\n }\n}\n", false},          // an index
-      {ok + "ENTRIES {\n \"1\" {\n  X = 1\n }\n}\n", false},        // a quoted name
-      {ok + "OTHER = 1\nENTRIES {\n 1 {\n }\n}\n", false},          // another item at the top
+      {ok + "ENTRIES {\n 1 {\n  [3] = 1\n }\n}\n", false},    // an index
+      {ok + "ENTRIES {\n \"1\" {\n  X = 1\n }\n}\n", false},  // a quoted name
+      {ok + "OTHER = 1\nENTRIES {\n 1 {\n }\n}\n", false},    // another item at the top
       {ok + "ENTRIES {\n 1 {\n  X = 1\n }\n}\nENTRIES {\n 2 {\n }\n}\n", false},
       // one id twice: the whole structure merges the blocks
       {ok + "ENTRIES {\n 1 {\n  X = 1\n }\n 1 {\n  Y = 2\n }\n}\n", true},

@@ -16,10 +16,10 @@ TEST(cls_DBField, StructureKeysInOrderAndRoundTrip) {
   auto s = f->STRUCTURE_GET();
   std::vector<std::string> keys;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) keys.push_back(s->ID_GET(i));
-  std::vector<std::string> expect = {"INDEXED", "NAME", "TEXTSOURCE", "SORTFIELD", "SHORTNAME", "TYPE", "DYNAMIC",
-                                     "DEFAULT", "WRITEONCE", "MEMBERS", "COLORS", "FORMATS", "FILTER", "CODE",
-                                     "REFERENCESOURCE", "FORMATALIGN", "FORMATEMPTY", "FORMATTYPE", "FORMATDIGITS",
-                                     "DESCRIPTION"};
+  std::vector<std::string> expect = {"INDEXED",     "NAME",        "TEXTSOURCE", "SORTFIELD",    "SHORTNAME",
+                                     "TYPE",        "DYNAMIC",     "DEFAULT",    "WRITEONCE",    "MEMBERS",
+                                     "COLORS",      "FORMATS",     "FILTER",     "CODE",         "REFERENCESOURCE",
+                                     "FORMATALIGN", "FORMATEMPTY", "FORMATTYPE", "FORMATDIGITS", "DESCRIPTION"};
   EXPECT_EQ(keys, expect);
 
   f->ID = "PLZ";
@@ -69,7 +69,9 @@ void hUnlikeDefault(int32_t& r, const char*) { r = 7; }
 void hUnlikeDefault(std::string& r, const char* pKey) { r = std::string("text of ") + pKey; }
 void hUnlikeDefault(Variant& r, const char* pKey) { r = Variant(std::string("value of ") + pKey); }
 template <class T>
-bool hSame(const T& a, const T& b) { return a == b; }
+bool hSame(const T& a, const T& b) {
+  return a == b;
+}
 bool hSame(const Variant& a, const Variant& b) { return a.isEmpty() == b.isEmpty() && CStr(a) == CStr(b); }
 }  // namespace
 
@@ -90,10 +92,10 @@ TEST(cls_DBField, EveryTableMemberTravelsThroughTheStructure) {
   EXPECT_EQ(keys, table);
   g.STRUCTURE_LET(s);
   cls_DBField fresh;
-#define RYKEL_CHECK(member, kind)                                 \
+#define RYKEL_CHECK(member, kind)                                      \
   EXPECT_TRUE(hSame(g.member, f.member)) << #member << " read back";   \
   EXPECT_FALSE(hSame(g.member, fresh.member)) << #member << " is set"; \
-  g.CLEAR();                                                      \
+  g.CLEAR();                                                           \
   EXPECT_TRUE(hSame(g.member, fresh.member)) << #member << " cleared"; \
   g.STRUCTURE_LET(s);
   RYKEL_DBFIELD_MEMBERS(RYKEL_CHECK)
@@ -176,13 +178,15 @@ TEST(cls_DBField, SortTextsOrderRandomValuesOfEveryType) {
   std::vector<double> ds = {0, -0.0, 1e-300, -1e-300, 1e300, -1e300, 0.5, -0.5};
   std::uniform_real_distribution<double> ud(-1e6, 1e6);
   for (int i = 0; i < 2000; ++i) ds.push_back(i % 3 ? ud(gen) : std::round(ud(gen) / 1000));
-  hExpectSortOrder<double>(f, ds, [](const double& d) { return Variant(d); }, std::less<double>());
+  hExpectSortOrder<double>(
+      f, ds, [](const double& d) { return Variant(d); }, std::less<double>());
 
   f.TYPE = ID_DBFieldType_Long;
   std::uniform_int_distribution<int32_t> ui(-2000000000, 2000000000);
   std::vector<int32_t> ls = {0, -1, 1, 2147483647, -2147483647};
   for (int i = 0; i < 2000; ++i) ls.push_back(ui(gen) / (i % 5 + 1));
-  hExpectSortOrder<int32_t>(f, ls, [](const int32_t& v) { return Variant(v); }, std::less<int32_t>());
+  hExpectSortOrder<int32_t>(
+      f, ls, [](const int32_t& v) { return Variant(v); }, std::less<int32_t>());
 
   f.TYPE = ID_DBFieldType_Date;
   std::uniform_real_distribution<double> udate(-600000, 2900000);  // years 257 .. 9839
@@ -199,14 +203,16 @@ TEST(cls_DBField, SortTextsOrderRandomValuesOfEveryType) {
   f.TYPE = ID_DBFieldType_Boolean;
   std::vector<int> bs;
   for (int i = 0; i < 200; ++i) bs.push_back(static_cast<int>(gen() % 2));
-  hExpectSortOrder<int>(f, bs, [](const int& b) { return Variant(b != 0); }, std::less<int>());
+  hExpectSortOrder<int>(
+      f, bs, [](const int& b) { return Variant(b != 0); }, std::less<int>());
 
   f.TYPE = ID_DBFieldType_Enum;
   f.MEMBERS = "z=Zebra,a=Affe,m=Maus";
   std::vector<int> pos;
   const char* vals[] = {"z", "a", "m"};
   for (int i = 0; i < 300; ++i) pos.push_back(static_cast<int>(gen() % 3));
-  hExpectSortOrder<int>(f, pos, [&](const int& p) { return Variant(vals[p]); }, std::less<int>());
+  hExpectSortOrder<int>(
+      f, pos, [&](const int& p) { return Variant(vals[p]); }, std::less<int>());
 
   f.TYPE = ID_DBFieldType_String;
   std::vector<std::string> ss = {"", "a", "A", "ab", "b", "Zz", "zz", "a b"};
@@ -221,7 +227,8 @@ TEST(cls_DBField, SortTextsOrderRandomValuesOfEveryType) {
     for (char& c : y) c = static_cast<char>(toupper(c));
     return x < y;
   };
-  hExpectSortOrder<std::string>(f, ss, [](const std::string& s) { return Variant(s); }, upperLess);
+  hExpectSortOrder<std::string>(
+      f, ss, [](const std::string& s) { return Variant(s); }, upperLess);
 
   // Umlauts sort with their base letters, and empty values come first.
   EXPECT_LT(f.TEXTSORT(Variant("Äpfel")), f.TEXTSORT(Variant("Birne")));

@@ -22,7 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-
 StructurePtr Settings(bool lock, double wait = 30) {
   auto s = cls_Structure::New();
   s->ITEM_LET("LOCK", lock);
@@ -54,8 +53,9 @@ TEST(DBFiles, ASaveRefusesAFileThatChangedOnDiskUnlessForced) {
     ASSERT_TRUE(b.DBSAVE());
     a.ENTRYADD(a.ENTRYFREEID());  // the same id 1: saving would drop b's entry
     EXPECT_FALSE(a.DBSAVE());
-    EXPECT_EQ(a.DBSAVEERROR_GET(), "'" + file + "' changed on disk since it was opened or last saved; not "
-                                   "overwritten (open it again, or force the save)");
+    EXPECT_EQ(a.DBSAVEERROR_GET(), "'" + file +
+                                       "' changed on disk since it was opened or last saved; not "
+                                       "overwritten (open it again, or force the save)");
     EXPECT_TRUE(a.ENTRYCHANGED_GET());
     EXPECT_FALSE(a.DBCLOSE());  // a close saves too: it refuses and keeps the database open
     EXPECT_TRUE(a.DBOPENED_GET());

@@ -12,9 +12,9 @@
 #include <random>
 
 #include "database/DBEntryText.h"
-#include "frame/FileIO.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
 
@@ -30,7 +30,10 @@ namespace {
 struct Reports {
   std::vector<Notification> seen;
   Reports() {
-    SetNotifier([this](const Notification& n) { seen.push_back(n); return std::string("OK"); });
+    SetNotifier([this](const Notification& n) {
+      seen.push_back(n);
+      return std::string("OK");
+    });
   }
   ~Reports() { SetNotifier({}); }
 };
@@ -157,8 +160,9 @@ TEST(cls_DB, FieldOperations) {
 TEST(cls_DB, EntriesIndexColumnsAndFreeIds) {
   auto db = hPeopleDB();
   EXPECT_EQ(db->ENTRYCOUNT(), 4);
-  EXPECT_EQ(hDump(*db), "1: Anna 20 01.01.2000 Ja\n2: Bernd 21 02.01.2000 Nein\n3: anna 22 03.01.2000 Ja\n"
-                        "4: Clara 23 04.01.2000 Nein\n");
+  EXPECT_EQ(hDump(*db),
+            "1: Anna 20 01.01.2000 Ja\n2: Bernd 21 02.01.2000 Nein\n3: anna 22 03.01.2000 Ja\n"
+            "4: Clara 23 04.01.2000 Nein\n");
   EXPECT_TRUE(db->ENTRYEXISTS("3"));
   EXPECT_EQ(db->ENTRYFIELD_GET(2, "AGE").type(), VarType::Long);  // stored in the field's type
   EXPECT_TRUE(db->ENTRYFIELD_GET(2, "BORN").isDate());
@@ -291,8 +295,9 @@ TEST(cls_DB, SerializedFormsAndMerge) {
 
   // The older line form.
   cls_DB old;
-  std::string line = "DBS0:|@" + hEntryText(db->HEADERSTRUCTURE_GET()) + "|5:" +
-                     text::Replace(hEntryText(db->ENTRY(1)), "\r", "\\r") + "|6:a:1:{s:4:\"NAME\";s:3:\"a\\/b\";}";
+  std::string line = "DBS0:|@" + hEntryText(db->HEADERSTRUCTURE_GET()) +
+                     "|5:" + text::Replace(hEntryText(db->ENTRY(1)), "\r", "\\r") +
+                     "|6:a:1:{s:4:\"NAME\";s:3:\"a\\/b\";}";
   EXPECT_TRUE(old.UNSERIALIZE(line));
   EXPECT_EQ(old.ENTRYCOUNT(), 2);
   EXPECT_EQ(CStr(old.ENTRYFIELD_GET(5, "NAME")), "Anna");
@@ -325,8 +330,10 @@ TEST(cls_DB, OpenMessages) {
   ASSERT_EQ(reports.seen.size(), 1u);
   EXPECT_EQ(reports.seen[0].caption, "Database error");
   EXPECT_EQ(reports.seen[0].text.rfind("A database engine error has occured while trying to open a database:\r\n"
-                                       "Database: " + D + "\r\nHeader: " + H + "\r\nError: Header '" + H +
-                                           "' does not exist\r\nStructure Info", 0),
+                                       "Database: " +
+                                           D + "\r\nHeader: " + H + "\r\nError: Header '" + H +
+                                           "' does not exist\r\nStructure Info",
+                                       0),
             0u);
 
   EXPECT_FALSE(db.DBOPENREADONLY(D, ""));

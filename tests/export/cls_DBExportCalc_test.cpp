@@ -72,7 +72,6 @@ StructurePtr hSettings(std::initializer_list<std::pair<const char*, Variant>> it
   return s;
 }
 
-
 bool hOfficeInstalled() {
   for (const char* dir : {"/usr/bin", "/usr/local/bin"}) {
     if (fs::exists(fs::path(dir) / "soffice")) return true;

@@ -13,11 +13,11 @@
 #include "export/cls_DBExportHtml.h"
 #include "export/cls_DBExportPdf.h"
 #include "export/cls_DBExportWorkbook.h"
-#include "frame/FileIO.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
-#include "frame/Text.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
+#include "frame/Text.h"
 
 #include "../TestSupport.h"
 
@@ -31,7 +31,8 @@ std::vector<std::string> hLines(const std::string& file) {
   std::string all = fileio::ReadFile(file);
   std::vector<std::string> lines;
   size_t at = 0;
-  for (size_t end; (end = all.find("\r\n", at)) != std::string::npos; at = end + 2) lines.push_back(all.substr(at, end - at));
+  for (size_t end; (end = all.find("\r\n", at)) != std::string::npos; at = end + 2)
+    lines.push_back(all.substr(at, end - at));
   EXPECT_EQ(at, all.size()) << "every line ends with CR LF";
   return lines;
 }
@@ -96,12 +97,14 @@ TEST(DBExportHtml, TableLinesWithoutTitle) {
   EXPECT_EQ(lines[2], "<meta http-equiv=Content-Type content=\"text/html; charset=windows-1252\">");
   hFind(lines, "tr  {mso-height-source:auto;}");
   hFind(lines, ".header {mso-style-parent:style0; color:#FFFFFF; background:#00659F; mso-pattern:black none;}");
-  hFind(lines, ".date {mso-style-parent:style0; color:#FFFFFF; text-align:right; background:#00659F; "
-               "mso-pattern:black none; padding-right:5px;}");
+  hFind(lines,
+        ".date {mso-style-parent:style0; color:#FFFFFF; text-align:right; background:#00659F; "
+        "mso-pattern:black none; padding-right:5px;}");
   size_t body = hFind(lines, "<body>");
   ASSERT_LT(body + 11, lines.size());
   EXPECT_EQ(lines[body + 1],
-            "<table border=0 cellpadding=0 cellspacing=0 width=840 style='border-collapse: collapse;table-layout:fixed;'>    ");
+            "<table border=0 cellpadding=0 cellspacing=0 width=840 style='border-collapse: "
+            "collapse;table-layout:fixed;'>    ");
   EXPECT_EQ(lines[body + 2], "<col width=70>");
   EXPECT_EQ(lines[body + 9], "<col width=140>");
   // Without a title the column headers follow the columns at once.
@@ -110,23 +113,27 @@ TEST(DBExportHtml, TableLinesWithoutTitle) {
 
   size_t row = hFind(lines, "<tr height=20 style='height:15.0pt'>");
   ASSERT_LT(row + 20, lines.size());
-  std::vector<std::string> first(lines.begin() + static_cast<long>(row) + 1, lines.begin() + static_cast<long>(row) + 10);
+  std::vector<std::string> first(lines.begin() + static_cast<long>(row) + 1,
+                                 lines.begin() + static_cast<long>(row) + 10);
   const std::vector<std::string> expected1 = {
       "<td class=\"cell\">M\xFCller &#1046; \x80</td>",
-      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\\\ ';\">-1234</td>",
-      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0\\.00_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\.00\\\\ ';\">" +
+      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\\\ "
+      "';\">-1234</td>",
+      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0\\.00_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\.00\\\\ "
+      "';\">" +
           db->FIELDTEXT_GET(1, "SCORE") + "</td>",
       "<td class=\"cell\" style=\"mso-number-format:'Short Date';\">29.02.2024</td>",
       "<td class=\"cellc\">Ja</td>",
       "<td class=\"cell\" style=\"mso-number-format:'\\@';\">030123</td>",  // leading zero kept as text
       "<td class=\"cell\" style=\"mso-number-format:'\\@';\">12:30</td>",   // never a time of day
-      "<td class=\"cell\">-/-</td>",                                          // empty reference
+      "<td class=\"cell\">-/-</td>",                                        // empty reference
       "</tr>"};
   EXPECT_EQ(first, expected1);
   const std::vector<std::string> expected2 = {
       "<td class=\"cell\">Anna &lt;b&gt;</td>",
       "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\\\ ';\">5</td>",
-      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0\\.00_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\.00\\\\ ';\">" +
+      "<td class=\"cellr\" style=\"mso-number-format:'\\#\\,\\#\\#0\\.00_ \\;\\[Red\\]\\\\-\\#\\,\\#\\#0\\.00\\\\ "
+      "';\">" +
           db->FIELDTEXT_GET(2, "SCORE") + "</td>",
       "<td class=\"cell\" style=\"mso-number-format:'Short Date';\"></td>",
       "<td class=\"cellc\">Nein</td>",
@@ -134,7 +141,8 @@ TEST(DBExportHtml, TableLinesWithoutTitle) {
       "<td class=\"cell\" style=\"mso-number-format:'Short Date';\">01.02.2024</td>",  // a date in a text field
       "<td class=\"cell\">Chefin</td>",
       "</tr>"};
-  std::vector<std::string> second(lines.begin() + static_cast<long>(row) + 11, lines.begin() + static_cast<long>(row) + 20);
+  std::vector<std::string> second(lines.begin() + static_cast<long>(row) + 11,
+                                  lines.begin() + static_cast<long>(row) + 20);
   EXPECT_EQ(second, expected2);
   std::vector<std::string> tail(lines.end() - 3, lines.end());
   EXPECT_EQ(tail, (std::vector<std::string>{"</table>", "</body>", "</html>"}));
@@ -143,14 +151,17 @@ TEST(DBExportHtml, TableLinesWithoutTitle) {
 TEST(DBExportHtml, TitleBandColoursAndIndex) {
   TempDir dir;
   auto db = hPeople();
-  auto settings = hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Liste & Co"}, {"TITLE.COLOR", 255}, {"INDEX", true}});
+  auto settings =
+      hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Liste & Co"}, {"TITLE.COLOR", 255}, {"INDEX", true}});
   // An id list decides the entries and their order.
   ASSERT_TRUE(db->EXPORTFILE("DEFAULT", dir / "t.xls", "XLS", std::vector<Variant>{2, 1}, settings));
   auto lines = hLines(dir / "t.xls");
-  hFind(lines, ".title {mso-style-parent:style0; color:#FFFFFF; font-size:18.0pt; background:#FF0000; "
-               "mso-pattern:black none; padding-left:10px;}");
-  hFind(lines, ".columnheader {mso-style-parent:style0; color:#FF0000; background:#F2F2F2; mso-pattern:black none; "
-               "overflow:hidden;}");
+  hFind(lines,
+        ".title {mso-style-parent:style0; color:#FFFFFF; font-size:18.0pt; background:#FF0000; "
+        "mso-pattern:black none; padding-left:10px;}");
+  hFind(lines,
+        ".columnheader {mso-style-parent:style0; color:#FF0000; background:#F2F2F2; mso-pattern:black none; "
+        "overflow:hidden;}");
   size_t body = hFind(lines, "<body>");
   EXPECT_NE(lines[body + 1].find(" width=880 style="), std::string::npos) << lines[body + 1];  // "Nr." is 40 wide
   size_t band = body + 2 + 9;
@@ -162,7 +173,8 @@ TEST(DBExportHtml, TitleBandColoursAndIndex) {
   EXPECT_EQ(lines[band + 11], "<tr class=\"header\" height=31 style='height:23.25pt'>");
   EXPECT_EQ(lines[band + 12], "<td height=31 style='height:23.25pt' class=\"title\">Liste &amp; Co</td>");
   EXPECT_EQ(lines[band + 19], lines[band + 13]) << "seven empty header cells between title and date";
-  EXPECT_TRUE(std::regex_match(lines[band + 20], std::regex(R"(<td class="date">Stand: \d\d\.\d\d\.\d{4} \d\d:\d\d</td>)")))
+  EXPECT_TRUE(
+      std::regex_match(lines[band + 20], std::regex(R"(<td class="date">Stand: \d\d\.\d\d\.\d{4} \d\d:\d\d</td>)")))
       << lines[band + 20];
   EXPECT_EQ(lines[band + 22], "<tr class=\"header\" height=20 style='height:15.0pt'>");
   EXPECT_EQ(lines[band + 23], "<td height=20 class=\"header\">&nbsp;</td>");
@@ -183,8 +195,10 @@ TEST(DBExportHtml, RowFormattingRules) {
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "f.htm", "HTML"));
   auto lines = hLines(dir / "f.htm");
   size_t row = hFind(lines, "<tr height=20 style='height:15.0pt'>");
-  EXPECT_EQ(lines[row + 1], "<td class=\"cell\" style=\"font-weight:700;background-color:#00FF00;\">M\xFCller &#1046; \x80</td>");
-  EXPECT_EQ(lines[row + 11], "<td class=\"cell\" style=\"color:#FF0000;background-color:#00FF00;\">Anna &lt;b&gt;</td>");
+  EXPECT_EQ(lines[row + 1],
+            "<td class=\"cell\" style=\"font-weight:700;background-color:#00FF00;\">M\xFCller &#1046; \x80</td>");
+  EXPECT_EQ(lines[row + 11],
+            "<td class=\"cell\" style=\"color:#FF0000;background-color:#00FF00;\">Anna &lt;b&gt;</td>");
   EXPECT_EQ(lines[row + 15], "<td class=\"cellc\" style=\"color:#FF0000;background-color:#00FF00;\">Nein</td>");
 }
 
@@ -207,12 +221,11 @@ TEST(DBExportRows, RulesFollowTheQueryLanguage) {
     db->ENTRYFIELD_LET(i + 1, "TAGS", i % 3 ? "rot, grün" : "blau");
   }
   const std::pair<const char*, const char*> cases[] = {
-      {"P_NAME", "anna"},          {"P.NAME", "== anna"},       {"P.NAME", "!$BEGINS a"},
-      {"P.NAME", "$!?... B"},      {"P.NAME", "<> Anna"},       {"P.NAME", "$...?... NN"},
-      {"P.NAME", "IN Anna,bert"},  {"AGE", ">9"},                {"AGE", "=> 10"},
-      {"AGE", "[] 0 10"},          {"AGE", "!][ 0 42"},          {"AGE", "$>=5"},
-      {"BORN", "2024-03-01"},      {"BORN", "< 2024-03-02"},     {"TAGS", "CONTAINSWORD grün"},
-      {"TAGS", "CONTAINSONE x,BLAU"}, {"AGE", "NOSUCHOP 3"},     {"AGE", "> abc"}};
+      {"P_NAME", "anna"},     {"P.NAME", "== anna"},     {"P.NAME", "!$BEGINS a"},      {"P.NAME", "$!?... B"},
+      {"P.NAME", "<> Anna"},  {"P.NAME", "$...?... NN"}, {"P.NAME", "IN Anna,bert"},    {"AGE", ">9"},
+      {"AGE", "=> 10"},       {"AGE", "[] 0 10"},        {"AGE", "!][ 0 42"},           {"AGE", "$>=5"},
+      {"BORN", "2024-03-01"}, {"BORN", "< 2024-03-02"},  {"TAGS", "CONTAINSWORD grün"}, {"TAGS", "CONTAINSONE x,BLAU"},
+      {"AGE", "NOSUCHOP 3"},  {"AGE", "> abc"}};
   auto view = db->VIEW(1);
   for (const auto& [field, condition] : cases) {
     SCOPED_TRACE(std::string(field) + " " + condition);
@@ -491,7 +504,10 @@ TEST(DBExportWorkbook, ConstantMemoryLargeTitleAndSplit) {
   }
   db->ENTRYFIELD_LET(kRows, "NAME", std::string("Ende ") + std::string(30, 'x'));  // widest name, last row
   std::string file = dir / "big.xlsx";
-  auto settings = hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Alle Leute"}, {"SUBSHEET", true}, {"TABFILTER", "CITY"},
+  auto settings = hSettings({{"TITLE.SHOW", true},
+                             {"TITLE.TEXT", "Alle Leute"},
+                             {"SUBSHEET", true},
+                             {"TABFILTER", "CITY"},
                              {"CONSTANTMEMORY", true}});
   ASSERT_TRUE(db->EXPORTEXCEL(1, file, std::nullopt, settings));
 

@@ -61,9 +61,7 @@ TEST(Convert, NumbersFromTextAcceptCommaOrPoint) {
     try {
       CDbl(Variant(bad));
       ADD_FAILURE() << "no error for " << bad;
-    } catch (const Error& e) {
-      EXPECT_EQ(e.number, err::kTypeMismatch);
-    }
+    } catch (const Error& e) { EXPECT_EQ(e.number, err::kTypeMismatch); }
   }
   EXPECT_TRUE(IsNumeric(Variant()));  // as the classic runtime says
   EXPECT_FALSE(IsNumeric(Variant::Null()));
@@ -102,8 +100,8 @@ TEST(DateTime, ReadsItsFormsAndRejectsOthers) {
   EXPECT_TRUE(date::Parse("31.12.1999 23:59", d));
   EXPECT_TRUE(date::Parse("12:30", d));
   EXPECT_DOUBLE_EQ(d, 0.5 + 1.0 / 48);
-  for (const char* bad : {"2024-02-30", "2023-02-29", "1.5", "2024-13-01", "32.1.2024", "2024-01-01 24:00",
-                          "12:61", "2024-1-1x", "", "1.1.24"})
+  for (const char* bad : {"2024-02-30", "2023-02-29", "1.5", "2024-13-01", "32.1.2024", "2024-01-01 24:00", "12:61",
+                          "2024-1-1x", "", "1.1.24"})
     EXPECT_FALSE(date::Parse(bad, d)) << bad;
   EXPECT_TRUE(date::Parse("2024-02-29", d));
 }

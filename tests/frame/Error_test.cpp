@@ -41,20 +41,28 @@ TEST(Error, GuardRaisesOnceWithTheOuterSourceUnchanged) {
 TEST(Error, ContinueGivesTheFallbackAndRetryRunsAgain) {
   {
     PolicyScope scope([](const ErrorContext&) { return kDecisionContinue; });
-    EXPECT_EQ(Guard("m", "op", []() -> int { Raise(5, "bad"); }, 42), 42);
+    EXPECT_EQ(Guard(
+                  "m", "op", []() -> int { Raise(5, "bad"); }, 42),
+              42);
     EXPECT_EQ(Guard("m", "op", []() -> std::string { throw std::bad_alloc(); }), "");
   }
   {
     int runs = 0;
     PolicyScope scope([](const ErrorContext&) { return kDecisionRetry; });
-    EXPECT_EQ(Guard("m", "op", [&] {
-                if (++runs < 3) Raise(57, "Device I/O error");
-                return runs;
-              }),
+    EXPECT_EQ(Guard("m", "op",
+                    [&] {
+                      if (++runs < 3) Raise(57, "Device I/O error");
+                      return runs;
+                    }),
               3);
     // a policy that always retries is not allowed to loop forever
     runs = 0;
-    EXPECT_THROW(Guard("m", "op", [&]() -> int { ++runs; Raise(57, "again"); }), Error);
+    EXPECT_THROW(Guard("m", "op",
+                       [&]() -> int {
+                         ++runs;
+                         Raise(57, "again");
+                       }),
+                 Error);
     EXPECT_EQ(runs, kMaxRetries + 1);
   }
 }
@@ -129,7 +137,10 @@ TEST(Error, InformationGoesToTheLogThatIsOffByDefault) {
   }
   unsetenv("RYKEL_LOG");
   std::vector<std::string> seen;
-  SetNotifier([&](const Notification& n) { seen.push_back(n.text); return std::string("OK"); });
+  SetNotifier([&](const Notification& n) {
+    seen.push_back(n.text);
+    return std::string("OK");
+  });
   Notify({"KEL", "Later", "OK", "Information"});
   SetNotifier({});
   EXPECT_EQ(seen, std::vector<std::string>{"Later"});

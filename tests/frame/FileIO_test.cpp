@@ -32,8 +32,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-
-
 // A structure whose script form is large: n items, each holding the generation mark.
 StructurePtr Big(int n, int mark) {
   auto s = cls_Structure::New();
@@ -81,8 +79,8 @@ TEST(FileIO, FullDiskKeepsTheOldFileAndRaisesAFileError) {
 }
 
 // The checks in a folder the process may not write to; "" when all held.
-std::string ReadOnlyChecks(const std::string& file, const std::string& header, const std::string& dbFile,
-                           cls_DB& db, const std::string& oldScript, const std::string& oldDB) {
+std::string ReadOnlyChecks(const std::string& file, const std::string& header, const std::string& dbFile, cls_DB& db,
+                           const std::string& oldScript, const std::string& oldDB) {
   std::string fail;
   auto check = [&](bool ok, const char* what) {
     if (!ok) fail += std::string(what) + "; ";
@@ -110,8 +108,8 @@ TEST(FileIO, ReadOnlyFolderRefusesSavesOfStructuresAndDatabases) {
   ASSERT_TRUE(db.DBSAVE());
   const std::string oldScript = ReadAll(file), oldDB = ReadAll(dbFile);
 
-  fs::permissions(dir.path, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read |
-                                fs::perms::others_exec,
+  fs::permissions(dir.path,
+                  fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read | fs::perms::others_exec,
                   fs::perm_options::replace);
   if (::access(dir.path.c_str(), W_OK) != 0) {
     EXPECT_EQ(ReadOnlyChecks(file, header, dbFile, db, oldScript, oldDB), "");
@@ -246,13 +244,14 @@ pid_t DeadPid() {
 TEST(FileIO, StaleTemporaryFilesOfTheSameTargetAreRemovedOnlyWhenTheirWriterIsGone) {
   TempDir dir;
   const std::string file = dir / "d.ry-dbb", dead = std::to_string(DeadPid());
-  std::vector<std::pair<std::string, bool>> cases = {  // name, stays
+  std::vector<std::pair<std::string, bool>> cases = {
+      // name, stays
       {"d.ry-dbb.~" + dead + ".k3j9x0a1b2.tmp", false},
-      {"d.ry-dbb.~" + dead + ".tmp", false},            // the older writer's name
-      {"d.ry-dbb.~1.a1b2c3d4e5.tmp", true},             // a live writer (init)
+      {"d.ry-dbb.~" + dead + ".tmp", false},                                  // the older writer's name
+      {"d.ry-dbb.~1.a1b2c3d4e5.tmp", true},                                   // a live writer (init)
       {"d.ry-dbb.~" + std::to_string(::getpid()) + ".zzzzzzzzzz.tmp", true},  // this process's own
-      {"other.ry-dbb.~" + dead + ".aaaaaaaaaa.tmp", true},                  // another target
-      {"d.ry-dbb.~x" + dead + ".tmp", true},                                 // not the pattern
+      {"other.ry-dbb.~" + dead + ".aaaaaaaaaa.tmp", true},                    // another target
+      {"d.ry-dbb.~x" + dead + ".tmp", true},                                  // not the pattern
   };
   for (const auto& [name, stays] : cases) std::ofstream(dir / name) << "orphan";
   fileio::WriteFileAtomic(file, "data");
@@ -318,7 +317,7 @@ TEST(FileIO, MissingFoldersAndFullDisksAreNamedAsSuch) {
     return -1;
   });
   a.ENTRYADD(2);
-  EXPECT_FALSE(a.DBSAVE());  // the binary form, written through a stdio stream
+  EXPECT_FALSE(a.DBSAVE());                                // the binary form, written through a stdio stream
   auto [n1, t1] = Failure([&] { Big(3, 2)->SAVE(txt); });  // the structure text
   auto [n2, t2] = Failure([&] { a.EXPORTFILE(1, dir / "out.htm", "HTM"); });  // an export table
   fileio::SetWriteHook({});
@@ -329,7 +328,7 @@ TEST(FileIO, MissingFoldersAndFullDisksAreNamedAsSuch) {
   EXPECT_EQ(ReadAll(db), oldDB);
   EXPECT_EQ(ReadAll(txt), oldTxt);
   EXPECT_TRUE(a.ENTRYCHANGED_GET());
-  EXPECT_TRUE(a.DBSAVE());  // room again: nothing was lost
+  EXPECT_TRUE(a.DBSAVE());                                 // room again: nothing was lost
   EXPECT_EQ(dir.Count(), 4u) << "no temporary file left";  // f.ry-dbb, its lock, info.header, s.txt
   SetNotifier({});
 }

@@ -75,9 +75,7 @@ TEST(Threads, EachThreadWorksOnItsOwnObjects) {
   const fs::path dir = fs::path(RYKEL_BINARY_DIR) / "threads_test";
   fs::remove_all(dir);
   fs::create_directories(dir);
-  {
-    std::ofstream(dir / "part.kel") << "part {VAR:T}";
-  }
+  { std::ofstream(dir / "part.kel") << "part {VAR:T}"; }
   // the limits are process-wide: read on every thread while one thread sets them
   mdl_Limits::LIMIT_LET("STRUCTURE.DEPTH.MAX", 2000);
   constexpr int kThreads = 4;

@@ -11,9 +11,19 @@ namespace rykel {
 TEST(ValueWriter, EveryTypeRoundTripsAndTruncationIsAnError) {
   ValueWriter w;
   std::string big(300, 'x');
-  std::vector<Variant> values = {Variant(), Variant::Null(), Variant(static_cast<int16_t>(-7)), Variant(123456),
-                                 Variant(1.5f), Variant(-2.25), Variant::Currency(15000), Variant::Date(45000.5),
-                                 Variant("Grüße"), Variant(big), Variant(true), Variant(false), Variant("")};
+  std::vector<Variant> values = {Variant(),
+                                 Variant::Null(),
+                                 Variant(static_cast<int16_t>(-7)),
+                                 Variant(123456),
+                                 Variant(1.5f),
+                                 Variant(-2.25),
+                                 Variant::Currency(15000),
+                                 Variant::Date(45000.5),
+                                 Variant("Grüße"),
+                                 Variant(big),
+                                 Variant(true),
+                                 Variant(false),
+                                 Variant("")};
   for (const auto& v : values) w.Write(v);
   ValueReader r(w.Data());
   for (const auto& v : values) {
@@ -28,9 +38,7 @@ TEST(ValueWriter, EveryTypeRoundTripsAndTruncationIsAnError) {
     ValueReader part(std::string_view(w.Data()).substr(0, cut));
     try {
       while (true) part.Read();
-    } catch (const Error& e) {
-      EXPECT_TRUE(e.number == err::kInputPastEnd) << cut;
-    }
+    } catch (const Error& e) { EXPECT_TRUE(e.number == err::kInputPastEnd) << cut; }
   }
   ValueReader bad("\x2A");
   EXPECT_THROW(bad.Read(), Error);

@@ -11,12 +11,12 @@
 #include <thread>
 
 #include "database/cls_DB.h"
+#include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/FileIO.h"
+#include "host/sys_Global.h"
 #include "interpreter/cls_KEL.h"
 #include "structure/cls_Structure.h"
-#include "frame/Convert.h"
-#include "host/sys_Global.h"
 #include "structure/cls_StructureTools.h"
 
 #include "../TestSupport.h"
@@ -25,7 +25,6 @@ namespace rykel {
 namespace {
 
 namespace fs = std::filesystem;
-
 
 // Puts every limit back to its default when a test ends, passed or failed.
 struct LimitsReset {
@@ -182,7 +181,7 @@ TEST(Limits, EndlessSourcesStopAtTheInputLimit) {
   auto oldPipe = std::signal(SIGPIPE, SIG_IGN);  // the writer outlives the reader's interest
   std::thread writer([w = fds[1]] {
     std::string chunk(4096, 'x');
-    for (int i = 0; i < 300; ++i)  // 1.2 MB, then end of data
+    for (int i = 0; i < 300; ++i)                             // 1.2 MB, then end of data
       if (::write(w, chunk.data(), chunk.size()) < 0) break;  // the reader has given up
     ::close(w);
   });

@@ -19,8 +19,8 @@ namespace fs = std::filesystem;
 std::string LastPlace(cls_KEL& k) {
   auto p = k.ERRORPLACES->ITEM_GET(k.ERRORPLACES->MAX()).as<cls_Structure>();
   if (!p) return "none";
-  return CStr(p->ITEM_GET("MESSAGE")) + " @ " + CStr(p->ITEM_GET("FILE")) + ":" + CStr(p->ITEM_GET("LINE")) +
-         ":" + CStr(p->ITEM_GET("COLUMN"));
+  return CStr(p->ITEM_GET("MESSAGE")) + " @ " + CStr(p->ITEM_GET("FILE")) + ":" + CStr(p->ITEM_GET("LINE")) + ":" +
+         CStr(p->ITEM_GET("COLUMN"));
 }
 
 std::string Repeat(const std::string& s, int n) {
@@ -42,7 +42,8 @@ TEST(cls_KELCutShort, ListedAtThePlaceWhereThePageWasCut) {
   } cases[] = {
       // the command past SYS.COMMANDS.MAX: the 101st "{"
       {Repeat("{VAR a 1}", 101), false, "", "Not parseable: (VAR a 1) @ :1:901"},
-      {"x\n" + Repeat("{VAR a 1}", 101), true, "ERR:---Not parseable: (VAR a 1)---", "Not parseable: (VAR a 1) @ :2:901"},
+      {"x\n" + Repeat("{VAR a 1}", 101), true, "ERR:---Not parseable: (VAR a 1)---",
+       "Not parseable: (VAR a 1) @ :2:901"},
       // an unclosed quote: the quote itself, also with DEVELOPER.DEBUG
       {"ab\ncd {VAR a \"x}", false, "", "Syntax error: Unclosed \": (VAR a \"x) @ :2:11"},
       {"ab\ncd {VAR a \"x}", true, "ERR:---Syntax error: Unclosed \": (VAR a \"x)---",
@@ -111,12 +112,12 @@ TEST(cls_KELCutShort, ResultsJoinTheRestOfTheTextWithoutCopyingIt) {
     const char* text;
     const char* output;
   } cases[] = {
-      {"{VAR:open}xy}{VAR:c}", "xy"},           // "{VAR c " + "xy}"
-      {"{VAR:if}A}}B", "AB"},                   // "{IF 1 {" + "A}}"
-      {"{VAR:two}{VAR:two}", "C-C-"},           // a command in the result, then the text
-      {"<{VAR:deep}>", "<C>"},                  // results of results
-      {"{VAR:pair}x{VAR:c}", "CCxC"},           // two commands in one result
-      {"{VAR:q}}b'}!{VAR:c}", "!C"},            // a quote opened in the result closes in the text
+      {"{VAR:open}xy}{VAR:c}", "xy"},  // "{VAR c " + "xy}"
+      {"{VAR:if}A}}B", "AB"},          // "{IF 1 {" + "A}}"
+      {"{VAR:two}{VAR:two}", "C-C-"},  // a command in the result, then the text
+      {"<{VAR:deep}>", "<C>"},         // results of results
+      {"{VAR:pair}x{VAR:c}", "CCxC"},  // two commands in one result
+      {"{VAR:q}}b'}!{VAR:c}", "!C"},   // a quote opened in the result closes in the text
   };
   cls_KEL k;
   k.VARIABLES->ITEM_LET("OPEN", "{VAR c ");

@@ -16,7 +16,6 @@
 namespace rykel {
 namespace {
 
-
 struct Example {
   int line;
   std::string templ, expected;

@@ -46,8 +46,9 @@ TEST(cls_KELFastPaths, BareNamesAndPathsReadAsTheTokenizerWouldHaveThem) {
   std::string longName(70, 'n');
   k.VARIABLES->ITEM_LET(longName, 1);
   // "( name )" goes through the tokenizer, "(name)" does not: both must agree.
-  for (const std::string& name : std::initializer_list<std::string>{"row.active", "ROW.Active", "row.leer", "row.missing", "row.name.x", "ärger",
-                                                                    "nothing", "row.count", longName, "true", "falsch"}) {
+  for (const std::string& name :
+       std::initializer_list<std::string>{"row.active", "ROW.Active", "row.leer", "row.missing", "row.name.x", "ärger",
+                                          "nothing", "row.count", longName, "true", "falsch"}) {
     std::string fast = k.PROCESS("{IF (" + name + ") {y} {n}}", nullptr);
     std::string slow = k.PROCESS("{IF ( " + name + " ) {y} {n}}", nullptr);
     EXPECT_EQ(fast, slow) << name;
@@ -95,8 +96,7 @@ TEST(cls_KELFastPaths, IfChainsAcrossNestedLevelsAndLoops) {
   EXPECT_EQ(k.PROCESS("{IF (0) {a}}{ELSEIF (0) {b}}{ELSEIF (1) {c}}{ELSE {d}}", nullptr), "c");
   // A command between IF and ELSE breaks the chain.
   EXPECT_EQ(k.PROCESS("{IF (0) {a}}{VAR x 1}{ELSE {b}}", nullptr).substr(0, 4), "ERR:");
-  EXPECT_EQ(k.PROCESS("{FOR i 1 4 1 {{IF (i = 2) {two}}{ELSEIF (i = 3) {three}}{ELSE {-}}}}", nullptr),
-            "-twothree-");
+  EXPECT_EQ(k.PROCESS("{FOR i 1 4 1 {{IF (i = 2) {two}}{ELSEIF (i = 3) {three}}{ELSE {-}}}}", nullptr), "-twothree-");
 }
 
 }  // namespace

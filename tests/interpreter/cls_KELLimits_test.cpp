@@ -106,7 +106,6 @@ TEST(cls_KELLimits, IncludesStayInsideTheirFolderThroughLinks) {
   fs::remove_all(root);
 }
 
-
 TEST(cls_KELLimits, JoinedAndStoredTextsStayWithinValueMax) {
   // "(s + s)" doubles a text each round without any output: only a bound on values stops it.
   const char* doubling = "{VAR s \"ab\"}{WHILE (1) {{VAR s (s + s)}}}after";
@@ -116,7 +115,7 @@ TEST(cls_KELLimits, JoinedAndStoredTextsStayWithinValueMax) {
     const char* message;
   } cases[] = {
       {"SYS.VALUE.MAX", 1000, "<b>Value too large</b>: more than 1000 bytes (SYS.VALUE.MAX)<br/>"},
-      {"SYS.OUTPUT.MAX", 700, "<b>Value too large</b>: more than 700 bytes (SYS.VALUE.MAX)<br/>"},  // tied
+      {"SYS.OUTPUT.MAX", 700, "<b>Value too large</b>: more than 700 bytes (SYS.VALUE.MAX)<br/>"},    // tied
       {"SYS.LOOP.MAX", 26, "<b>Value too large</b>: more than 16777216 bytes (SYS.VALUE.MAX)<br/>"},  // default
   };
   for (const auto& c : cases) {

@@ -22,7 +22,10 @@ class EchoModule : public cls_KELModuleInterface {
     m_->EXECUTEEVENT = [this](const StructurePtr&, bool& rDone, Variant& rValue, const std::string& pCmd,
                               const StructurePtr& p, cls_KEL&) {
       ++calls;
-      if (pCmd.find(knows_) == std::string::npos) { rDone = false; return; }
+      if (pCmd.find(knows_) == std::string::npos) {
+        rDone = false;
+        return;
+      }
       if (knows_ == "SILENT") return;
       rValue = Variant(m_->ID_GET() + ":" + pCmd + "/" + std::to_string(p->COUNT()));
     };

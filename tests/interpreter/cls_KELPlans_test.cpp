@@ -61,8 +61,7 @@ TEST(cls_KELPlans, LoopRoundsSeeTheirOwnRow) {
   k.VARIABLES->ITEM_LET("ROWS", rows);
   EXPECT_EQ(k.PROCESS("{ITERATE row VAR:rows {{VAR:row.n}{IF (row.on) {+} {-}}}}", nullptr), "1+2-3+");
   // The block changes the loop variable itself: later commands of the round see the change.
-  EXPECT_EQ(k.PROCESS("{ITERATE row VAR:rows {{VAR row 7}{VAR:row}{IF (row.on) {+} {-}}}}", nullptr),
-            "7+7+7+");
+  EXPECT_EQ(k.PROCESS("{ITERATE row VAR:rows {{VAR row 7}{VAR:row}{IF (row.on) {+} {-}}}}", nullptr), "7+7+7+");
 
   // Big variable tables take the general lookup and give the same.
   for (int i = 0; i < 100; ++i) k.VARIABLES->ITEM_LET("V" + std::to_string(i), i);
@@ -77,8 +76,7 @@ TEST(cls_KELPlans, TheSameTextAtManyPlacesAndLongTexts) {
   for (int i = 0; i < 50; ++i) {
     std::string t = "{VAR:x}" + std::string(static_cast<size_t>(i), ' ') + "{IF (x) {" + std::to_string(i) + "}}";
     k.VARIABLES->ITEM_LET("X", i % 2 ? "a" : "");
-    std::string want = (i % 2 ? "a" : "") + std::string(static_cast<size_t>(i), ' ') +
-                       (i % 2 ? std::to_string(i) : "");
+    std::string want = (i % 2 ? "a" : "") + std::string(static_cast<size_t>(i), ' ') + (i % 2 ? std::to_string(i) : "");
     ASSERT_EQ(k.PROCESS(t, nullptr), want) << i;
   }
   // A command longer than any kept one.

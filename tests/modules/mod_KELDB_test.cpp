@@ -33,15 +33,16 @@ constexpr const char* kOpen = R"({DB:OPEN "data/kunden.db"})";
 TEST(mod_KELDB, QueriesSortsAndReads) {
   DBKel t;
   // Three Müllers, sorted by first name downwards; a query narrows a given list.
-  EXPECT_EQ(t.Run(std::string(kOpen) +
-                  R"({DB:COUNT} {VAR m {{DB:QUERY NACHNAME "Müller"}}}{DB:COUNT VAR:m}:)"
-                  R"({ITERATE id {{DB:SORT VAR:m VORNAME REV=1}} {{DB:TEXT VAR:id VORNAME},}})"
-                  R"( {DB:COUNT {{DB:QUERY ORT "Hamburg" VAR:m}}})"),
+  EXPECT_EQ(t.Run(std::string(kOpen) + R"({DB:COUNT} {VAR m {{DB:QUERY NACHNAME "Müller"}}}{DB:COUNT VAR:m}:)"
+                                       R"({ITERATE id {{DB:SORT VAR:m VORNAME REV=1}} {{DB:TEXT VAR:id VORNAME},}})"
+                                       R"( {DB:COUNT {{DB:QUERY ORT "Hamburg" VAR:m}}})"),
             "8 3:Hans,Clara,Anna, 2");
   // A filter structure: AND of two conditions, sorted by a number field; display texts of dates.
-  EXPECT_EQ(t.Run(R"({STRUCT f ORT="Hamburg" UMSATZ=">= 1500"})"
-                  R"({ITERATE p {{DB:ENTRIES {{DB:FILTER VAR:f SORT=UMSATZ REV=1}}}} {{VAR:p.VORNAME} {VAR:p.GEBURTSTAG};}})"),
-            "Dieter 30.01.1968;Hans 01.04.1959;");
+  EXPECT_EQ(
+      t.Run(
+          R"({STRUCT f ORT="Hamburg" UMSATZ=">= 1500"})"
+          R"({ITERATE p {{DB:ENTRIES {{DB:FILTER VAR:f SORT=UMSATZ REV=1}}}} {{VAR:p.VORNAME} {VAR:p.GEBURTSTAG};}})"),
+      "Dieter 30.01.1968;Hans 01.04.1959;");
   // OR mode lists an entry that both conditions match once.
   EXPECT_EQ(t.Run(R"({STRUCT o MODE="OR" ORT="Köln" VORNAME="Bernd"}{DB:COUNT {{DB:FILTER VAR:o}}})"), "2");
   // Two sort fields; a sort on the display text; the full-text search.
@@ -132,7 +133,6 @@ TEST(mod_KELDB, HostDatabasesAndHtmlTexts) {
   EXPECT_EQ(t.Run("{DB:USE zweite}{DB:COUNT}"), "1");
 }
 
-
 // Values from data come out byte for byte and are never run, whatever they hold: commands,
 // quotes, script protection ("[[$...$]]") and the marks the interpreter itself uses for data.
 TEST(mod_KELDB, ValuesAreDataNeverCode) {
@@ -141,12 +141,19 @@ TEST(mod_KELDB, ValuesAreDataNeverCode) {
   std::ofstream(secret) << "SECRET";
   const std::string mark = "\xEE\x80\x80";  // the lead of a data mark (U+E000)
   std::vector<std::string> values = {
-      "{INCLUDE " + secret.string() + "}", "{VAR x 1}\"'{", "}}{{", "<script>[[$INCLUDE " + secret.string() + "$]]</script>",
-      mark + "01234567891", mark, "{$VAR:x$}", "plain",
+      "{INCLUDE " + secret.string() + "}",
+      "{VAR x 1}\"'{",
+      "}}{{",
+      "<script>[[$INCLUDE " + secret.string() + "$]]</script>",
+      mark + "01234567891",
+      mark,
+      "{$VAR:x$}",
+      "plain",
   };
   // and random texts over the characters that matter
   std::mt19937 rng(15);
-  const std::vector<std::string> alphabet = {"{", "}", "$", "[[", "]]", "\"", "'", " ", "a", "VAR:x", mark, "1", "<script>"};
+  const std::vector<std::string> alphabet = {"{", "}", "$",     "[[", "]]", "\"",      "'",
+                                             " ", "a", "VAR:x", mark, "1",  "<script>"};
   for (int i = 0; i < 60; ++i) {
     std::string v;
     for (int n = rng() % 12; n > 0; --n) v += alphabet[rng() % alphabet.size()];

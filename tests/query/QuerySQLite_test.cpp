@@ -47,15 +47,18 @@ struct Fixture {
   sqlite3* sql = nullptr;
   std::shared_ptr<cls_DB> db = std::make_shared<cls_DB>();
   std::mt19937 rng{20240611};
-  const std::vector<std::string> words = {"Meier", "meier", "MEIER", "Müller", "müller", "Schmidt", "Schmitz",
-                                          "Anna", "anna maria", "Bad Homburg", "Hamburg", "Hamburg-Altona",
-                                          "rot,grün", "grün", "Ölberg", "öl", "", "10", "9"};
-  const std::vector<std::string> pieces = {"burg", "mei", "MEI", "Mü", "MÜ", "ö", "Ö", "grün", "a", "Anna",
-                                           "10", "rot", "Hamburg", "meier"};
+  const std::vector<std::string> words = {"Meier",    "meier", "MEIER",      "Müller",      "müller",  "Schmidt",
+                                          "Schmitz",  "Anna",  "anna maria", "Bad Homburg", "Hamburg", "Hamburg-Altona",
+                                          "rot,grün", "grün",  "Ölberg",     "öl",          "",        "10",
+                                          "9"};
+  const std::vector<std::string> pieces = {"burg", "mei", "MEI",  "Mü", "MÜ",  "ö",       "Ö",
+                                           "grün", "a",   "Anna", "10", "rot", "Hamburg", "meier"};
 
   int Rand(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); }
   template <class T>
-  const T& Pick(const std::vector<T>& v) { return v[static_cast<size_t>(Rand(0, static_cast<int>(v.size()) - 1))]; }
+  const T& Pick(const std::vector<T>& v) {
+    return v[static_cast<size_t>(Rand(0, static_cast<int>(v.size()) - 1))];
+  }
 
   Fixture() {
     sqlite3_open(":memory:", &sql);
@@ -127,8 +130,8 @@ std::string SqlList(const std::vector<std::string>& items) {
 Cond RandomCondition(Fixture& f) {
   static const std::vector<std::string> cmpOps = {"=", "==", "<>", "<", ">", ">=", "=>", "<=", "=<"};
   static const std::vector<std::string> rangeOps = {"[]", "[[", "][", "]]"};
-  static const std::vector<std::string> textOps = {"BEGINS", "?...", "ENDS", "...?", "CONTAINS", "...?...",
-                                                   "CONTAINSWORD", "CONTAINSONE", "CONTAINSONEWORD", "IN"};
+  static const std::vector<std::string> textOps = {
+      "BEGINS", "?...", "ENDS", "...?", "CONTAINS", "...?...", "CONTAINSWORD", "CONTAINSONE", "CONTAINSONEWORD", "IN"};
   const std::vector<std::string> fields = {"S", "I", "N", "D", "T", "B", "M"};
   Cond c;
   c.field = f.Pick(fields);
@@ -160,8 +163,16 @@ Cond RandomCondition(Fixture& f) {
   };
   // A numeric bound as RyKEL reads it and as SQL sees it.
   auto bound = [&](std::string& rText) -> std::string {
-    if (c.field == "N") { int n = f.Rand(-35, 35); rText = std::to_string(n); return rText; }
-    if (c.field == "D") { double d = f.Rand(-420, 420) / 4.0; rText = NumberText(d); return rText; }
+    if (c.field == "N") {
+      int n = f.Rand(-35, 35);
+      rText = std::to_string(n);
+      return rText;
+    }
+    if (c.field == "D") {
+      double d = f.Rand(-420, 420) / 4.0;
+      rText = NumberText(d);
+      return rText;
+    }
     double day = 43898 + f.Rand(0, 44);
     if (f.Rand(0, 3) == 0) {
       day += 0.5;
@@ -210,7 +221,8 @@ Cond RandomCondition(Fixture& f) {
     items.resize(static_cast<size_t>(f.Rand(1, 2)));
     std::string list = items[0] + (items.size() > 1 ? "," + items[1] : "");
     std::string ors;
-    for (const auto& i : items) ors += (ors.empty() ? "" : " OR ") + ("instr(',' || m || ',', " + Q("," + i + ",") + ") > 0");
+    for (const auto& i : items)
+      ors += (ors.empty() ? "" : " OR ") + ("instr(',' || m || ',', " + Q("," + i + ",") + ") > 0");
     c.text = "CONTAINSONE " + list;
     test = ors;
     flags.clear();
@@ -222,8 +234,8 @@ Cond RandomCondition(Fixture& f) {
       std::string op = f.Pick(cmpOps), b = f.Pick(f.words);
       if (b.find(' ') != std::string::npos || b.empty()) b = "Hamburg";
       c.text = flags + op + " " + b;
-      test = cmpTest(op, "(CASE WHEN " + x + " < " + (caseBlind ? "UCASE(" + Q(b) + ")" : Q(b)) + " THEN -1 WHEN " +
-                             x + " > " + (caseBlind ? "UCASE(" + Q(b) + ")" : Q(b)) + " THEN 1 ELSE 0 END)");
+      test = cmpTest(op, "(CASE WHEN " + x + " < " + (caseBlind ? "UCASE(" + Q(b) + ")" : Q(b)) + " THEN -1 WHEN " + x +
+                             " > " + (caseBlind ? "UCASE(" + Q(b) + ")" : Q(b)) + " THEN 1 ELSE 0 END)");
     } else if (kind == 1) {
       std::string op = f.Pick(textOps);
       std::string b = f.Pick(f.pieces), b2 = f.Pick(f.pieces);
@@ -231,14 +243,20 @@ Cond RandomCondition(Fixture& f) {
       auto word = [&](const std::string& s) {
         return "instr(' ' || replace(" + x + ", ',', ' ') || ' ', ' ' || " + V(s) + " || ' ') > 0";
       };
-      if (op == "BEGINS" || op == "?...") { c.text = flags + op + " " + b; test = "instr(" + x + ", " + V(b) + ") = 1"; }
-      else if (op == "ENDS" || op == "...?") {
+      if (op == "BEGINS" || op == "?...") {
+        c.text = flags + op + " " + b;
+        test = "instr(" + x + ", " + V(b) + ") = 1";
+      } else if (op == "ENDS" || op == "...?") {
         c.text = flags + op + " " + b;
         test = "length(" + x + ") >= length(" + V(b) + ") AND substr(" + x + ", length(" + x + ") - length(" + V(b) +
                ") + 1) = " + V(b);
-      } else if (op == "CONTAINS" || op == "...?...") { c.text = flags + op + " " + b; test = "instr(" + x + ", " + V(b) + ") > 0"; }
-      else if (op == "CONTAINSWORD") { c.text = flags + op + " " + b; test = word(b); }
-      else if (op == "CONTAINSONE") {
+      } else if (op == "CONTAINS" || op == "...?...") {
+        c.text = flags + op + " " + b;
+        test = "instr(" + x + ", " + V(b) + ") > 0";
+      } else if (op == "CONTAINSWORD") {
+        c.text = flags + op + " " + b;
+        test = word(b);
+      } else if (op == "CONTAINSONE") {
         c.text = flags + op + " " + b + "," + b2;
         test = "instr(" + x + ", " + V(b) + ") > 0 OR instr(" + x + ", " + V(b2) + ") > 0";
       } else if (op == "CONTAINSONEWORD") {
@@ -314,8 +332,7 @@ TEST(QuerySQLite, SortsAgreeWithOrderBy) {
   // keep the table order, in both directions. With a second field the key is key1 "_" key2, and
   // "_" sorts above the digits and capitals of number and date sort texts, so an empty first value
   // (key "_" key2) comes after every filled one, and before them under a descending sort.
-  const std::vector<std::pair<std::string, std::string>> keys = {
-      {"N", "n"}, {"D", "d"}, {"T", "t"}, {"B", "(b <> 0)"}};
+  const std::vector<std::pair<std::string, std::string>> keys = {{"N", "n"}, {"D", "d"}, {"T", "t"}, {"B", "(b <> 0)"}};
   for (const auto& [f1, c1] : keys) {
     for (bool rev : {false, true}) {
       const std::string dir = rev ? " DESC" : "";

@@ -31,10 +31,10 @@ TEST(cls_DBCondition, ReadsOperatorWordPrefixRangeAndDefault) {
   EXPECT_EQ(Read("", Variant("[] 1 10")), "[]|1|10");
   EXPECT_EQ(Read("", Variant("]] 2020-01-01 10:00 2020-02-01")), "]]|2020-01-01|2020-02-01");
   EXPECT_EQ(Read("[[", Variant("3")), "[[|3|3");
-  EXPECT_EQ(Read("", Variant("*")), "$==|*|");          // "*" is never split
+  EXPECT_EQ(Read("", Variant("*")), "$==|*|");  // "*" is never split
   EXPECT_EQ(Read("", Variant("Anna")), "$==|Anna|");
   EXPECT_EQ(Read("", Variant(7)), "==|7|");
-  EXPECT_EQ(Read("<", Variant(" 7")), "<| 7|");         // a given operator leaves the value alone
+  EXPECT_EQ(Read("<", Variant(" 7")), "<| 7|");  // a given operator leaves the value alone
   // A blank splits before prefixes are looked at: the operator is "=Anna", unknown.
   cls_DBCondition c;
   c.READ("", Variant("=Anna Maria"));
@@ -62,7 +62,7 @@ TEST(cls_DBCondition, EveryOperatorAndAlias) {
   EXPECT_TRUE(Filter("rot,grün blau", "CONTAINSWORD grün"));
   EXPECT_FALSE(Filter("rot,grünlich", "CONTAINSWORD grün"));
   EXPECT_TRUE(Filter("Hamburg", "CONTAINSONE xx,mbu"));
-  EXPECT_FALSE(Filter("Hamburg", "CONTAINSONE xx, mbu"));        // items are not trimmed
+  EXPECT_FALSE(Filter("Hamburg", "CONTAINSONE xx, mbu"));         // items are not trimmed
   EXPECT_TRUE(Filter("rot,grün", "CONTAINSONEWORD gelb, grün"));  // these are
   EXPECT_TRUE(Filter("A", "IN A,B"));
   EXPECT_FALSE(Filter("A,B", "IN A,B"));
@@ -77,7 +77,7 @@ TEST(cls_DBCondition, EveryOperatorAndAlias) {
 TEST(cls_DBCondition, FlagsInAnyOrderAndNegation) {
   EXPECT_TRUE(Filter("abc", "!IN x,y"));
   EXPECT_FALSE(Filter("x", "!IN x,y"));
-  EXPECT_TRUE(Filter("Meier", "meier"));         // default "$==" is case-blind
+  EXPECT_TRUE(Filter("Meier", "meier"));  // default "$==" is case-blind
   EXPECT_FALSE(Filter("Meier", "== meier"));
   EXPECT_TRUE(Filter("Müller", "$== MÜLLER"));
   for (const char* v : {"Hamburg", "Bremen", "hambach"}) {

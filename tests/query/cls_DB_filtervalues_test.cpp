@@ -35,8 +35,16 @@ struct Shop {
     db->FIELDCREATE("PLZ", ID_DBFieldType_String);
     db->FIELDCREATE("ORT", ID_DBFieldType_String);
     struct Row {
-      bool aktiv; const char* seit; const char* menge; const char* preis; const char* farbe;
-      const char* vorname; const char* mail; const char* url; const char* plz; const char* ort;
+      bool aktiv;
+      const char* seit;
+      const char* menge;
+      const char* preis;
+      const char* farbe;
+      const char* vorname;
+      const char* mail;
+      const char* url;
+      const char* plz;
+      const char* ort;
     };
     const Row rows[] = {
         {true, "2023-12-31 18:00:00", "5", "0.005", "r", "anna", "A@Web.de", "www.a.de", "48149", "Münster"},
@@ -49,8 +57,8 @@ struct Shop {
     for (const auto& r : rows) {
       db->ENTRYADD(id);
       const std::pair<const char*, Variant> values[] = {
-          {"AKTIV", r.aktiv}, {"SEIT", r.seit}, {"MENGE", r.menge}, {"PREIS", r.preis}, {"FARBE", r.farbe},
-          {"Vorname", r.vorname}, {"E-MAIL", r.mail}, {"URL", r.url}, {"PLZ", r.plz}, {"ORT", r.ort}};
+          {"AKTIV", r.aktiv},     {"SEIT", r.seit},   {"MENGE", r.menge}, {"PREIS", r.preis}, {"FARBE", r.farbe},
+          {"Vorname", r.vorname}, {"E-MAIL", r.mail}, {"URL", r.url},     {"PLZ", r.plz},     {"ORT", r.ort}};
       for (const auto& [f, v] : values) db->ENTRYFIELD_LET(id, f, v);
       ++id;
     }
@@ -84,45 +92,51 @@ TEST(cls_DB_filtervalues, EveryKindOfFieldWithItsCounts) {
   EXPECT_EQ(s.Of("AKTIV", usage), Shop::Upper("Ja (3)==True|Nein (2)==False|-Leer- (0)==|-Nicht leer- (5)=!="));
   // Months, then years; a time of day does not move an entry out of its month.
   EXPECT_EQ(s.Of("SEIT", usage),
-Shop::Upper(            "Dezember 2023 (1)=[[ 2023-12-01 2024-01-01|Januar 2024 (2)=[[ 2024-01-01 2024-02-01|"
-            "März 2024 (1)=[[ 2024-03-01 2024-04-01|Jahr 2023 (1)=[[ 2023-01-01 2024-01-01|"
-            "Jahr 2024 (3)=[[ 2024-01-01 2025-01-01|-Leer- (1)==|-Nicht leer- (4)=!="));
+            Shop::Upper("Dezember 2023 (1)=[[ 2023-12-01 2024-01-01|Januar 2024 (2)=[[ 2024-01-01 2024-02-01|"
+                        "März 2024 (1)=[[ 2024-03-01 2024-04-01|Jahr 2023 (1)=[[ 2023-01-01 2024-01-01|"
+                        "Jahr 2024 (3)=[[ 2024-01-01 2025-01-01|-Leer- (1)==|-Nicht leer- (4)=!="));
   // Whole numbers: powers of ten from 1; "Ungleich Null" takes the side that holds values. An empty
   // value is below every number, so "< 0" counts it too.
-  EXPECT_EQ(s.Of("MENGE", usage),
-Shop::Upper(            "-10 - -1 (1)=]] -10 -1|1 - 10 (1)=[[ 1 10|10 - 100 (1)=[[ 10 100|0 (1)== 0|"
-            "Kleiner Null (2)=< 0|Größer Null (2)=> 0|Ungleich Null (2)=> 0|-Leer- (1)==|-Nicht leer- (4)=!="));
+  EXPECT_EQ(
+      s.Of("MENGE", usage),
+      Shop::Upper("-10 - -1 (1)=]] -10 -1|1 - 10 (1)=[[ 1 10|10 - 100 (1)=[[ 10 100|0 (1)== 0|"
+                  "Kleiner Null (2)=< 0|Größer Null (2)=> 0|Ungleich Null (2)=> 0|-Leer- (1)==|-Nicht leer- (4)=!="));
   // Decimals: "#0.00" bounds, and the smallest range reaches zero so 0.005 has a home.
-  EXPECT_EQ(s.Of("PREIS", usage),
-Shop::Upper(            "-10.00 - -1.00 (1)=]] -10.00 -1.00|0.00 - 0.10 (2)=[[ 0.00 0.10|100.00 - 1000.00 (1)=[[ 100.00 1000.00|"
-            "0 (1)== 0|Kleiner Null (2)=< 0|Größer Null (2)=> 0|Ungleich Null (2)=> 0|-Leer- (1)==|"
-            "-Nicht leer- (4)=!="));
+  EXPECT_EQ(
+      s.Of("PREIS", usage),
+      Shop::Upper(
+          "-10.00 - -1.00 (1)=]] -10.00 -1.00|0.00 - 0.10 (2)=[[ 0.00 0.10|100.00 - 1000.00 (1)=[[ 100.00 1000.00|"
+          "0 (1)== 0|Kleiner Null (2)=< 0|Größer Null (2)=> 0|Ungleich Null (2)=> 0|-Leer- (1)==|"
+          "-Nicht leer- (4)=!="));
   EXPECT_EQ(s.Of("FARBE", usage),
-Shop::Upper(            "Rot (2)=CONTAINS r|Grün (2)=CONTAINS g|Nichts gewählt (1)==|Etwas gewählt (4)=!=|-Leer- (1)==|"
-            "-Nicht leer- (4)=!="));
+            Shop::Upper("Rot (2)=CONTAINS r|Grün (2)=CONTAINS g|Nichts gewählt (1)==|Etwas gewählt (4)=!=|-Leer- (1)==|"
+                        "-Nicht leer- (4)=!="));
   // Name fields (any spelling of the ID): the initials A-Z that occur, case-blind; "Ö" is none, and
   // a value led by blanks has none either (its "$BEGINS" would not find it).
   EXPECT_EQ(s.Of("Vorname", usage), Shop::Upper("A (1)=$BEGINS A|B (1)=$BEGINS B|-Leer- (1)==|-Nicht leer- (4)=!="));
   EXPECT_EQ(s.Of("E-MAIL", usage), Shop::Upper("@gmx.net (1)=$ENDS @gmx.net|@web.de (2)=$ENDS @web.de|-Leer- (1)==|"
-                                   "-Nicht leer- (4)=!="));
+                                               "-Nicht leer- (4)=!="));
   EXPECT_EQ(s.Of("URL", usage), Shop::Upper("a.de (2)=$CONTAINS a.de|b.com (1)=$CONTAINS b.com|-Leer- (2)==|"
-                                "-Nicht leer- (3)=!="));
+                                            "-Nicht leer- (3)=!="));
   // Postal codes: by the first digit, then by the first two; codes not led by a digit are left out.
-  EXPECT_EQ(s.Of("PLZ", usage), Shop::Upper("1... (1)=BEGINS 1|4... (3)=BEGINS 4|10... (1)=BEGINS 10|48... (2)=BEGINS 48|"
-                                "49... (1)=BEGINS 49|-Leer- (0)==|-Nicht leer- (5)=!="));
-  EXPECT_EQ(s.Of("ORT", usage), Shop::Upper("Bitterfeld (1)== Bitterfeld|Münster (2)== Münster|Osnabrück (1)== Osnabrück|"
-                                "-Leer- (1)==|-Nicht leer- (4)=!="));
+  EXPECT_EQ(s.Of("PLZ", usage),
+            Shop::Upper("1... (1)=BEGINS 1|4... (3)=BEGINS 4|10... (1)=BEGINS 10|48... (2)=BEGINS 48|"
+                        "49... (1)=BEGINS 49|-Leer- (0)==|-Nicht leer- (5)=!="));
+  EXPECT_EQ(s.Of("ORT", usage),
+            Shop::Upper("Bitterfeld (1)== Bitterfeld|Münster (2)== Münster|Osnabrück (1)== Osnabrück|"
+                        "-Leer- (1)==|-Nicht leer- (4)=!="));
   // Without usage the labels are bare; a list restricts the values and the counts.
   EXPECT_EQ(s.Of("PLZ", nullptr, cls_DB::IdList{4, 2}), Shop::Upper("1...=BEGINS 1|4...=BEGINS 4|10...=BEGINS 10|"
-                                                         "48...=BEGINS 48|-Leer-==|-Nicht leer-=!="));
-  EXPECT_EQ(s.Of("ORT", usage, cls_DB::IdList{2, 4}), Shop::Upper("Münster (1)== Münster|-Leer- (1)==|-Nicht leer- (1)=!="));
+                                                                    "48...=BEGINS 48|-Leer-==|-Nicht leer-=!="));
+  EXPECT_EQ(s.Of("ORT", usage, cls_DB::IdList{2, 4}),
+            Shop::Upper("Münster (1)== Münster|-Leer- (1)==|-Nicht leer- (1)=!="));
   EXPECT_EQ(s.Of("NOSUCHFIELD", usage), Shop::Upper(""));
 }
 
 TEST(cls_DB_filtervalues, SortTopGroupAndDefaultMark) {
   Shop s;
   EXPECT_EQ(s.Of("FARBE", s.Settings(false, true)),
-Shop::Upper(            "-Leer-==|-Nicht leer-=!=|Etwas gewählt=!=|Grün=CONTAINS g|Nichts gewählt==|Rot=CONTAINS r"));
+            Shop::Upper("-Leer-==|-Nicht leer-=!=|Etwas gewählt=!=|Grün=CONTAINS g|Nichts gewählt==|Rot=CONTAINS r"));
 
   // A field list marking "_DEFAULT_" turns a number field into plain values; a field whose name
   // has choices of its own (PLZ) keeps them.

@@ -28,7 +28,14 @@ struct People {
     tags->MEMBERS = "a=Alpha,b=Beta,ab=AlphaBeta";
     db->FIELDCREATE("DATA", ID_DBFieldType_Structure);
     db->FIELDCREATE("ADDR.ZIP", ID_DBFieldType_String);
-    struct Row { const char* name; const char* city; int age; const char* born; const char* tags; const char* zip; };
+    struct Row {
+      const char* name;
+      const char* city;
+      int age;
+      const char* born;
+      const char* tags;
+      const char* zip;
+    };
     const Row rows[] = {
         {"Meier", "Hamburg", 40, "1984-05-01 13:30:00", "a,b", "20095"},
         {"meier", "Bad Homburg", 12, "2012-01-31", "ab", "61348"},
@@ -51,7 +58,9 @@ struct People {
     data->ITEM_LET("KEY1", 1);
     db->ENTRYFIELD_LET(1, "DATA", Variant(data));
   }
-  std::string Q(const Variant& field, const std::string& op, const Variant& v) { return Ids(db->ENTRYQUERY(field, op, v)); }
+  std::string Q(const Variant& field, const std::string& op, const Variant& v) {
+    return Ids(db->ENTRYQUERY(field, op, v));
+  }
 };
 
 }  // namespace
@@ -61,10 +70,10 @@ TEST(cls_DB_query, DefaultIsCaseBlindAndExactEqualityUsesTheIndex) {
   EXPECT_EQ(p.Q("NAME", "", "MEIER"), "1,2");
   EXPECT_EQ(p.db->DEBUGTRACK_GET().rfind("ENTRYQUERY-15", 0), 0u);  // scanned
   EXPECT_EQ(p.Q("NAME", "==", "Meier"), "1");
-  EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYQUERY-7");                // answered by the index
+  EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYQUERY-7");  // answered by the index
   EXPECT_EQ(p.Q("NAME", "", "==meier"), "2");
   EXPECT_EQ(p.Q("NAME", "", "$==meier"), "1,2");
-  EXPECT_EQ(p.Q("AGE", "", 40), "1,3");                            // a number: "==" from the index
+  EXPECT_EQ(p.Q("AGE", "", 40), "1,3");  // a number: "==" from the index
   EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYQUERY-7");
   // With a list the index is not used, and the list's order is kept.
   EXPECT_EQ(Ids(p.db->ENTRYQUERY("AGE", "=", 40, cls_DB::IdList{3, 99, 1})), "3,1");
@@ -122,7 +131,7 @@ TEST(cls_DB_query, Search) {
   EXPECT_EQ(S("\"bad homburg\""), "2");
   EXPECT_EQ(S("müller | schmidt"), "3,4");
   EXPECT_EQ(S("müller OR schmidt ODER anna"), "3,4,5");
-  EXPECT_EQ(S("^ham"), "1,4");                 // at the start of a value
+  EXPECT_EQ(S("^ham"), "1,4");  // at the start of a value
   EXPECT_EQ(S("meier -(bad | 40)"), "");
   EXPECT_EQ(S("(meier | müller) -münchen"), "1,2");
   EXPECT_EQ(S(""), "1,2,3,4,5");
@@ -139,7 +148,7 @@ TEST(cls_DB_query, Sorting) {
   EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYFILTER-ADVANCED-7");
   EXPECT_EQ(Ids(p.db->ENTRYSORT("&AGE", true)), "5,1,3,2,4");  // display text, no index
   EXPECT_EQ(p.db->DEBUGTRACK_GET(), "ENTRYFILTER-ADVANCED-10");
-  EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("", false, "CITY")), "5,2,1,4,3");        // shifted
+  EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("", false, "CITY")), "5,2,1,4,3");  // shifted
   EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("CITY", false, "")), "5,2,1,4,3");
   // Descending first, ascending second: groups high to low, inside them low to high.
   EXPECT_EQ(Ids(p.db->ENTRYSORTADVANCED("AGE", true, "CITY", std::nullopt, false)), "1,3,2,5,4");
@@ -184,9 +193,8 @@ TEST(cls_DB_query, TwoFieldSortsUseTheJoinedKey) {
     std::vector<std::pair<std::string, int>> keyed;
     for (int id = 1; id <= 10; ++id)
       keyed.emplace_back(db->FIELDTEXTSORT_GET(id, f1, p1) + "_" + db->FIELDTEXTSORT_GET(id, f2, p2, rev1 != rev2), id);
-    std::stable_sort(keyed.begin(), keyed.end(), [&](const auto& a, const auto& b) {
-      return rev1 ? a.first > b.first : a.first < b.first;
-    });
+    std::stable_sort(keyed.begin(), keyed.end(),
+                     [&](const auto& a, const auto& b) { return rev1 ? a.first > b.first : a.first < b.first; });
     std::string out;
     for (const auto& k : keyed) out += (out.empty() ? "" : ",") + std::to_string(k.second);
     return out;
@@ -253,7 +261,10 @@ TEST(cls_DB_query, FilterChoicesCountAndSelect) {
   EXPECT_EQ(CStr(age->ITEMBYID_GET("Kleiner Null (1)")), "< 0");
 
   std::vector<std::string> said;
-  SetNotifier([&](const Notification& n) { said.push_back(n.text); return std::string("OK"); });
+  SetNotifier([&](const Notification& n) {
+    said.push_back(n.text);
+    return std::string("OK");
+  });
   EXPECT_EQ(p.db->FIELDFILTERCOUNT("CITY", "$CONTAINS BURG"), 3);
   EXPECT_TRUE(said.empty());
   EXPECT_EQ(p.db->FIELDFILTERCOUNT("CITY", "Berlin"), 0);

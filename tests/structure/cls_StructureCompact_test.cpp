@@ -25,7 +25,7 @@ std::vector<std::string> Pieces(cls_Structure& s) {
 
 StructurePtr Sample() {
   auto s = cls_Structure::New();
-  s->ITEM_LET(0, "zero");                        // HASZERO
+  s->ITEM_LET(0, "zero");  // HASZERO
   s->ITEM_LET("int", int16_t{-12});
   s->ITEM_LET("long", 70000);
   s->ITEM_LET("single", 0.1f);
@@ -40,7 +40,7 @@ StructurePtr Sample() {
   s->ITEM_LET("err", Variant::ErrorValue(13));
   s->ITEM_LET("yes", true);
   s->ITEM_LET("name@with:separators", 1);
-  s->ADD("numbered");                            // empty name
+  s->ADD("numbered");                              // empty name
   s->ITEM_LET(s->MAX() + 3, "after a gap", true);  // unused slots
   s->ITEM_LET("sub.deeper.leaf", "x");
   s->ITEM_LET("sub.list", Variant(cls_Structure::New()));
@@ -137,10 +137,10 @@ TEST(StructureCompact, BadInputGivesAnErrorAndAnEmptyNode) {
     ADD_FAILURE() << "no error for " << t;
   };
   expectBad("QS1:");
-  expectBad("QS1:ABA:0@0@0");            // first letter repeated
+  expectBad("QS1:ABA:0@0@0");  // first letter repeated
   expectBad("QS1:ab:0@0@0");
-  expectBad("QS1:AB:0@0@1");             // an item announced, none there
-  expectBad("QS1:AB:0@2@0AB1:3@X");      // piece count wrong
+  expectBad("QS1:AB:0@0@1");         // an item announced, none there
+  expectBad("QS1:AB:0@2@0AB1:3@X");  // piece count wrong
   expectBad("QS1:AB:0@1@1AB1:3@XABnope");
   expectBad("QS1:AB:0@1@1AB2:3@XAB1");   // index past MAX
   expectBad("QS1:AB:0@1@1AB1:12@XAB1");  // no type 12
@@ -150,9 +150,7 @@ TEST(StructureCompact, BadInputGivesAnErrorAndAnEmptyNode) {
     auto r = cls_Structure::New();
     try {
       r->UNSERIALIZEBINARY(text.substr(0, n));
-    } catch (const Error&) {
-      continue;
-    }
+    } catch (const Error&) { continue; }
     // a cut inside the last string value still reads: that is the only piece without an end
     EXPECT_GT(n, text.rfind(':')) << n;
   }

@@ -9,9 +9,9 @@
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "host/sys_Global.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
-#include "host/sys_Global.h"
 
 namespace rykel {
 
@@ -56,8 +56,8 @@ TEST(StructureSerializer, WriterTexts) {
 
   auto t = cls_Structure::New();
   t->ITEM_LET("q", "a\"b;c}d\r\n{");
-  t->ITEM_LET("u", "Grüße");              // 5 characters, 7 bytes
-  t->ITEM_LET("ä", int16_t{-3});          // names count characters too
+  t->ITEM_LET("u", "Grüße");      // 5 characters, 7 bytes
+  t->ITEM_LET("ä", int16_t{-3});  // names count characters too
   t->ITEM_LET("n", Variant::Null());
   t->ITEM_LET("e", Variant());
   t->ITEM_LET("f", false);
@@ -150,7 +150,8 @@ TEST(StructureSerializer, RoundTripKeepsValuesAndTypes) {
 
 TEST(StructureSerializer, ReadsWhatPhpWrites) {
   // integer keys are numbered items at that index; 0 makes the node zero-based
-  auto r = Read(R"(a:3:{s:4:"list";a:3:{i:0;i:10;i:1;i:20;i:2;i:30;}s:3:"gap";a:2:{i:5;s:1:"e";i:2;s:1:"b";}s:1:"x";N;})");
+  auto r =
+      Read(R"(a:3:{s:4:"list";a:3:{i:0;i:10;i:1;i:20;i:2;i:30;}s:3:"gap";a:2:{i:5;s:1:"e";i:2;s:1:"b";}s:1:"x";N;})");
   auto list = r->ITEM_GET("LIST").as<cls_Structure>();
   ASSERT_TRUE(list);
   EXPECT_TRUE(list->HASZERO_GET());
@@ -295,9 +296,7 @@ TEST(StructureSerializer, DepthLimit) {
   try {
     s->SERIALIZE();
     FAIL();
-  } catch (const Error& e) {
-    EXPECT_EQ(e.source, "cls_StructureManager.SERIALIZE");
-  }
+  } catch (const Error& e) { EXPECT_EQ(e.source, "cls_StructureManager.SERIALIZE"); }
   s->REMOVE("ME");
 }
 
@@ -335,9 +334,7 @@ TEST(StructureSerializer, TruncatedAndGarbledInputNeverCrashes) {
       auto r = cls_Structure::New();
       try {
         r->UNSERIALIZE(bad);
-      } catch (const Error&) {
-        continue;
-      }
+      } catch (const Error&) { continue; }
       auto again = Read(r->SERIALIZE());
       EXPECT_EQ(again->SERIALIZE(), r->SERIALIZE()) << bad;
     }

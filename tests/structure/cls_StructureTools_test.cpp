@@ -69,9 +69,7 @@ TEST(cls_StructureTools, CreatePairsCollectionsAndLiterals) {
   try {
     t->CREATE({Variant(std::static_pointer_cast<Object>(t))});
     ADD_FAILURE() << "CREATE of a tools object did not raise";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.number, err::kTypeMismatch);
-  }
+  } catch (const Error& e) { EXPECT_EQ(e.number, err::kTypeMismatch); }
 }
 
 TEST(cls_StructureTools, CastAndStructTests) {
@@ -127,9 +125,7 @@ TEST(Collections, CreatableByNameWithTheirTypeNames) {
 int ErrorNumber(const std::function<void()>& f) {
   try {
     f();
-  } catch (const Error& e) {
-    return e.number;
-  }
+  } catch (const Error& e) { return e.number; }
   return 0;
 }
 

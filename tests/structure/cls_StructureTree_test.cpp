@@ -41,9 +41,7 @@ StructurePtr Make(std::initializer_list<std::pair<const char*, Variant>> items) 
 int ErrorNumber(const std::function<void()>& f) {
   try {
     f();
-  } catch (const Error& e) {
-    return e.number;
-  }
+  } catch (const Error& e) { return e.number; }
   return 0;
 }
 
@@ -246,9 +244,8 @@ TEST(cls_StructureTree, DeepTreesStopAtTheLimitAndCyclesEnd) {
     cur = next;
   }
   cur->ITEM_LET("leaf", 1);
-  for (auto op : std::vector<std::function<void()>>{[&] { top->JOIN(); }, [&] { top->COPY(); },
-                                                    [&] { top->FLATTEN(); }, [&] { top->CLONE(); },
-                                                    [&] { cls_Structure::New()->MERGE(top); }}) {
+  for (auto op : std::vector<std::function<void()>>{[&] { top->JOIN(); }, [&] { top->COPY(); }, [&] { top->FLATTEN(); },
+                                                    [&] { top->CLONE(); }, [&] { cls_Structure::New()->MERGE(top); }}) {
     try {
       op();
       ADD_FAILURE() << "no error past the depth limit";

@@ -22,8 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-
-
 StructurePtr Sample() {
   auto s = cls_Structure::New();
   s->ITEM_LET("NAME", "Anna");
@@ -62,8 +60,8 @@ TEST(StructureScript, RoundTripKeepsValuesAndTypes) {
   s->ITEM_LET("ODD", " a \"q\" \\ {x} = # \t\x01 ");
   s->ITEM_LET("LINES", "one\r\ntwo\nthree");
   s->ITEM_LET("UMLAUT", "Grüße");
-  s->ITEMBYID_LET("A.B", "dot");           // one name holding a dot
-  s->ITEMBYID_LET("X = {Y}", "special");   // a name that needs quotes
+  s->ITEMBYID_LET("A.B", "dot");          // one name holding a dot
+  s->ITEMBYID_LET("X = {Y}", "special");  // a name that needs quotes
   s->ITEM_LET("EMPTYSUB", cls_Structure::New());
   auto list = cls_Structure::New();
   list->ITEM_LET(0, "zero", true);
@@ -76,8 +74,8 @@ TEST(StructureScript, RoundTripKeepsValuesAndTypes) {
   back->PARSE(text);
   EXPECT_EQ(back->SCRIPT(), text);
 
-  const char* keys[] = {"LONG", "INT", "DBL", "WHOLE", "BIG", "SGL", "CUR", "WHEN", "YES", "NOTHING",
-                        "EMPTY", "NUMTEXT", "BOOLTEXT", "BLANKTEXT", "ODD", "LINES", "UMLAUT"};
+  const char* keys[] = {"LONG",    "INT",   "DBL",     "WHOLE",    "BIG",       "SGL", "CUR",   "WHEN",  "YES",
+                        "NOTHING", "EMPTY", "NUMTEXT", "BOOLTEXT", "BLANKTEXT", "ODD", "LINES", "UMLAUT"};
   for (const char* k : keys) {
     Variant a = s->ITEM_GET(k), b = back->ITEM_GET(k, "missing");
     EXPECT_EQ(a.vartype(), b.vartype()) << k;
@@ -104,10 +102,8 @@ TEST(StructureScript, RoundTripOfNamesThatLookLikeSyntax) {
   const std::string bom = "\xEF\xBB\xBF";
   for (bool asBlock : {false, true}) {
     auto s = cls_Structure::New();
-    if (asBlock)
-      s->ITEMBYID_LET(bom + "X", cls_Structure::New());
-    else
-      s->ITEMBYID_LET(bom + "X", 1);
+    if (asBlock) s->ITEMBYID_LET(bom + "X", cls_Structure::New());
+    else s->ITEMBYID_LET(bom + "X", 1);
     const std::string text = s->SCRIPT();
     EXPECT_EQ(text.substr(0, 1), "\"") << asBlock;
     auto back = cls_Structure::New();
@@ -301,9 +297,7 @@ TEST(StructureFile, SaveLoadAndSignatures) {
   EXPECT_TRUE(sig->LOADSIGNATURE(file, "Test DB"));  // no bounds
 
   // invalid file: LOAD raises and leaves the node; LOADEX answers false
-  {
-    std::ofstream(dir.path / "bad.txt") << "A = 1\nB {\n";
-  }
+  { std::ofstream(dir.path / "bad.txt") << "A = 1\nB {\n"; }
   auto keep = Sample();
   auto [n3, m3] = Failure([&] { keep->LOAD((dir.path / "bad.txt").string()); });
   EXPECT_EQ(n3, err::kInvalidData);

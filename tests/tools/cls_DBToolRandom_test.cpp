@@ -24,8 +24,7 @@ bool hIn(const std::vector<std::string>& pRows, const std::string& pValue) {
 }
 
 // Every value of pCount draws matches pShape.
-void hExpectShape(cls_DBTool& t, const std::string& pField, const std::string& pShape,
-                  int pCount = 2000) {
+void hExpectShape(cls_DBTool& t, const std::string& pField, const std::string& pShape, int pCount = 2000) {
   const std::regex shape(pShape);
   for (int i = 0; i < pCount; ++i) {
     const std::string v = t.RANDOM(pField);
@@ -92,8 +91,7 @@ TEST(DBToolRandom, CountsGiveExactLengths) {
   EXPECT_EQ(lengths, (std::set<size_t>{3, 4, 5, 6, 7}));
 
   EXPECT_EQ(t.RANDOM("x{D*0}y"), "xy");
-  EXPECT_EQ(t.RANDOM("{D*99999999999999999999}").size(),
-            static_cast<size_t>(cls_DBToolRandom::kMaxRepeat));
+  EXPECT_EQ(t.RANDOM("{D*99999999999999999999}").size(), static_cast<size_t>(cls_DBToolRandom::kMaxRepeat));
   EXPECT_LE(t.RANDOM("{D[0-99999999]}").size(), static_cast<size_t>(cls_DBToolRandom::kMaxRepeat));
 }
 
@@ -106,7 +104,7 @@ TEST(DBToolRandom, UnknownAndMalformedPlaceholders) {
   EXPECT_EQ(t.RANDOM("{D[4-]}"), "ERR:D[4-]?");
   EXPECT_EQ(t.RANDOM("{D[4-5}"), "ERR:D[4-5?");
   EXPECT_EQ(t.RANDOM("{}"), "ERR:?");
-  EXPECT_EQ(t.RANDOM("{D"), "{D");          // unclosed: text
+  EXPECT_EQ(t.RANDOM("{D"), "{D");  // unclosed: text
   EXPECT_EQ(t.RANDOM("}{"), "}{");
   const std::string v = t.RANDOM("{a{D}");  // the first "{" is text
   EXPECT_TRUE(std::regex_match(v, std::regex("\\{a[0-9]"))) << v;
@@ -160,8 +158,8 @@ TEST(DBToolRandom, StreetsAndLastNamesAreComposedFromTheTables) {
     plain += ok ? 1 : 0;
     if (!ok) {
       for (const auto& stem : hTableNameStems())
-        ok = ok || n == stem || (stem.ends_with('-') && n.starts_with(stem) &&
-                                 hIn(hTableLastNames(), n.substr(stem.size())));
+        ok = ok || n == stem ||
+             (stem.ends_with('-') && n.starts_with(stem) && hIn(hTableLastNames(), n.substr(stem.size())));
     }
     for (const auto& prefix : hTableLastNamePrefixes()) {
       if (!ok && n.starts_with(prefix) && hIn(hTableLastNames(), n.substr(prefix.size()))) {
@@ -228,8 +226,7 @@ TEST(DBToolRandom, PatternsNestAndMixWithText) {
   cls_DBTool t;
   t.RANDOMIZE(5);
   const std::string v = t.RANDOM("Kunde: {VORNAME} {NACHNAME} <{EMAIL}>, {PLZ} {ORT}; {C}{V}{C}");
-  EXPECT_TRUE(std::regex_match(v, std::regex("Kunde: .+ .+ <[a-z0-9._-]+@[a-z0-9._-]+>, [0-9]{5} .+; [a-z]{3}")))
-      << v;
+  EXPECT_TRUE(std::regex_match(v, std::regex("Kunde: .+ .+ <[a-z0-9._-]+@[a-z0-9._-]+>, [0-9]{5} .+; [a-z]{3}"))) << v;
   EXPECT_EQ(v.find('{'), std::string::npos);
 }
 
