@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <source_location>
 
 namespace rykel {
 
@@ -16,11 +17,13 @@ struct Case {
   Want want;
 };
 
-// Calls pCheck(row) for each row of pRows; a row names itself by its member `name`.
+// Calls pCheck(row) for each row of pRows; a row names itself by its member `name`. The trace
+// points at the caller's line, in the test that holds the table.
 template <class Row, size_t N, class Check>
-void ForEachRow(const Row (&pRows)[N], Check&& pCheck) {
+void ForEachRow(const Row (&pRows)[N], Check&& pCheck, std::source_location pWhere = std::source_location::current()) {
   for (size_t i = 0; i < N; ++i) {
-    testing::ScopedTrace trace(__FILE__, __LINE__, testing::Message() << "row " << i + 1 << ": " << pRows[i].name);
+    testing::ScopedTrace trace(pWhere.file_name(), static_cast<int>(pWhere.line()),
+                               testing::Message() << "row " << i + 1 << ": " << pRows[i].name);
     pCheck(pRows[i]);
   }
 }

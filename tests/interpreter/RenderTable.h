@@ -15,13 +15,16 @@ namespace rykel {
 using RenderRow = Case<const char*>;
 
 template <size_t N>
-void CheckRenderRows(const RenderRow (&pRows)[N]) {
-  ForEachRow(pRows, [](const RenderRow& r) {
-    cls_KEL k;
-    EXPECT_EQ(k.PROCESS(r.name, nullptr), r.want);
-    const bool failed = std::string_view(r.want).find("ERR:---") != std::string_view::npos;
-    EXPECT_EQ(k.ERRORLIST->COUNT() > 0, failed) << "errors listed: " << k.ERRORLIST->COUNT();
-  });
+void CheckRenderRows(const RenderRow (&pRows)[N], std::source_location pWhere = std::source_location::current()) {
+  ForEachRow(
+      pRows,
+      [](const RenderRow& r) {
+        cls_KEL k;
+        EXPECT_EQ(k.PROCESS(r.name, nullptr), r.want);
+        const bool failed = std::string_view(r.want).find("ERR:---") != std::string_view::npos;
+        EXPECT_EQ(k.ERRORLIST->COUNT() > 0, failed) << "errors listed: " << k.ERRORLIST->COUNT();
+      },
+      pWhere);
 }
 
 }  // namespace rykel
