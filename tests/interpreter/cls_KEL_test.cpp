@@ -100,11 +100,11 @@ TEST(cls_KEL, EncodeAndLiteral) {
     Variant back = k.DECODE(Variant(k.ENCODE(v, true)));
     EXPECT_EQ(CStr(back), CStr(v));
   }
-  const std::pair<const char*, const char*> words[] = {{"=", "=="},     {"=>", ">="},   {"=<", "<="},     {"<>", "!="},
-                                                       {"=!", "!="},    {"=!=", "!="},  {"&", "&&"},      {"and", "&&"},
-                                                       {"|", "||"},     {"Or", "||"},   {"wahr", "1"},    {"TRUE", "1"},
-                                                       {"FALSCH", "0"}, {"false", "0"}, {"xand", "xand"}, {"==", "=="}};
-  for (auto [from, to] : words) EXPECT_EQ(k.LITERAL(from), to) << from;
+  const Case<const char*> words[] = {{"=", "=="},     {"=>", ">="},   {"=<", "<="},     {"<>", "!="},
+                                     {"=!", "!="},    {"=!=", "!="},  {"&", "&&"},      {"and", "&&"},
+                                     {"|", "||"},     {"Or", "||"},   {"wahr", "1"},    {"TRUE", "1"},
+                                     {"FALSCH", "0"}, {"false", "0"}, {"xand", "xand"}, {"==", "=="}};
+  ForEachRow(words, [&](const auto& r) { EXPECT_EQ(k.LITERAL(r.name), r.want); });
 }
 
 TEST(cls_KEL, ErrorList) {
