@@ -6,6 +6,8 @@
 #include "frame/Error.h"
 #include "frame/Variant.h"
 
+#include "../CaseTable.h"
+
 namespace rykel {
 
 TEST(Variant, CopiesShareTextAndKeepTypes) {
@@ -27,35 +29,50 @@ TEST(Variant, CopiesShareTextAndKeepTypes) {
 }
 
 TEST(Convert, TextOfValues) {
-  EXPECT_EQ(CStr(Variant()), "");
-  EXPECT_EQ(CStr(Variant(true)), "True");
-  EXPECT_EQ(CStr(Variant(false)), "False");
-  EXPECT_EQ(CStr(Variant(1.5)), "1.5");
-  EXPECT_EQ(CStr(Variant(-3.0)), "-3");
-  EXPECT_EQ(CStr(Variant(0.1 + 0.2)), "0.3");  // 15 significant digits
-  EXPECT_EQ(CStr(Variant(1e20)), "1E+20");
-  EXPECT_EQ(CStr(Variant(123456789012345.0)), "123456789012345");
-  EXPECT_EQ(CStr(Variant(0.00001)), "0.00001");
-  EXPECT_EQ(CStr(Variant(0.000001)), "1E-06");
-  EXPECT_EQ(CStr(Variant(2.5f)), "2.5");
-  EXPECT_EQ(CStr(Variant::Currency(-12345)), "-1.2345");
-  EXPECT_EQ(CStr(Variant::Currency(20000)), "2");
-  double d;
-  ASSERT_TRUE(date::Parse("2024-02-29 10:05:09", d));
-  EXPECT_EQ(CStr(Variant::Date(d)), "29.02.2024 10:05:09");
-  ASSERT_TRUE(date::Parse("2024-02-29", d));
-  EXPECT_EQ(CStr(Variant::Date(d)), "29.02.2024");
+  auto when = [](const char* pIso) {
+    double d = 0;
+    EXPECT_TRUE(date::Parse(pIso, d)) << pIso;
+    return Variant::Date(d);
+  };
+  const struct {
+    const char* name;  // the text
+    Variant value;
+  } rows[] = {
+      {"", Variant()},
+      {"True", true},
+      {"False", false},
+      {"1.5", 1.5},
+      {"-3", -3.0},
+      {"0.3", 0.1 + 0.2},  // 15 significant digits
+      {"1E+20", 1e20},
+      {"123456789012345", 123456789012345.0},
+      {"0.00001", 0.00001},
+      {"1E-06", 0.000001},
+      {"2.5", 2.5f},
+      {"-1.2345", Variant::Currency(-12345)},
+      {"2", Variant::Currency(20000)},
+      {"29.02.2024 10:05:09", when("2024-02-29 10:05:09")},
+      {"29.02.2024", when("2024-02-29")},
+  };
+  ForEachRow(rows, [](const auto& r) { EXPECT_EQ(CStr(r.value), r.name); });
 }
 
 TEST(Convert, NumbersFromTextAcceptCommaOrPoint) {
-  EXPECT_DOUBLE_EQ(CDbl(Variant("1,5")), 1.5);
-  EXPECT_DOUBLE_EQ(CDbl(Variant(" 1.5 ")), 1.5);
-  EXPECT_DOUBLE_EQ(CDbl(Variant("1.234,5")), 1234.5);
-  EXPECT_DOUBLE_EQ(CDbl(Variant("1,234.5")), 1234.5);
-  EXPECT_DOUBLE_EQ(CDbl(Variant("-2e3")), -2000);
-  EXPECT_DOUBLE_EQ(CDbl(Variant("&HFF")), 255);
-  EXPECT_DOUBLE_EQ(CDbl(Variant(true)), -1);
-  EXPECT_DOUBLE_EQ(CDbl(Variant()), 0);
+  const struct {
+    const char* name;  // what is read
+    Variant value;
+    double want;
+  } rows[] = {
+      {"1,5", "1,5", 1.5},
+      {" 1.5 ", " 1.5 ", 1.5},
+      {"1.234,5", "1.234,5", 1234.5},
+      {"1,234.5", "1,234.5", 1234.5},
+      {"-2e3", "-2e3", -2000},
+      {"&HFF", "&HFF", 255},
+      {"True", true, -1},
+      {"Empty", Variant(), 0},
+  };
+  ForEachRow(rows, [](const auto& r) { EXPECT_DOUBLE_EQ(CDbl(r.value), r.want); });
   for (const char* bad : {"", "abc", "1.2.3x", "--1", "1e", ",", "1 2"}) {
     EXPECT_FALSE(IsNumeric(Variant(bad))) << bad;
     try {

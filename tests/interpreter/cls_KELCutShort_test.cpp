@@ -10,6 +10,8 @@
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELTokenizer.h"
 
+#include "../CaseTable.h"
+
 namespace rykel {
 namespace {
 
@@ -35,8 +37,8 @@ TEST(cls_KELCutShort, ListedAtThePlaceWhereThePageWasCut) {
   fs::create_directories(dir);
   std::ofstream(dir / "quote.kel") << "one\ntwo\n  ab {VAR a 'x}";
   const std::string quoteFile = (dir / "quote.kel").string();
-  struct Case {
-    std::string text;
+  const struct {
+    std::string name;  // the page
     bool debug;
     std::string output, place;
   } cases[] = {
@@ -60,21 +62,21 @@ TEST(cls_KELCutShort, ListedAtThePlaceWhereThePageWasCut) {
       {"{FOR i 1 10 1 {x}}", false, "xxxERR:---Loop limit reached: FOR i 1 10 1 (x)---",
        "Loop limit reached: FOR i 1 10 1 (x) @ :1:1"},
   };
-  for (const auto& c : cases) {
+  ForEachRow(cases, [&](const auto& c) {
     cls_KEL k;
     k.DIRECTORIES->ADD(dir.string());
     k.SETTINGS->ITEM_LET("DEVELOPER.DEBUG", c.debug);
     k.SETTINGS->ITEM_LET("SYS.LOOP.MAX", 3);
     k.VARIABLES->ITEM_LET("OPEN", "{VAR c \"");
     k.VARIABLES->ITEM_LET("MANY", Repeat("{COMMENT}", 101));
-    EXPECT_EQ(k.PROCESS(c.text, nullptr), c.output) << c.text;
-    EXPECT_EQ(k.ERRORLIST->COUNT(), 1) << c.text;
-    EXPECT_EQ(LastPlace(k), c.place) << c.text;
-    EXPECT_TRUE(k.CUTSHORT_GET()) << c.text;
+    EXPECT_EQ(k.PROCESS(c.name, nullptr), c.output);
+    EXPECT_EQ(k.ERRORLIST->COUNT(), 1);
+    EXPECT_EQ(LastPlace(k), c.place);
+    EXPECT_TRUE(k.CUTSHORT_GET());
     // the next page starts afresh; an ordinary error does not cut it short
     EXPECT_EQ(k.PROCESS("{VAR:nope}", nullptr), "ERR:---VAR not found: nope---");
     EXPECT_FALSE(k.CUTSHORT_GET());
-  }
+  });
   fs::remove_all(dir);
 }
 
@@ -108,10 +110,7 @@ TEST(cls_KELCutShort, TheErrorListIsBoundedAndTheOutputIsNot) {
 TEST(cls_KELCutShort, ResultsJoinTheRestOfTheTextWithoutCopyingIt) {
   // A result holding "{" is scanned again in front of the rest, and a command may begin in it and
   // end in the text after it.
-  struct Case {
-    const char* text;
-    const char* output;
-  } cases[] = {
+  const Case<const char*> cases[] = {
       {"{VAR:open}xy}{VAR:c}", "xy"},  // "{VAR c " + "xy}"
       {"{VAR:if}A}}B", "AB"},          // "{IF 1 {" + "A}}"
       {"{VAR:two}{VAR:two}", "C-C-"},  // a command in the result, then the text
@@ -128,10 +127,10 @@ TEST(cls_KELCutShort, ResultsJoinTheRestOfTheTextWithoutCopyingIt) {
   k.VARIABLES->ITEM_LET("TWO2", "{VAR:c}");
   k.VARIABLES->ITEM_LET("PAIR", "{VAR:c}{VAR:c}");
   k.VARIABLES->ITEM_LET("Q", "{VAR d 'a");
-  for (const auto& c : cases) {
+  ForEachRow(cases, [&](const auto& c) {
     k.VARIABLES->ITEM_LET("C", "C");
-    EXPECT_EQ(k.PROCESS(c.text, nullptr), c.output) << c.text;
-  }
+    EXPECT_EQ(k.PROCESS(c.name, nullptr), c.want);
+  });
   EXPECT_EQ(CStr(k.VARIABLES->ITEM_GET("D")), "a}b");
   EXPECT_EQ(k.ERRORLIST->COUNT(), 0);
 

@@ -18,6 +18,8 @@
 #include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
 
+#include "../CaseTable.h"
+
 namespace rykel {
 namespace {
 
@@ -109,8 +111,8 @@ TEST(cls_KELLimits, IncludesStayInsideTheirFolderThroughLinks) {
 TEST(cls_KELLimits, JoinedAndStoredTextsStayWithinValueMax) {
   // "(s + s)" doubles a text each round without any output: only a bound on values stops it.
   const char* doubling = "{VAR s \"ab\"}{WHILE (1) {{VAR s (s + s)}}}after";
-  struct Case {
-    const char* key;
+  const struct {
+    const char* name;  // the setting
     int value;
     const char* message;
   } cases[] = {
@@ -118,14 +120,14 @@ TEST(cls_KELLimits, JoinedAndStoredTextsStayWithinValueMax) {
       {"SYS.OUTPUT.MAX", 700, "<b>Value too large</b>: more than 700 bytes (SYS.VALUE.MAX)<br/>"},    // tied
       {"SYS.LOOP.MAX", 26, "<b>Value too large</b>: more than 16777216 bytes (SYS.VALUE.MAX)<br/>"},  // default
   };
-  for (const auto& c : cases) {
+  ForEachRow(cases, [&](const auto& c) {
     cls_KEL k;
-    k.SETTINGS->ITEM_LET(c.key, c.value);
-    EXPECT_EQ(k.PROCESS(doubling, nullptr).find("after"), std::string::npos) << c.key;  // stopped
-    EXPECT_EQ(k.ERRORLIST->COUNT(), 1) << c.key;
+    k.SETTINGS->ITEM_LET(c.name, c.value);
+    EXPECT_EQ(k.PROCESS(doubling, nullptr).find("after"), std::string::npos);  // stopped
+    EXPECT_EQ(k.ERRORLIST->COUNT(), 1);
     EXPECT_EQ(LastError(k), c.message);
     EXPECT_LE(CStr(k.VARIABLES->ITEM_GET("S")).size(), 16u << 20);
-  }
+  });
   // VAR and ":=" of a text made otherwise (a block, a quoted template) are bounded as well
   for (const char* t : {"{VAR s \"ab\"}{WHILE (1) {{VAR s {{VAR:s}{VAR:s}}}}}",
                         "{VAR s \"ab\"}{WHILE (1) {{(s := \"{VAR:s}{VAR:s}\")}}}"}) {

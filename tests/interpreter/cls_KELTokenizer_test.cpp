@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "../CaseTable.h"
+
 namespace rykel {
 namespace {
 
@@ -17,26 +19,29 @@ std::string Dump(std::string_view s) {
 }
 
 TEST(cls_KELTokenizer, Kinds) {
-  EXPECT_EQ(Dump("IF (i < 10) {a {b} c}"), "W[IF]@0 P[(i < 10)]@3 B[{a {b} c}]@12 ");
-  // Comparisons with and without blanks give the same tokens.
-  EXPECT_EQ(Dump("i<10"), "W[i]@0 O[<]@1 W[10]@2 ");
-  EXPECT_EQ(Dump("i < 10"), "W[i]@0 O[<]@2 W[10]@4 ");
-  EXPECT_EQ(Dump("a>=b"), "W[a]@0 O[>=]@1 W[b]@3 ");
-  EXPECT_EQ(Dump("x,y;z\tw\r\nv"), "W[x]@0 W[y]@2 W[z]@4 W[w]@6 W[v]@9 ");
-  // Quotes hold separators and braces; brackets count their own nesting and respect quotes.
-  EXPECT_EQ(Dump("VAR s \"a b}\" 'c\"d'"), "W[VAR]@0 W[s]@4 Q[\"a b}\"]@6 Q['c\"d']@13 ");
-  EXPECT_EQ(Dump("{a \"}\" b}x"), "B[{a \"}\" b}]@0 W[x]@9 ");
-  EXPECT_EQ(Dump("((1+2)*3)"), "P[((1+2)*3)]@0 ");
-  EXPECT_EQ(Dump("\"open"), "Q[\"open]@0 ");
-  EXPECT_EQ(Dump("{open"), "B[{open]@0 ");
-  // References, dates, times and signs stay whole; ":=" is an operator.
-  EXPECT_EQ(Dump("VAR:x IO:DATE %1"), "W[VAR:x]@0 W[IO:DATE]@6 W[%1]@14 ");
-  EXPECT_EQ(Dump("2024-01-05 12:30 -5 +2"), "W[2024-01-05]@0 W[12:30]@11 W[-5]@17 W[+2]@20 ");
-  EXPECT_EQ(Dump("x:=5"), "W[x]@0 O[:=]@1 W[5]@3 ");
-  EXPECT_EQ(Dump("VAR:x<10"), "W[VAR:x]@0 O[<]@5 W[10]@6 ");
-  EXPECT_EQ(Dump("DATE=2024-01-05"), "W[DATE]@0 O[=]@4 W[2024-01-05]@5 ");
-  EXPECT_EQ(Dump("a-b"), "W[a]@0 O[-]@1 W[b]@2 ");
-  EXPECT_EQ(Dump(""), "");
+  const Case<const char*> rows[] = {
+      {"IF (i < 10) {a {b} c}", "W[IF]@0 P[(i < 10)]@3 B[{a {b} c}]@12 "},
+      // Comparisons with and without blanks give the same tokens.
+      {"i<10", "W[i]@0 O[<]@1 W[10]@2 "},
+      {"i < 10", "W[i]@0 O[<]@2 W[10]@4 "},
+      {"a>=b", "W[a]@0 O[>=]@1 W[b]@3 "},
+      {"x,y;z\tw\r\nv", "W[x]@0 W[y]@2 W[z]@4 W[w]@6 W[v]@9 "},
+      // Quotes hold separators and braces; brackets count their own nesting and respect quotes.
+      {"VAR s \"a b}\" 'c\"d'", "W[VAR]@0 W[s]@4 Q[\"a b}\"]@6 Q['c\"d']@13 "},
+      {"{a \"}\" b}x", "B[{a \"}\" b}]@0 W[x]@9 "},
+      {"((1+2)*3)", "P[((1+2)*3)]@0 "},
+      {"\"open", "Q[\"open]@0 "},
+      {"{open", "B[{open]@0 "},
+      // References, dates, times and signs stay whole; ":=" is an operator.
+      {"VAR:x IO:DATE %1", "W[VAR:x]@0 W[IO:DATE]@6 W[%1]@14 "},
+      {"2024-01-05 12:30 -5 +2", "W[2024-01-05]@0 W[12:30]@11 W[-5]@17 W[+2]@20 "},
+      {"x:=5", "W[x]@0 O[:=]@1 W[5]@3 "},
+      {"VAR:x<10", "W[VAR:x]@0 O[<]@5 W[10]@6 "},
+      {"DATE=2024-01-05", "W[DATE]@0 O[=]@4 W[2024-01-05]@5 "},
+      {"a-b", "W[a]@0 O[-]@1 W[b]@2 "},
+      {"", ""},
+  };
+  ForEachRow(rows, [](const auto& r) { EXPECT_EQ(Dump(r.name), r.want); });
   auto c1 = cls_KELTokenizer::TokenizeCached("VAR x 1");
   auto c2 = cls_KELTokenizer::TokenizeCached("VAR x 1");
   EXPECT_EQ(c1, c2);

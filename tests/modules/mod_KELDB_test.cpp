@@ -13,6 +13,8 @@
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
 
+#include "../CaseTable.h"
+
 namespace rykel {
 namespace {
 
@@ -82,21 +84,25 @@ TEST(mod_KELDB, ErrorsNameTheCulprit) {
   t.Run(kOpen);
   ASSERT_NE(t.db->DB_GET(), nullptr);
   EXPECT_EQ(t.db->CURRENT_GET(), "MAIN");
-  // Unknown fields wherever a field is named, instead of quietly matching nothing.
-  EXPECT_EQ(t.Run(R"({DB:QUERY NAME "x"})"), "ERR:---Unknown field: NAME---");
-  EXPECT_EQ(t.Run(R"({DB:TEXT 1 TELEFON})"), "ERR:---Unknown field: TELEFON---");
-  EXPECT_EQ(t.Run(R"({DB:SORT "" ORT FIELD2=LAND})"), "ERR:---Unknown field: LAND---");
-  EXPECT_EQ(t.Run(R"({DB:ALL SORT=LAND})"), "ERR:---Unknown field: LAND---");
-  EXPECT_EQ(t.Run(R"({STRUCT f MODE=AND STADT="Köln"}{DB:FILTER VAR:f})"), "ERR:---Unknown field: STADT---");
-  EXPECT_EQ(t.Run(R"({DB:ENTRY 1 FIELDS="ORT,LAND"})"), "ERR:---Unknown field: LAND---");
-  EXPECT_EQ(t.Run(R"({DB:ENTRY 99})"), "ERR:---Unknown entry: 99---");
-  // A field's display name works as well as its ID; so does "&" before a sort field.
-  EXPECT_EQ(t.Run(R"({DB:TEXT 2 Vorname}/{DB:COUNT {{DB:SORT "" "&ORT"}}})"), "Bernd/8");
-  // Wrong parameters.
-  EXPECT_EQ(t.Run(R"({DB:COUNT "1,2"})"), "ERR:---Id list expected: COUNT LIST=1,2---");
-  EXPECT_EQ(t.Run(R"({DB:FILTER ORT})"), "ERR:---Filter structure expected: FILTER ORT---");
-  EXPECT_EQ(t.Run(R"({DB:USE ANDERE})"), "ERR:---Unknown database: ANDERE---");
-  EXPECT_EQ(t.Run(R"({DB:DROP})"), "ERR:---DB function not supported: DROP---");
+  const Case<const char*> rows[] = {
+      // Unknown fields wherever a field is named, instead of quietly matching nothing.
+      {R"({DB:QUERY NAME "x"})", "ERR:---Unknown field: NAME---"},
+      {R"({DB:TEXT 1 TELEFON})", "ERR:---Unknown field: TELEFON---"},
+      {R"({DB:SORT "" ORT FIELD2=LAND})", "ERR:---Unknown field: LAND---"},
+      {R"({DB:ALL SORT=LAND})", "ERR:---Unknown field: LAND---"},
+      {R"({STRUCT f MODE=AND STADT="Köln"}{DB:FILTER VAR:f})", "ERR:---Unknown field: STADT---"},
+      {R"({DB:ENTRY 1 FIELDS="ORT,LAND"})", "ERR:---Unknown field: LAND---"},
+      {R"({DB:ENTRY 99})", "ERR:---Unknown entry: 99---"},
+      // A field's display name works as well as its ID; so does "&" before a sort field.
+      {R"({DB:TEXT 2 Vorname}/{DB:COUNT {{DB:SORT "" "&ORT"}}})", "Bernd/8"},
+      // Wrong parameters.
+      {R"({DB:COUNT "1,2"})", "ERR:---Id list expected: COUNT LIST=1,2---"},
+      {R"({DB:FILTER ORT})", "ERR:---Filter structure expected: FILTER ORT---"},
+      {R"({DB:USE ANDERE})", "ERR:---Unknown database: ANDERE---"},
+      {R"({DB:DROP})", "ERR:---DB function not supported: DROP---"},
+  };
+  // Each row on the same interpreter, with the example database open.
+  ForEachRow(rows, [&](const auto& r) { EXPECT_EQ(t.Run(r.name), r.want); });
   int before = t.Errors();
   EXPECT_EQ(t.Run("{DB:QUERY}"), "");  // the parameter check records what is missing
   EXPECT_EQ(t.Errors(), before + 1);

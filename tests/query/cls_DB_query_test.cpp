@@ -6,6 +6,8 @@
 #include "frame/Error.h"
 #include "frame/Notifier.h"
 
+#include "../CaseTable.h"
+
 namespace rykel {
 
 namespace {
@@ -81,36 +83,44 @@ TEST(cls_DB_query, DefaultIsCaseBlindAndExactEqualityUsesTheIndex) {
   EXPECT_EQ(p.Q("NAME", "", "= Anna Maria"), "5");
 }
 
-TEST(cls_DB_query, FieldsByNumberUnderscoreAndUnknown) {
+// One query a row: the field (by name, number or spelling), the operator given beside the
+// condition, and the ids found.
+TEST(cls_DB_query, QueryTable) {
   People p;
-  EXPECT_EQ(p.Q(2, "", "$BEGINS ham"), "1,4");
-  EXPECT_EQ(p.Q("ADDR_ZIP", "BEGINS", "2"), "1,4");
-  EXPECT_EQ(p.Q("addr.zip", "", "BEGINS 2"), "1,4");
-  EXPECT_EQ(p.Q("NOSUCH", "", "="), "1,2,3,4,5");  // compares as empty text
-  EXPECT_EQ(p.Q("NOSUCH", "", "x"), "");
-  EXPECT_EQ(p.Q("NAME", "", "LIKE x"), "");
-}
-
-TEST(cls_DB_query, OperatorsOnTypedFields) {
-  People p;
-  EXPECT_EQ(p.Q("AGE", "", ">= 12"), "1,2,3");
-  EXPECT_EQ(p.Q("AGE", "", "< 0"), "4");
-  EXPECT_EQ(p.Q("AGE", "", "[] 7 12"), "2,5");
-  EXPECT_EQ(p.Q("AGE", "", "][ 7 12"), "");
-  EXPECT_EQ(p.Q("AGE", "", "IN 7,40"), "1,3,5");
-  EXPECT_EQ(p.Q("BORN", "", "= 1984-05-01"), "1");  // date part only
-  EXPECT_EQ(p.Q("BORN", "", "[] 1984-05-01 1984-05-02"), "1,3");
-  EXPECT_EQ(p.Q("BORN", "", "< 1900-01-01"), "4,5");  // an empty value is the least of all
-  EXPECT_EQ(p.Q("BORN", "", "="), "5");
-  EXPECT_EQ(p.Q("CITY", "", "CONTAINS burg"), "1,2,4");
-  EXPECT_EQ(p.Q("CITY", "", "!CONTAINS burg"), "3,5");
+  const struct {
+    const char* name;  // the condition
+    Variant field;
+    const char* op;
+    const char* want;
+  } rows[] = {
+      // Fields by number, "_" for ".", any letter case; unknown fields compare as empty text.
+      {"$BEGINS ham", 2, "", "1,4"},
+      {"2", "ADDR_ZIP", "BEGINS", "1,4"},
+      {"BEGINS 2", "addr.zip", "", "1,4"},
+      {"=", "NOSUCH", "", "1,2,3,4,5"},
+      {"x", "NOSUCH", "", ""},
+      {"LIKE x", "NAME", "", ""},
+      // Operators on typed fields.
+      {">= 12", "AGE", "", "1,2,3"},
+      {"< 0", "AGE", "", "4"},
+      {"[] 7 12", "AGE", "", "2,5"},
+      {"][ 7 12", "AGE", "", ""},
+      {"IN 7,40", "AGE", "", "1,3,5"},
+      {"= 1984-05-01", "BORN", "", "1"},  // date part only
+      {"[] 1984-05-01 1984-05-02", "BORN", "", "1,3"},
+      {"< 1900-01-01", "BORN", "", "4,5"},  // an empty value is the least of all
+      {"=", "BORN", "", "5"},
+      {"CONTAINS burg", "CITY", "", "1,2,4"},
+      {"!CONTAINS burg", "CITY", "", "3,5"},
+      {"CONTAINSWORD Homburg", "CITY", "", "2"},
+      // Multiple choice: whole members only; structures: item names.
+      {"CONTAINSONE a", "TAGS", "", "1,5"},
+      {"CONTAINSONE ab,x", "TAGS", "", "2"},
+      {"CONTAINS a", "TAGS", "", "1,2,5"},
+      {"CONTAINSONE x,key1", "DATA", "", "1"},
+  };
+  ForEachRow(rows, [&](const auto& r) { EXPECT_EQ(p.Q(r.field, r.op, r.name), r.want) << CStr(r.field); });
   EXPECT_EQ(p.Q("CITY", "", "$!CONTAINS BURG"), p.Q("CITY", "", "!$CONTAINS BURG"));
-  EXPECT_EQ(p.Q("CITY", "", "CONTAINSWORD Homburg"), "2");
-  // Multiple choice: whole members only; structures: item names.
-  EXPECT_EQ(p.Q("TAGS", "", "CONTAINSONE a"), "1,5");
-  EXPECT_EQ(p.Q("TAGS", "", "CONTAINSONE ab,x"), "2");
-  EXPECT_EQ(p.Q("TAGS", "", "CONTAINS a"), "1,2,5");
-  EXPECT_EQ(p.Q("DATA", "", "CONTAINSONE x,key1"), "1");
 }
 
 TEST(cls_DB_query, ColumnsFollowEntryChanges) {
@@ -124,21 +134,23 @@ TEST(cls_DB_query, ColumnsFollowEntryChanges) {
 
 TEST(cls_DB_query, Search) {
   People p;
-  auto S = [&](const std::string& s) { return Ids(p.db->ENTRYSEARCH(s)); };
-  EXPECT_EQ(S("hamburg"), "1,4");
-  EXPECT_EQ(S("hamburg meier"), "1");
-  EXPECT_EQ(S("hamburg -bad"), "1,4");
-  EXPECT_EQ(S("\"bad homburg\""), "2");
-  EXPECT_EQ(S("müller | schmidt"), "3,4");
-  EXPECT_EQ(S("müller OR schmidt ODER anna"), "3,4,5");
-  EXPECT_EQ(S("^ham"), "1,4");  // at the start of a value
-  EXPECT_EQ(S("meier -(bad | 40)"), "");
-  EXPECT_EQ(S("(meier | müller) -münchen"), "1,2");
-  EXPECT_EQ(S(""), "1,2,3,4,5");
+  const Case<const char*> rows[] = {
+      {"hamburg", "1,4"},
+      {"hamburg meier", "1"},
+      {"hamburg -bad", "1,4"},
+      {"\"bad homburg\"", "2"},
+      {"müller | schmidt", "3,4"},
+      {"müller OR schmidt ODER anna", "3,4,5"},
+      {"^ham", "1,4"},  // at the start of a value
+      {"meier -(bad | 40)", ""},
+      {"(meier | müller) -münchen", "1,2"},
+      {"", "1,2,3,4,5"},
+  };
+  ForEachRow(rows, [&](const auto& r) { EXPECT_EQ(Ids(p.db->ENTRYSEARCH(r.name)), r.want); });
   EXPECT_EQ(Ids(p.db->ENTRYSEARCH("meier", cls_DB::IdList{2, 1})), "2,1");
   std::string deep(40, '(');
   EXPECT_THROW(p.db->ENTRYSEARCH(deep + "x"), Error);
-  EXPECT_EQ(S(std::string(33, ')') + "anna"), "5");
+  EXPECT_EQ(Ids(p.db->ENTRYSEARCH(std::string(33, ')') + "anna")), "5");
 }
 
 TEST(cls_DB_query, Sorting) {
@@ -233,17 +245,25 @@ TEST(cls_DB_query, Filters) {
   EXPECT_EQ(Ids(p.db->ENTRYFILTERADVANCED(1, "NAME", "", false, g, cls_DB::IdList{5, 2, 4})), "5,2");
 }
 
+// Two conditions on one field joined into one, or "" when they cannot be.
 TEST(cls_DB_query, FilterCombine) {
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("IN a,b", "IN b,c"), "IN a,b,c");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("=a", "= b"), "IN a,b");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("==a", "==b"), "IN a,b");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("IN a,b", "= c"), "IN a,b,c");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("== c", "IN a,b"), "IN a,b,c");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("CONTAINS x", "CONTAINS y"), "CONTAINSONE x,y");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("CONTAINSONE x,y", "CONTAINS z"), "CONTAINSONE x,y,z");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("CONTAINS z", "CONTAINSONE x,y"), "CONTAINSONE x,y,z");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("= a", "== b"), "");
-  EXPECT_EQ(cls_DB::FILTERCOMBINE("> 1", "< 5"), "");
+  const struct {
+    const char* name;  // the first condition
+    const char* other;
+    const char* want;
+  } rows[] = {
+      {"IN a,b", "IN b,c", "IN a,b,c"},
+      {"=a", "= b", "IN a,b"},
+      {"==a", "==b", "IN a,b"},
+      {"IN a,b", "= c", "IN a,b,c"},
+      {"== c", "IN a,b", "IN a,b,c"},
+      {"CONTAINS x", "CONTAINS y", "CONTAINSONE x,y"},
+      {"CONTAINSONE x,y", "CONTAINS z", "CONTAINSONE x,y,z"},
+      {"CONTAINS z", "CONTAINSONE x,y", "CONTAINSONE x,y,z"},
+      {"= a", "== b", ""},
+      {"> 1", "< 5", ""},
+  };
+  ForEachRow(rows, [](const auto& r) { EXPECT_EQ(cls_DB::FILTERCOMBINE(r.name, r.other), r.want) << r.other; });
 }
 
 TEST(cls_DB_query, FilterChoicesCountAndSelect) {

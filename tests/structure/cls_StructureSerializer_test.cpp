@@ -13,6 +13,8 @@
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 
+#include "../CaseTable.h"
+
 namespace rykel {
 
 using namespace std::string_literals;
@@ -82,26 +84,32 @@ TEST(StructureSerializer, WriterTexts) {
 }
 
 TEST(StructureSerializer, DoublesAsPhpWritesThem) {
-  EXPECT_EQ(DoubleText(0.1), "0.1");
-  EXPECT_EQ(DoubleText(1e25), "1.0E+25");
-  EXPECT_EQ(DoubleText(1e15), "1000000000000000");
-  EXPECT_EQ(DoubleText(1e16), "10000000000000000");
-  EXPECT_EQ(DoubleText(1e17), "1.0E+17");
-  EXPECT_EQ(DoubleText(123456789012345678.0), "1.2345678901234568E+17");
-  EXPECT_EQ(DoubleText(1e-5), "1.0E-5");
-  EXPECT_EQ(DoubleText(0.0001), "0.0001");
-  EXPECT_EQ(DoubleText(0.00012), "0.00012");
-  EXPECT_EQ(DoubleText(1.5e-7), "1.5E-7");
-  EXPECT_EQ(DoubleText(-0.0), "-0");
-  EXPECT_EQ(DoubleText(0.0), "0");
-  EXPECT_EQ(DoubleText(100.0), "100");
-  EXPECT_EQ(DoubleText(-2.5), "-2.5");
-  EXPECT_EQ(DoubleText(5e-324), "5.0E-324");
-  EXPECT_EQ(DoubleText(1.7976931348623157e308), "1.7976931348623157E+308");
-  EXPECT_EQ(DoubleText(0.30000000000000004), "0.30000000000000004");
-  EXPECT_EQ(DoubleText(std::numeric_limits<double>::infinity()), "INF");
-  EXPECT_EQ(DoubleText(-std::numeric_limits<double>::infinity()), "-INF");
-  EXPECT_EQ(DoubleText(std::nan("")), "NAN");
+  const struct {
+    const char* name;  // the text written
+    double value;
+  } rows[] = {
+      {"0.1", 0.1},
+      {"1.0E+25", 1e25},
+      {"1000000000000000", 1e15},
+      {"10000000000000000", 1e16},
+      {"1.0E+17", 1e17},
+      {"1.2345678901234568E+17", 123456789012345678.0},
+      {"1.0E-5", 1e-5},
+      {"0.0001", 0.0001},
+      {"0.00012", 0.00012},
+      {"1.5E-7", 1.5e-7},
+      {"-0", -0.0},
+      {"0", 0.0},
+      {"100", 100.0},
+      {"-2.5", -2.5},
+      {"5.0E-324", 5e-324},
+      {"1.7976931348623157E+308", 1.7976931348623157e308},
+      {"0.30000000000000004", 0.30000000000000004},
+      {"INF", std::numeric_limits<double>::infinity()},
+      {"-INF", -std::numeric_limits<double>::infinity()},
+      {"NAN", std::nan("")},
+  };
+  ForEachRow(rows, [](const auto& r) { EXPECT_EQ(DoubleText(r.value), r.name); });
   // every double comes back equal
   for (double d : {0.1, 1.0 / 3, 2.0 / 3 * 1e300, 4.9e-320, 123456.78, -7e-9, 9007199254740993.0}) {
     auto s = cls_Structure::New();
@@ -241,25 +249,27 @@ TEST(StructureSerializer, UnserializeEmptiesTheNodeFirst) {
 }
 
 TEST(StructureSerializer, ReaderErrors) {
-  const std::string src = "cls_StructureManager.UNSERIALIZE2: ";
-  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";x:1;})"), src + "Invalid data type found: x");
-  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";S:1:"a";})"), src + "Invalid data type found: S");
-  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";r:1;})"), src + "Invalid data type found: r");
-  EXPECT_EQ(ReadError(std::string("a:1:{s:1:\"A\";\x01:1;}")), src + "Invalid data type found: chr(1)");
-  EXPECT_EQ(ReadError(R"(a:1:{b:1;i:1;})"), src + "Serialized data invalid");  // no such key
-  EXPECT_EQ(ReadError(R"(a:2:{s:1:"A";i:1;})"), src + "Serialized data invalid");
-  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";i:1;}x)"), src + "Serialized data invalid");
-  EXPECT_EQ(ReadError(R"(a:1:{s:3:"A";i:1;})"), src + "Serialized data invalid");
-  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";b:2;})"), src + "Serialized data invalid");
-  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";d:1.5x;})"), src + "Serialized data invalid");
-  EXPECT_EQ(ReadError(R"(a:1:{s:1:"A";i:99999999999999999999;})"), src + "Serialized data invalid");
-  EXPECT_EQ(ReadError(R"(a:-1:{})"), src + "Serialized data invalid");
-  EXPECT_EQ(ReadError(R"(s:3:"abc";)"), src + "Serialized data invalid");  // no structure
-  EXPECT_EQ(ReadError("QS2:AB:x"), "cls_StructureManager.UNSERIALIZEBINARY: Serialized data invalid");
-  // a huge announced count allocates nothing up front
-  EXPECT_EQ(ReadError("a:2000000000:{}"), src + "Serialized data invalid");
-  // numbered keys far apart cannot make the reader allocate without bound
-  EXPECT_EQ(ReadError(R"(a:1:{i:2000000000;i:1;})"), src + "Serialized data invalid");
+  const std::string src = "cls_StructureManager.UNSERIALIZE2: ", invalid = src + "Serialized data invalid";
+  const Case<std::string> rows[] = {
+      {R"(a:1:{s:1:"A";x:1;})", src + "Invalid data type found: x"},
+      {R"(a:1:{s:1:"A";S:1:"a";})", src + "Invalid data type found: S"},
+      {R"(a:1:{s:1:"A";r:1;})", src + "Invalid data type found: r"},
+      {"a:1:{s:1:\"A\";\x01:1;}", src + "Invalid data type found: chr(1)"},
+      {R"(a:1:{b:1;i:1;})", invalid},  // no such key
+      {R"(a:2:{s:1:"A";i:1;})", invalid},
+      {R"(a:1:{s:1:"A";i:1;}x)", invalid},
+      {R"(a:1:{s:3:"A";i:1;})", invalid},
+      {R"(a:1:{s:1:"A";b:2;})", invalid},
+      {R"(a:1:{s:1:"A";d:1.5x;})", invalid},
+      {R"(a:1:{s:1:"A";i:99999999999999999999;})", invalid},
+      {R"(a:-1:{})", invalid},
+      {R"(s:3:"abc";)", invalid},  // no structure
+      {"QS2:AB:x", "cls_StructureManager.UNSERIALIZEBINARY: Serialized data invalid"},
+      {"a:2000000000:{}", invalid},  // a huge announced count allocates nothing up front
+      // numbered keys far apart cannot make the reader allocate without bound
+      {R"(a:1:{i:2000000000;i:1;})", invalid},
+  };
+  ForEachRow(rows, [](const auto& r) { EXPECT_EQ(ReadError(r.name), r.want); });
   EXPECT_EQ(Read(R"(a:1:{i:100000;i:1;})")->MAX(), 100000);
 
   // through the tools the operation is named after them; the class stays the manager

@@ -15,6 +15,7 @@
 #include "frame/FileIO.h"
 #include "structure/cls_Structure.h"
 
+#include "../CaseTable.h"
 #include "../TestSupport.h"
 
 namespace rykel {
@@ -180,10 +181,7 @@ TEST(StructureScript, ParseAcceptsTheHandWrittenForms) {
 }
 
 TEST(StructureScript, ParseRejectsBadInputWithLineNumbers) {
-  struct Case {
-    const char* text;
-    const char* message;
-  } cases[] = {
+  const Case<const char*> cases[] = {
       {"a = 1\n}\n", "Script data invalid (line 2): '}' without an open block"},
       {"a {\nb = 1\n", "Script data invalid: '}' expected (to close 'a' at line 1)"},
       {"just words\n", "Script data invalid (line 1): '=' or '{' expected after the name"},
@@ -196,12 +194,12 @@ TEST(StructureScript, ParseRejectsBadInputWithLineNumbers) {
       {"[99999] = 1", "Script data invalid (line 1): index [99999] skips more than 1024 unused items"},
       {"= 1", "Script data invalid (line 1): empty name"},
   };
-  for (const auto& c : cases) {
+  ForEachRow(cases, [](const auto& c) {
     auto s = cls_Structure::New();
-    auto [number, message] = Failure([&] { s->PARSE(c.text); });
-    EXPECT_EQ(number, err::kInvalidData) << c.text;
-    EXPECT_EQ(message, c.message) << c.text;
-  }
+    auto [number, message] = Failure([&] { s->PARSE(c.name); });
+    EXPECT_EQ(number, err::kInvalidData);
+    EXPECT_EQ(message, c.want);
+  });
 }
 
 // Each "[1024]" may skip 1023 unused slots, but many small nodes must not add up to gigabytes: the

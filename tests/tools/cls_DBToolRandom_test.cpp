@@ -16,6 +16,8 @@
 #include "frame/Text.h"
 #include "tools/mdl_DBToolTables.h"
 
+#include "../CaseTable.h"
+
 namespace rykel {
 namespace {
 
@@ -97,15 +99,12 @@ TEST(DBToolRandom, CountsGiveExactLengths) {
 
 TEST(DBToolRandom, UnknownAndMalformedPlaceholders) {
   cls_DBTool t;
-  EXPECT_EQ(t.RANDOM("{FOO}"), "ERR:FOO?");
-  EXPECT_EQ(t.RANDOM("a{Foo*3}b"), "aERR:Foo?b");
-  EXPECT_EQ(t.RANDOM("{D*x}"), "ERR:D*x?");
-  EXPECT_EQ(t.RANDOM("{D*-3}"), "ERR:D*-3?");
-  EXPECT_EQ(t.RANDOM("{D[4-]}"), "ERR:D[4-]?");
-  EXPECT_EQ(t.RANDOM("{D[4-5}"), "ERR:D[4-5?");
-  EXPECT_EQ(t.RANDOM("{}"), "ERR:?");
-  EXPECT_EQ(t.RANDOM("{D"), "{D");  // unclosed: text
-  EXPECT_EQ(t.RANDOM("}{"), "}{");
+  const Case<const char*> rows[] = {
+      {"{FOO}", "ERR:FOO?"},   {"a{Foo*3}b", "aERR:Foo?b"},       {"{D*x}", "ERR:D*x?"},
+      {"{D*-3}", "ERR:D*-3?"}, {"{D[4-]}", "ERR:D[4-]?"},         {"{D[4-5}", "ERR:D[4-5?"},
+      {"{}", "ERR:?"},         {"{D", "{D"} /* unclosed: text */, {"}{", "}{"},
+  };
+  ForEachRow(rows, [&](const auto& r) { EXPECT_EQ(t.RANDOM(r.name), r.want); });
   const std::string v = t.RANDOM("{a{D}");  // the first "{" is text
   EXPECT_TRUE(std::regex_match(v, std::regex("\\{a[0-9]"))) << v;
   // Long and odd inputs stay bounded and do not throw.
