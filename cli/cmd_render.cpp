@@ -23,15 +23,26 @@ struct RenderOptions {
   bool errors = false, quiet = false;
 };
 
+// A value that starts as a JSON object or array does: "{" then (after blanks) '"' or "}", or "["
+// then a JSON value's first character. Template text such as "{COMMENT}" or "[draft]" does not.
+bool hLooksLikeJson(std::string_view v) {
+  if (v.empty() || (v[0] != '{' && v[0] != '[')) return false;
+  size_t i = v.find_first_not_of(" \t\r\n", 1);
+  if (i == std::string_view::npos) return false;
+  std::string_view rest = v.substr(i);
+  if (v[0] == '{') return rest[0] == '"' || rest[0] == '}';
+  return std::string_view("\"{[]-0123456789").find(rest[0]) != std::string_view::npos || rest.starts_with("true") ||
+         rest.starts_with("false") || rest.starts_with("null");
+}
+
 // "NAME=VALUE": the value as a number when it is one, else as text; with pJson a value that starts
-// with "{" or "[" is a structure read from JSON.
+// as JSON (hLooksLikeJson) is a structure read from it.
 bool hAssign(cls_Structure& s, const std::string& a, bool pJson) {
   auto eq = a.find('=');
   if (eq == std::string::npos || eq == 0) return false;
   std::string name = a.substr(0, eq), value = a.substr(eq + 1);
   double d;
-  if (pJson && (value.starts_with('{') || value.starts_with('[')))
-    s.ITEM_LET(name, Variant(JsonToStruct(value, "--var " + name)));
+  if (pJson && hLooksLikeJson(value)) s.ITEM_LET(name, Variant(JsonToStruct(value, "--var " + name)));
   else if (IsNumericText(value) && ParseNumber(value, d)) s.ITEM_LET(name, d);
   else s.ITEM_LET(name, value);
   return true;
@@ -94,8 +105,8 @@ void AddRenderCommand(CLI::App& app) {
   r->add_option("-d,--directory", o.directories, "directory searched for templates (repeatable)")
       ->allow_extra_args(false);
   r->add_option("-v,--var", o.variables,
-                "NAME=VALUE: a template variable (repeatable); a VALUE starting with { or [ is JSON and gives a "
-                "structure")
+                "NAME=VALUE: a template variable (repeatable); a VALUE that starts as a JSON object or array "
+                "({\"... or [ and a JSON value) is read as JSON and gives a structure")
       ->allow_extra_args(false);
   r->add_option("-s,--setting", o.settings, "KEY=VALUE: an interpreter setting (repeatable)")->allow_extra_args(false);
   r->add_option("--struct", o.structs,

@@ -91,10 +91,11 @@ class JsonCommands(unittest.TestCase):
         tpl = "{VAR:title} {VAR:year} ({VAR:team.size}):{ITERATE p VAR:t { {VAR:p.name}/{VAR:p.role}}}"
         r = run("render", "-e", tpl, "--data", data, "--struct", "t=" + team)
         self.assertEqual((r.returncode, r.stdout, r.stderr), (0, "Team 2024 (2): Anna/Leitung Ömer/Technik", ""))
-        # -v overrides --data; a -v value starting with { or [ is JSON, any other stays text or number
-        r = run("render", "-e", "{VAR:title}|{VAR:x.k}|{ITERATE i VAR:l {{VAR:i}}}|{VAR:plain}", "--data", data,
-                "-v", "title=Neu", "-v", 'x={"k": "v"}', "-v", "l=[1, 2]", "-v", "plain=(a)")
-        self.assertEqual((r.returncode, r.stdout), (0, "Neu|v|12|(a)"), r.stderr)
+        # -v overrides --data; a -v value that starts as JSON is JSON, template text stays text
+        r = run("render", "-e", "{VAR:title}|{VAR:x.k}|{ITERATE i VAR:l {{VAR:i}}}|{VAR:plain}{VAR:cmd}|{VAR:e.COUNT}",
+                "--data", data, "-v", "title=Neu", "-v", 'x={"k": "v"}', "-v", "l=[1, 2]", "-v", "plain=[draft]",
+                "-v", "cmd={COMMENT}", "-v", "e={ }")
+        self.assertEqual((r.returncode, r.stdout), (0, "Neu|v|12|[draft]|0"), r.stderr)
         # --data needs names at the top; non-JSON structure files work as before
         r = run("render", "-e", "x", "--data", team)
         self.assertEqual(r.returncode, 2)
