@@ -69,28 +69,53 @@ Json hScalar(const Variant& v) {
   }
 }
 
-Json hNode(cls_StructureManager& m, int32_t pID, int pDepth) {
-  if (pDepth > mdl_StructureScript::MaxDepth())
-    Raise(err::kInvalidData, mdl_Limits::DepthMessage("Structure", mdl_Limits::kStructureDepth));
-  const auto& items = m.Items(pID);
-  const size_t base = m.HASZERO_GET(pID) ? 0 : 1;
-  const bool list = IsList(m, pID);
-  Json out = list ? Json::array() : Json::object();
-  for (size_t i = base; i < items.size(); ++i) {
-    const auto& it = items[i];
-    if (!it.used) continue;
-    Json value = it.isStruct ? hNode(m, it.child, pDepth + 1) : hScalar(it.value);
-    if (list) {
-      out.push_back(std::move(value));
-      continue;
+// Walks the tree and writes the document as it goes: the layout (brackets, commas, indentation) is
+// the library's own dump layout, and every name and value is written by the library's serializer,
+// straight into the output. No document tree is built, so a large structure costs no second copy.
+class Writer {
+ public:
+  Writer(std::string& rOut, int pIndent)
+      : out_(rOut), ser_(nlohmann::detail::output_adapter<char, std::string>(rOut), ' '), indent_(pIndent) {}
+
+  void Node(cls_StructureManager& m, int32_t pID, int pDepth) {
+    if (pDepth > mdl_StructureScript::MaxDepth())
+      Raise(err::kInvalidData, mdl_Limits::DepthMessage("Structure", mdl_Limits::kStructureDepth));
+    const auto& items = m.Items(pID);
+    const size_t base = m.HASZERO_GET(pID) ? 0 : 1;
+    const bool list = IsList(m, pID);
+    bool first = true;
+    out_ += list ? '[' : '{';
+    for (size_t i = base; i < items.size(); ++i) {
+      const auto& it = items[i];
+      if (!it.used) continue;
+      if (!first) out_ += ',';
+      first = false;
+      hBreak(pDepth + 1);
+      if (!list) {
+        // a node may hold a name twice: both are written, in slot order
+        std::string_view name = m.Names().Name(it.name);
+        hDump(Json(name.empty() ? IndexKey(static_cast<int32_t>(i)) : hUtf8(name)));
+        out_ += indent_ >= 0 ? ": " : ":";
+      }
+      if (it.isStruct) Node(m, it.child, pDepth + 1);
+      else hDump(hScalar(it.value));
     }
-    std::string_view name = m.Names().Name(it.name);
-    // A node may hold a name twice; both are written, in slot order (no lookup on the way).
-    out.get_ref<Json::object_t&>().emplace_back(name.empty() ? IndexKey(static_cast<int32_t>(i)) : hUtf8(name),
-                                                std::move(value));
+    if (!first) hBreak(pDepth);
+    out_ += list ? ']' : '}';
   }
-  return out;
-}
+
+ private:
+  void hBreak(int pLevel) {
+    if (indent_ < 0) return;
+    out_ += '\n';
+    out_.append(static_cast<size_t>(pLevel) * static_cast<size_t>(indent_), ' ');
+  }
+  void hDump(const Json& j) { ser_.dump(j, false, false, 0); }
+
+  std::string& out_;
+  nlohmann::detail::serializer<Json> ser_;
+  int indent_;
+};
 
 // ---- reader ------------------------------------------------------------------------------------
 
@@ -221,7 +246,8 @@ bool IsWideWhole(const Variant& pValue, int64_t& rWhole) {
 std::string IndexKey(int32_t pIndex) { return "[" + std::to_string(pIndex) + "]"; }
 
 std::string Write(cls_StructureManager& m, int32_t pID, int pIndent) {
-  std::string out = hNode(m, pID, 0).dump(pIndent < 0 ? -1 : pIndent);
+  std::string out;
+  Writer(out, pIndent).Node(m, pID, 0);
   if (pIndent >= 0) out += '\n';
   return out;
 }
