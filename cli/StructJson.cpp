@@ -7,9 +7,7 @@
 
 namespace rykel::cli {
 
-std::string StructToJson(cls_Structure& pStruct) {
-  return mdl_StructureJson::Write(*pStruct.MANAGER_GET(), pStruct.SID_GET());
-}
+std::string StructToJson(cls_Structure& pStruct) { return mdl_StructureJson::Write(pStruct); }
 
 StructurePtr JsonToStruct(std::string_view pText, const std::string& pWhere) {
   try {

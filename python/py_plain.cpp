@@ -17,8 +17,8 @@ void BindPlain(pyb::module_& m) {
          "keyed by the names as stored (upper case), with an unnamed item under its index as an int; an "
          "empty structure is {}.")
       .def(
-          "to_json", [](S& s, int indent) { return mdl_StructureJson::Write(*s.MANAGER_GET(), s.SID_GET(), indent); },
-          arg("indent") = 2, "The JSON text; indent < 0 writes one line.");
+          "to_json", [](S& s, int indent) { return mdl_StructureJson::Write(s, indent); }, arg("indent") = 2,
+          "The JSON text; indent < 0 writes one line.");
   m.def(
       "from_python", [](pyb::handle o) { return ToStructure(o); }, arg("obj"),
       "A new structure from a dict, list or tuple (nested ones become sub-structures).");

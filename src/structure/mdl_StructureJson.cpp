@@ -252,6 +252,8 @@ std::string Write(cls_StructureManager& m, int32_t pID, int pIndent) {
   return out;
 }
 
+std::string Write(cls_Structure& s, int pIndent) { return Write(*s.MANAGER_GET(), s.SID_GET(), pIndent); }
+
 StructurePtr Read(std::string_view pText) {
   mdl_Limits::CheckInputSize(pText.size(), "The JSON text");
   // one object or array: a lone scalar has no items to give

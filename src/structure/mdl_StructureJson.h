@@ -42,6 +42,8 @@ namespace mdl_StructureJson {
 // final line break, with pIndent < 0 on one line without one. Raises 1000 for a tree nested deeper
 // than STRUCTURE.DEPTH.MAX (a cycle included).
 std::string Write(cls_StructureManager& m, int32_t pID, int pIndent = 2);
+// Write for a handle: rykel::mdl_StructureJson::Write(*s) gives the pretty text.
+std::string Write(cls_Structure& s, int pIndent = 2);
 // A new structure holding the JSON text's items. Raises 1000 "JSON invalid at line L, column C:
 // reason" (column in characters) on malformed text, "JSON nested deeper than N levels" past
 // STRUCTURE.DEPTH.MAX, and INPUT.SIZE.MAX's error for a text over that size.

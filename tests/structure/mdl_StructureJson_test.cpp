@@ -39,7 +39,7 @@ TEST(StructureJson, RoundTripKeepsTextNumbersAndNesting) {
             R"({"A":0,"B":{},"A2":2,"X":1.2345678901234568e+20})");
   // a UTF-8 byte order mark and surrounding blanks are fine; pretty form ends with a line break
   auto s = mdl_StructureJson::Read("\xEF\xBB\xBF \n{\"a\": [1, {}]}\n");
-  EXPECT_EQ(mdl_StructureJson::Write(*s->MANAGER_GET(), s->SID_GET()), "{\n  \"A\": [\n    1,\n    {}\n  ]\n}\n");
+  EXPECT_EQ(mdl_StructureJson::Write(*s), "{\n  \"A\": [\n    1,\n    {}\n  ]\n}\n");
 }
 
 TEST(StructureJson, WriterShapesAndValues) {
