@@ -18,8 +18,9 @@ namespace rykel::mdl_StructureJson {
 
 namespace {
 
-// Insertion order is the item order, so the writer builds an ordered document.
-using Json = nlohmann::ordered_json;
+// The library's value type carries single names and values to its serializer, and its parser's
+// events to the Builder below; no document is ever built.
+using Json = nlohmann::json;
 
 constexpr double kWideLimit = 9007199254740992.0;  // 2^53: every whole number up to it is exact
 
