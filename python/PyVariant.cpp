@@ -47,10 +47,12 @@ struct PlainReader {
       if (PyUnicode_Check(key.ptr()) || PyBytes_Check(key.ptr())) {
         m.ITEMBYID_LET(id, ToVariant(key).str(), Value(item, pDepth));
       } else if (PyLong_Check(key.ptr())) {
-        const long long index = key.cast<long long>();
+        int overflow = 0;
+        const long long index = PyLong_AsLongLongAndOverflow(key.ptr(), &overflow);
         const long long gap = index - m.MAX(id) - 1;
-        if (index < 0 || (gap > 0 && (gapBudget -= gap) < 0))
-          Raise(err::kInvalidData, "numbered key " + std::to_string(index) + " out of range (0 up, opening at most " +
+        if (overflow || index < 0 || (gap > 0 && (gapBudget -= gap) < 0))
+          Raise(err::kInvalidData, "numbered key " + pyb::str(key).cast<std::string>() +
+                                       " out of range (0 up, opening at most " +
                                        std::to_string(mdl_Limits::UnusedSlotBudget(0)) + " unused items in total)");
         m.ITEM_LET(id, Variant(static_cast<int32_t>(index)), Value(item, pDepth), true);
       } else {
