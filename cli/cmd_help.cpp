@@ -34,6 +34,8 @@ constexpr HelpTopic kTopics[] = {
      "Its exchange form is PHP's serialized text; the script form is for reading and writing by hand.\n"
      "  rykel struct set person.name=Anna person.age=34\n"
      "  rykel struct convert --from php --to script examples/site/data/team.ser\n"
+     "JSON reads and writes as objects (named items) and arrays (numbered ones); names come back upper case.\n"
+     "  rykel struct convert --from json --to php data.json     rykel render --data data.json page.kel\n"
      "  rykel struct show FILE          rykel tree OPERATION ...          rykel serialized check FILE\n"
      "See docs/API.md (Structures) and docs/FORMATS.md.\n"},
     {"db", "Databases",

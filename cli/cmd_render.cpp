@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "StructJson.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
@@ -18,19 +19,57 @@ namespace {
 
 struct RenderOptions {
   std::string file, expression;
-  std::vector<std::string> directories, variables, settings, structs, databases;
+  std::vector<std::string> directories, variables, settings, structs, databases, data;
   bool errors = false, quiet = false;
 };
 
-// "NAME=VALUE": the value as a number when it is one, else as text.
-bool hAssign(cls_Structure& s, const std::string& a) {
+// A value that starts as a JSON object or array does: "{" then (after blanks) '"' or "}", or "["
+// then a JSON value's first character. Template text such as "{COMMENT}" or "[draft]" does not.
+bool hLooksLikeJson(std::string_view v) {
+  if (v.empty() || (v[0] != '{' && v[0] != '[')) return false;
+  size_t i = v.find_first_not_of(" \t\r\n", 1);
+  if (i == std::string_view::npos) return false;
+  std::string_view rest = v.substr(i);
+  if (v[0] == '{') return rest[0] == '"' || rest[0] == '}';
+  return std::string_view("\"{[]-0123456789").find(rest[0]) != std::string_view::npos || rest.starts_with("true") ||
+         rest.starts_with("false") || rest.starts_with("null");
+}
+
+// "NAME=VALUE": the value as a number when it is one, else as text; with pJson a value that starts
+// as JSON (hLooksLikeJson) is a structure read from it.
+bool hAssign(cls_Structure& s, const std::string& a, bool pJson) {
   auto eq = a.find('=');
   if (eq == std::string::npos || eq == 0) return false;
-  std::string value = a.substr(eq + 1);
+  std::string name = a.substr(0, eq), value = a.substr(eq + 1);
   double d;
-  if (IsNumericText(value) && ParseNumber(value, d)) s.ITEM_LET(a.substr(0, eq), d);
-  else s.ITEM_LET(a.substr(0, eq), value);
+  if (pJson && hLooksLikeJson(value)) s.ITEM_LET(name, Variant(JsonToStruct(value, "--var " + name)));
+  else if (IsNumericText(value) && ParseNumber(value, d)) s.ITEM_LET(name, d);
+  else s.ITEM_LET(name, value);
   return true;
+}
+
+// A structure file for --struct and --data: JSON when the name ends in ".json", serialized text
+// when it starts so, else the script form.
+StructurePtr hReadStructure(const std::string& pFile) {
+  std::string content = ReadInput(pFile);
+  if (IsJsonFile(pFile)) return JsonToStruct(content, pFile);
+  auto value = cls_Structure::New();
+  if (content.starts_with("a:") || content.starts_with("O:") || content.starts_with("QS")) value->UNSERIALIZE(content);
+  else value->PARSE(content);
+  return value;
+}
+
+// --data FILE: each named item at the top of the file becomes a variable.
+void hAddData(cls_Structure& rVariables, const std::string& pFile) {
+  auto data = hReadStructure(pFile);
+  for (int32_t i = data->BASE(); i <= data->MAX(); ++i) {
+    if (!data->EXISTS_GET(i)) continue;
+    std::string name = data->ID_GET(i);
+    if (name.empty())
+      FailUsage(pFile + ": item " + std::to_string(i) +
+                " has no name; --data needs named items at the top (a JSON object, not an array)");
+    rVariables.ITEMBYID_LET(name, data->ITEM_GET(i));
+  }
 }
 
 // Each recorded error once on stderr: "file:line:column: message" in plain text, or with pHtml the
@@ -65,10 +104,18 @@ void AddRenderCommand(CLI::App& app) {
   // one value per use of a repeatable option, so a template file after it is not taken as a value
   r->add_option("-d,--directory", o.directories, "directory searched for templates (repeatable)")
       ->allow_extra_args(false);
-  r->add_option("-v,--var", o.variables, "NAME=VALUE: a template variable (repeatable)")->allow_extra_args(false);
+  r->add_option("-v,--var", o.variables,
+                "NAME=VALUE: a template variable (repeatable); a VALUE that starts as a JSON object or array "
+                "({\"... or [ and a JSON value) is read as JSON and gives a structure")
+      ->allow_extra_args(false);
   r->add_option("-s,--setting", o.settings, "KEY=VALUE: an interpreter setting (repeatable)")->allow_extra_args(false);
   r->add_option("--struct", o.structs,
-                "NAME=FILE: a structure variable read from a serialized (or script-form) file (repeatable)")
+                "NAME=FILE: a structure variable read from a file: JSON when FILE ends in .json, else serialized "
+                "(or script-form) text (repeatable)")
+      ->allow_extra_args(false);
+  r->add_option("--data", o.data,
+                "FILE: each top-level key of a JSON object (or named item of a structure file) becomes a variable; "
+                "-v and --struct override them (repeatable)")
       ->allow_extra_args(false);
   r->add_option("--db", o.databases,
                 "[NAME=]FILE: a database opened read-only for the DB commands (repeatable; the last is current)")
@@ -103,20 +150,16 @@ void AddRenderCommand(CLI::App& app) {
     }
     // a directory is joined to file names as it is: make sure it ends with "/"
     for (const auto& d : o.directories) k->DIRECTORIES->ADD(d.ends_with("/") ? d : d + "/");
+    for (const auto& f : o.data) hAddData(*k->VARIABLES, f);
     for (const auto& v : o.variables)
-      if (!hAssign(*k->VARIABLES, v)) throw CLI::ValidationError("--var", "expected NAME=VALUE: " + v);
+      if (!hAssign(*k->VARIABLES, v, true)) throw CLI::ValidationError("--var", "expected NAME=VALUE: " + v);
     for (const auto& a : o.structs) {
       auto eq = a.find('=');
       if (eq == std::string::npos || eq == 0) throw CLI::ValidationError("--struct", "expected NAME=FILE: " + a);
-      std::string content = ReadInput(a.substr(eq + 1));
-      auto value = cls_Structure::New();
-      if (content.starts_with("a:") || content.starts_with("O:") || content.starts_with("QS"))
-        value->UNSERIALIZE(content);
-      else value->PARSE(content);
-      k->VARIABLES->ITEM_LET(a.substr(0, eq), Variant(value));
+      k->VARIABLES->ITEM_LET(a.substr(0, eq), Variant(hReadStructure(a.substr(eq + 1))));
     }
     for (const auto& s : o.settings)
-      if (!hAssign(*k->SETTINGS, s)) throw CLI::ValidationError("--setting", "expected KEY=VALUE: " + s);
+      if (!hAssign(*k->SETTINGS, s, false)) throw CLI::ValidationError("--setting", "expected KEY=VALUE: " + s);
     std::string out = k->PROCESS(text, nullptr);
     std::fwrite(out.data(), 1, out.size(), stdout);
     std::fflush(stdout);

@@ -9,7 +9,9 @@
 #include "frame/Error.h"
 #include "frame/mdl_Global.h"
 #include "structure/cls_Structure.h"
+#include "structure/cls_StructureManager.h"
 #include "structure/mdl_GlobalStructure.h"
+#include "structure/mdl_StructureScript.h"
 
 namespace rykel::cli {
 
@@ -38,21 +40,30 @@ std::string_view hTrimEnd(std::string_view t) {
   return t;
 }
 
-// The text forms "rykel struct convert" reads and writes, one row each.
+// JSON gives a new structure; its items move into the (empty) target.
+void hReadJson(std::string_view t, cls_Structure& s, const std::string& where) {
+  auto read = JsonToStruct(t, where);
+  mdl_StructureScript::MoveContent(*s.MANAGER_GET(), read->SID_GET(), s.SID_GET());
+}
+
+// The text forms "rykel struct convert" reads and writes, one row each. A reader fills an empty
+// structure; "where" names the input in messages.
 struct Form {
   const char* name;
-  void (*read)(std::string_view text, cls_Structure& s);
+  void (*read)(std::string_view text, cls_Structure& s, const std::string& where);
   std::string (*write)(cls_Structure& s);
 };
 const Form kForms[] = {
-    {"script", [](std::string_view t, cls_Structure& s) { s.PARSE(t); }, [](cls_Structure& s) { return s.SCRIPT(); }},
-    {"json", [](std::string_view t, cls_Structure& s) { JsonToStruct(t, s); },
-     [](cls_Structure& s) { return StructToJson(s); }},
-    {"php", [](std::string_view t, cls_Structure& s) { s.UNSERIALIZE(hTrimEnd(t)); },
+    {"script", [](std::string_view t, cls_Structure& s, const std::string&) { s.PARSE(t); },
+     [](cls_Structure& s) { return s.SCRIPT(); }},
+    {"json", hReadJson, [](cls_Structure& s) { return StructToJson(s); }},
+    {"php", [](std::string_view t, cls_Structure& s, const std::string&) { s.UNSERIALIZE(hTrimEnd(t)); },
      [](cls_Structure& s) { return s.SERIALIZE() + "\n"; }},
-    {"compact", [](std::string_view t, cls_Structure& s) { s.UNSERIALIZEBINARY(hTrimEnd(t)); },
+    {"compact", [](std::string_view t, cls_Structure& s, const std::string&) { s.UNSERIALIZEBINARY(hTrimEnd(t)); },
      [](cls_Structure& s) { return s.SERIALIZEBINARY() + "\n"; }},
 };
+
+std::string hInputName(const std::string& file) { return file == "-" ? "<stdin>" : file; }
 
 const Form& hForm(const std::string& name) {
   for (const Form& f : kForms)
@@ -96,12 +107,13 @@ void AddStructCommands(CLI::App& app) {
   convert->add_option("FILE", convertFile, "input file, \"-\" for standard input")->required();
   convert->footer(
       "Forms: php (PHP's serialize text), script (the structure file form), compact (\"QS1:\" text),\n"
-      "json (objects for named items, arrays for numbered ones; dates as \"yyyy-mm-dd HH:MM:SS\"; a byte\n"
-      "that is not UTF-8, such as PHP's Latin-1 text, as \\u00XX). Files and standard input are read up to\n"
-      "INPUT.SIZE.MAX (1 GiB).");
+      "json (objects for named items, arrays for purely numbered ones, an unnamed item among named ones\n"
+      "under \"[i]\"; names come back upper case; dates as \"yyyy-mm-dd HH:MM:SS\"; a byte that is not\n"
+      "UTF-8, such as PHP's Latin-1 text, as its Latin-1 character). Malformed JSON is a usage error\n"
+      "(exit 2) naming its line and column. Files and standard input are read up to INPUT.SIZE.MAX (1 GiB).");
   convert->callback([] {
     auto s = cls_Structure::New();
-    hForm(from).read(ReadInput(convertFile), *s);
+    hForm(from).read(ReadInput(convertFile), *s, hInputName(convertFile));
     std::string out = hForm(to).write(*s);
     std::fwrite(out.data(), 1, out.size(), stdout);
   });
@@ -114,7 +126,7 @@ void AddStructCommands(CLI::App& app) {
   show->add_flag("--json", showJson, "print the JSON view instead of the tree");
   show->callback([] {
     auto s = cls_Structure::New();
-    hForm(showFrom).read(ReadInput(showFile), *s);
+    hForm(showFrom).read(ReadInput(showFile), *s, hInputName(showFile));
     if (showJson) {
       std::string out = StructToJson(*s);
       std::fwrite(out.data(), 1, out.size(), stdout);

@@ -22,7 +22,7 @@ set(RYKEL_PUBLIC_HEADERS
   frame/mdl_Global.h frame/mdl_Limits.h
   frame/cls_Collection.h frame/cls_CollectionValues.h frame/cls_CollectionInt.h
   structure/cls_Structure.h structure/cls_StructureManager.h structure/cls_StructureTools.h
-  structure/mdl_GlobalStructure.h
+  structure/mdl_GlobalStructure.h structure/mdl_StructureJson.h
   interpreter/cls_KEL.h interpreter/cls_KELModules.h interpreter/cls_KELModule.h
   interpreter/cls_KELModuleInterface.h
   database/cls_DB.h database/cls_DBField.h database/cls_DBIndex.h database/cls_DBView.h

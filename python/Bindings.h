@@ -11,6 +11,7 @@ namespace rykel::py {
 void BindFrame(pyb::module_& m);
 void BindStructure(pyb::module_& m);
 void BindStructureText(pyb::module_& m);  // after BindStructure: adds to its classes
+void BindPlain(pyb::module_& m);          // after BindStructure: dicts, lists and JSON
 void BindTools(pyb::module_& m);
 void BindCollections(pyb::module_& m);
 void BindDB(pyb::module_& m);

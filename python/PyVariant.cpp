@@ -3,6 +3,11 @@
 #include <cmath>
 
 #include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/mdl_Limits.h"
+#include "structure/cls_StructureManager.h"
+#include "structure/mdl_StructureJson.h"
+#include "structure/mdl_StructureScript.h"
 
 namespace rykel::py {
 
@@ -18,7 +23,91 @@ pyb::object& hDateClass() {
   return *cls;
 }
 
+// Converts nested plain data: the depth of the container being filled and the unused slots that
+// int keys may still open, shared by the whole conversion.
+struct PlainReader {
+  int64_t gapBudget = mdl_Limits::UnusedSlotBudget(0);
+
+  Variant Value(pyb::handle h, int pDepth) {
+    if (IsPlainContainer(h)) return Variant(Fill(h, pDepth + 1));
+    return ToVariant(h);
+  }
+
+  StructurePtr Fill(pyb::handle h, int pDepth) {
+    if (pDepth > mdl_StructureScript::MaxDepth())
+      Raise(err::kInvalidData, mdl_Limits::DepthMessage("Python data", mdl_Limits::kStructureDepth));
+    auto s = cls_Structure::New();
+    cls_StructureManager& m = *s->MANAGER_GET();
+    const int32_t id = s->SID_GET();
+    if (!PyDict_Check(h.ptr())) {
+      for (pyb::handle item : h) m.ADD(id, Value(item, pDepth));
+      return s;
+    }
+    for (auto [key, item] : pyb::reinterpret_borrow<pyb::dict>(h)) {
+      if (PyUnicode_Check(key.ptr()) || PyBytes_Check(key.ptr())) {
+        m.ITEMBYID_LET(id, ToVariant(key).str(), Value(item, pDepth));
+      } else if (PyLong_Check(key.ptr())) {
+        int overflow = 0;
+        const long long index = PyLong_AsLongLongAndOverflow(key.ptr(), &overflow);
+        const long long gap = index - m.MAX(id) - 1;
+        if (overflow || index < 0 || (gap > 0 && (gapBudget -= gap) < 0))
+          Raise(err::kInvalidData, "numbered key " + pyb::str(key).cast<std::string>() +
+                                       " out of range (0 up, opening at most " +
+                                       std::to_string(mdl_Limits::UnusedSlotBudget(0)) + " unused items in total)");
+        m.ITEM_LET(id, Variant(static_cast<int32_t>(index)), Value(item, pDepth), true);
+      } else {
+        throw pyb::type_error("a dict key must be str or int to become an item name or index, not " +
+                              pyb::str(key.get_type().attr("__name__")).cast<std::string>());
+      }
+    }
+    return s;
+  }
+};
+
+pyb::object hItemToPython(cls_StructureManager& m, const cls_StructureManager::Item& pItem, int pDepth);
+
+pyb::object hNodeToPython(cls_StructureManager& m, int32_t pID, int pDepth) {
+  if (pDepth > mdl_StructureScript::MaxDepth())
+    Raise(err::kInvalidData, mdl_Limits::DepthMessage("Structure", mdl_Limits::kStructureDepth));
+  const auto& items = m.Items(pID);
+  const size_t base = m.HASZERO_GET(pID) ? 0 : 1;
+  if (mdl_StructureJson::IsList(m, pID)) {
+    pyb::list out(items.size() - base);
+    for (size_t i = base; i < items.size(); ++i) out[i - base] = hItemToPython(m, items[i], pDepth);
+    return out;
+  }
+  pyb::dict out;
+  for (size_t i = base; i < items.size(); ++i) {
+    if (!items[i].used) continue;
+    std::string_view name = m.Names().Name(items[i].name);
+    pyb::object key = name.empty() ? pyb::object(pyb::int_(i)) : TextToPython(name);
+    // the first item of a name is the one lookups find
+    if (!out.contains(key)) out[key] = hItemToPython(m, items[i], pDepth);
+  }
+  return out;
+}
+
+pyb::object hItemToPython(cls_StructureManager& m, const cls_StructureManager::Item& pItem, int pDepth) {
+  if (pItem.isStruct) return hNodeToPython(m, pItem.child, pDepth + 1);
+  int64_t whole = 0;
+  if (mdl_StructureJson::IsWideWhole(pItem.value, whole)) return pyb::int_(whole);
+  return FromVariant(pItem.value);
+}
+
 }  // namespace
+
+bool IsPlainContainer(pyb::handle h) {
+  return PyDict_Check(h.ptr()) || PyList_Check(h.ptr()) || PyTuple_Check(h.ptr());
+}
+
+StructurePtr ToStructure(pyb::handle h) {
+  if (!IsPlainContainer(h))
+    throw pyb::type_error("a dict, list or tuple expected, not " +
+                          pyb::str(h.get_type().attr("__name__")).cast<std::string>());
+  return PlainReader().Fill(h, 1);
+}
+
+pyb::object ToPython(cls_Structure& s) { return hNodeToPython(*s.MANAGER_GET(), s.SID_GET(), 1); }
 
 PyHostObject::~PyHostObject() {
   if (!Py_IsInitialized() || _Py_IsFinalizing()) {
@@ -88,6 +177,7 @@ Variant ToVariant(pyb::handle h) {
     if (!date::FromParts(p, d)) throw pyb::value_error("date out of range");
     return Variant::Date(d);
   }
+  if (IsPlainContainer(h)) return Variant(ToStructure(h));
   if (h.is(NullObject())) return Variant::Null();
   if (pyb::isinstance<Object>(h)) return Variant(h.cast<std::shared_ptr<Object>>());
   return Variant(ObjectPtr(std::make_shared<PyHostObject>(pyb::reinterpret_borrow<pyb::object>(h))));

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "frame/Variant.h"
+#include "structure/cls_Structure.h"
 
 namespace rykel::py {
 
@@ -37,6 +38,15 @@ class PyHostObject : public Object {
 pyb::object NullObject();
 Variant ToVariant(pyb::handle h);
 pyb::object FromVariant(const Variant& v);
+// True for the Python containers that convert to a structure: dict, list and tuple.
+bool IsPlainContainer(pyb::handle h);
+// A new structure holding a dict's items by name (str keys; int keys as numbered items), or a
+// list's or tuple's as numbered items from 1. Raises TypeError for any other object or key type,
+// rykel.Error 1000 past STRUCTURE.DEPTH.MAX (a container holding itself included) or when int keys
+// open more unused slots than mdl_Limits::UnusedSlotBudget(0).
+StructurePtr ToStructure(pyb::handle h);
+// The structure as a list (a list-shaped node) or dict, sub-structures converted alike.
+pyb::object ToPython(cls_Structure& s);
 // str for valid UTF-8, else bytes (see the header comment).
 pyb::object TextToPython(std::string_view s);
 void BindVariantSupport(pyb::module_& m);
@@ -53,6 +63,18 @@ struct type_caster<rykel::Variant> {
   }
   static handle cast(const rykel::Variant& v, return_value_policy, handle) {
     return rykel::py::FromVariant(v).release();
+  }
+};
+// A structure argument also takes plain data (a dict, list or tuple), converted by ToStructure.
+template <>
+class type_caster<rykel::StructurePtr> : public copyable_holder_caster<rykel::cls_Structure, rykel::StructurePtr> {
+ public:
+  bool load(handle src, bool convert) {
+    if (copyable_holder_caster::load(src, convert)) return true;
+    if (!rykel::py::IsPlainContainer(src)) return false;
+    holder = rykel::py::ToStructure(src);
+    value = holder.get();
+    return true;
   }
 };
 // std::string results leave as TextToPython makes them; arguments read str or bytes as before.

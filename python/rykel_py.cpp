@@ -8,6 +8,7 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindFrame(m);
   rykel::py::BindStructure(m);
   rykel::py::BindStructureText(m);
+  rykel::py::BindPlain(m);
   rykel::py::BindTools(m);
   rykel::py::BindCollections(m);
   rykel::py::BindDB(m);
