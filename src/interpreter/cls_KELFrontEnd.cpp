@@ -149,6 +149,7 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
 void hAutoescape(cls_KEL& k, std::string_view pCmd, const Variant& pValue, std::string_view& rResult,
                  std::string& rConverted) {
   if ((pValue.isObject() && k.run_.html) || rResult.substr(0, 4) == "ERR:") return;
+  if (rResult.find_first_of("&<>\"'{}$") == std::string_view::npos) return;  // nothing to escape or mark
   if (!cls_KELExecutor::IsVariableOutput(pCmd)) return;
   rConverted = k.hData(text::HtmlEscapeText(rResult));
   rResult = rConverted;
