@@ -34,6 +34,7 @@ bool hIncrement(std::string& rDigits) {
   return false;
 }
 
+// REQUIRES: pAbs finite and not negative.
 Digits hDigits(double pAbs, int pDecimals, RoundMode pMode, bool pNegative) {
   Digits d;
   if (pAbs != 0) {
@@ -186,6 +187,7 @@ std::string_view hNamed(std::string_view f) {
 // Writes the section for the non-negative pAbs; rZero tells whether the digits shown are all 0.
 std::string hRender(const Section& sec, double pAbs, const Separators& pSep, bool pNegative, bool& rZero) {
   double a = pAbs * std::pow(100.0, sec.percent) / std::pow(1000.0, sec.scale);
+  if (!std::isfinite(a)) return NumberText(a);  // "%%%..." past the largest double
   const auto& toks = sec.toks;
   size_t point = toks.size(), expAt = toks.size();
   for (size_t i = 0; i < toks.size(); ++i) {
@@ -207,7 +209,9 @@ std::string hRender(const Section& sec, double pAbs, const Separators& pSep, boo
     if (a != 0) {
       exp10 = static_cast<int>(std::floor(std::log10(a))) - (k - 1);
       for (int tries = 0; tries < 3; ++tries) {
-        d = hDigits(a / std::pow(10.0, exp10), places, RoundMode::Common, pNegative);
+        double mantissa = a / std::pow(10.0, exp10);
+        if (!std::isfinite(mantissa)) return NumberText(a);  // near the smallest doubles
+        d = hDigits(mantissa, places, RoundMode::Common, pNegative);
         if (static_cast<int>(d.whole.size()) > k) ++exp10;
         else if (static_cast<int>(d.whole.size()) < k && !d.IsZero()) --exp10;
         else break;

@@ -127,12 +127,12 @@ Variant hCapitalize(TextCall& c) {
   return c.Out(text::UCase(std::string_view(s).substr(0, n)) + text::LCase(std::string_view(s).substr(n)));
 }
 
-// A value comes back as it is when it is not empty: numbers stay numbers, structures stay
-// structures, texts are data.
+// Numbers, dates and truth values come back as they are; texts and structures (by their output
+// text) as data.
 Variant hDefault(TextCall& c) {
   Variant v = c.Get("VALUE");
   if (hIsEmpty(v)) v = c.Get("DEFAULT");
-  return v.isString() ? c.Out(c.Text(v)) : v;
+  return v.isString() || v.isObject() ? c.Out(c.Text(v)) : v;
 }
 
 Variant hJoin(TextCall& c) {

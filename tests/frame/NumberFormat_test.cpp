@@ -63,9 +63,15 @@ TEST(NumberFormat, FormatCodes) {
       {123.456, "", kGerman, "123,456"},
       {123.456, "General Number", kEnglish, "123.456"},
       {NAN, "0.00", kGerman, "NaN"},
+      // formats that take the value out of range, and stray quotes and escapes
+      {4.9e-324, "0.0E+0", kEnglish, "4.94065645841247E-324"},
+      {5, "0\\", kGerman, "5\\"},
+      {5, "0\"abc", kGerman, "5abc"},
+      {5, "0;\\;x", kGerman, "5"},
   };
   for (const auto& c : cases)
     EXPECT_EQ(Format(c.value, c.format, c.sep), c.expected) << c.value << " with \"" << c.format << "\"";
+  EXPECT_EQ(Format(5, "0" + std::string(200, '%')), "Inf");
 }
 
 TEST(NumberFormat, Round) {

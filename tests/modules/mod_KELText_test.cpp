@@ -71,6 +71,7 @@ TEST(mod_KELText, Commands) {
       {"{VAR t {{TEXT:RAW VAR:cmd}}}{VAR:t} {NESTED {{TEXT:TRIM VAR:cmd}}}", "{VAR:secret} {VAR:secret}", 0},
       {"{TEXT:LENGTH {{DATA:cmd}}} {TEXT:URL {{DATA:cmd}}}", "12 %7BVAR%3Asecret%7D", 0},
       {"<i x='{TEXT:LBRACE}VAR:secret{TEXT:RBRACE}'>", "<i x='{VAR:secret}'>", 0},
+      {"{STRUCT s A=VAR:cmd}{TEXT:DEFAULT VAR:s x}", "A: {VAR:secret}", 0},  // a structure too is data
       // Authors' mistakes: an unknown command, a missing parameter.
       {"{TEXT:NOPE x}", "ERR:---TEXT function not supported: NOPE---", 1},
       {"[{TEXT:HTML}]", "[]", 1},
