@@ -2,6 +2,8 @@
 //   KEL_W2        the 10,000-row table page ($KEL_W2_DIR/table.kel with its header include) from the
 //                 rows in $KEL_W2_ROWS (name<TAB>city<TAB>amount<TAB>active per line); the output of one
 //                 render is written to $KEL_W2_OUT when set
+//   KEL_EscapedW2 the same page with autoescape on (every {VAR:x} escaped for HTML); its output goes
+//                 to $KEL_W2_ESCAPED_OUT when set
 //   KEL_Flat100   a flat template of 100 variable references (commands per second)
 //   KEL_BigText   1 MB of text with 10 commands (bytes per second)
 #include <benchmark/benchmark.h>
@@ -42,7 +44,7 @@ StructurePtr hRows(const std::string& path) {
   return rows;
 }
 
-void KEL_W2(benchmark::State& state) {
+void hW2(benchmark::State& state, bool pAutoescape, const char* pOutEnv) {
   const char* rowsPath = std::getenv("KEL_W2_ROWS");
   if (!rowsPath) {
     state.SkipWithError("KEL_W2_ROWS not set");
@@ -58,16 +60,22 @@ void KEL_W2(benchmark::State& state) {
     return;
   }
   cls_KEL k;
+  k.AUTOESCAPE_LET(pAutoescape);
   k.DIRECTORIES->ADD(dir);
   k.VARIABLES->ITEM_LET("TITLE", "Personen");
   k.VARIABLES->ITEM_LET("ROWS", Variant(hRows(rowsPath)));
   std::string out = k.PROCESS(page, nullptr);  // warm-up
   if (k.ERRORLIST->COUNT() > 0) state.SkipWithError("the page recorded errors");
-  if (const char* o = std::getenv("KEL_W2_OUT")) std::ofstream(o, std::ios::binary) << out;
+  if (const char* o = std::getenv(pOutEnv)) std::ofstream(o, std::ios::binary) << out;
   for (auto _ : state) benchmark::DoNotOptimize(k.PROCESS(page, nullptr));
   state.counters["bytes_out"] = static_cast<double>(out.size());
 }
+
+void KEL_W2(benchmark::State& state) { hW2(state, false, "KEL_W2_OUT"); }
 BENCHMARK(KEL_W2)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+void KEL_EscapedW2(benchmark::State& state) { hW2(state, true, "KEL_W2_ESCAPED_OUT"); }
+BENCHMARK(KEL_EscapedW2)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
 void KEL_Flat100(benchmark::State& state) {
   cls_KEL k;

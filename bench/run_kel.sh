@@ -2,6 +2,7 @@
 # KEL side by side with Jinja2: the W2 page (10,000-row table, three substitutions and an if/else per
 # row, a header include) rendered by bench_kel and by Jinja2 in its fastest form (table_subscript.html,
 # autoescape off, compiled once), in one run; checks that both give the same HTML and prints the ratio.
+# The same with autoescape on both sides (KEL's SYS.AUTOESCAPE, Jinja2's autoescape=True).
 # Also prints commands per second for a flat 100-command template and the 1 MB text rate.
 # KEL protects <style> sections: their braces come out as "[[" "]]", so those two marks are mapped
 # back before the outputs are compared.
@@ -20,7 +21,8 @@ with open(sys.argv[2], "w", encoding="utf-8") as f:
     for r in rows:
         f.write("%s\t%s\t%s\t%d\n" % (r["name"], r["city"], r["amount"], 1 if r["active"] else 0))
 PYEOF
-KEL_W2_DIR=bench/kel_w2 KEL_W2_ROWS="$OUT/w2_rows.tsv" KEL_W2_OUT="$OUT/w2_kel.html" RYKEL_QUIET=1 \
+KEL_W2_DIR=bench/kel_w2 KEL_W2_ROWS="$OUT/w2_rows.tsv" KEL_W2_OUT="$OUT/w2_kel.html" \
+  KEL_W2_ESCAPED_OUT="$OUT/w2_kel_escaped.html" RYKEL_QUIET=1 \
   "$OUT/bench_kel" --benchmark_format=json --benchmark_out="$OUT/kel.json" --benchmark_out_format=json \
   --benchmark_repetitions=5 >/dev/null
 $PY - "$PEERS/w2" "$OUT" <<'PYEOF'
@@ -36,16 +38,28 @@ times = []
 for _ in range(5):
     t0 = time.perf_counter_ns(); s = t.render(ctx); times.append((time.perf_counter_ns() - t0) / 1e6)
 jinja_ms = statistics.median(times)
+env_esc = jinja2.Environment(loader=jinja2.FileSystemLoader(os.path.join(peer, "templates")), autoescape=True)
+t_esc = env_esc.get_template("table_subscript.html")
+ref_esc = t_esc.render(ctx)
+times = []
+for _ in range(5):
+    t0 = time.perf_counter_ns(); s = t_esc.render(ctx); times.append((time.perf_counter_ns() - t0) / 1e6)
+jinja_esc_ms = statistics.median(times)
 kel_out = open(os.path.join(out, "w2_kel.html"), encoding="utf-8").read()
 same = kel_out.replace("[[", "{").replace("]]", "}") == ref
+kel_esc = open(os.path.join(out, "w2_kel_escaped.html"), encoding="utf-8").read()
+same_esc = kel_esc.replace("[[", "{").replace("]]", "}").replace("&quot;", "&#34;") == ref_esc
 res = json.load(open(os.path.join(out, "kel.json")))["benchmarks"]
 def median(name, key="real_time"):
     return [b for b in res if b["name"].startswith(name) and b.get("aggregate_name") == "median"][0][key]
 kel_ms = median("KEL_W2")
 print(f"W2 page, same HTML output: {same}")
 print(f"W2 render   KEL {kel_ms:8.1f} ms   Jinja2 {jinja_ms:8.1f} ms   ratio KEL/Jinja2 {kel_ms / jinja_ms:5.2f}")
+kel_esc_ms = median("KEL_EscapedW2")
+print(f"W2 page with autoescape, same HTML output: {same_esc}")
+print(f"W2 escaped  KEL {kel_esc_ms:8.1f} ms   Jinja2 {jinja_esc_ms:8.1f} ms   ratio KEL/Jinja2 {kel_esc_ms / jinja_esc_ms:5.2f}")
 print(f"flat 100-command template: {median('KEL_Flat100', 'commands_per_s') / 1e6:6.2f} M commands/s")
 print(f"1 MB text with 10 commands: {median('KEL_BigText', 'real_time'):6.2f} ms ({median('KEL_BigText', 'bytes_per_second') / 1e9:5.2f} GB/s)")
-if not same:
+if not same or not same_esc:
     sys.exit(1)
 PYEOF

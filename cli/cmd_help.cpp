@@ -1,6 +1,7 @@
 // rykel help [TOPIC]: short guides to the program's areas. The topics below are the one source of
 // this text: `rykel help --man` prints them as the manual page docs/rykel.1 (a test keeps the two
-// equal), and each topic points to the document in docs/ that goes deeper.
+// equal), and each topic points to the document in docs/ that goes deeper. `rykel help kel` also
+// prints the traps and the cheat sheet that open docs/KEL.md, built into the program from there.
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -9,12 +10,16 @@
 
 namespace rykel::cli {
 
+// The traps and the cheat sheet that open docs/KEL.md (generated from it at build time).
+extern const std::string_view kKelGuide;
+
 namespace {
 
 struct HelpTopic {
   std::string_view name;
   std::string_view title;
-  std::string_view text;  // lines; a line led by two blanks is an example
+  std::string_view text;                    // lines; a line led by two blanks is an example
+  const std::string_view* guide = nullptr;  // printed after the text by `rykel help TOPIC` only
 };
 
 constexpr HelpTopic kTopics[] = {
@@ -22,13 +27,16 @@ constexpr HelpTopic kTopics[] = {
      "Templates are text with commands in braces; each command's result replaces it and is read again.\n"
      "Variables {VAR x 5} {VAR:x}, blocks {BLOCK row {...}} {BLOCK:row}, conditions {IF (x > 3) {a} {b}},\n"
      "loops {FOR i 1 3 1 {...}} {ITERATE item VAR:list {...}} {WHILE (cond) {...}}, files {INCLUDE name}\n"
-     "(looked for as given, under pages/ and inc/, in every -d folder), modules IO:, STRUCT: and DB:.\n"
+     "(looked for as given, under pages/ and inc/, in every -d folder), modules IO:, STRUCT:, TEXT: and DB:.\n"
+     "TEXT: escapes, formats and joins values: {TEXT:HTML VAR:x} {TEXT:FORMAT (sum) \"#,##0.00\"};\n"
+     "render --autoescape escapes every {VAR:x} of the page for HTML.\n"
      "Errors never stop a page: they become ERR:---...--- texts, and render prints each on stderr as\n"
      "file:line:column: message and exits with 1 (--errors: the HTML lines instead, --quiet: nothing).\n"
      "A page cut short (over 100 commands, an unclosed quote, a limit) is listed the same way.\n"
      "  rykel render -e '{VAR x 5}{IF (x > 3) {big} {small}}'\n"
      "  rykel render -d examples/site --struct team=examples/site/data/team.ser examples/site/pages/index.kel\n"
-     "See docs/KEL.md.\n"},
+     "See docs/KEL.md.\n",
+     &kKelGuide},
     {"struct", "Structures",
      "A structure is a tree of named and numbered items; dotted keys reach into sub-structures.\n"
      "Its exchange form is PHP's serialized text; the script form is for reading and writing by hand.\n"
@@ -152,6 +160,7 @@ void AddHelpCommand(CLI::App& app) {
       FailUsage("no topic '" + topic + "'");
     }
     std::printf("%s\n\n%s", std::string(t->title).c_str(), std::string(t->text).c_str());
+    if (t->guide) std::printf("\n%s", std::string(*t->guide).c_str());
   });
 }
 

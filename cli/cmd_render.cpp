@@ -20,7 +20,7 @@ namespace {
 struct RenderOptions {
   std::string file, expression;
   std::vector<std::string> directories, variables, settings, structs, databases, data;
-  bool errors = false, quiet = false;
+  bool errors = false, quiet = false, autoescape = false;
 };
 
 // A value that starts as a JSON object or array does: "{" then (after blanks) '"' or "}", or "["
@@ -120,6 +120,8 @@ void AddRenderCommand(CLI::App& app) {
   r->add_option("--db", o.databases,
                 "[NAME=]FILE: a database opened read-only for the DB commands (repeatable; the last is current)")
       ->allow_extra_args(false);
+  r->add_flag("--autoescape", o.autoescape,
+              "escape the text of every {VAR:name} and {DATA:name} in the page for HTML (SYS.AUTOESCAPE=1)");
   r->add_flag("--errors", o.errors, "print the error list as its HTML lines instead of plain text");
   r->add_flag("-q,--quiet", o.quiet, "print nothing on standard error (the exit status still tells)");
   r->callback([] {
@@ -158,6 +160,7 @@ void AddRenderCommand(CLI::App& app) {
       if (eq == std::string::npos || eq == 0) throw CLI::ValidationError("--struct", "expected NAME=FILE: " + a);
       k->VARIABLES->ITEM_LET(a.substr(0, eq), Variant(hReadStructure(a.substr(eq + 1))));
     }
+    if (o.autoescape) k->AUTOESCAPE_LET(true);
     for (const auto& s : o.settings)
       if (!hAssign(*k->SETTINGS, s, false)) throw CLI::ValidationError("--setting", "expected KEY=VALUE: " + s);
     std::string out = k->PROCESS(text, nullptr);

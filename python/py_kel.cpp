@@ -6,6 +6,7 @@
 #include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELIO.h"
 #include "modules/mod_KELStructure.h"
+#include "modules/mod_KELText.h"
 
 namespace rykel::py {
 
@@ -79,6 +80,9 @@ void BindKEL(pyb::module_& m) {
           "TELNORM", [](const std::string& s) { return mod_KELIO::TELNORM(s); }, arg("pNumber"));
   pyb::class_<mod_KELStructure, MI, std::shared_ptr<mod_KELStructure>>(m, "mod_KELStructure").def(pyb::init([] {
     return std::make_shared<mod_KELStructure>();
+  }));
+  pyb::class_<mod_KELText, MI, std::shared_ptr<mod_KELText>>(m, "mod_KELText").def(pyb::init([] {
+    return std::make_shared<mod_KELText>();
   }));
 
   using M = cls_KELModule;
@@ -178,6 +182,8 @@ void BindKEL(pyb::module_& m) {
       .def("QUITEXEC", &K::QUITEXEC)
       .def("QUIT_GET", &K::QUIT_GET)
       .def("CUTSHORT_GET", &K::CUTSHORT_GET)
+      .def("AUTOESCAPE_GET", &K::AUTOESCAPE_GET)
+      .def("AUTOESCAPE_LET", &K::AUTOESCAPE_LET, arg("pValue"))
       .def(
           "SYNTAXCHECK",
           [](K& k, StructurePtr v, const std::string& w) {

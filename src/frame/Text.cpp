@@ -182,8 +182,12 @@ std::vector<std::string> Split(std::string_view s, std::string_view delim) {
   }
 }
 
-void AppendHtmlEscaped(std::string& out, std::string_view s, bool pStrict) {
-  const char* lineBreak = pStrict ? "<br/>" : "<br>";
+namespace {
+
+enum class HtmlMode { Lines, Strict, Text };
+
+void hAppendHtml(std::string& out, std::string_view s, HtmlMode pMode) {
+  const char* lineBreak = pMode == HtmlMode::Strict ? "<br/>" : "<br>";
   for (size_t i = 0; i < s.size(); ++i) {
     char c = s[i];
     switch (c) {
@@ -192,19 +196,60 @@ void AppendHtmlEscaped(std::string& out, std::string_view s, bool pStrict) {
       case '>': out += "&gt;"; break;
       case '"': out += "&quot;"; break;
       case '\'':
+        if (pMode == HtmlMode::Lines) out.push_back(c);
+        else out += "&#39;";
+        break;
       case '{':
       case '}':
-        if (!pStrict) out.push_back(c);
-        else out += c == '\'' ? "&#39;" : c == '{' ? "&#123;" : "&#125;";
+        if (pMode != HtmlMode::Strict) out.push_back(c);
+        else out += c == '{' ? "&#123;" : "&#125;";
         break;
       case '\r':
+        if (pMode == HtmlMode::Text) {
+          out.push_back(c);
+          break;
+        }
         if (i + 1 < s.size() && s[i + 1] == '\n') ++i;
         out += lineBreak;
         break;
-      case '\n': out += lineBreak; break;
+      case '\n':
+        if (pMode == HtmlMode::Text) out.push_back(c);
+        else out += lineBreak;
+        break;
       default: out.push_back(c);
     }
   }
+}
+
+}  // namespace
+
+void AppendHtmlEscaped(std::string& out, std::string_view s, bool pStrict) {
+  hAppendHtml(out, s, pStrict ? HtmlMode::Strict : HtmlMode::Lines);
+}
+
+std::string HtmlEscapeText(std::string_view s) {
+  std::string out;
+  out.reserve(s.size() + 8);
+  hAppendHtml(out, s, HtmlMode::Text);
+  return out;
+}
+
+std::string UrlEncode(std::string_view s) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(s.size() + 8);
+  for (char ch : s) {
+    auto c = static_cast<unsigned char>(ch);
+    if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
+        c == '.' || c == '~') {
+      out.push_back(ch);
+    } else {
+      out.push_back('%');
+      out.push_back(kHex[c >> 4]);
+      out.push_back(kHex[c & 15]);
+    }
+  }
+  return out;
 }
 
 std::string HtmlEscape(std::string_view s) {

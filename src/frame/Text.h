@@ -44,6 +44,12 @@ std::vector<std::string> Split(std::string_view s, std::string_view delim);
 // as "<br/>".
 std::string HtmlEscape(std::string_view s);
 void AppendHtmlEscaped(std::string& out, std::string_view s, bool pStrict);
+// "&", "<", ">", '"' and "'" as entities and nothing else (line breaks and braces stay): a value
+// put into HTML text or a quoted attribute.
+std::string HtmlEscapeText(std::string_view s);
+// Percent-encoding of every byte but the unreserved "A-Z a-z 0-9 - _ . ~" (a blank is "%20"):
+// safe in a URL's path segment and query value alike.
+std::string UrlEncode(std::string_view s);
 // Every occurrence of find replaced by with (left to right, non-overlapping).
 std::string Replace(std::string_view s, std::string_view find, std::string_view with);
 

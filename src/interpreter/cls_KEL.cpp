@@ -79,6 +79,7 @@ void cls_KEL::hReadSettings() {
   run_.debug = hSetting("DEVELOPER.DEBUG", false);
   run_.noexec = hSetting("SYS.NOEXEC", false);
   run_.confined = hSetting("SYS.LOCATE.CONFINED", false);
+  run_.autoescape = hSetting("SYS.AUTOESCAPE", false);
 }
 
 // ---- decoding ----------------------------------------------------------------------------------
@@ -88,7 +89,11 @@ Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const V
   KELParam p = cls_KELDecoder::Classify(pPara.str());
   switch (p.kind) {
     case enm_KELParamKind::QuotedTemplate: {
-      std::string out = PROCESS(p.inner, pData);
+      std::string out;
+      {
+        RawScope raw(*this);  // a parameter's text, not page output
+        out = PROCESS(p.inner, pData);
+      }
       double d;
       if (mdl_Global::hIsDate(out) && date::Parse(out, d)) return Variant::Date(d);
       return Variant(out);

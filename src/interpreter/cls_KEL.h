@@ -22,6 +22,9 @@
 //                              line and no more (the error texts in the output stay)
 //   SYS.LOCATE.CONFINED false  INCLUDE and LOCATE find files only inside DIRECTORIES
 //   SYS.NOEXEC          false  DECODE never runs a parameter as a command
+//   SYS.AUTOESCAPE      false  the text a {VAR:name} or {DATA:name} command puts into the page is
+//                              escaped for HTML and is data (never run); values handed to
+//                              commands as parameters stay as they are (see AUTOESCAPE_LET)
 // Threads: one thread only, the one that created it (its structures live in that thread's manager).
 //
 //   rykel::cls_KEL k;
@@ -132,6 +135,13 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   // SYS.COMMANDS.MAX commands, an unclosed quote, or the nesting, loop, step, output or input
   // limit. Each cut is also an ERRORLIST line with its place. False again when the next starts.
   bool CUTSHORT_GET() const { return cutShort_; }
+  // SYS.AUTOESCAPE of SETTINGS (default false): when true, the text that a {VAR:name} or
+  // {DATA:name} command puts into the page has "&", "<", ">", '"' and "'" as entities and is
+  // data (its braces never run). Parameters (VAR:x handed to a command, "{VAR:x}" in quotes,
+  // expressions) are not escaped, so a value is escaped once, where it is output. Takes effect
+  // when the next PROCESS starts; a template switches it with {TEXT:AUTOESCAPE 1} / 0.
+  bool AUTOESCAPE_GET() { return hSetting("SYS.AUTOESCAPE", false); }
+  void AUTOESCAPE_LET(bool pValue) { SETTINGS->ITEM_LET("SYS.AUTOESCAPE", pValue); }
   // Completes rValue with the wanted parameters ("A,B,C=''": C defaults to ""). A wanted name that
   // is missing takes the numbered item at its position in the list, else its default. Returns false
   // and records "The command ... needs other parameters: ..." when one stays missing.
@@ -193,7 +203,7 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
     size_t outputMax = size_t{64} << 20;
     size_t valueMax = size_t{16} << 20;  // SYS.VALUE.MAX, at most outputMax
     int64_t stepsMax = 10000000;
-    bool html = false, debug = false, noexec = false, confined = false;
+    bool html = false, debug = false, noexec = false, confined = false, autoescape = false;
   };
   void hReadSettings();
   RunSettings run_;
@@ -219,6 +229,12 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   SwitchFrame looseSwitch_;            // set by a SWITCH without block
   int depth_ = 0;                      // nested PROCESS levels
   int nest_ = 0;                       // nested EXECUTE and expression levels
+  int rawDepth_ = 0;                   // parameters being evaluated: their output is no page output
+  struct RawScope {
+    cls_KEL& k;
+    explicit RawScope(cls_KEL& pK) : k(pK) { ++k.rawDepth_; }
+    ~RawScope() { --k.rawDepth_; }
+  };
   std::vector<Source> sources_;
   std::string master_;   // MASTER template file, applied at the end
   std::string dataKey_;  // key of the data marks; "" until data is output

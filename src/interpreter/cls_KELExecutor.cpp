@@ -278,6 +278,7 @@ std::string hBlock(Ctx& c, const KELToken& t) {
 
 // The value of one parameter token.
 Variant hValue(Ctx& c, const KELToken& t) {
+  cls_KEL::RawScope raw(c.k);  // what a parameter's commands give is its value, not page output
   switch (t.kind) {
     case enm_KELToken::Parens: return hEvalText(c, hInner(t));
     case enm_KELToken::Braces: {
@@ -981,7 +982,22 @@ Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, con
   return r;
 }
 
+// The command text as the executor reads it: "$...$" dropped, blanks and breaks trimmed.
+std::string_view hTrimCommand(std::string_view s) {
+  while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);
+  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front()) && s.front() != ',' && s.front() != ';')
+    s.remove_prefix(1);
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r' || s.back() == '\n'))
+    s.remove_suffix(1);
+  return s;
+}
+
 }  // namespace
+
+bool cls_KELExecutor::IsVariableOutput(std::string_view pCmd) {
+  std::string_view s = hTrimCommand(pCmd);
+  return hOneWord(s) && (hStartsWithUpper(s, "VAR:") || hStartsWithUpper(s, "DATA:"));
+}
 
 enm_KELOperator cls_KELExecutor::OperatorOf(std::string_view pText) {
   for (size_t i = 1; i < std::size(kOperators); ++i)
@@ -1010,11 +1026,7 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
     if (hStepOver(k, over)) return Variant(over);
   }
   try {
-    while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);
-    while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front()) && s.front() != ',' && s.front() != ';')
-      s.remove_prefix(1);
-    while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r' || s.back() == '\n'))
-      s.remove_suffix(1);
+    s = hTrimCommand(s);
     NestGuard guard(k);
     if (!guard.ok) return Variant(k.hLimit("Nesting too deep", s));
     Variant r = hRun(k, s, pData);

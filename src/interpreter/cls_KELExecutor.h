@@ -38,6 +38,9 @@ class cls_KELExecutor {
  public:
   // EXECUTE: the command's value; errors become error texts in ERRORLIST. Never raises.
   static Variant Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData);
+  // True when the command text is a variable reference, "VAR:name" or "DATA:name" (what the
+  // autoescape setting escapes).
+  static bool IsVariableOutput(std::string_view pCmd);
   // The operator of a token text after LITERAL ("AND" -> And), None when it is no operator.
   static enm_KELOperator OperatorOf(std::string_view pText);
   // The binding level of an operator: lower binds tighter. "*" "/" share a level, as do "+" "-"

@@ -144,6 +144,17 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
   return p;
 }
 
+// With autoescape, a variable's text put into the page: HTML-escaped and data. Error texts and
+// structures shown in their HTML form stay as they are.
+void hAutoescape(cls_KEL& k, std::string_view pCmd, const Variant& pValue, std::string_view& rResult,
+                 std::string& rConverted) {
+  if ((pValue.isObject() && k.run_.html) || rResult.substr(0, 4) == "ERR:") return;
+  if (rResult.find_first_of("&<>\"'{}$") == std::string_view::npos) return;  // nothing to escape or mark
+  if (!cls_KELExecutor::IsVariableOutput(pCmd)) return;
+  rConverted = k.hData(text::HtmlEscapeText(rResult));
+  rResult = rConverted;
+}
+
 // Texts up to this size are prepared once and kept; longer ones are scanned as they come.
 constexpr size_t kPrepareLimit = 16384;
 
@@ -336,6 +347,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         converted = k.hToText(value);
         result = converted;
       }
+      if (k.run_.autoescape && k.rawDepth_ == 0) hAutoescape(k, cmd, value, result, converted);
       if (!k.quit_ && out.size() - base + result.size() > k.run_.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
         out +=

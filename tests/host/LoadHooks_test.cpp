@@ -23,9 +23,9 @@ TEST(LoadHooks, DefaultModulesAndDynamicFieldsComeFromTheHostLayer) {
   Variant id = db->ENTRYFREEID();
   db->ENTRYADD(id);
 
-  {  // Installed: a new interpreter knows IO and STRUCT; the database renders with its own.
+  {  // Installed: a new interpreter knows IO, STRUCT and TEXT; the database renders with its own.
     cls_KEL k;
-    EXPECT_EQ(k.MODULES->COUNT(), 2);
+    EXPECT_EQ(k.MODULES->COUNT(), 3);
     EXPECT_EQ(k.PROCESS("{IO:TELNORM \"0o1 2\"}"), "001-2");
     db->ENTRYFIELD_LET(id, "NAME", "anna");
     EXPECT_EQ(CStr(db->ENTRYFIELD_GET(id, "UPPER")), "<anna>");

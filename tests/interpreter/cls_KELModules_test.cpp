@@ -43,13 +43,14 @@ class EchoModule : public cls_KELModuleInterface {
 TEST(cls_KELModules, LookupAndRouting) {
   cls_KEL k;
   auto& reg = *k.MODULES;
-  ASSERT_EQ(reg.COUNT(), 2);
+  ASSERT_EQ(reg.COUNT(), 3);
   EXPECT_EQ(reg.MODULE(Variant(1))->MODULE_GET()->ID_GET(), "IO");
   EXPECT_EQ(reg.MODULE(Variant("struct"))->MODULE_GET()->ID_GET(), "STRUCTURE");
+  EXPECT_EQ(reg.MODULE(Variant(3))->MODULE_GET()->ID_GET(), "TEXT");
   EXPECT_EQ(reg.ITEM(Variant("io")), reg.MODULE(Variant(1)));
   EXPECT_FALSE(reg.MODULE(Variant(0)));
   EXPECT_FALSE(reg.MODULE(Variant(-1)));
-  EXPECT_FALSE(reg.MODULE(Variant(3)));
+  EXPECT_FALSE(reg.MODULE(Variant(4)));
   EXPECT_FALSE(reg.MODULE(Variant("nope")));
 
   EXPECT_EQ(k.PROCESS("{HELLO:X}", nullptr), "ERR:---Module not found: HELLO---");

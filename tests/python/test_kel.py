@@ -92,7 +92,7 @@ class TestKEL(unittest.TestCase):
         k = rykel.cls_KEL()
         m = Shout()
         k.MODULES.ADD(m)
-        self.assertEqual(k.MODULES.COUNT(), 3)
+        self.assertEqual(k.MODULES.COUNT(), 4)
         self.assertEqual(k.PROCESS('{SHOUT:IT "hey"} {loud:x abc}'), "HEY! ABC!")
         self.assertEqual(k.PROCESS("{hello}"), "hello from python")
         self.assertEqual(k.PROCESS("{bye}"), "ERR:---Cannot execute: bye---")
