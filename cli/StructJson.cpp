@@ -299,4 +299,6 @@ std::string StructToJson(cls_Structure& pStruct) {
 
 void JsonToStruct(std::string_view pText, cls_Structure& rStruct) { Reader(pText).Top(rStruct); }
 
+void AppendJsonString(std::string& rOut, std::string_view pText) { hString(rOut, pText); }
+
 }  // namespace rykel::cli

@@ -22,5 +22,7 @@ std::string StructToJson(cls_Structure& pStruct);
 // Adds the items of a JSON object or array to the structure. Raises 1000 "JSON invalid at
 // offset N: ..." on bad input.
 void JsonToStruct(std::string_view pText, cls_Structure& rStruct);
+// Appends a JSON string literal of the text, written as the structures' strings are.
+void AppendJsonString(std::string& rOut, std::string_view pText);
 
 }  // namespace rykel::cli
