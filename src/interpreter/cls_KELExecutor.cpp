@@ -574,11 +574,19 @@ bool hIsDoEnding(std::string_view w) {
   return u == "WHILE" || u == "UNTIL";
 }
 
+bool hCountFits(const KELCommand& cmd, size_t count) {
+  return cmd.max < 0 || (count >= static_cast<size_t>(cmd.min) && count <= static_cast<size_t>(cmd.max));
+}
+
+// True when a table command's parameters let it run: the count fits, and a DO ends in WHILE or UNTIL.
+bool hParametersFit(const KELCommand& cmd, const KELToken* params, size_t count) {
+  return hCountFits(cmd, count) && (cmd.run != hDo || hIsDoEnding(params[1].text));
+}
+
 // The error the parameters of a table command give before it runs; "" when they fit.
 std::string hParameterError(const KELCommand& cmd, const KELToken* params, size_t count) {
-  if (cmd.max >= 0 && (count < static_cast<size_t>(cmd.min) || count > static_cast<size_t>(cmd.max)))
-    return std::string(cmd.head) + std::to_string(count) + std::string(cmd.tail);
-  if (cmd.run == hDo && !hIsDoEnding(params[1].text)) return "Wrong ending for DO loop";
+  if (!hCountFits(cmd, count)) return std::string(cmd.head) + std::to_string(count) + std::string(cmd.tail);
+  if (!hParametersFit(cmd, params, count)) return "Wrong ending for DO loop";
   return {};
 }
 
@@ -961,10 +969,8 @@ Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, con
   const KELToken& word = tokens[0];
   if (word.kind == enm_KELToken::Word) {
     if (const KELCommand* cmd = plan ? plan->command : hFindCommand(word.text)) {
-      if (cmd->max >= 0) {
-        std::string error = hParameterError(*cmd, c.params, c.count);
-        if (!error.empty()) return Variant(k.ERRORS(error, c.text));
-      }
+      if (!hParametersFit(*cmd, c.params, c.count))
+        return Variant(k.ERRORS(hParameterError(*cmd, c.params, c.count), c.text));
       return cmd->run(c);
     }
   }
