@@ -77,6 +77,8 @@ void AddQueryCommands(CLI::App& app);
 // rykel db export: after AddDbCommands, under its "db" command.
 void AddDbExportCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
+// rykel check FILE...: templates read without running them.
+void AddCheckCommand(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
 // rykel help [TOPIC] and the manual page.
 void AddHelpCommand(CLI::App& app);

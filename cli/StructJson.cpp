@@ -22,4 +22,6 @@ bool IsJsonFile(std::string_view pPath) {
   return pPath.size() > 5 && text::UCase(pPath.substr(pPath.size() - 5)) == ".JSON";
 }
 
+void AppendJsonString(std::string& rOut, std::string_view pText) { rOut += mdl_StructureJson::Quote(pText); }
+
 }  // namespace rykel::cli

@@ -17,5 +17,7 @@ std::string StructToJson(cls_Structure& pStruct);
 StructurePtr JsonToStruct(std::string_view pText, const std::string& pWhere);
 // True for a file name ending in ".json" (any case): such a file is read as JSON.
 bool IsJsonFile(std::string_view pPath);
+// Appends a JSON string literal of the text, written as the structures' strings are.
+void AppendJsonString(std::string& rOut, std::string_view pText);
 
 }  // namespace rykel::cli

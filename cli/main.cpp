@@ -118,6 +118,7 @@ int main(int argc, char** argv) {
     AddQueryCommands(app);
     AddDbExportCommand(app);
     AddRenderCommand(app);
+    AddCheckCommand(app);
     AddRandomCommands(app);
     AddHelpCommand(app);
     return hRun(app, argc, argv);

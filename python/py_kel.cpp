@@ -1,5 +1,5 @@
 // cls_KEL, cls_KELModules, cls_KELModule and cls_KELModuleInterface, and host modules written in
-// Python: any object with ID (and optionally ALIASES, CATCHFIRST, CATCHALL) and a method
+// Python: any object with ID (and optionally ALIASES, COMMANDS, CATCHFIRST, CATCHALL) and a method
 // MODULE_EXECUTE(rResult, rDone, rValue, pCmd, pParameters, pKEL) returning (rDone, rValue) or None.
 #include "Bindings.h"
 #include "interpreter/cls_KEL.h"
@@ -49,6 +49,8 @@ class PyKELModule : public cls_KELModuleInterface {
     module_->ID_LET(pyb::str(o.attr("ID")).cast<std::string>());
     if (pyb::hasattr(o, "ALIASES"))
       for (auto a : o.attr("ALIASES")) module_->ALIAS(pyb::str(a).cast<std::string>());
+    if (pyb::hasattr(o, "COMMANDS"))
+      for (auto c : o.attr("COMMANDS")) module_->COMMAND(pyb::str(c).cast<std::string>());
     if (pyb::hasattr(o, "CATCHFIRST")) module_->CATCHFIRST_LET(pyb::bool_(o.attr("CATCHFIRST")));
     if (pyb::hasattr(o, "CATCHALL")) module_->CATCHALL_LET(pyb::bool_(o.attr("CATCHALL")));
     module_->EXECUTEEVENT = hPyHandler(o.attr("MODULE_EXECUTE"));
@@ -94,6 +96,9 @@ void BindKEL(pyb::module_& m) {
       .def("ALIASES_GET", &M::ALIASES_GET)
       .def(
           "ALIAS", [](M& s, const std::string& v) { s.ALIAS(v); }, arg("pID"))
+      .def("COMMANDS_GET", &M::COMMANDS_GET)
+      .def(
+          "COMMAND", [](M& s, const std::string& v) { s.COMMAND(v); }, arg("pName"))
       .def("CATCHFIRST_GET", &M::CATCHFIRST_GET)
       .def("CATCHFIRST_LET", &M::CATCHFIRST_LET, arg("pValue"))
       .def("CATCHALL_GET", &M::CATCHALL_GET)
@@ -172,6 +177,23 @@ void BindKEL(pyb::module_& m) {
       .def(
           "PROCESS", [](K& k, const std::string& t, StructurePtr d) { return k.PROCESS(t, d); }, arg("pText"),
           arg("pData") = nullptr)
+      .def(
+          "CHECK",
+          [](K& k, const std::string& t, const std::string& f) {
+            pyb::list out;
+            for (const auto& x : k.CHECK(t, f)) {
+              pyb::dict d;
+              d["file"] = x.file;
+              d["line"] = x.line;
+              d["column"] = x.column;
+              d["severity"] = x.severity;
+              d["message"] = x.message;
+              out.append(d);
+            }
+            return out;
+          },
+          arg("pText"), arg("pFile") = "",
+          "-> [{'file', 'line', 'column', 'severity', 'message'}], in text order; [] when nothing was found")
       .def(
           "ENCAPSULATE",
           [](K& k, std::string data, const std::string& a, const std::string& b) {

@@ -10,6 +10,7 @@
 #include "frame/Notifier.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "interpreter/cls_KELChecker.h"
 #include "interpreter/cls_KELDecoder.h"
 #include "interpreter/cls_KELErrorList.h"
 #include "interpreter/cls_KELExecutor.h"
@@ -174,6 +175,12 @@ std::string cls_KEL::LOCATE(std::string_view pFile, std::string_view pDefault) {
 }
 
 std::vector<std::string> cls_KEL::LOCATEALL(std::string_view pFile) { return cls_KELFrontEnd::LocateAll(*this, pFile); }
+
+// ---- template check ----------------------------------------------------------------------------
+
+std::vector<KELFinding> cls_KEL::CHECK(std::string_view pText, std::string_view pFile) {
+  return Guard("cls_KEL", "CHECK", [&] { return cls_KELChecker::Check(*this, pText, pFile); });
+}
 
 // ---- error list --------------------------------------------------------------------------------
 

@@ -44,6 +44,7 @@
 
 #include "frame/Object.h"
 #include "frame/Variant.h"
+#include "interpreter/KELFinding.h"
 #include "structure/cls_Structure.h"
 
 namespace rykel {
@@ -153,6 +154,18 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   std::string LOCATE(std::string_view pFile, std::string_view pDefault = {});
   // Every existing path of the file: itself, then each DIRECTORIES entry + file.
   std::vector<std::string> LOCATEALL(std::string_view pFile);
+
+  // ---- template check --------------------------------------------------------------------------
+  // Reads a template without running it and returns its mistakes in text order, each with its
+  // line, column and message (empty: nothing found): unclosed or unmatched braces, quotes and
+  // parentheses; unknown command words, modules and module commands (with "did you mean"); wrong
+  // parameter counts of the built-in commands; ELSEIF and ELSE that follow no IF; includes that
+  // cannot be found; more commands in one text than SYS.COMMANDS.MAX; quotes inside COMMENT.
+  // Includes are looked for through DIRECTORIES, module commands in MODULES and user commands in
+  // FUNCTIONS as they are at the call; SETTINGS give the bounds. pFile is the name each finding
+  // carries ("" for none). Runs nothing and records nothing: no ERRORLIST line, no variable.
+  //   for (const auto& f : kel.CHECK(text, "page.kel")) std::puts(f.Text().c_str());
+  std::vector<KELFinding> CHECK(std::string_view pText, std::string_view pFile = {});
 
   // ---- error list ------------------------------------------------------------------------------
   // Records one error and returns its error text "ERR:---title[: detail]---".

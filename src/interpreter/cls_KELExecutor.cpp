@@ -53,14 +53,6 @@ std::string_view hInner(const KELToken& t) {
   return s.substr(1);
 }
 
-// A parameter text that names something to run: "VAR:x", "IO:DATE", "%1", "@@...".
-bool hIsReference(std::string_view w) {
-  if (w.size() >= 2 && w[0] == '%' && hIsDigit(w[1])) return true;
-  if (w.size() >= 2 && w[0] == '@' && w[1] == '@') return true;
-  size_t colon = w.find(':');
-  return colon != std::string_view::npos && colon > 0 && hIsLetter(w[0]);
-}
-
 // A bare name: a letter or "_" first, then letters, digits, "_" and ".".
 bool hIsName(std::string_view w) {
   if (w.empty() || !(hIsLetter(w[0]) || w[0] == '_')) return false;
@@ -290,7 +282,7 @@ Variant hValue(Ctx& c, const KELToken& t) {
     case enm_KELToken::Quoted: return c.k.DECODE(Variant(t.text), c.data);
     case enm_KELToken::Operator: return Variant(t.text);
     case enm_KELToken::Word:
-    default: return c.k.DECODE(Variant(t.text), c.data, {}, hIsReference(t.text));
+    default: return c.k.DECODE(Variant(t.text), c.data, {}, cls_KELExecutor::IsReferenceWord(t.text));
   }
 }
 
@@ -451,10 +443,6 @@ bool hEquals(Ctx& c, const Variant& a, const Variant& b) {
   return hText(c.k, a) == hText(c.k, b);
 }
 
-Variant hCountError(Ctx& c, std::string_view head, std::string_view tail = " were given!") {
-  return Variant(c.k.ERRORS(std::string(head) + std::to_string(c.count) + std::string(tail), c.text));
-}
-
 int32_t hLoopMax(cls_KEL& k) {
   Variant v = k.SETTINGS->ITEM_GET(Variant("SYS.LOOP.MAX"));
   double d;
@@ -483,15 +471,9 @@ bool hOutputFull(Ctx& c, std::string& rOut) {
   return true;
 }
 
-// The rest of the command text after the command word, trimmed and unquoted.
+// The rest of the command text after the command word (a name), processed when it holds a command.
 std::string hRest(Ctx& c) {
-  std::string_view s = c.text;
-  size_t i = 0;
-  while (i < s.size() && !cls_KELTokenizer::IsSeparator(s[i])) ++i;
-  s = s.substr(i);
-  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front())) s.remove_prefix(1);
-  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.back())) s.remove_suffix(1);
-  if (s.size() >= 2 && (s.front() == '"' || s.front() == '\'') && s.back() == s.front()) s = s.substr(1, s.size() - 2);
+  std::string_view s = cls_KELExecutor::RestOf(c.text);
   if (s.find('{') != std::string_view::npos) return c.k.PROCESS(s, c.data);
   return std::string(s);
 }
@@ -523,9 +505,14 @@ void hChainSet(cls_KEL& k, int64_t calls, bool taken);
 
 // ---- the commands ------------------------------------------------------------------------------
 
+// One command word of the table. The parameter count is checked before the handler runs: a count
+// outside min..max gives the error head + count + tail (max -1: any count).
 struct KELCommand {
   std::string_view name;
   Variant (*run)(Ctx&);
+  int min = 0, max = -1;
+  std::string_view head = {};
+  std::string_view tail = " were given!";
 };
 
 Variant hIf(Ctx& c);
@@ -552,12 +539,57 @@ Variant hLocate(Ctx& c) { return Variant(c.k.LOCATE(hRest(c), "")); }
 Variant hMaster(Ctx& c);
 
 constexpr KELCommand kCommands[] = {
-    {"IF", hIf},           {"ELSEIF", hElseIf},   {"ELSE", hElse},       {"WHILE", hWhile},   {"DO", hDo},
-    {"SWITCH", hSwitch},   {"CASE", hCase},       {"DEFAULT", hDefault}, {"FOR", hFor},       {"ITERATE", hIterate},
-    {"VAR", hVar},         {"BLOCK", hBlockCmd},  {"LATER", hLater},     {"STRUCT", hStruct}, {"STRUCTURE", hStruct},
-    {"INCLUDE", hInclude}, {"DISPOSE", hDispose}, {"COMMENT", hComment}, {"MUTE", hMute},     {"NESTED", hNested},
-    {"NOW", hNow},         {"LOCATE", hLocate},   {"MASTER", hMaster},
+    {"IF", hIf, 2, 3, "IF requires 2 or 3 parameters, "},
+    {"ELSEIF", hElseIf, 2, 3, "ELSEIF requires 2 or 3 parameters, "},
+    {"ELSE", hElse},
+    {"WHILE", hWhile, 2, 2, "WHILE requires 2 parameters, ",
+     " were given! Try encapsulating the conditon like WHILE (i < 10) {...};"},
+    {"DO", hDo, 3, 3, "DO requires 3 parameters, ",
+     " were given! Try encapsulating the conditon like DO {...} WHILE (i < 10);"},
+    {"SWITCH", hSwitch, 1, 2, "SWITCH requires 1 or 2 parameters, "},
+    {"CASE", hCase, 2, 2, "CASE requires 2 parameters, "},
+    {"DEFAULT", hDefault},
+    {"FOR", hFor, 5, 5, "FOR requires 5 parameters, "},
+    {"ITERATE", hIterate, 3, 3, "ITERATE requires 3 parameters, "},
+    {"VAR", hVar, 2, 2, "VAR requires 2 parameters, "},
+    {"BLOCK", hBlockCmd, 2, 2, "BLOCK requires 2 parameters, "},
+    {"LATER", hLater, 1, 1, "LATER requires 1 parameter, "},
+    {"STRUCT", hStruct},
+    {"STRUCTURE", hStruct},
+    {"INCLUDE", hInclude},
+    {"DISPOSE", hDispose},
+    {"COMMENT", hComment},
+    {"MUTE", hMute},
+    {"NESTED", hNested},
+    {"NOW", hNow},
+    {"LOCATE", hLocate},
+    {"MASTER", hMaster},
 };
+
+// A DO loop's second parameter: "WHILE" or "UNTIL", in any case.
+bool hIsDoEnding(std::string_view w) {
+  if (w.size() != 5) return false;
+  char up[5];
+  for (size_t i = 0; i < 5; ++i) up[i] = (w[i] >= 'a' && w[i] <= 'z') ? w[i] - 32 : w[i];
+  std::string_view u(up, 5);
+  return u == "WHILE" || u == "UNTIL";
+}
+
+bool hCountFits(const KELCommand& cmd, size_t count) {
+  return cmd.max < 0 || (count >= static_cast<size_t>(cmd.min) && count <= static_cast<size_t>(cmd.max));
+}
+
+// True when a table command's parameters let it run: the count fits, and a DO ends in WHILE or UNTIL.
+bool hParametersFit(const KELCommand& cmd, const KELToken* params, size_t count) {
+  return hCountFits(cmd, count) && (cmd.run != hDo || hIsDoEnding(params[1].text));
+}
+
+// The error the parameters of a table command give before it runs; "" when they fit.
+std::string hParameterError(const KELCommand& cmd, const KELToken* params, size_t count) {
+  if (!hCountFits(cmd, count)) return std::string(cmd.head) + std::to_string(count) + std::string(cmd.tail);
+  if (!hParametersFit(cmd, params, count)) return "Wrong ending for DO loop";
+  return {};
+}
 
 const KELCommand* hFindCommand(std::string_view word) {
   if (word.size() > 9) return nullptr;
@@ -572,8 +604,7 @@ const KELCommand* hFindCommand(std::string_view word) {
 void hChainSet(cls_KEL& k, int64_t calls, bool taken);
 
 // IF (cond) {then} [{else}]
-Variant hIfLike(Ctx& c, std::string_view name) {
-  if (c.count != 2 && c.count != 3) return hCountError(c, std::string(name) + " requires 2 or 3 parameters, ");
+Variant hIfLike(Ctx& c) {
   bool taken = hCondition(c, c.params[0]);
   std::string out;
   if (taken) out = hBlock(c, c.params[1]);
@@ -582,7 +613,7 @@ Variant hIfLike(Ctx& c, std::string_view name) {
   return Variant(out);
 }
 
-Variant hIf(Ctx& c) { return hIfLike(c, "IF"); }
+Variant hIf(Ctx& c) { return hIfLike(c); }
 
 // The chain record left for this command by the IF or ELSEIF before it; -1 when there is none.
 int hChainGet(cls_KEL& k) {
@@ -592,14 +623,13 @@ int hChainGet(cls_KEL& k) {
 }
 
 Variant hElseIf(Ctx& c) {
-  if (c.count != 2 && c.count != 3) return hCountError(c, "ELSEIF requires 2 or 3 parameters, ");
   int before = hChainGet(c.k);
   if (before < 0) return Variant(c.k.ERRORS("ELSEIF without IF", c.text));
   if (before == 1) {
     hChainSet(c.k, c.k.calls_, true);
     return Variant("");
   }
-  return hIfLike(c, "ELSEIF");
+  return hIfLike(c);
 }
 
 Variant hElse(Ctx& c) {
@@ -611,9 +641,6 @@ Variant hElse(Ctx& c) {
 
 // WHILE (cond) {block}
 Variant hWhile(Ctx& c) {
-  if (c.count != 2)
-    return hCountError(c, "WHILE requires 2 parameters, ",
-                       " were given! Try encapsulating the conditon like WHILE (i < 10) {...};");
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
   while (!c.k.quit_ && hCondition(c, c.params[0])) {
@@ -627,12 +654,7 @@ Variant hWhile(Ctx& c) {
 
 // DO {block} WHILE|UNTIL (cond)
 Variant hDo(Ctx& c) {
-  if (c.count != 3)
-    return hCountError(c, "DO requires 3 parameters, ",
-                       " were given! Try encapsulating the conditon like DO {...} WHILE (i < 10);");
-  std::string ending = text::UCase(c.params[1].text);
-  if (ending != "WHILE" && ending != "UNTIL") return Variant(c.k.ERRORS("Wrong ending for DO loop", c.text));
-  bool until = ending == "UNTIL";
+  bool until = text::UCase(c.params[1].text) == "UNTIL";
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
   do {
@@ -646,7 +668,6 @@ Variant hDo(Ctx& c) {
 
 // SWITCH value [{CASE ... DEFAULT ...}]
 Variant hSwitch(Ctx& c) {
-  if (c.count != 1 && c.count != 2) return hCountError(c, "SWITCH requires 1 or 2 parameters, ");
   Variant value = hEvalTokens(c, &c.params[0], 1);
   if (c.count == 1) {
     c.k.looseSwitch_ = {value, false};
@@ -667,7 +688,6 @@ Variant hSwitch(Ctx& c) {
 cls_KEL::SwitchFrame& hSwitchFrame(cls_KEL& k) { return k.switches_.empty() ? k.looseSwitch_ : k.switches_.back(); }
 
 Variant hCase(Ctx& c) {
-  if (c.count != 2) return hCountError(c, "CASE requires 2 parameters, ");
   auto& frame = hSwitchFrame(c.k);
   if (frame.matched) return Variant("");
   if (!hEquals(c, hEvalTokens(c, &c.params[0], 1), frame.value)) return Variant("");
@@ -684,7 +704,6 @@ Variant hDefault(Ctx& c) {
 
 // FOR name start end step {block}
 Variant hFor(Ctx& c) {
-  if (c.count != 5) return hCountError(c, "FOR requires 5 parameters, ");
   std::string name = hNameOf(c.params[0]);
   double from, to, step;
   if (!hNumber(hEvalTokens(c, &c.params[1], 1), from) || !hNumber(hEvalTokens(c, &c.params[2], 1), to) ||
@@ -705,7 +724,6 @@ Variant hFor(Ctx& c) {
 
 // ITERATE name structure {block}
 Variant hIterate(Ctx& c) {
-  if (c.count != 3) return hCountError(c, "ITERATE requires 3 parameters, ");
   std::string name = hNameOf(c.params[0]);
   Variant sv = hEvalTokens(c, &c.params[1], 1);
   auto s = sv.as<cls_Structure>();
@@ -742,7 +760,6 @@ Variant hIterate(Ctx& c) {
 
 // VAR name value
 Variant hVar(Ctx& c) {
-  if (c.count != 2) return hCountError(c, "VAR requires 2 parameters, ");
   Variant value = hValue(c, c.params[1]);
   if (hValueOver(c.k, value)) return hValueTooLarge(c.k);
   c.k.VARIABLES->ITEM_LET(Variant(hNameOf(c.params[0])), std::move(value));
@@ -751,7 +768,6 @@ Variant hVar(Ctx& c) {
 
 // BLOCK name {text}: the text is kept as written and processed where it is used.
 Variant hBlockCmd(Ctx& c) {
-  if (c.count != 2) return hCountError(c, "BLOCK requires 2 parameters, ");
   const KELToken& body = c.params[1];
   std::string_view textOf =
       body.kind == enm_KELToken::Braces || body.kind == enm_KELToken::Quoted ? hInner(body) : body.text;
@@ -766,7 +782,6 @@ std::string hDefer(cls_KEL& k, std::string_view cmd) {
 
 // LATER {command}
 Variant hLater(Ctx& c) {
-  if (c.count != 1) return hCountError(c, "LATER requires 1 parameter, ");
   const KELToken& t = c.params[0];
   std::string_view cmd = t.kind == enm_KELToken::Braces || t.kind == enm_KELToken::Quoted ? hInner(t) : t.text;
   return Variant(hDefer(c.k, cmd));
@@ -885,12 +900,11 @@ std::shared_ptr<Plan> hPlanFor(std::string_view s) {
   if (entry && entry->text == s) return entry;
   auto plan = std::make_shared<Plan>();
   plan->text = s;
-  const bool oneWord = hOneWord(s);
-  if (oneWord && hStartsWithUpper(s, "VAR:")) {
+  const enm_KELReference reference = cls_KELExecutor::ReferenceOf(s);
+  if (reference == enm_KELReference::Var) {
     plan->kind = Plan::Var;
     plan->var = hMakeVarPath(s.substr(4));
-  } else if ((s.size() >= 2 && s[0] == '@' && s[1] == '@') || (oneWord && hStartsWithUpper(s, "BLOCK:")) ||
-             (oneWord && hStartsWithUpper(s, "DATA:")) || (oneWord && s.size() >= 2 && s[0] == '%')) {
+  } else if (reference != enm_KELReference::None) {
     plan->kind = Plan::Early;
   } else {
     plan->tokens = cls_KELTokenizer::TokenizeCached(s);
@@ -918,30 +932,31 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
     return v;
   }
   if (plan && plan->kind == Plan::Tokens) return hRunTokens(k, s, data, *plan->tokens, plan.get());
-  if (s.size() >= 2 && s[0] == '@' && s[1] == '@') return Variant(hDefer(k, s.substr(2)));
-  bool oneWord = hOneWord(s);
-  if (oneWord && hStartsWithUpper(s, "VAR:")) {
-    std::string_view name = s.substr(4);
-    Variant v = hVariable(k, name);
-    if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
-    return v;
+  switch (cls_KELExecutor::ReferenceOf(s)) {
+    case enm_KELReference::Deferred: return Variant(hDefer(k, s.substr(2)));
+    case enm_KELReference::Var: {
+      std::string_view name = s.substr(4);
+      Variant v = hVariable(k, name);
+      if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
+      return v;
+    }
+    case enm_KELReference::Data: {
+      // The variable's value as data: output as it is, never run (mdl_KELData).
+      std::string_view name = s.substr(5);
+      Variant v = hVariable(k, name);
+      if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
+      if (!v.isString() && !v.isObject()) return v;
+      return Variant(k.hData(k.hToText(v)));
+    }
+    case enm_KELReference::Block: {
+      std::string_view name = s.substr(6);
+      Variant v = k.BLOCKS->ITEMBYID_GET(text::UCase(name), Variant::Null());
+      if (v.isNull()) return Variant(k.ERRORS("BLOCK not found", name));
+      return Variant(k.PROCESS(CStr(v), data));
+    }
+    case enm_KELReference::Placeholder: return hPlaceholder(k, s, data);
+    case enm_KELReference::None: break;
   }
-  if (oneWord && hStartsWithUpper(s, "DATA:")) {
-    // The variable's value as data: output as it is, never run (mdl_KELData).
-    std::string_view name = s.substr(5);
-    Variant v = hVariable(k, name);
-    if (v.isNull()) return Variant(k.ERRORS("VAR not found", name));
-    if (!v.isString() && !v.isObject()) return v;
-    return Variant(k.hData(k.hToText(v)));
-  }
-  if (oneWord && hStartsWithUpper(s, "BLOCK:")) {
-    std::string_view name = s.substr(6);
-    Variant v = k.BLOCKS->ITEMBYID_GET(text::UCase(name), Variant::Null());
-    if (v.isNull()) return Variant(k.ERRORS("BLOCK not found", name));
-    return Variant(k.PROCESS(CStr(v), data));
-  }
-  if (oneWord && s.size() >= 2 && s[0] == '%' && IsNumericText(s.substr(1))) return hPlaceholder(k, s, data);
-
   return hRunTokens(k, s, data, *cls_KELTokenizer::TokenizeCached(s), nullptr);
 }
 
@@ -954,7 +969,11 @@ Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, con
   Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan};
   const KELToken& word = tokens[0];
   if (word.kind == enm_KELToken::Word) {
-    if (const KELCommand* cmd = plan ? plan->command : hFindCommand(word.text)) return cmd->run(c);
+    if (const KELCommand* cmd = plan ? plan->command : hFindCommand(word.text)) {
+      if (!hParametersFit(*cmd, c.params, c.count))
+        return Variant(k.ERRORS(hParameterError(*cmd, c.params, c.count), c.text));
+      return cmd->run(c);
+    }
   }
   if (word.kind != enm_KELToken::Word || (tokens.size() >= 2 && tokens[1].kind == enm_KELToken::Operator))
     return hEvalTokens(c, tokens.data(), tokens.size());
@@ -982,20 +1001,10 @@ Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, con
   return r;
 }
 
-// The command text as the executor reads it: "$...$" dropped, blanks and breaks trimmed.
-std::string_view hTrimCommand(std::string_view s) {
-  while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);
-  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front()) && s.front() != ',' && s.front() != ';')
-    s.remove_prefix(1);
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r' || s.back() == '\n'))
-    s.remove_suffix(1);
-  return s;
-}
-
 }  // namespace
 
 bool cls_KELExecutor::IsVariableOutput(std::string_view pCmd) {
-  std::string_view s = hTrimCommand(pCmd);
+  std::string_view s = Prepare(pCmd);
   return hOneWord(s) && (hStartsWithUpper(s, "VAR:") || hStartsWithUpper(s, "DATA:"));
 }
 
@@ -1006,6 +1015,57 @@ enm_KELOperator cls_KELExecutor::OperatorOf(std::string_view pText) {
 }
 
 int cls_KELExecutor::Level(enm_KELOperator pOp) { return kLevels[static_cast<size_t>(pOp)]; }
+
+std::string_view cls_KELExecutor::Prepare(std::string_view pCmd) {
+  std::string_view s = pCmd;
+  while (s.size() >= 2 && s.front() == '$' && s.back() == '$') s = s.substr(1, s.size() - 2);
+  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front()) && s.front() != ',' && s.front() != ';')
+    s.remove_prefix(1);
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r' || s.back() == '\n'))
+    s.remove_suffix(1);
+  return s;
+}
+
+enm_KELReference cls_KELExecutor::ReferenceOf(std::string_view s) {
+  if (s.size() >= 2 && s[0] == '@' && s[1] == '@') return enm_KELReference::Deferred;
+  if (!hOneWord(s)) return enm_KELReference::None;
+  if (hStartsWithUpper(s, "VAR:")) return enm_KELReference::Var;
+  if (hStartsWithUpper(s, "DATA:")) return enm_KELReference::Data;
+  if (hStartsWithUpper(s, "BLOCK:")) return enm_KELReference::Block;
+  if (s.size() >= 2 && s[0] == '%' && IsNumericText(s.substr(1))) return enm_KELReference::Placeholder;
+  return enm_KELReference::None;
+}
+
+bool cls_KELExecutor::IsReferenceWord(std::string_view w) {
+  if (w.size() >= 2 && w[0] == '%' && hIsDigit(w[1])) return true;
+  if (w.size() >= 2 && w[0] == '@' && w[1] == '@') return true;
+  size_t colon = w.find(':');
+  return colon != std::string_view::npos && colon > 0 && hIsLetter(w[0]);
+}
+
+std::string_view cls_KELExecutor::RestOf(std::string_view pCmd) {
+  std::string_view s = pCmd;
+  size_t i = 0;
+  while (i < s.size() && !cls_KELTokenizer::IsSeparator(s[i])) ++i;
+  s = s.substr(i);
+  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.front())) s.remove_prefix(1);
+  while (!s.empty() && cls_KELTokenizer::IsSeparator(s.back())) s.remove_suffix(1);
+  if (s.size() >= 2 && (s.front() == '"' || s.front() == '\'') && s.back() == s.front()) s = s.substr(1, s.size() - 2);
+  return s;
+}
+
+std::vector<std::string_view> cls_KELExecutor::CommandWords() {
+  std::vector<std::string_view> words;
+  for (const auto& row : kCommands) words.push_back(row.name);
+  return words;
+}
+
+bool cls_KELExecutor::IsCommandWord(std::string_view pWord) { return hFindCommand(pWord) != nullptr; }
+
+std::string cls_KELExecutor::ParameterError(std::string_view pWord, const KELToken* pParams, size_t pCount) {
+  const KELCommand* cmd = hFindCommand(pWord);
+  return cmd ? hParameterError(*cmd, pParams, pCount) : std::string();
+}
 
 Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
   // A host's own EXECUTE shows its count in RECURSIONS when it returns.
@@ -1026,7 +1086,7 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
     if (hStepOver(k, over)) return Variant(over);
   }
   try {
-    s = hTrimCommand(s);
+    s = Prepare(s);
     NestGuard guard(k);
     if (!guard.ok) return Variant(k.hLimit("Nesting too deep", s));
     Variant r = hRun(k, s, pData);

@@ -4,9 +4,12 @@
 // the module registry. Never rescans raw template text: blocks go back to the front end.
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "frame/Variant.h"
+#include "interpreter/cls_KELTokenizer.h"
 #include "structure/cls_Structure.h"
 
 namespace rykel {
@@ -34,6 +37,10 @@ enum class enm_KELOperator : uint8_t {
   Count_
 };
 
+// What a one-word command text refers to, read before any tokens: "VAR:name", "DATA:name",
+// "BLOCK:name", "%n" (a parameter of the call), "@@command" (deferred); None for anything else.
+enum class enm_KELReference : uint8_t { None, Var, Data, Block, Placeholder, Deferred };
+
 class cls_KELExecutor {
  public:
   // EXECUTE: the command's value; errors become error texts in ERRORLIST. Never raises.
@@ -46,6 +53,27 @@ class cls_KELExecutor {
   // The binding level of an operator: lower binds tighter. "*" "/" share a level, as do "+" "-"
   // and the six comparisons; then "||", then "&&", then ":=".
   static int Level(enm_KELOperator pOp);
+
+  // The rules EXECUTE applies before it runs anything, for readers that must not run the command
+  // (the template check, cls_KELChecker).
+  // The command text as EXECUTE takes it: "$" pairs around it, leading blanks, tabs and line breaks
+  // and trailing ones dropped. A view into pCmd.
+  static std::string_view Prepare(std::string_view pCmd);
+  // The reference a prepared command text is; None when it goes to the tokenizer.
+  static enm_KELReference ReferenceOf(std::string_view pCmd);
+  // A parameter word that DECODE runs as a command: "VAR:x", "IO:DATE", "%1", "@@...".
+  static bool IsReferenceWord(std::string_view pWord);
+  // The text after the command word, trimmed and unquoted: the name INCLUDE, MASTER and LOCATE
+  // take (processed first when it holds "{"). A view into pCmd.
+  static std::string_view RestOf(std::string_view pCmd);
+  // The command words of the executor's own table (IF, ELSE, WHILE, VAR, ...), in table order.
+  static std::vector<std::string_view> CommandWords();
+  // True when the word (any case) is one of them.
+  static bool IsCommandWord(std::string_view pWord);
+  // The error title a table command's parameters give before it runs ("IF requires 2 or 3
+  // parameters, 1 were given!", "Wrong ending for DO loop"); "" when they fit or when the word is
+  // not in the table.
+  static std::string ParameterError(std::string_view pWord, const KELToken* pParams, size_t pCount);
 };
 
 }  // namespace rykel

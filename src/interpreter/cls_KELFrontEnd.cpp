@@ -548,14 +548,36 @@ std::vector<std::string> cls_KELFrontEnd::ConfinedRoots(cls_KEL& k) {
   return roots;
 }
 
-bool cls_KELFrontEnd::hLoad(cls_KEL& k, std::string_view pName, std::string& rPath, std::string& rText) {
+namespace {
+
+// The template file of a name: ".kel" added when it has no extension, found as given, then under
+// "pages/", then under "inc/". rFd as hFind gives it.
+std::string hFindTemplate(cls_KEL& k, std::string_view pName, int& rFd) {
   std::string name(pName);
   std::string base = std::filesystem::path(hSlashes(name)).filename().string();
   if (base.find('.') == std::string::npos) name += ".kel";
+  std::string path = hFind(k, name, rFd, nullptr);
+  if (path.empty()) path = hFind(k, "pages/" + name, rFd, nullptr);
+  if (path.empty()) path = hFind(k, "inc/" + name, rFd, nullptr);
+  return path;
+}
+
+}  // namespace
+
+std::string cls_KELFrontEnd::FindTemplate(cls_KEL& k, std::string_view pName) {
   int fd = -1;
-  std::string path = hFind(k, name, fd, nullptr);
-  if (path.empty()) path = hFind(k, "pages/" + name, fd, nullptr);
-  if (path.empty()) path = hFind(k, "inc/" + name, fd, nullptr);
+  std::string path = hFindTemplate(k, pName, fd);
+  if (fd >= 0) ::close(fd);
+  return path;
+}
+
+size_t cls_KELFrontEnd::MatchCommand(std::string_view pText, size_t pOpen, char& rUnclosed) {
+  return hMatch(pText, pOpen, rUnclosed);
+}
+
+bool cls_KELFrontEnd::hLoad(cls_KEL& k, std::string_view pName, std::string& rPath, std::string& rText) {
+  int fd = -1;
+  std::string path = hFindTemplate(k, pName, fd);
   if (path.empty()) {
     k.ERRORS("Could not include '" + std::string(pName) + "'");
     return false;

@@ -38,6 +38,12 @@ class cls_KELFrontEnd {
   // INCLUDE: name (".kel" added when it has no extension), then "pages/" + name, then "inc/" + name;
   // processes the file found. Records "Could not include '<name>'" and yields "" when none is found.
   static std::string Include(cls_KEL& k, std::string_view pName, const StructurePtr& pData);
+  // The path Include would read for a name ("" when none is found); nothing is read or recorded.
+  static std::string FindTemplate(cls_KEL& k, std::string_view pName);
+  // From the "{" at pOpen, the index of the "}" that ends the command (pText.size() when none
+  // does). Quotes jump to their partner; a quote without one sets rUnclosed to the quote character
+  // and gives the quote's index (rUnclosed is 0 otherwise). The one command scan of PROCESS.
+  static size_t MatchCommand(std::string_view pText, size_t pOpen, char& rUnclosed);
   // Finds (as Include does) and reads a template file. Records "Could not include '<name>'" and
   // returns false when it is missing or cannot be read.
   static bool hLoad(cls_KEL& k, std::string_view pName, std::string& rPath, std::string& rText);

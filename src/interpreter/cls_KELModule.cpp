@@ -1,9 +1,12 @@
 #include "interpreter/cls_KELModule.h"
 
 #include "frame/Error.h"
+#include "frame/Text.h"
 #include "interpreter/cls_KEL.h"
 
 namespace rykel {
+
+void cls_KELModule::COMMAND(std::string_view pName) { commands_.push_back(text::UCase(pName)); }
 
 Variant cls_KELModule::EXECUTE(cls_KEL& pKEL, const std::string& pCmd, const StructurePtr& pParameters,
                                StructurePtr pResult, bool& rDone) {

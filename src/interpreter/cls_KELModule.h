@@ -43,6 +43,12 @@ class cls_KELModule : public Object {
   // Offered every command that no module took by alias (default false).
   bool CATCHALL_GET() const { return catchAll_; }
   void CATCHALL_LET(bool v) { catchAll_ = v; }
+  // The command words the module takes, upper case, in the order added (default none). They are
+  // what a template check (cls_KEL::CHECK) knows of the module: a module that lists none takes any
+  // command as far as the check is concerned. Routing does not read them.
+  const std::vector<std::string>& COMMANDS_GET() const { return commands_; }
+  // Adds one command word (upper-cased).
+  void COMMAND(std::string_view pName);
 
   // Raises the command event. Result: an object value as it is; "" when the handler kept the done
   // flag and set no value; the error text "Module '<ID>' does not support command '<cmd>'" (recorded in
@@ -63,6 +69,7 @@ class cls_KELModule : public Object {
  private:
   std::string id_;
   std::vector<std::string> aliases_;
+  std::vector<std::string> commands_;
   bool catchFirst_ = false;
   bool catchAll_ = false;
 };

@@ -1,5 +1,6 @@
 #include "interpreter/cls_KELTokenizer.h"
 
+#include <algorithm>
 #include <string>
 #include <unordered_map>
 
@@ -22,14 +23,15 @@ bool hIsTimeText(std::string_view s) {
   return true;
 }
 
-// Index just past the group that opens at i (the bracket pair open/close), quotes respected.
+// Index just past the group that opens at i (the bracket pair open/close), quotes respected; npos
+// when the text ends before the group does.
 size_t hGroupEnd(std::string_view s, size_t i, char open, char close) {
   int depth = 0;
   while (i < s.size()) {
     char c = s[i];
     if (c == '"' || c == '\'') {
       size_t q = s.find(c, i + 1);
-      if (q == std::string_view::npos) return s.size();
+      if (q == std::string_view::npos) return std::string_view::npos;
       i = q + 1;
       continue;
     }
@@ -37,7 +39,7 @@ size_t hGroupEnd(std::string_view s, size_t i, char open, char close) {
     else if (c == close && --depth == 0) return i + 1;
     ++i;
   }
-  return s.size();
+  return std::string_view::npos;
 }
 
 // Splits one word (no separators, quotes or brackets) into word and operator tokens.
@@ -101,10 +103,10 @@ std::vector<KELToken> cls_KELTokenizer::Tokenize(std::string_view s) {
       end = q == std::string_view::npos ? s.size() : q + 1;
       kind = enm_KELToken::Quoted;
     } else if (c == '{') {
-      end = hGroupEnd(s, i, '{', '}');
+      end = std::min(hGroupEnd(s, i, '{', '}'), s.size());
       kind = enm_KELToken::Braces;
     } else if (c == '(') {
-      end = hGroupEnd(s, i, '(', ')');
+      end = std::min(hGroupEnd(s, i, '(', ')'), s.size());
       kind = enm_KELToken::Parens;
     } else {
       end = i;
@@ -121,6 +123,16 @@ std::vector<KELToken> cls_KELTokenizer::Tokenize(std::string_view s) {
     i = end;
   }
   return out;
+}
+
+bool cls_KELTokenizer::IsClosed(const KELToken& pToken) {
+  std::string_view t = pToken.text;
+  switch (pToken.kind) {
+    case enm_KELToken::Quoted: return t.size() >= 2 && t.back() == t.front();
+    case enm_KELToken::Braces: return hGroupEnd(t, 0, '{', '}') == t.size();
+    case enm_KELToken::Parens: return hGroupEnd(t, 0, '(', ')') == t.size();
+    default: return true;
+  }
 }
 
 std::shared_ptr<const cls_KELTokenizer::Cached> cls_KELTokenizer::TokenizeCached(std::string_view pText) {

@@ -42,6 +42,8 @@ class cls_KELTokenizer {
   }
   // All tokens of the text, in order.
   static std::vector<KELToken> Tokenize(std::string_view pText);
+  // False for a quoted stretch or a group that the text ended inside (it runs to the end).
+  static bool IsClosed(const KELToken& pToken);
   // The tokens of a text, shared and cached by the text (the tokenizer is a pure function of it).
   // Texts up to 4096 bytes are copied and kept: the views point into the copy, which lives as long
   // as the result. A longer text is neither copied nor kept (a copy per nesting level would cost

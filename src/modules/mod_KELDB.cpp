@@ -272,6 +272,8 @@ mod_KELDB::mod_KELDB() : module_(std::make_shared<cls_KELModule>()) {
   module_->EXECUTEEVENT = [this](const StructurePtr& rResult, bool& rDone, Variant& rValue, const std::string& pCmd,
                                  const StructurePtr& pParameters,
                                  cls_KEL& pKEL) { MODULE_EXECUTE(rResult, rDone, rValue, pCmd, pParameters, pKEL); };
+  for (std::string_view name : {"OPEN", "USE", "CLOSE"}) module_->COMMAND(name);
+  for (const auto& row : kDBCommands) module_->COMMAND(row.name);
 }
 
 void mod_KELDB::ATTACH(const DBPtr& pDB, std::string_view pName) {

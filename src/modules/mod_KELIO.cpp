@@ -55,6 +55,7 @@ constexpr IOCommand kIOCommands[] = {
 mod_KELIO::mod_KELIO() : module_(std::make_shared<cls_KELModule>()) {
   module_->ID_LET("IO");
   module_->EXECUTEEVENT = &mod_KELIO::MODULE_EXECUTE;
+  for (const auto& row : kIOCommands) module_->COMMAND(row.name);
 }
 
 std::string mod_KELIO::TELNORM(std::string_view pNumber) {

@@ -87,6 +87,7 @@ mod_KELStructure::mod_KELStructure() : module_(std::make_shared<cls_KELModule>()
   module_->ID_LET("STRUCTURE");
   module_->ALIAS("STRUCT");
   module_->EXECUTEEVENT = &mod_KELStructure::MODULE_EXECUTE;
+  for (const auto& row : kStructCommands) module_->COMMAND(row.name);
 }
 
 void mod_KELStructure::MODULE_EXECUTE(const StructurePtr&, bool& rDone, Variant& rValue, const std::string& pCmd,

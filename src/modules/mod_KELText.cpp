@@ -207,6 +207,7 @@ constexpr TextCommand kTextCommands[] = {
 mod_KELText::mod_KELText() : module_(std::make_shared<cls_KELModule>()) {
   module_->ID_LET("TEXT");
   module_->EXECUTEEVENT = &mod_KELText::MODULE_EXECUTE;
+  for (const auto& row : kTextCommands) module_->COMMAND(row.name);
 }
 
 void mod_KELText::MODULE_EXECUTE(const StructurePtr&, bool& rDone, Variant& rValue, const std::string& pCmd,

@@ -271,4 +271,6 @@ StructurePtr Read(std::string_view pText) {
   return result;
 }
 
+std::string Quote(std::string_view pText) { return Json(hUtf8(pText)).dump(); }
+
 }  // namespace rykel::mdl_StructureJson

@@ -57,6 +57,8 @@ bool IsList(cls_StructureManager& m, int32_t pID);
 bool IsWideWhole(const Variant& pValue, int64_t& rWhole);
 // The key of an unnamed item in a mapping: "[3]".
 std::string IndexKey(int32_t pIndex);
+// A JSON string literal of the text, quotes included, written as the structures' strings are.
+std::string Quote(std::string_view pText);
 
 }  // namespace mdl_StructureJson
 }  // namespace rykel

@@ -99,6 +99,28 @@ class TestKEL(unittest.TestCase):
         self.assertEqual(m.seen, ["IT", "X", "OTHER:HELLO", "OTHER:BYE"])
         self.assertEqual(k.MODULES.MODULE("loud").MODULE_GET().ID_GET(), "SHOUT")
 
+    def test_check(self):
+        # CHECK reads without running; a Python module that lists COMMANDS is known to it.
+        class Greet:
+            ID = "GREET"
+            COMMANDS = ["hello"]
+
+            def MODULE_EXECUTE(self, rResult, rDone, rValue, pCmd, pParameters, pKEL):
+                return (True, "hi")
+
+        k = rykel.cls_KEL()
+        self.assertEqual(k.CHECK("{VAR x 5}{IF (x > 1) {a}}{ELSE {b}}"), [])
+        self.assertEqual(k.CHECK("a\n {GREET:HELO}", "page.kel"), [
+            {"file": "page.kel", "line": 2, "column": 3, "severity": "error",
+             "message": "unknown module 'GREET' in 'GREET:HELO'"}])
+        k.MODULES.ADD(Greet())
+        self.assertEqual(k.MODULES.MODULE("GREET").MODULE_GET().COMMANDS_GET(), ["HELLO"])
+        found = k.CHECK("{GREET:HELO}")
+        self.assertEqual([(f["line"], f["column"], f["message"]) for f in found],
+                         [(1, 2, "unknown command 'GREET:HELO' (did you mean 'GREET:HELLO'?)")])
+        self.assertEqual(k.CHECK("{GREET:hello}"), [])
+        self.assertEqual(k.VARIABLES.COUNT(), 0)  # nothing ran
+
     def test_events(self):
         k = rykel.cls_KEL()
         shown = []
