@@ -18,6 +18,7 @@
 #include "interpreter/TextCache.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELExecutor.h"
+#include "interpreter/cls_KELState.h"
 
 namespace rykel {
 
@@ -27,7 +28,7 @@ namespace {
 struct LevelGuard {
   cls_KEL& k;
   int& depth;
-  std::vector<cls_KEL::Source>* sources;
+  std::vector<cls_KELState::Source>* sources;
   bool pushed;
   ~LevelGuard() {
     --depth;
@@ -184,32 +185,33 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
   // This level's output is what follows base in rOut.
   std::string& out = rOut;
   const size_t base = out.size();
-  const bool outermost = k.depth_ == 0;
+  cls_KELState& st = k.hState();
+  const bool outermost = st.depth == 0;
   if (outermost) {
-    k.quit_ = false;
-    k.master_.clear();
-    k.hReadSettings();
+    st.quit = false;
+    st.master.clear();
+    st.ReadSettings(k);
   }
   if (outermost && pText.size() > static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize))) {
-    out += k.hLimit("Input too large",
+    out += st.Limit(k, "Input too large",
                     "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) + " bytes (INPUT.SIZE.MAX)");
     return;
   }
-  const int32_t maxDepth = k.run_.nestingMax;
-  if (k.depth_ >= maxDepth) {
+  const int32_t maxDepth = st.run.nestingMax;
+  if (st.depth >= maxDepth) {
     bool go = true;
     if (k.WARNING) {
-      k.hShowCalls();
+      st.ShowCalls(k);
       k.WARNING("Nesting too deep", go);
     }
-    if (!go) k.quit_ = true;
-    out += k.hLimit("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
+    if (!go) st.quit = true;
+    out += st.Limit(k, "Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
     return;
   }
-  ++k.depth_;
-  bool pushed = pNewSource || k.sources_.empty();
-  if (pushed) k.sources_.push_back({pFile, std::make_shared<const std::string>(pText), 0});
-  LevelGuard guard{k, k.depth_, &k.sources_, pushed};
+  ++st.depth;
+  bool pushed = pNewSource || st.sources.empty();
+  if (pushed) st.sources.push_back({pFile, std::make_shared<const std::string>(pText), 0});
+  LevelGuard guard{k, st.depth, &st.sources, pushed};
   if (outermost) k.SIGNAL(kelSignalProcessStart);
 
   try {
@@ -236,7 +238,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
     size_t ahead = outermost ? text.size() : std::min(text.size(), kPrepareLimit);
     if (out.capacity() < base + ahead) out.reserve(std::max(base + ahead, out.capacity() * 3 / 2));
 
-    const int32_t limit = k.run_.commandsMax;
+    const int32_t limit = st.run.commandsMax;
     std::string head;
     bool inHead = false;
     size_t hpos = 0, tpos = 0;
@@ -325,8 +327,8 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         out.append(text.substr(tpos, open - tpos));
         cmd = text.substr(open + 1, std::min(close, text.size()) - open - 1);
       }
-      if (k.quit_) break;
-      if (pushed) k.sources_.back().offset = place;
+      if (st.quit) break;
+      if (pushed) st.sources.back().offset = place;
       Variant value = k.EXECUTE(cmd, pData);
       std::string converted;
       std::string_view result;
@@ -336,14 +338,14 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         converted = k.hToText(value);
         result = converted;
       }
-      if (!k.quit_ && out.size() - base + result.size() > k.run_.outputMax) {
+      if (!st.quit && out.size() - base + result.size() > st.run.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
-        out +=
-            k.hLimit("Output too large", "more than " + std::to_string(k.run_.outputMax) + " bytes (SYS.OUTPUT.MAX)");
-        k.quit_ = true;
+        out += st.Limit(k, "Output too large",
+                        "more than " + std::to_string(st.run.outputMax) + " bytes (SYS.OUTPUT.MAX)");
+        st.quit = true;
         break;
       }
-      if (k.quit_) {
+      if (st.quit) {
         out += result;
         break;
       }
@@ -376,16 +378,16 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
     if (!failure.empty()) {
       bool go = true;
       if (failure == "Not parseable" && k.WARNING) {
-        k.hShowCalls();
+        st.ShowCalls(k);
         k.WARNING("Not parseable", go);
       }
-      if (!go) k.quit_ = true;
+      if (!go) st.quit = true;
       out.resize(base);
       // Always listed, at the command past the count or at the quote; the output stays empty
       // unless DEVELOPER.DEBUG asks for the report in it.
-      if (pushed) k.sources_.back().offset = failureAt;
-      std::string report = k.hLimit(failure, failureDetail);
-      if (k.run_.debug) out += report;
+      if (pushed) st.sources.back().offset = failureAt;
+      std::string report = st.Limit(k, failure, failureDetail);
+      if (st.run.debug) out += report;
     }
   } catch (const std::exception& e) { out += k.ERRORS("Could not execute", e.what()); }
 
@@ -400,32 +402,32 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
           if (!entries->EXISTS_GET(n)) continue;
           std::string marker = "@@__LATER__" + std::to_string(n) + "@@";
           std::string cmd = CStr(entries->ITEM_GET(n));
-          ++k.depth_;
+          ++st.depth;
           std::string r = Process(k, "{" + cmd + "}", pData, std::string(), false);
-          --k.depth_;
+          --st.depth;
           size_t at = out.find(marker, base);
           if (at != std::string::npos) out.replace(at, marker.size(), r);
         }
       }
-      if (!k.master_.empty()) {
-        std::string master = k.master_;
-        k.master_.clear();
+      if (!st.master.empty()) {
+        std::string master = st.master;
+        st.master.clear();
         std::string path, textIn;
-        k.sources_.push_back(k.masterSource_);
+        st.sources.push_back(st.masterSource);
         bool found = hLoad(k, master, path, textIn);
-        k.sources_.pop_back();
+        st.sources.pop_back();
         if (found) {  // else the page stays as it is, as after a missing INCLUDE
           k.VARIABLES->ITEM_LET("CONTENT", std::string_view(out).substr(base));
           out.resize(base);
-          ++k.depth_;
+          ++st.depth;
           out += Process(k, textIn, pData, path, true);
-          --k.depth_;
+          --st.depth;
         }
       }
     } catch (const std::exception& e) { out += k.ERRORS("Could not execute", e.what()); }
     k.SIGNAL(kelSignalProcessEnd);
     // The page is finished (inside a host's EXECUTE, that EXECUTE finishes its own result).
-    if (k.nest_ == 0) k.hDataFinish(out, base);
+    if (st.nest == 0) k.hDataFinish(out, base);
   }
 }
 
