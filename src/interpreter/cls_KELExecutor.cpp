@@ -463,18 +463,25 @@ int32_t hLoopMax(cls_KEL& k) {
   return kDefaultLoopMax;
 }
 
-// Counts one step of the whole outermost PROCESS (a command or a loop round). Nested loops and
-// blocks that call blocks multiply their rounds, so each bound alone would not bound the time: this
-// one does. True, with processing stopped and "Step limit reached" appended once, past SYS.STEPS.MAX.
-bool hStepOver(cls_KEL& k, std::string& rOut) {
+// The rare end of hStepOver, apart so that the count stays a few instructions.
+[[gnu::noinline]] bool hStepLimit(cls_KEL& k, std::string& rOut) {
   cls_KELState& st = k.hState();
-  if (++st.steps <= st.run.stepsMax) return false;
   if (!st.quit) {
     rOut +=
         st.Limit(k, "Step limit reached", "more than " + std::to_string(st.run.stepsMax) + " steps (SYS.STEPS.MAX)");
     st.quit = true;
   }
   return true;
+}
+
+// Counts one step of the whole outermost PROCESS (a command or a loop round). Nested loops and
+// blocks that call blocks multiply their rounds, so each bound alone would not bound the time: this
+// one does. True, with processing stopped and "Step limit reached" appended once, past SYS.STEPS.MAX.
+bool hStepOver(cls_KEL& k, std::string& rOut) {
+  cls_KELState& st = k.hState();
+  if (++st.steps <= st.run.stepsMax) [[likely]]
+    return false;
+  return hStepLimit(k, rOut);
 }
 
 // True (and processing stopped with "Output too large") once a loop's output passes
