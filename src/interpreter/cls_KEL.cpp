@@ -51,7 +51,7 @@ cls_KEL::cls_KEL() : state_(std::make_unique<cls_KELState>()) {
 cls_KEL::~cls_KEL() = default;
 
 bool cls_KEL::hConfined() {
-  return state_->depth > 0 ? state_->run.confined : cls_KELState::Setting(*this, "SYS.LOCATE.CONFINED", false);
+  return state_->depth > 0 ? state_->run.confined : cls_KELState::Setting(SETTINGS, "SYS.LOCATE.CONFINED", false);
 }
 
 const std::string& cls_KEL::hCurrentCommand() const { return state_->currentCommand; }
@@ -61,51 +61,6 @@ void cls_KEL::QUITEXEC() { state_->quit = true; }
 bool cls_KEL::QUIT_GET() const { return state_->quit; }
 
 bool cls_KEL::CUTSHORT_GET() const { return state_->cutShort; }
-
-// ---- run state -----------------------------------------------------------------------------------
-
-bool cls_KELState::Setting(cls_KEL& k, std::string_view pKey, bool pDefault) {
-  Variant v = k.SETTINGS->ITEM_GET(Variant(pKey), Variant(pDefault));
-  try {
-    return mdl_Global::hCBool(v);
-  } catch (...) { return pDefault; }
-}
-
-int32_t cls_KELState::SettingInt(cls_KEL& k, std::string_view pKey, int32_t pDefault) {
-  Variant v = k.SETTINGS->ITEM_GET(Variant(pKey));
-  double d;
-  if (v.isEmpty() || !NumericValue(v, d)) {
-    if (!v.isString() || !ParseNumber(v.str(), d)) return pDefault;
-  }
-  return d < 1 ? pDefault : (d > 2e9 ? 2000000000 : static_cast<int32_t>(d));
-}
-
-void cls_KELState::ReadSettings(cls_KEL& k) {
-  run.commandsMax = SettingInt(k, "SYS.COMMANDS.MAX", 100);
-  run.nestingMax = SettingInt(k, "SYS.NESTING.MAX", 50);
-  run.outputMax = static_cast<size_t>(SettingInt(k, "SYS.OUTPUT.MAX", 64 << 20));
-  run.valueMax = std::min(static_cast<size_t>(SettingInt(k, "SYS.VALUE.MAX", 16 << 20)), run.outputMax);
-  run.stepsMax = SettingInt(k, "SYS.STEPS.MAX", 10000000);
-  run.errorsMax = SettingInt(k, "SYS.ERRORS.MAX", 10000);
-  steps = 0;
-  errorsListed = 0;
-  cutShort = false;
-  run.html = Setting(k, "SYS.OUTPUT.HTML", false);
-  run.debug = Setting(k, "DEVELOPER.DEBUG", false);
-  run.noexec = Setting(k, "SYS.NOEXEC", false);
-  run.confined = Setting(k, "SYS.LOCATE.CONFINED", false);
-}
-
-std::string cls_KELState::Limit(cls_KEL& k, std::string_view pTitle, std::string_view pDetail) {
-  cutShort = true;
-  return k.ERRORS(pTitle, pDetail);
-}
-
-void cls_KELState::ShowCalls(cls_KEL& k) {
-  if (callsShown == calls) return;
-  k.RECURSIONS->ITEMDIRECT_LET(1, "CALLS", Variant(static_cast<double>(calls)));
-  callsShown = calls;
-}
 
 // ---- decoding ----------------------------------------------------------------------------------
 
@@ -120,7 +75,8 @@ Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const V
       return Variant(out);
     }
     case enm_KELParamKind::Other:
-      if (pAllowExec && !(state_->depth > 0 ? state_->run.noexec : cls_KELState::Setting(*this, "SYS.NOEXEC", false)))
+      if (pAllowExec &&
+          !(state_->depth > 0 ? state_->run.noexec : cls_KELState::Setting(SETTINGS, "SYS.NOEXEC", false)))
         return EXECUTE(pPara.str(), pData);
       return p.value;
     default: return p.value;
@@ -134,7 +90,7 @@ std::string cls_KEL::ENCODE(const Variant& pValue, bool pQuoteText) {
 std::string cls_KEL::hToText(const Variant& pValue) {
   if (pValue.isString()) return std::string(pValue.str());
   if (pValue.isObject()) {
-    bool html = state_->depth > 0 ? state_->run.html : cls_KELState::Setting(*this, "SYS.OUTPUT.HTML", false);
+    bool html = state_->depth > 0 ? state_->run.html : cls_KELState::Setting(SETTINGS, "SYS.OUTPUT.HTML", false);
     return mdl_KELStructText::Text(pValue, html ? mdl_KELStructText::Form::Html : mdl_KELStructText::Form::Text);
   }
   try {
@@ -234,7 +190,7 @@ std::string cls_KEL::ERRORTEXT(std::string_view pErrMsg) {
 bool cls_KEL::ISERROR(const Variant& pValue) { return pValue.isString() && pValue.str().substr(0, 4) == "ERR:"; }
 
 void cls_KEL::CRITICAL(std::string_view pTitle, std::string_view pText) {
-  state_->ShowCalls(*this);
+  state_->ShowCalls(RECURSIONS);
   state_->quit = true;
   Notify({std::string(pTitle), std::string(pText), "OK", "Critical"});
 }
@@ -246,7 +202,7 @@ void cls_KEL::ERRORLISTSHOW() {
 // ---- host helpers ------------------------------------------------------------------------------
 
 void cls_KEL::SIGNAL(int32_t pSignal, const Variant& pParameters) {
-  state_->ShowCalls(*this);
+  state_->ShowCalls(RECURSIONS);
   MODULES->SIGNAL(pSignal, pParameters);
   if (SIGNALED) {
     bool done = false;

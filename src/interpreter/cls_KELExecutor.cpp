@@ -114,8 +114,8 @@ bool hValueOver(cls_KEL& k, const Variant& v) { return v.isString() && v.str().s
 
 // Records "Value too large" and stops processing, as the output limit does.
 Variant hValueTooLarge(cls_KEL& k) {
-  Variant e(k.hState().Limit(k, "Value too large",
-                             "more than " + std::to_string(k.hState().run.valueMax) + " bytes (SYS.VALUE.MAX)"));
+  Variant e(k.hState().Cut(
+      k.ERRORS("Value too large", "more than " + std::to_string(k.hState().run.valueMax) + " bytes (SYS.VALUE.MAX)")));
   k.hState().quit = true;
   return e;
 }
@@ -250,7 +250,7 @@ struct NestGuard {
 // The text of a text of tokens, evaluated as an expression.
 Variant hEvalText(Ctx& c, std::string_view s) {
   NestGuard guard(c.k);
-  if (!guard.ok) return Variant(c.k.hState().Limit(c.k, "Nesting too deep", s));
+  if (!guard.ok) return Variant(c.k.hState().Cut(c.k.ERRORS("Nesting too deep", s)));
   // A bare name ("(row.active)") is one word token: its operand value, without the tokenizer.
   if (hIsName(s) && !cls_KELDecoder::IsLiteralWord(s)) return hNameValue(c.k, s);
   auto cached = cls_KELTokenizer::TokenizeCached(s);
@@ -467,8 +467,8 @@ int32_t hLoopMax(cls_KEL& k) {
 [[gnu::noinline]] bool hStepLimit(cls_KEL& k, std::string& rOut) {
   cls_KELState& st = k.hState();
   if (!st.quit) {
-    rOut +=
-        st.Limit(k, "Step limit reached", "more than " + std::to_string(st.run.stepsMax) + " steps (SYS.STEPS.MAX)");
+    rOut += st.Cut(
+        k.ERRORS("Step limit reached", "more than " + std::to_string(st.run.stepsMax) + " steps (SYS.STEPS.MAX)"));
     st.quit = true;
   }
   return true;
@@ -488,8 +488,8 @@ bool hStepOver(cls_KEL& k, std::string& rOut) {
 // SYS.OUTPUT.MAX: a loop must not build an unbounded text before the front end sees it.
 bool hOutputFull(Ctx& c, std::string& rOut) {
   if (rOut.size() <= c.k.hState().run.outputMax) return false;
-  rOut += c.k.hState().Limit(c.k, "Output too large",
-                             "more than " + std::to_string(c.k.hState().run.outputMax) + " bytes (SYS.OUTPUT.MAX)");
+  rOut += c.k.hState().Cut(c.k.ERRORS(
+      "Output too large", "more than " + std::to_string(c.k.hState().run.outputMax) + " bytes (SYS.OUTPUT.MAX)"));
   c.k.hState().quit = true;
   return true;
 }
@@ -629,7 +629,7 @@ Variant hWhile(Ctx& c) {
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
   while (!c.k.hState().quit && hCondition(c, c.params[0])) {
-    if (++rounds > max) return Variant(out + c.k.hState().Limit(c.k, "Loop limit reached", c.text));
+    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
     if (hStepOver(c.k, out)) break;
     hBlockAppend(c, c.params[1], out);
     if (hOutputFull(c, out)) break;
@@ -648,7 +648,7 @@ Variant hDo(Ctx& c) {
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
   do {
-    if (++rounds > max) return Variant(out + c.k.hState().Limit(c.k, "Loop limit reached", c.text));
+    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
     if (hStepOver(c.k, out)) break;
     hBlockAppend(c, c.params[0], out);
     if (hOutputFull(c, out)) break;
@@ -708,7 +708,7 @@ Variant hFor(Ctx& c) {
   int32_t max = hLoopMax(c.k), rounds = 0;
   for (double i = from; step > 0 ? i <= to : i >= to; i += step) {
     if (c.k.hState().quit) break;
-    if (++rounds > max) return Variant(out + c.k.hState().Limit(c.k, "Loop limit reached", c.text));
+    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
     if (hStepOver(c.k, out)) break;
     c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
     hBlockAppend(c, c.params[4], out);
@@ -978,7 +978,7 @@ Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, con
     StructurePtr params = hParamStruct(c);
     std::string saved = std::move(k.hState().currentCommand);
     k.hState().currentCommand = upper;
-    k.hState().ShowCalls(k);
+    k.hState().ShowCalls(k.RECURSIONS);
     Variant r = k.MODULES->EXECUTE(k, upper, params);
     k.hState().currentCommand = std::move(saved);
     return r;
@@ -989,7 +989,7 @@ Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, con
   StructurePtr params = hParamStruct(c);
   Variant r;
   k.hState().currentCommand = "OTHER:" + upper;
-  k.hState().ShowCalls(k);
+  k.hState().ShowCalls(k.RECURSIONS);
   bool taken = k.MODULES->hRoute(k, "OTHER:" + upper, params, nullptr, r);
   k.hState().currentCommand.clear();
   if (!taken) return Variant(k.ERRORS("Cannot execute", s));
@@ -1012,12 +1012,12 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
   struct ShowCalls {
     cls_KEL* k;
     ~ShowCalls() {
-      if (k) k->hState().ShowCalls(*k);
+      if (k) k->hState().ShowCalls(k->RECURSIONS);
     }
   } show{st.depth == 0 && st.nest == 0 ? &k : nullptr};
   if (st.depth == 0) {
     st.quit = false;
-    st.ReadSettings(k);
+    st.ReadSettings(k.SETTINGS);
   }
   ++st.calls;
   std::string_view s = pCmd;
@@ -1032,7 +1032,7 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
     while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r' || s.back() == '\n'))
       s.remove_suffix(1);
     NestGuard guard(k);
-    if (!guard.ok) return Variant(st.Limit(k, "Nesting too deep", s));
+    if (!guard.ok) return Variant(st.Cut(k.ERRORS("Nesting too deep", s)));
     Variant r = hRun(k, s, pData);
     if (show.k && r.isString() && !st.dataKey.empty()) {
       // a host's own EXECUTE gets data as it is, like the end of an outermost PROCESS

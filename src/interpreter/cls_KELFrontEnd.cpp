@@ -190,22 +190,22 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
   if (outermost) {
     st.quit = false;
     st.master.clear();
-    st.ReadSettings(k);
+    st.ReadSettings(k.SETTINGS);
   }
   if (outermost && pText.size() > static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize))) {
-    out += st.Limit(k, "Input too large",
-                    "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) + " bytes (INPUT.SIZE.MAX)");
+    out += st.Cut(k.ERRORS("Input too large", "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) +
+                                                  " bytes (INPUT.SIZE.MAX)"));
     return;
   }
   const int32_t maxDepth = st.run.nestingMax;
   if (st.depth >= maxDepth) {
     bool go = true;
     if (k.WARNING) {
-      st.ShowCalls(k);
+      st.ShowCalls(k.RECURSIONS);
       k.WARNING("Nesting too deep", go);
     }
     if (!go) st.quit = true;
-    out += st.Limit(k, "Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
+    out += st.Cut(k.ERRORS("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels"));
     return;
   }
   ++st.depth;
@@ -340,8 +340,8 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       if (!st.quit && out.size() - base + result.size() > st.run.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
-        out += st.Limit(k, "Output too large",
-                        "more than " + std::to_string(st.run.outputMax) + " bytes (SYS.OUTPUT.MAX)");
+        out += st.Cut(
+            k.ERRORS("Output too large", "more than " + std::to_string(st.run.outputMax) + " bytes (SYS.OUTPUT.MAX)"));
         st.quit = true;
         break;
       }
@@ -378,7 +378,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
     if (!failure.empty()) {
       bool go = true;
       if (failure == "Not parseable" && k.WARNING) {
-        st.ShowCalls(k);
+        st.ShowCalls(k.RECURSIONS);
         k.WARNING("Not parseable", go);
       }
       if (!go) st.quit = true;
@@ -386,7 +386,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       // Always listed, at the command past the count or at the quote; the output stays empty
       // unless DEVELOPER.DEBUG asks for the report in it.
       if (pushed) st.sources.back().offset = failureAt;
-      std::string report = st.Limit(k, failure, failureDetail);
+      std::string report = st.Cut(k.ERRORS(failure, failureDetail));
       if (st.run.debug) out += report;
     }
   } catch (const std::exception& e) { out += k.ERRORS("Could not execute", e.what()); }

@@ -1,6 +1,7 @@
 // cls_KELState: the run state of one interpreter, shared by its executor and front end and kept
 // out of cls_KEL's public face. cls_KEL owns one (cls_KEL::hState) for its whole life; nothing in
-// it is meant for hosts.
+// it is meant for hosts. It knows no interpreter: what it reads and writes of one (SETTINGS,
+// RECURSIONS) is handed to it.
 //
 // Lifetimes: the settings (run), counters (steps, errorsListed, cutShort) and the quit flag belong
 // to one outermost PROCESS (or a host's EXECUTE) and are reset when the next starts; depth and nest
@@ -17,10 +18,9 @@
 #include <vector>
 
 #include "frame/Variant.h"
+#include "structure/cls_Structure.h"
 
 namespace rykel {
-
-class cls_KEL;
 
 struct cls_KELState {
   // A SWITCH in progress: the value compared and whether a CASE matched yet.
@@ -44,17 +44,20 @@ struct cls_KELState {
     bool html = false, debug = false, noexec = false, confined = false;
   };
 
-  // A boolean setting of k.SETTINGS; pDefault when missing or not a truth value.
-  static bool Setting(cls_KEL& k, std::string_view pKey, bool pDefault);
-  // A count setting of k.SETTINGS: pDefault when missing, not a number or below 1; at most 2e9.
-  static int32_t SettingInt(cls_KEL& k, std::string_view pKey, int32_t pDefault);
-  // Takes run from k.SETTINGS and starts the counters of an outermost run.
-  void ReadSettings(cls_KEL& k);
-  // Records an error that cuts the page short (a bound was hit) and returns its error text.
-  std::string Limit(cls_KEL& k, std::string_view pTitle, std::string_view pDetail);
-  // Brings k.RECURSIONS up to calls. Commands only count; the structure is written when a host,
-  // callback or module can look at it (outermost ends, events, module commands).
-  void ShowCalls(cls_KEL& k);
+  // A boolean setting; pDefault when missing or not a truth value.
+  static bool Setting(const StructurePtr& pSettings, std::string_view pKey, bool pDefault);
+  // A count setting: pDefault when missing, not a number or below 1; at most 2e9.
+  static int32_t SettingInt(const StructurePtr& pSettings, std::string_view pKey, int32_t pDefault);
+  // Takes run from the interpreter's SETTINGS and starts the counters of an outermost run.
+  void ReadSettings(const StructurePtr& pSettings);
+  // Marks the run cut short (a bound was hit) and hands back the error text recorded for it.
+  std::string Cut(std::string pErrorText) {
+    cutShort = true;
+    return pErrorText;
+  }
+  // Brings the interpreter's RECURSIONS up to calls. Commands only count; the structure is written
+  // when a host, callback or module can look at it (outermost ends, events, module commands).
+  void ShowCalls(const StructurePtr& pRecursions);
 
   RunSettings run;
   bool quit = false;
