@@ -71,6 +71,12 @@ TEST(StructureCompact, RoundTripKeepsEverything) {
   EXPECT_TRUE(r->ITEM_GET("SUB").as<cls_Structure>()->ALLOWNOTHING_GET());
   EXPECT_FALSE(r->ITEM_GET("SUB").as<cls_Structure>()->CHANGED_GET());
   EXPECT_TRUE(r->EXISTS_GET("NAME@WITH:SEPARATORS"));
+  // a node with a bound value (its slots written the general way) reads the same and keeps it
+  auto bound = cls_Structure::New();
+  bound->VALUEBOUND_LET("kept");
+  bound->UNSERIALIZEBINARY(text);
+  EXPECT_EQ(Pieces(*bound), Pieces(*s));
+  EXPECT_EQ(bound->VALUEBOUND_GET().str(), "kept");
   // UNSERIALIZE hands compact text to the compact reader
   auto u = cls_Structure::New();
   u->UNSERIALIZE(text);
