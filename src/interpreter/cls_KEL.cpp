@@ -16,6 +16,7 @@
 #include "interpreter/cls_KELExecutor.h"
 #include "interpreter/cls_KELFrontEnd.h"
 #include "interpreter/cls_KELModules.h"
+#include "interpreter/cls_KELState.h"
 #include "interpreter/mdl_KELData.h"
 #include "interpreter/mdl_KELStructText.h"
 
@@ -29,7 +30,7 @@ void cls_KEL::SetDefaultModules(DefaultModules pInstaller) { gDefaultModules.sto
 
 cls_KEL::DefaultModules cls_KEL::hDefaultModules() { return gDefaultModules.load(); }
 
-cls_KEL::cls_KEL() {
+cls_KEL::cls_KEL() : state_(std::make_unique<cls_KELState>()) {
   TRACE = cls_Structure::New();
   DIRECTORIES = cls_Structure::New();
   DEVELOPER = cls_Structure::New();
@@ -50,38 +51,19 @@ cls_KEL::cls_KEL() {
 
 cls_KEL::~cls_KEL() = default;
 
-bool cls_KEL::hSetting(std::string_view pKey, bool pDefault) {
-  Variant v = SETTINGS->ITEM_GET(Variant(pKey), Variant(pDefault));
-  try {
-    return mdl_Global::hCBool(v);
-  } catch (...) { return pDefault; }
+bool cls_KEL::hConfined() {
+  return state_->depth > 0 ? state_->run.confined : cls_KELState::Setting(SETTINGS, "SYS.LOCATE.CONFINED", false);
 }
 
-int32_t cls_KEL::hSettingInt(std::string_view pKey, int32_t pDefault) {
-  Variant v = SETTINGS->ITEM_GET(Variant(pKey));
-  double d;
-  if (v.isEmpty() || !NumericValue(v, d)) {
-    if (!v.isString() || !ParseNumber(v.str(), d)) return pDefault;
-  }
-  return d < 1 ? pDefault : (d > 2e9 ? 2000000000 : static_cast<int32_t>(d));
-}
+const std::string& cls_KEL::hCurrentCommand() const { return state_->currentCommand; }
 
-void cls_KEL::hReadSettings() {
-  run_.commandsMax = hSettingInt("SYS.COMMANDS.MAX", 100);
-  run_.nestingMax = hSettingInt("SYS.NESTING.MAX", 50);
-  run_.outputMax = static_cast<size_t>(hSettingInt("SYS.OUTPUT.MAX", 64 << 20));
-  run_.valueMax = std::min(static_cast<size_t>(hSettingInt("SYS.VALUE.MAX", 16 << 20)), run_.outputMax);
-  run_.stepsMax = hSettingInt("SYS.STEPS.MAX", 10000000);
-  run_.errorsMax = hSettingInt("SYS.ERRORS.MAX", 10000);
-  steps_ = 0;
-  errorsListed_ = 0;
-  cutShort_ = false;
-  run_.html = hSetting("SYS.OUTPUT.HTML", false);
-  run_.debug = hSetting("DEVELOPER.DEBUG", false);
-  run_.noexec = hSetting("SYS.NOEXEC", false);
-  run_.confined = hSetting("SYS.LOCATE.CONFINED", false);
-  run_.autoescape = hSetting("SYS.AUTOESCAPE", false);
-}
+void cls_KEL::QUITEXEC() { state_->quit = true; }
+
+bool cls_KEL::QUIT_GET() const { return state_->quit; }
+
+bool cls_KEL::CUTSHORT_GET() const { return state_->cutShort; }
+
+bool cls_KEL::AUTOESCAPE_GET() { return cls_KELState::Setting(SETTINGS, "SYS.AUTOESCAPE", false); }
 
 // ---- decoding ----------------------------------------------------------------------------------
 
@@ -92,7 +74,7 @@ Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const V
     case enm_KELParamKind::QuotedTemplate: {
       std::string out;
       {
-        RawScope raw(*this);  // a parameter's text, not page output
+        cls_KELState::RawScope raw(*state_);  // a parameter's text, not page output
         out = PROCESS(p.inner, pData);
       }
       double d;
@@ -100,7 +82,9 @@ Variant cls_KEL::DECODE(const Variant& pPara, const StructurePtr& pData, const V
       return Variant(out);
     }
     case enm_KELParamKind::Other:
-      if (pAllowExec && !(depth_ > 0 ? run_.noexec : hSetting("SYS.NOEXEC", false))) return EXECUTE(pPara.str(), pData);
+      if (pAllowExec &&
+          !(state_->depth > 0 ? state_->run.noexec : cls_KELState::Setting(SETTINGS, "SYS.NOEXEC", false)))
+        return EXECUTE(pPara.str(), pData);
       return p.value;
     default: return p.value;
   }
@@ -113,7 +97,7 @@ std::string cls_KEL::ENCODE(const Variant& pValue, bool pQuoteText) {
 std::string cls_KEL::hToText(const Variant& pValue) {
   if (pValue.isString()) return std::string(pValue.str());
   if (pValue.isObject()) {
-    bool html = depth_ > 0 ? run_.html : hSetting("SYS.OUTPUT.HTML", false);
+    bool html = state_->depth > 0 ? state_->run.html : cls_KELState::Setting(SETTINGS, "SYS.OUTPUT.HTML", false);
     return mdl_KELStructText::Text(pValue, html ? mdl_KELStructText::Form::Html : mdl_KELStructText::Form::Text);
   }
   try {
@@ -122,12 +106,12 @@ std::string cls_KEL::hToText(const Variant& pValue) {
 }
 
 std::string cls_KEL::hData(std::string_view pText) {
-  if (dataKey_.empty()) dataKey_ = mdl_KELData::NewKey();
-  return mdl_KELData::Encode(pText, dataKey_);
+  if (state_->dataKey.empty()) state_->dataKey = mdl_KELData::NewKey();
+  return mdl_KELData::Encode(pText, state_->dataKey);
 }
 
 void cls_KEL::hDataFinish(std::string& rText, size_t pFrom) {
-  if (!dataKey_.empty()) mdl_KELData::Decode(rText, dataKey_, pFrom);
+  if (!state_->dataKey.empty()) mdl_KELData::Decode(rText, state_->dataKey, pFrom);
 }
 
 bool cls_KEL::hInArray(const Variant& pValue, const std::vector<Variant>& pArray) {
@@ -188,29 +172,24 @@ std::string cls_KEL::ERRORS(std::string_view pTitle, std::string_view pDetail, b
   auto b = errorList_->Build(pTitle, pDetail);
   // A template that fails in a loop or in every branch of a self-calling block must not fill the
   // memory with its error list: past the bound one line says so, and the texts still come back.
-  if (errorsListed_ <= run_.errorsMax) {
+  if (state_->errorsListed <= state_->run.errorsMax) {
     std::string file;
     int32_t line = 0, column = 0;
-    if (!sources_.empty()) {
-      const Source& s = sources_.back();
+    if (!state_->sources.empty()) {
+      const cls_KELState::Source& s = state_->sources.back();
       file = s.file;
       if (s.text) cls_KELErrorList::LineColumn(*s.text, s.offset, line, column);
     }
-    if (errorsListed_++ < run_.errorsMax) {
+    if (state_->errorsListed++ < state_->run.errorsMax) {
       errorList_->Add(b.html, ERRORTEXT(b.text), file, line, column);
     } else {
-      auto over = errorList_->Build("Too many errors", "more than " + std::to_string(run_.errorsMax) +
+      auto over = errorList_->Build("Too many errors", "more than " + std::to_string(state_->run.errorsMax) +
                                                            " (SYS.ERRORS.MAX); the rest are not listed");
       errorList_->Add(over.html, ERRORTEXT(over.text), file, line, column);
     }
   }
   if (pCritical) CRITICAL(pTitle, pDetail);
   return "ERR:" + b.text;
-}
-
-std::string cls_KEL::hLimit(std::string_view pTitle, std::string_view pDetail) {
-  cutShort_ = true;
-  return ERRORS(pTitle, pDetail);
 }
 
 std::string cls_KEL::ERRORTEXT(std::string_view pErrMsg) {
@@ -223,15 +202,9 @@ std::string cls_KEL::ERRORTEXT(std::string_view pErrMsg) {
 
 bool cls_KEL::ISERROR(const Variant& pValue) { return pValue.isString() && pValue.str().substr(0, 4) == "ERR:"; }
 
-void cls_KEL::hShowCalls() {
-  if (callsShown_ == calls_) return;
-  RECURSIONS->ITEMDIRECT_LET(1, "CALLS", Variant(static_cast<double>(calls_)));
-  callsShown_ = calls_;
-}
-
 void cls_KEL::CRITICAL(std::string_view pTitle, std::string_view pText) {
-  hShowCalls();
-  quit_ = true;
+  state_->ShowCalls(RECURSIONS);
+  state_->quit = true;
   Notify({std::string(pTitle), std::string(pText), "OK", "Critical"});
 }
 
@@ -242,7 +215,7 @@ void cls_KEL::ERRORLISTSHOW() {
 // ---- host helpers ------------------------------------------------------------------------------
 
 void cls_KEL::SIGNAL(int32_t pSignal, const Variant& pParameters) {
-  hShowCalls();
+  state_->ShowCalls(RECURSIONS);
   MODULES->SIGNAL(pSignal, pParameters);
   if (SIGNALED) {
     bool done = false;
@@ -251,17 +224,17 @@ void cls_KEL::SIGNAL(int32_t pSignal, const Variant& pParameters) {
 }
 
 void cls_KEL::TRACESTART(std::string_view pName) {
-  traceStarts_[std::string(pName)] = std::chrono::steady_clock::now();
+  state_->traceStarts[std::string(pName)] = std::chrono::steady_clock::now();
 }
 
 void cls_KEL::TRACEEND(std::string_view pName) {
-  auto it = traceStarts_.find(pName);
-  if (it == traceStarts_.end()) return;
+  auto it = state_->traceStarts.find(pName);
+  if (it == state_->traceStarts.end()) return;
   double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - it->second).count();
   char buf[64];
   std::snprintf(buf, sizeof buf, ": %.3f s", secs);
   TRACE->ADD(std::string(pName) + buf);
-  traceStarts_.erase(it);
+  state_->traceStarts.erase(it);
 }
 
 std::string cls_KEL::EXEARRAY(const std::vector<std::string>& pCmds) {

@@ -32,14 +32,11 @@
 //   int errors = k.ERRORLIST->COUNT();
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "frame/Object.h"
@@ -53,6 +50,7 @@ class cls_KELModules;
 class cls_KELExecutor;
 class cls_KELFrontEnd;
 class cls_KELErrorList;
+struct cls_KELState;
 
 // Signals passed to the modules by SIGNAL (do not renumber: hosts compare them).
 enum enm_KELSignal : int32_t {
@@ -130,18 +128,18 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   // "$]]" -> "$}". Returns true.
   bool ENCAPSULATE(std::string& rData, std::string_view pStartTag, std::string_view pEndTag);
   // Stops the running PROCESS after the command in hand (and every level above it).
-  void QUITEXEC() { quit_ = true; }
-  bool QUIT_GET() const { return quit_; }
+  void QUITEXEC();
+  bool QUIT_GET() const;
   // True when the last outermost PROCESS (or host EXECUTE) was cut short by a bound: more than
   // SYS.COMMANDS.MAX commands, an unclosed quote, or the nesting, loop, step, output or input
   // limit. Each cut is also an ERRORLIST line with its place. False again when the next starts.
-  bool CUTSHORT_GET() const { return cutShort_; }
+  bool CUTSHORT_GET() const;
   // SYS.AUTOESCAPE of SETTINGS (default false): when true, the text that a {VAR:name} or
   // {DATA:name} command puts into the page has "&", "<", ">", '"' and "'" as entities and is
   // data (its braces never run). Parameters (VAR:x handed to a command, "{VAR:x}" in quotes,
   // expressions) are not escaped, so a value is escaped once, where it is output. Takes effect
   // when the next PROCESS starts; a template switches it with {TEXT:AUTOESCAPE 1} / 0.
-  bool AUTOESCAPE_GET() { return hSetting("SYS.AUTOESCAPE", false); }
+  bool AUTOESCAPE_GET();
   void AUTOESCAPE_LET(bool pValue) { SETTINGS->ITEM_LET("SYS.AUTOESCAPE", pValue); }
   // Completes rValue with the wanted parameters ("A,B,C=''": C defaults to ""). A wanted name that
   // is missing takes the numbered item at its position in the list, else its default. Returns false
@@ -189,74 +187,18 @@ class cls_KEL : public Object, public std::enable_shared_from_this<cls_KEL> {
   Variant EXE(std::string_view pCmd) { return EXECUTE(pCmd, nullptr); }
   std::string EXEARRAY(const std::vector<std::string>& pCmds);
 
-  // Where the running command comes from, for ERRORPLACES.
-  struct Source {
-    std::string file;
-    std::shared_ptr<const std::string> text;  // the file's (or call's) original text
-    size_t offset = 0;                        // byte offset of the running command in text
-  };
-
   // The command name SYNTAXCHECK reports (the module command being run).
-  const std::string& hCurrentCommand() const { return currentCommand_; }
-
-  // ---- internal state of the executor and front end (not for hosts) ---------------------------
-
-  struct SwitchFrame {
-    Variant value;
-    bool matched = false;
-  };
-
-  bool hSetting(std::string_view pKey, bool pDefault);
+  const std::string& hCurrentCommand() const;
   // SYS.LOCATE.CONFINED as the running PROCESS read it (or as SETTINGS hold it outside one).
-  bool hConfined() { return depth_ > 0 ? run_.confined : hSetting("SYS.LOCATE.CONFINED", false); }
-  // The settings the interpreter itself reads, taken from SETTINGS when an outermost PROCESS (or a
-  // host's EXECUTE) starts; nested levels use them as they were then.
-  struct RunSettings {
-    int32_t commandsMax = 100, nestingMax = 50, errorsMax = 10000;
-    size_t outputMax = size_t{64} << 20;
-    size_t valueMax = size_t{16} << 20;  // SYS.VALUE.MAX, at most outputMax
-    int64_t stepsMax = 10000000;
-    bool html = false, debug = false, noexec = false, confined = false, autoescape = false;
-  };
-  void hReadSettings();
-  RunSettings run_;
-  int32_t hSettingInt(std::string_view pKey, int32_t pDefault);
+  bool hConfined();
 
-  // Records an error that cuts the page short (a bound was hit) and returns its error text.
-  std::string hLimit(std::string_view pTitle, std::string_view pDetail);
-
-  bool quit_ = false;
-  bool cutShort_ = false;
-  int32_t errorsListed_ = 0;  // ERRORLIST lines of this outermost PROCESS
-  int64_t calls_ = 0;         // the count mirrored in RECURSIONS
-  int64_t callsShown_ = 0;    // the count RECURSIONS holds now
-  // Brings RECURSIONS up to calls_. Commands only count; the structure is written when a host,
-  // callback or module can look at it (outermost ends, events, module commands).
-  void hShowCalls();
-  int64_t steps_ = 0;  // commands and loop rounds since the outermost start
-  // The IF chain record for the command that comes next: the counter value it is meant for (0:
-  // none) and whether a branch was taken. One record suffices: the counter only grows.
-  int64_t chainAt_ = 0;
-  bool chainTaken_ = false;
-  std::vector<SwitchFrame> switches_;  // SWITCH blocks in progress
-  SwitchFrame looseSwitch_;            // set by a SWITCH without block
-  int depth_ = 0;                      // nested PROCESS levels
-  int nest_ = 0;                       // nested EXECUTE and expression levels
-  int rawDepth_ = 0;                   // parameters being evaluated: their output is no page output
-  struct RawScope {
-    cls_KEL& k;
-    explicit RawScope(cls_KEL& pK) : k(pK) { ++k.rawDepth_; }
-    ~RawScope() { --k.rawDepth_; }
-  };
-  std::vector<Source> sources_;
-  std::string master_;   // MASTER template file, applied at the end
-  std::string dataKey_;  // key of the data marks; "" until data is output
-  Source masterSource_;  // where the MASTER command stood
-  std::string currentCommand_;
-  std::map<std::string, std::chrono::steady_clock::time_point, std::less<>> traceStarts_;
+  // The run state the executor and front end share (declared in interpreter/cls_KELState.h,
+  // which is not installed: nothing in it is meant for hosts).
+  cls_KELState& hState() { return *state_; }
 
  private:
   std::unique_ptr<cls_KELErrorList> errorList_;
+  std::unique_ptr<cls_KELState> state_;
 };
 
 }  // namespace rykel

@@ -11,6 +11,7 @@
 #include "interpreter/cls_KELExecutor.h"
 #include "interpreter/cls_KELFrontEnd.h"
 #include "interpreter/cls_KELModules.h"
+#include "interpreter/cls_KELState.h"
 #include "interpreter/cls_KELTokenizer.h"
 
 namespace rykel {
@@ -60,9 +61,9 @@ bool hStartsWithWord(std::string_view s, std::string_view upperWord) {
 class Walk {
  public:
   Walk(cls_KEL& k, std::string_view pText, std::string_view pFile) : k_(k), original_(pText), file_(pFile) {
-    commandsMax_ = k.hSettingInt("SYS.COMMANDS.MAX", 100);
-    nestingMax_ = k.hSettingInt("SYS.NESTING.MAX", 50);
-    findingsMax_ = static_cast<size_t>(k.hSettingInt("SYS.ERRORS.MAX", 10000));
+    commandsMax_ = cls_KELState::SettingInt(k.SETTINGS, "SYS.COMMANDS.MAX", 100);
+    nestingMax_ = cls_KELState::SettingInt(k.SETTINGS, "SYS.NESTING.MAX", 50);
+    findingsMax_ = static_cast<size_t>(cls_KELState::SettingInt(k.SETTINGS, "SYS.ERRORS.MAX", 10000));
     auto& modules = *k.MODULES;
     for (int32_t i = 1; i <= modules.COUNT(); ++i) {
       auto m = modules.MODULE(i);

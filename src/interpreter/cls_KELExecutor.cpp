@@ -13,6 +13,7 @@
 #include "interpreter/cls_KELDecoder.h"
 #include "interpreter/cls_KELFrontEnd.h"
 #include "interpreter/cls_KELModules.h"
+#include "interpreter/cls_KELState.h"
 #include "interpreter/cls_KELTokenizer.h"
 #include "structure/cls_StructureManager.h"
 
@@ -101,12 +102,13 @@ std::string hText(cls_KEL& k, const Variant& v) { return k.hToText(v); }
 
 // A text that doubles itself round after round ("(s + s)") would take all memory long before the
 // output limit sees it: every text a template joins or stores is bounded by SYS.VALUE.MAX.
-bool hValueOver(cls_KEL& k, const Variant& v) { return v.isString() && v.str().size() > k.run_.valueMax; }
+bool hValueOver(cls_KEL& k, const Variant& v) { return v.isString() && v.str().size() > k.hState().run.valueMax; }
 
 // Records "Value too large" and stops processing, as the output limit does.
 Variant hValueTooLarge(cls_KEL& k) {
-  Variant e(k.hLimit("Value too large", "more than " + std::to_string(k.run_.valueMax) + " bytes (SYS.VALUE.MAX)"));
-  k.quit_ = true;
+  Variant e(k.hState().Cut(
+      k.ERRORS("Value too large", "more than " + std::to_string(k.hState().run.valueMax) + " bytes (SYS.VALUE.MAX)")));
+  k.hState().quit = true;
   return e;
 }
 
@@ -233,14 +235,14 @@ Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
 struct NestGuard {
   cls_KEL& k;
   bool ok;
-  explicit NestGuard(cls_KEL& pK) : k(pK), ok(++k.nest_ <= 4 * k.run_.nestingMax + 100) {}
-  ~NestGuard() { --k.nest_; }
+  explicit NestGuard(cls_KEL& pK) : k(pK), ok(++k.hState().nest <= 4 * k.hState().run.nestingMax + 100) {}
+  ~NestGuard() { --k.hState().nest; }
 };
 
 // The text of a text of tokens, evaluated as an expression.
 Variant hEvalText(Ctx& c, std::string_view s) {
   NestGuard guard(c.k);
-  if (!guard.ok) return Variant(c.k.hLimit("Nesting too deep", s));
+  if (!guard.ok) return Variant(c.k.hState().Cut(c.k.ERRORS("Nesting too deep", s)));
   // A bare name ("(row.active)") is one word token: its operand value, without the tokenizer.
   if (hIsName(s) && !cls_KELDecoder::IsLiteralWord(s)) return hNameValue(c.k, s);
   auto cached = cls_KELTokenizer::TokenizeCached(s);
@@ -270,7 +272,7 @@ std::string hBlock(Ctx& c, const KELToken& t) {
 
 // The value of one parameter token.
 Variant hValue(Ctx& c, const KELToken& t) {
-  cls_KEL::RawScope raw(c.k);  // what a parameter's commands give is its value, not page output
+  cls_KELState::RawScope raw(c.k.hState());  // what a parameter's commands give is its value, not page output
   switch (t.kind) {
     case enm_KELToken::Parens: return hEvalText(c, hInner(t));
     case enm_KELToken::Braces: {
@@ -384,7 +386,7 @@ struct Expr {
         if (num) return Variant(a + b);
         std::string joined = hText(c.k, l.v);
         const std::string right = hText(c.k, r.v);
-        if (joined.size() + right.size() > c.k.run_.valueMax) return hValueTooLarge(c.k);
+        if (joined.size() + right.size() > c.k.hState().run.valueMax) return hValueTooLarge(c.k);
         return Variant(joined.append(right));
       }
       case enm_KELOperator::Subtract: return num ? Variant(a - b) : hFail(opText);
@@ -450,24 +452,34 @@ int32_t hLoopMax(cls_KEL& k) {
   return kDefaultLoopMax;
 }
 
+// The rare end of hStepOver, apart so that the count stays a few instructions.
+[[gnu::noinline]] bool hStepLimit(cls_KEL& k, std::string& rOut) {
+  cls_KELState& st = k.hState();
+  if (!st.quit) {
+    rOut += st.Cut(
+        k.ERRORS("Step limit reached", "more than " + std::to_string(st.run.stepsMax) + " steps (SYS.STEPS.MAX)"));
+    st.quit = true;
+  }
+  return true;
+}
+
 // Counts one step of the whole outermost PROCESS (a command or a loop round). Nested loops and
 // blocks that call blocks multiply their rounds, so each bound alone would not bound the time: this
 // one does. True, with processing stopped and "Step limit reached" appended once, past SYS.STEPS.MAX.
 bool hStepOver(cls_KEL& k, std::string& rOut) {
-  if (++k.steps_ <= k.run_.stepsMax) return false;
-  if (!k.quit_) {
-    rOut += k.hLimit("Step limit reached", "more than " + std::to_string(k.run_.stepsMax) + " steps (SYS.STEPS.MAX)");
-    k.quit_ = true;
-  }
-  return true;
+  cls_KELState& st = k.hState();
+  if (++st.steps <= st.run.stepsMax) [[likely]]
+    return false;
+  return hStepLimit(k, rOut);
 }
 
 // True (and processing stopped with "Output too large") once a loop's output passes
 // SYS.OUTPUT.MAX: a loop must not build an unbounded text before the front end sees it.
 bool hOutputFull(Ctx& c, std::string& rOut) {
-  if (rOut.size() <= c.k.run_.outputMax) return false;
-  rOut += c.k.hLimit("Output too large", "more than " + std::to_string(c.k.run_.outputMax) + " bytes (SYS.OUTPUT.MAX)");
-  c.k.quit_ = true;
+  if (rOut.size() <= c.k.hState().run.outputMax) return false;
+  rOut += c.k.hState().Cut(c.k.ERRORS(
+      "Output too large", "more than " + std::to_string(c.k.hState().run.outputMax) + " bytes (SYS.OUTPUT.MAX)"));
+  c.k.hState().quit = true;
   return true;
 }
 
@@ -609,7 +621,7 @@ Variant hIfLike(Ctx& c) {
   std::string out;
   if (taken) out = hBlock(c, c.params[1]);
   else if (c.count == 3) out = hBlock(c, c.params[2]);
-  hChainSet(c.k, c.k.calls_, taken || c.count == 3);
+  hChainSet(c.k, c.k.hState().calls, taken || c.count == 3);
   return Variant(out);
 }
 
@@ -617,16 +629,17 @@ Variant hIf(Ctx& c) { return hIfLike(c); }
 
 // The chain record left for this command by the IF or ELSEIF before it; -1 when there is none.
 int hChainGet(cls_KEL& k) {
-  if (k.chainAt_ != k.calls_) return -1;
-  k.chainAt_ = 0;
-  return k.chainTaken_ ? 1 : 0;
+  cls_KELState& st = k.hState();
+  if (st.chainAt != st.calls) return -1;
+  st.chainAt = 0;
+  return st.chainTaken ? 1 : 0;
 }
 
 Variant hElseIf(Ctx& c) {
   int before = hChainGet(c.k);
   if (before < 0) return Variant(c.k.ERRORS("ELSEIF without IF", c.text));
   if (before == 1) {
-    hChainSet(c.k, c.k.calls_, true);
+    hChainSet(c.k, c.k.hState().calls, true);
     return Variant("");
   }
   return hIfLike(c);
@@ -643,8 +656,8 @@ Variant hElse(Ctx& c) {
 Variant hWhile(Ctx& c) {
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
-  while (!c.k.quit_ && hCondition(c, c.params[0])) {
-    if (++rounds > max) return Variant(out + c.k.hLimit("Loop limit reached", c.text));
+  while (!c.k.hState().quit && hCondition(c, c.params[0])) {
+    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
     if (hStepOver(c.k, out)) break;
     hBlockAppend(c, c.params[1], out);
     if (hOutputFull(c, out)) break;
@@ -658,11 +671,11 @@ Variant hDo(Ctx& c) {
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
   do {
-    if (++rounds > max) return Variant(out + c.k.hLimit("Loop limit reached", c.text));
+    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
     if (hStepOver(c.k, out)) break;
     hBlockAppend(c, c.params[0], out);
     if (hOutputFull(c, out)) break;
-  } while (!c.k.quit_ && hCondition(c, c.params[2]) != until);
+  } while (!c.k.hState().quit && hCondition(c, c.params[2]) != until);
   return Variant(out);
 }
 
@@ -670,22 +683,24 @@ Variant hDo(Ctx& c) {
 Variant hSwitch(Ctx& c) {
   Variant value = hEvalTokens(c, &c.params[0], 1);
   if (c.count == 1) {
-    c.k.looseSwitch_ = {value, false};
+    c.k.hState().looseSwitch = {value, false};
     return Variant("");
   }
-  c.k.switches_.push_back({value, false});
+  c.k.hState().switches.push_back({value, false});
   std::string out;
   try {
     out = hBlock(c, c.params[1]);
   } catch (...) {
-    c.k.switches_.pop_back();
+    c.k.hState().switches.pop_back();
     throw;
   }
-  c.k.switches_.pop_back();
+  c.k.hState().switches.pop_back();
   return Variant(out);
 }
 
-cls_KEL::SwitchFrame& hSwitchFrame(cls_KEL& k) { return k.switches_.empty() ? k.looseSwitch_ : k.switches_.back(); }
+cls_KELState::SwitchFrame& hSwitchFrame(cls_KEL& k) {
+  return k.hState().switches.empty() ? k.hState().looseSwitch : k.hState().switches.back();
+}
 
 Variant hCase(Ctx& c) {
   auto& frame = hSwitchFrame(c.k);
@@ -712,8 +727,8 @@ Variant hFor(Ctx& c) {
   std::string out;
   int32_t max = hLoopMax(c.k), rounds = 0;
   for (double i = from; step > 0 ? i <= to : i >= to; i += step) {
-    if (c.k.quit_) break;
-    if (++rounds > max) return Variant(out + c.k.hLimit("Loop limit reached", c.text));
+    if (c.k.hState().quit) break;
+    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
     if (hStepOver(c.k, out)) break;
     c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
     hBlockAppend(c, c.params[4], out);
@@ -738,7 +753,7 @@ Variant hIterate(Ctx& c) {
   std::string out;
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
-    if (c.k.quit_) break;
+    if (c.k.hState().quit) break;
     Variant item, key;
     {
       const auto& slots = manager->Items(sid);
@@ -839,15 +854,15 @@ Variant hNested(Ctx& c) {
 // (found as INCLUDE finds it) is processed in its place. A file that cannot be found is reported at
 // this command, and the page stays as it is.
 Variant hMaster(Ctx& c) {
-  c.k.master_ = hRest(c);
-  c.k.masterSource_ = c.k.sources_.empty() ? cls_KEL::Source{} : c.k.sources_.back();
+  c.k.hState().master = hRest(c);
+  c.k.hState().masterSource = c.k.hState().sources.empty() ? cls_KELState::Source{} : c.k.hState().sources.back();
   return Variant("");
 }
 
 void hChainSet(cls_KEL& k, int64_t calls, bool taken) {
   // Only the next command can read the record; any older one is past.
-  k.chainAt_ = calls + 1;
-  k.chainTaken_ = taken;
+  k.hState().chainAt = calls + 1;
+  k.hState().chainTaken = taken;
 }
 
 // "%n": the n-th item of the parameter structure.
@@ -981,11 +996,11 @@ Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, con
   std::string upper = text::UCase(word.text);
   if (upper.find(':') != std::string::npos) {
     StructurePtr params = hParamStruct(c);
-    std::string saved = std::move(k.currentCommand_);
-    k.currentCommand_ = upper;
-    k.hShowCalls();
+    std::string saved = std::move(k.hState().currentCommand);
+    k.hState().currentCommand = upper;
+    k.hState().ShowCalls(k.RECURSIONS);
     Variant r = k.MODULES->EXECUTE(k, upper, params);
-    k.currentCommand_ = std::move(saved);
+    k.hState().currentCommand = std::move(saved);
     return r;
   }
   Variant body = k.FUNCTIONS->ITEMBYID_GET(upper, Variant::Null());
@@ -993,10 +1008,10 @@ Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, con
 
   StructurePtr params = hParamStruct(c);
   Variant r;
-  k.currentCommand_ = "OTHER:" + upper;
-  k.hShowCalls();
+  k.hState().currentCommand = "OTHER:" + upper;
+  k.hState().ShowCalls(k.RECURSIONS);
   bool taken = k.MODULES->hRoute(k, "OTHER:" + upper, params, nullptr, r);
-  k.currentCommand_.clear();
+  k.hState().currentCommand.clear();
   if (!taken) return Variant(k.ERRORS("Cannot execute", s));
   return r;
 }
@@ -1068,18 +1083,19 @@ std::string cls_KELExecutor::ParameterError(std::string_view pWord, const KELTok
 }
 
 Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
+  cls_KELState& st = k.hState();
   // A host's own EXECUTE shows its count in RECURSIONS when it returns.
   struct ShowCalls {
     cls_KEL* k;
     ~ShowCalls() {
-      if (k) k->hShowCalls();
+      if (k) k->hState().ShowCalls(k->RECURSIONS);
     }
-  } show{k.depth_ == 0 && k.nest_ == 0 ? &k : nullptr};
-  if (k.depth_ == 0) {
-    k.quit_ = false;
-    k.hReadSettings();
+  } show{st.depth == 0 && st.nest == 0 ? &k : nullptr};
+  if (st.depth == 0) {
+    st.quit = false;
+    st.ReadSettings(k.SETTINGS);
   }
-  ++k.calls_;
+  ++st.calls;
   std::string_view s = pCmd;
   {
     std::string over;
@@ -1088,9 +1104,9 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
   try {
     s = Prepare(s);
     NestGuard guard(k);
-    if (!guard.ok) return Variant(k.hLimit("Nesting too deep", s));
+    if (!guard.ok) return Variant(st.Cut(k.ERRORS("Nesting too deep", s)));
     Variant r = hRun(k, s, pData);
-    if (show.k && r.isString() && !k.dataKey_.empty()) {
+    if (show.k && r.isString() && !st.dataKey.empty()) {
       // a host's own EXECUTE gets data as it is, like the end of an outermost PROCESS
       std::string t(r.str());
       k.hDataFinish(t);

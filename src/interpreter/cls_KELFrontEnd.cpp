@@ -18,6 +18,7 @@
 #include "interpreter/TextCache.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELExecutor.h"
+#include "interpreter/cls_KELState.h"
 
 namespace rykel {
 
@@ -27,7 +28,7 @@ namespace {
 struct LevelGuard {
   cls_KEL& k;
   int& depth;
-  std::vector<cls_KEL::Source>* sources;
+  std::vector<cls_KELState::Source>* sources;
   bool pushed;
   ~LevelGuard() {
     --depth;
@@ -148,7 +149,7 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
 // structures shown in their HTML form stay as they are.
 void hAutoescape(cls_KEL& k, std::string_view pCmd, const Variant& pValue, std::string_view& rResult,
                  std::string& rConverted) {
-  if ((pValue.isObject() && k.run_.html) || rResult.substr(0, 4) == "ERR:") return;
+  if ((pValue.isObject() && k.hState().run.html) || rResult.substr(0, 4) == "ERR:") return;
   if (rResult.find_first_of("&<>\"'{}$") == std::string_view::npos) return;  // nothing to escape or mark
   if (!cls_KELExecutor::IsVariableOutput(pCmd)) return;
   rConverted = k.hData(text::HtmlEscapeText(rResult));
@@ -195,32 +196,33 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
   // This level's output is what follows base in rOut.
   std::string& out = rOut;
   const size_t base = out.size();
-  const bool outermost = k.depth_ == 0;
+  cls_KELState& st = k.hState();
+  const bool outermost = st.depth == 0;
   if (outermost) {
-    k.quit_ = false;
-    k.master_.clear();
-    k.hReadSettings();
+    st.quit = false;
+    st.master.clear();
+    st.ReadSettings(k.SETTINGS);
   }
   if (outermost && pText.size() > static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize))) {
-    out += k.hLimit("Input too large",
-                    "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) + " bytes (INPUT.SIZE.MAX)");
+    out += st.Cut(k.ERRORS("Input too large", "more than " + std::to_string(mdl_Limits::Get(mdl_Limits::kInputSize)) +
+                                                  " bytes (INPUT.SIZE.MAX)"));
     return;
   }
-  const int32_t maxDepth = k.run_.nestingMax;
-  if (k.depth_ >= maxDepth) {
+  const int32_t maxDepth = st.run.nestingMax;
+  if (st.depth >= maxDepth) {
     bool go = true;
     if (k.WARNING) {
-      k.hShowCalls();
+      st.ShowCalls(k.RECURSIONS);
       k.WARNING("Nesting too deep", go);
     }
-    if (!go) k.quit_ = true;
-    out += k.hLimit("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels");
+    if (!go) st.quit = true;
+    out += st.Cut(k.ERRORS("Nesting too deep", "more than " + std::to_string(maxDepth) + " levels"));
     return;
   }
-  ++k.depth_;
-  bool pushed = pNewSource || k.sources_.empty();
-  if (pushed) k.sources_.push_back({pFile, std::make_shared<const std::string>(pText), 0});
-  LevelGuard guard{k, k.depth_, &k.sources_, pushed};
+  ++st.depth;
+  bool pushed = pNewSource || st.sources.empty();
+  if (pushed) st.sources.push_back({pFile, std::make_shared<const std::string>(pText), 0});
+  LevelGuard guard{k, st.depth, &st.sources, pushed};
   if (outermost) k.SIGNAL(kelSignalProcessStart);
 
   try {
@@ -247,7 +249,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
     size_t ahead = outermost ? text.size() : std::min(text.size(), kPrepareLimit);
     if (out.capacity() < base + ahead) out.reserve(std::max(base + ahead, out.capacity() * 3 / 2));
 
-    const int32_t limit = k.run_.commandsMax;
+    const int32_t limit = st.run.commandsMax;
     std::string head;
     bool inHead = false;
     size_t hpos = 0, tpos = 0;
@@ -336,8 +338,8 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         out.append(text.substr(tpos, open - tpos));
         cmd = text.substr(open + 1, std::min(close, text.size()) - open - 1);
       }
-      if (k.quit_) break;
-      if (pushed) k.sources_.back().offset = place;
+      if (st.quit) break;
+      if (pushed) st.sources.back().offset = place;
       Variant value = k.EXECUTE(cmd, pData);
       std::string converted;
       std::string_view result;
@@ -347,15 +349,15 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         converted = k.hToText(value);
         result = converted;
       }
-      if (k.run_.autoescape && k.rawDepth_ == 0) hAutoescape(k, cmd, value, result, converted);
-      if (!k.quit_ && out.size() - base + result.size() > k.run_.outputMax) {
+      if (st.run.autoescape && st.rawDepth == 0) hAutoescape(k, cmd, value, result, converted);
+      if (!st.quit && out.size() - base + result.size() > st.run.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
-        out +=
-            k.hLimit("Output too large", "more than " + std::to_string(k.run_.outputMax) + " bytes (SYS.OUTPUT.MAX)");
-        k.quit_ = true;
+        out += st.Cut(
+            k.ERRORS("Output too large", "more than " + std::to_string(st.run.outputMax) + " bytes (SYS.OUTPUT.MAX)"));
+        st.quit = true;
         break;
       }
-      if (k.quit_) {
+      if (st.quit) {
         out += result;
         break;
       }
@@ -388,16 +390,16 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
     if (!failure.empty()) {
       bool go = true;
       if (failure == "Not parseable" && k.WARNING) {
-        k.hShowCalls();
+        st.ShowCalls(k.RECURSIONS);
         k.WARNING("Not parseable", go);
       }
-      if (!go) k.quit_ = true;
+      if (!go) st.quit = true;
       out.resize(base);
       // Always listed, at the command past the count or at the quote; the output stays empty
       // unless DEVELOPER.DEBUG asks for the report in it.
-      if (pushed) k.sources_.back().offset = failureAt;
-      std::string report = k.hLimit(failure, failureDetail);
-      if (k.run_.debug) out += report;
+      if (pushed) st.sources.back().offset = failureAt;
+      std::string report = st.Cut(k.ERRORS(failure, failureDetail));
+      if (st.run.debug) out += report;
     }
   } catch (const std::exception& e) { out += k.ERRORS("Could not execute", e.what()); }
 
@@ -412,32 +414,32 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
           if (!entries->EXISTS_GET(n)) continue;
           std::string marker = "@@__LATER__" + std::to_string(n) + "@@";
           std::string cmd = CStr(entries->ITEM_GET(n));
-          ++k.depth_;
+          ++st.depth;
           std::string r = Process(k, "{" + cmd + "}", pData, std::string(), false);
-          --k.depth_;
+          --st.depth;
           size_t at = out.find(marker, base);
           if (at != std::string::npos) out.replace(at, marker.size(), r);
         }
       }
-      if (!k.master_.empty()) {
-        std::string master = k.master_;
-        k.master_.clear();
+      if (!st.master.empty()) {
+        std::string master = st.master;
+        st.master.clear();
         std::string path, textIn;
-        k.sources_.push_back(k.masterSource_);
+        st.sources.push_back(st.masterSource);
         bool found = hLoad(k, master, path, textIn);
-        k.sources_.pop_back();
+        st.sources.pop_back();
         if (found) {  // else the page stays as it is, as after a missing INCLUDE
           k.VARIABLES->ITEM_LET("CONTENT", std::string_view(out).substr(base));
           out.resize(base);
-          ++k.depth_;
+          ++st.depth;
           out += Process(k, textIn, pData, path, true);
-          --k.depth_;
+          --st.depth;
         }
       }
     } catch (const std::exception& e) { out += k.ERRORS("Could not execute", e.what()); }
     k.SIGNAL(kelSignalProcessEnd);
     // The page is finished (inside a host's EXECUTE, that EXECUTE finishes its own result).
-    if (k.nest_ == 0) k.hDataFinish(out, base);
+    if (st.nest == 0) k.hDataFinish(out, base);
   }
 }
 

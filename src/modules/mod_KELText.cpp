@@ -9,6 +9,7 @@
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
 #include "interpreter/cls_KEL.h"
+#include "interpreter/cls_KELState.h"
 
 namespace rykel {
 
@@ -165,7 +166,7 @@ Variant hLength(TextCall& c) {
 
 Variant hAutoescape(TextCall& c) {
   try {
-    c.k.run_.autoescape = mdl_Global::hCBool(c.Get("VALUE"));
+    c.k.hState().run.autoescape = mdl_Global::hCBool(c.Get("VALUE"));
   } catch (const std::exception&) { return c.Fail("Not a truth value", c.Str("VALUE")); }
   return Variant("");
 }

@@ -2,8 +2,7 @@
 
 #include "frame/Error.h"
 #include "frame/mdl_Global.h"
-#include "structure/cls_StructureTools.h"
-#include "structure/mdl_GlobalStructure.h"
+#include "structure/mdl_GlobalManager.h"
 
 namespace rykel {
 

@@ -187,14 +187,10 @@ class CompactReader {
       last = index;
       std::string_view type = ip.substr(colon + 1, at - colon - 1);
       const auto slot = static_cast<int32_t>(index);
-      m_.SetName(pID, slot, Intern(ip.substr(at + 1)));
-      if (type == "S") {
-        int32_t child = m_.Alloc();
-        m_.SetChild(pID, slot, child);
-        Node(child, depth + 1);
-        continue;
-      }
-      m_.SetValue(pID, slot, Value(type, Take()));
+      const uint32_t atom = Intern(ip.substr(at + 1));
+      const int32_t child = type == "S" ? m_.Alloc() : 0;
+      m_.SetItem(pID, slot, atom, child ? Variant() : Value(type, Take()), child);
+      if (child) Node(child, depth + 1);
     }
     m_.SetFlags(pID, static_cast<uint8_t>(flags));  // as written, CHANGED included
   }

@@ -535,15 +535,10 @@ int32_t cls_StructureManager::SlotAppend(int32_t pID) {
   return max + 1;
 }
 
-void cls_StructureManager::ReserveSlots(int32_t pID, size_t pSlots) {
-  Node& n = hNode(pID);
-  n.items.reserve(std::max<size_t>(n.items.size(), 1) + pSlots);
-}
-
-void cls_StructureManager::SetFlags(int32_t pID, uint8_t pFlags) {
-  Node& n = hNode(pID);
-  if ((n.flags ^ pFlags) & kHasZero) hDropIndex(n);
-  n.flags = pFlags;
+void cls_StructureManager::hSetItem(int32_t pID, int32_t pSlot, uint32_t pAtom, Variant&& pValue, int32_t pChild) {
+  SetName(pID, pSlot, pAtom);
+  if (pChild) SetChild(pID, pSlot, pChild);
+  else SetValue(pID, pSlot, std::move(pValue));
 }
 
 // Slots moved: the name index is rebuilt on the next lookup, the unused count recounted.

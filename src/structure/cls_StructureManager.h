@@ -18,6 +18,7 @@
 // must not cross threads.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <map>
@@ -324,6 +325,9 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   // Stores the sub-structure pChild in a slot (MAX grows to it), taking over the reference the
   // caller holds on it.
   void SetChild(int32_t pID, int32_t pSlot, int32_t pChild);
+  // SetName, then SetChild when pChild is not 0, else SetValue: one step for readers that name
+  // and fill a slot together.
+  void SetItem(int32_t pID, int32_t pSlot, uint32_t pAtom, Variant&& pValue, int32_t pChild = 0);
   // Appends a used slot after MAX named by the atom (0: unnamed) holding pValue or, when pChild is
   // not 0, the sub-structure pChild, whose reference the slot takes over. Sets CHANGED. No lookup:
   // REQUIRES the caller to know that no used slot of the node carries the name yet (readers that
@@ -357,6 +361,10 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
     bool live = false;      // allocated and not yet freed
   };
   static int32_t hMax(const Node& n) { return n.items.empty() ? 0 : static_cast<int32_t>(n.items.size()) - 1; }
+  // MAX grows to pSlot. REQUIRES pSlot >= the slot count (slot 0 of a fresh node included).
+  void hGrow(Node& n, int32_t pSlot);
+  // SetItem's general case: a used slot, a node with a name index or bound value, an object value.
+  void hSetItem(int32_t pID, int32_t pSlot, uint32_t pAtom, Variant&& pValue, int32_t pChild);
 
   Node& hNode(int32_t pID);
   const Node& hNode(int32_t pID) const;
@@ -458,13 +466,13 @@ inline int32_t cls_StructureManager::SlotAt(int32_t pID, int32_t pIndex) {
     n.flags |= kHasZero;
     hDropIndex(n);  // the base decides what lookups see
   }
-  if (pIndex > hMax(n) || n.items.empty()) hResize(n, pIndex);
+  if (static_cast<size_t>(pIndex) >= n.items.size()) hGrow(n, pIndex);
   return pIndex;
 }
 
 inline void cls_StructureManager::SetName(int32_t pID, int32_t pSlot, uint32_t pAtom) {
   Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
-  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hGrow(n, pSlot);
   Item& it = n.items[pSlot];
   if (it.name == pAtom) return;
   if (it.used) hIndexErase(n, it.name, pSlot);
@@ -480,15 +488,53 @@ inline void cls_StructureManager::SetValue(int32_t pID, int32_t pSlot, Variant p
   }
   Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
   n.flags |= kChanged;
-  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hGrow(n, pSlot);
   hFill(n, pSlot, std::move(pValue), 0);
 }
 
 inline void cls_StructureManager::SetChild(int32_t pID, int32_t pSlot, int32_t pChild) {
   Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
   n.flags |= kChanged;
-  if (static_cast<size_t>(pSlot) >= n.items.size()) hResize(n, pSlot);
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hGrow(n, pSlot);
   hFill(n, pSlot, Variant(), pChild);
+}
+
+inline void cls_StructureManager::SetItem(int32_t pID, int32_t pSlot, uint32_t pAtom, Variant&& pValue,
+                                          int32_t pChild) {
+  Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
+  if (static_cast<size_t>(pSlot) >= n.items.size()) hGrow(n, pSlot);
+  Item& it = n.items[pSlot];
+  if (it.used || n.extra || pValue.isObject()) [[unlikely]]
+    return hSetItem(pID, pSlot, pAtom, std::move(pValue), pChild);
+  // an unused slot holds nothing to release, and a node without extra keeps no name index
+  it.name = pAtom;
+  it.used = true;
+  if (pSlot >= 1) --n.unused;
+  n.flags |= kChanged;
+  if (pChild) {
+    it.isStruct = true;
+    it.child = pChild;
+  } else {
+    std::destroy_at(&it.value);  // Empty: moved into rather than assigned over
+    std::construct_at(&it.value, std::move(pValue));
+  }
+}
+
+inline void cls_StructureManager::ReserveSlots(int32_t pID, size_t pSlots) {
+  Node& n = hNode(pID);
+  n.items.reserve(std::max<size_t>(n.items.size(), 1) + pSlots);
+}
+
+inline void cls_StructureManager::SetFlags(int32_t pID, uint8_t pFlags) {
+  Node& n = hNode(pID);
+  if ((n.flags ^ pFlags) & kHasZero) hDropIndex(n);
+  n.flags = pFlags;
+}
+
+inline void cls_StructureManager::hGrow(Node& n, int32_t pSlot) {
+  if (static_cast<size_t>(pSlot) != n.items.size()) return hResize(n, pSlot);
+  n.items.resize(n.items.size() + 1);  // one more slot, the common case of readers
+  if (pSlot >= 1) ++n.unused;
 }
 
 inline int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Variant&& pValue, int32_t pChild) {
@@ -497,15 +543,9 @@ inline int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Var
   if (n.items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max())) [[unlikely]]
     hTooManySlots();
   const auto slot = static_cast<int32_t>(n.items.size());
-  Item& it = n.items.emplace_back();
-  it.name = pAtom;
-  it.used = true;
-  if (pChild) {
-    it.isStruct = true;
-    it.child = pChild;
-  } else {
-    it.value = std::move(pValue);
-  }
+  // built in place: the value is moved into a fresh slot, not assigned over an empty one
+  if (pChild) n.items.emplace_back(Variant(), pAtom, pChild, true, true);
+  else n.items.emplace_back(std::move(pValue), pAtom, 0, true, false);
   n.flags |= kChanged;
   if (pAtom && n.extra) hIndexInsert(n, pAtom, slot);
   return slot;

@@ -9,7 +9,7 @@
 #include "frame/cls_CollectionValues.h"
 #include "frame/mdl_Global.h"
 #include "structure/cls_StructureSerializer.h"
-#include "structure/mdl_GlobalStructure.h"
+#include "structure/mdl_GlobalManager.h"
 
 namespace rykel {
 

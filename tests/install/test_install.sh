@@ -15,7 +15,8 @@ for f in bin/rykel include/rykel/interpreter/cls_KEL.h include/rykel/modules/mod
   [[ -e "$prefix/$f" ]] || { echo "not installed: $f"; exit 1; }
 done
 # Only the public headers go out: the interpreter's run stages stay in the source tree.
-for f in include/rykel/interpreter/cls_KELExecutor.h include/rykel/query/cls_DBCondition.h \
+for f in include/rykel/interpreter/cls_KELExecutor.h include/rykel/interpreter/cls_KELState.h \
+         include/rykel/query/cls_DBCondition.h \
          include/rykel/export/cls_DBExport.h; do
   [[ ! -e "$prefix/$f" ]] || { echo "internal header installed: $f"; exit 1; }
 done

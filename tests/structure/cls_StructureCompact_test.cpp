@@ -71,6 +71,12 @@ TEST(StructureCompact, RoundTripKeepsEverything) {
   EXPECT_TRUE(r->ITEM_GET("SUB").as<cls_Structure>()->ALLOWNOTHING_GET());
   EXPECT_FALSE(r->ITEM_GET("SUB").as<cls_Structure>()->CHANGED_GET());
   EXPECT_TRUE(r->EXISTS_GET("NAME@WITH:SEPARATORS"));
+  // a node with a bound value (its slots written the general way) reads the same and keeps it
+  auto bound = cls_Structure::New();
+  bound->VALUEBOUND_LET("kept");
+  bound->UNSERIALIZEBINARY(text);
+  EXPECT_EQ(Pieces(*bound), Pieces(*s));
+  EXPECT_EQ(bound->VALUEBOUND_GET().str(), "kept");
   // UNSERIALIZE hands compact text to the compact reader
   auto u = cls_Structure::New();
   u->UNSERIALIZE(text);
@@ -81,6 +87,41 @@ TEST(StructureCompact, RoundTripKeepsEverything) {
   auto b2 = cls_Structure::New();
   b2->UNSERIALIZEBINARY(big->SERIALIZEBINARY());
   EXPECT_EQ(b2->ITEM_GET("K377").rawLong(), 377);
+}
+
+// A zero-based node whose only item sits in slot 0 has MAX 0: the reader is handed no slot count
+// to size the node with, so naming and filling slot 0 must make the slot itself.
+TEST(StructureCompact, OnlyItemInSlotZero) {
+  struct Case {
+    const char* what;
+    std::string text;
+  };
+  auto inner = cls_Structure::New();
+  inner->ITEM_LET(0, "deep");
+  auto outer = cls_Structure::New();
+  outer->ITEM_LET(0, Variant(inner));  // slot 0 holds a sub-structure whose slot 0 is its only item
+  auto scalar = cls_Structure::New();
+  scalar->ITEM_LET(0, 5);
+  const Case cases[] = {
+      {"written by hand", "QS1:AB:2@0@1AB0:3@AAB5"},
+      {"scalar round trip", scalar->SERIALIZEBINARY()},
+      {"sub-structure round trip", outer->SERIALIZEBINARY()},
+  };
+  for (const Case& c : cases) {
+    auto r = cls_Structure::New();
+    r->UNSERIALIZEBINARY(c.text);
+    EXPECT_TRUE(r->HASZERO_GET()) << c.what;
+    EXPECT_EQ(r->MAX(), 0) << c.what;
+    EXPECT_EQ(r->COUNT(), 1) << c.what;
+    EXPECT_FALSE(r->ISEMPTY()) << c.what;
+  }
+  auto r = cls_Structure::New();
+  r->UNSERIALIZEBINARY(cases[0].text);
+  EXPECT_EQ(r->ITEM_GET(0).rawLong(), 5);
+  EXPECT_EQ(r->ITEM_GET("A").rawLong(), 5);  // the name is indexed as well
+  r->UNSERIALIZEBINARY(cases[2].text);
+  EXPECT_EQ(Pieces(*r), Pieces(*outer));
+  EXPECT_EQ(r->ITEM_GET(0).as<cls_Structure>()->ITEM_GET(0).str(), "deep");
 }
 
 TEST(StructureCompact, SeparatorNeverOccursInAPiece) {
