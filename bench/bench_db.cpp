@@ -8,9 +8,9 @@
 #include <fstream>
 #include <string>
 
-#include "database/cls_DB.h"
 #include "frame/DateTime.h"
 #include "frame/Text.h"
+#include "host/cls_DB.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include <cstring>
 #include <string>
 
-#include "database/cls_DB.h"
 #include "frame/DateTime.h"
+#include "host/cls_DB.h"
 
 namespace {
 

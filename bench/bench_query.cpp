@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "host/cls_DB.h"
 
 using namespace rykel;
 

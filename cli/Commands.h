@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "CommandFailure.h"
-#include "database/cls_DB.h"
+#include "host/cls_DB.h"
 #include "structure/cls_Structure.h"
 
 namespace rykel::cli {

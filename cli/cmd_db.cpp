@@ -7,9 +7,9 @@
 
 #include "Commands.h"
 #include "ValueCheck.h"
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
+#include "host/cls_DB.h"
 #include "host/sys_Global.h"
 #include "tools/cls_DBTool.h"
 

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "Commands.h"
-#include "database/cls_DB.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
+#include "host/cls_DB.h"
 
 namespace rykel::cli {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "Commands.h"
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
+#include "host/cls_DB.h"
 #include "query/cls_DBCondition.h"
 
 namespace rykel::cli {

@@ -25,11 +25,11 @@ set(RYKEL_PUBLIC_HEADERS
   structure/mdl_GlobalStructure.h structure/mdl_StructureJson.h
   interpreter/cls_KEL.h interpreter/cls_KELModules.h interpreter/cls_KELModule.h
   interpreter/cls_KELModuleInterface.h
-  database/cls_DB.h database/cls_DBField.h database/cls_DBIndex.h database/cls_DBView.h
+  database/cls_DBStore.h database/cls_DBField.h database/cls_DBIndex.h database/cls_DBView.h
   database/enm_DBFieldType.h
   tools/cls_DBTool.h
   modules/mod_KELDB.h modules/mod_KELIO.h modules/mod_KELStructure.h
-  host/sys_Global.h)
+  host/cls_DB.h host/sys_Global.h)
 set(pending ${RYKEL_PUBLIC_HEADERS})
 set(RYKEL_INSTALLED_HEADERS)
 while(pending)

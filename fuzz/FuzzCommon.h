@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 
-#include "database/cls_DB.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
+#include "host/cls_DB.h"
 #include "structure/cls_Structure.h"
 
 namespace rykel::fuzz {

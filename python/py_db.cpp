@@ -1,6 +1,6 @@
 // cls_DB, cls_DBField, cls_DBView, cls_DBIndex and the field types.
 #include "Bindings.h"
-#include "database/cls_DB.h"
+#include "host/cls_DB.h"
 
 namespace rykel::py {
 
@@ -128,8 +128,11 @@ void BindDB(pyb::module_& m) {
       .def("UNSERIALIZE", &D::UNSERIALIZE, arg("pText"))
       .def("DBSERIAL_GET", &D::DBSERIAL_GET)
       .def("DBSERIAL_LET", &D::DBSERIAL_LET, arg("pText"))
-      .def("DBCOPY", &D::DBCOPY, arg("pOther"))
-      .def("DBMERGE", &D::DBMERGE, arg("pOtherDB"), arg("pOverwrite") = false)
+      .def(
+          "DBCOPY", [](D& d, const DBPtr& other) { return d.DBCOPY(other); }, arg("pOther"))
+      .def(
+          "DBMERGE", [](D& d, const DBPtr& other, bool overwrite) { return d.DBMERGE(other, overwrite); },
+          arg("pOtherDB"), arg("pOverwrite") = false)
       .def("DBCHECKINDEX", &D::DBCHECKINDEX)
       .def("DBCHECKINDEXREPORT_GET", &D::DBCHECKINDEXREPORT_GET)
       .def("FLAGS", &D::FLAGS, arg("pKind") = 1)

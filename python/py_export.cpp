@@ -1,7 +1,7 @@
 // The exports of cls_DB, added to the class that py_db.cpp binds. Settings may be a
 // cls_Structure or a dict of keys ("TITLE.SHOW") and values; the id list a list of ids or None.
 #include "Bindings.h"
-#include "database/cls_DB.h"
+#include "host/cls_DB.h"
 #include "structure/cls_Structure.h"
 
 namespace rykel::py {

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
+#include "host/cls_DB.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"

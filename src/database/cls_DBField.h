@@ -24,7 +24,6 @@
 namespace rykel {
 
 class cls_Structure;
-class cls_DB;
 
 // The definition's members in STRUCTURE_GET order, as X(MEMBER, kind): the one list that the
 // structure form (KEYS, STRUCTURE_GET, STRUCTURE_LET) and the Python binding are made from. The

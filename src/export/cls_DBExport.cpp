@@ -8,6 +8,7 @@
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "query/mdl_DBQuery.h"
 
 namespace rykel {
 
@@ -39,7 +40,8 @@ std::string cls_DBExport::hColorText(int32_t pColor) {
   return b;
 }
 
-cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDList& pIDs, const StructurePtr& pSettings)
+cls_DBExport::cls_DBExport(cls_DBStore& pDB, const Variant& pView, const cls_DBStore::IDList& pIDs,
+                           const StructurePtr& pSettings)
     : db_(pDB) {
   view_ = db_.VIEW(pView);
   if (!view_) Raise(err::kInvalidCall, "no view '" + CStr(pView) + "'");
@@ -48,7 +50,7 @@ cls_DBExport::cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDLi
   allInOrder_ = !pIDs && view_->FILTERS.empty() && view_->SORTFIELD.empty() && view_->SORTFIELD2.empty();
   if (pIDs) ids_ = *pIDs;
   else if (allInOrder_) ids_ = db_.ENTRYALL_IDS();
-  else ids_ = db_.ENTRYFILTER(Variant(view_->ID), nullptr);
+  else ids_ = mdl_DBQuery::ENTRYFILTER(db_, Variant(view_->ID), nullptr);
   StructurePtr s = pSettings ? pSettings : cls_Structure::New();
   table_.settings = s;
   index_ = hIsRuleTrue(s->ITEM_GET("INDEX"));

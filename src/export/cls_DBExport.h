@@ -34,7 +34,7 @@
 #include <tuple>
 #include <vector>
 
-#include "database/cls_DB.h"
+#include "database/cls_DBStore.h"
 #include "query/cls_DBCondition.h"
 
 namespace rykel {
@@ -94,7 +94,7 @@ class ExportSink {
 class cls_DBExport {
  public:
   // REQUIRES: pDB outlives this object. Raises kInvalidCall when the view does not exist.
-  cls_DBExport(cls_DB& pDB, const Variant& pView, const cls_DB::IDList& pIDs, const StructurePtr& pSettings);
+  cls_DBExport(cls_DBStore& pDB, const Variant& pView, const cls_DBStore::IDList& pIDs, const StructurePtr& pSettings);
 
   const ExportTable& TABLE() const { return table_; }
   const std::vector<Variant>& IDS() const { return ids_; }
@@ -125,7 +125,7 @@ class cls_DBExport {
              bool pNumberTexts);
   void hFormatRow(ExportRow& rRow);
 
-  cls_DB& db_;
+  cls_DBStore& db_;
   DBViewPtr view_;
   std::vector<Variant> ids_;
   bool allInOrder_ = false;  // ids_ are every entry in table order, so an id's position is its index
@@ -134,7 +134,7 @@ class cls_DBExport {
   std::vector<Rule> rules_;
   // The field numbers read per entry: one per column (0 for the running number), then the rules'.
   std::vector<int32_t> fieldNos_;
-  cls_DB::EntryReader reader_;
+  cls_DBStore::EntryReader reader_;
   std::vector<Variant> values_;
   // Row style triples met so far; the index is ExportRow::style.
   std::vector<std::tuple<bool, std::string, std::string>> styles_{{false, "", ""}};

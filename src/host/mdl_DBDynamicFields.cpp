@@ -1,6 +1,6 @@
 // Lets a database render its dynamic fields with the interpreter, which sits above the database.
 // Installed when the library is loaded.
-#include "database/cls_DB.h"
+#include "database/cls_DBStore.h"
 #include "interpreter/cls_KEL.h"
 
 namespace rykel {
@@ -19,7 +19,7 @@ std::function<Variant(const std::string&)> hBind(ObjectPtr& rKEL, const Structur
 }
 
 const bool kInstalled = [] {
-  cls_DB::SetDynamicFields(hBind);
+  cls_DBStore::SetDynamicFields(hBind);
   return true;
 }();
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <functional>
 
-#include "database/cls_DB.h"
 #include "frame/Error.h"
 #include "frame/cls_Collection.h"
 #include "frame/cls_CollectionInt.h"
 #include "frame/cls_CollectionValues.h"
+#include "host/cls_DB.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"

@@ -11,19 +11,20 @@
 #include "frame/mdl_Global.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELFrontEnd.h"
+#include "query/mdl_DBQuery.h"
 
 namespace rykel {
 
 namespace {
 
-using IdList = cls_DB::IdList;
+using IdList = cls_DBStore::IdList;
 
 // What one command sees: the interpreter, its parameters (completed by SYNTAXCHECK), the current
 // database and the command word for messages.
 struct DBCall {
   cls_KEL& kel;
   const StructurePtr& p;
-  cls_DB& db;
+  cls_DBStore& db;
   const std::string& cmd;
 
   std::string Str(std::string_view key) const { return CStr(p->ITEM_GET(Variant(key))); }
@@ -98,7 +99,8 @@ Checked hFieldList(const DBCall& c, std::vector<DBFieldPtr>& rFields) {
   return std::nullopt;
 }
 
-StructurePtr hEntry(cls_KEL& kel, cls_DB& db, const Variant& id, const std::vector<DBFieldPtr>& fields, bool html) {
+StructurePtr hEntry(cls_KEL& kel, cls_DBStore& db, const Variant& id, const std::vector<DBFieldPtr>& fields,
+                    bool html) {
   auto e = cls_Structure::New();
   e->ITEMBYID_LET("ID", id);
   for (const auto& f : fields) {
@@ -120,20 +122,20 @@ Variant hAll(const DBCall& c) {
   std::string sort = c.Str("SORT");
   if (!sort.empty())
     if (auto e = hField(c, "SORT")) return *e;
-  return hListValue(c.db.ENTRYALL(sort, c.Flag("REV")));
+  return hListValue(mdl_DBQuery::ENTRYALL(c.db, sort, c.Flag("REV")));
 }
 
 Variant hQuery(const DBCall& c) {
   std::optional<IdList> list;
   if (auto e = hField(c, "FIELD")) return *e;
   if (auto e = hList(c, "LIST", list)) return *e;
-  return hListValue(c.db.ENTRYQUERY(Variant(c.Str("FIELD")), "", c.p->ITEM_GET("CONDITION"), list));
+  return hListValue(mdl_DBQuery::ENTRYQUERY(c.db, Variant(c.Str("FIELD")), "", c.p->ITEM_GET("CONDITION"), list));
 }
 
 Variant hSearch(const DBCall& c) {
   std::optional<IdList> list;
   if (auto e = hList(c, "LIST", list)) return *e;
-  return hListValue(c.db.ENTRYSEARCH(c.Str("TEXT"), list));
+  return hListValue(mdl_DBQuery::ENTRYSEARCH(c.db, c.Str("TEXT"), list));
 }
 
 Variant hFilter(const DBCall& c) {
@@ -149,7 +151,7 @@ Variant hFilter(const DBCall& c) {
     if (auto e = hField(c, "SORT")) return *e;
   std::optional<IdList> list;
   if (auto e = hList(c, "LIST", list)) return *e;
-  return hListValue(c.db.ENTRYFILTER(Variant(1), filter, sort, c.Flag("REV"), list));
+  return hListValue(mdl_DBQuery::ENTRYFILTER(c.db, Variant(1), filter, sort, c.Flag("REV"), list));
 }
 
 Variant hSort(const DBCall& c) {
@@ -159,7 +161,7 @@ Variant hSort(const DBCall& c) {
   std::string second = c.Str("FIELD2");
   if (!second.empty())
     if (auto e = hField(c, "FIELD2")) return *e;
-  return hListValue(c.db.ENTRYSORTADVANCED(c.Str("FIELD"), c.Flag("REV"), second, list, c.Flag("REV2")));
+  return hListValue(mdl_DBQuery::ENTRYSORTADVANCED(c.db, c.Str("FIELD"), c.Flag("REV"), second, list, c.Flag("REV2")));
 }
 
 // Items START .. START+SIZE-1 of the list (1-based); every entry's ids when LIST is empty.
@@ -276,7 +278,7 @@ mod_KELDB::mod_KELDB() : module_(std::make_shared<cls_KELModule>()) {
   for (const auto& row : kDBCommands) module_->COMMAND(row.name);
 }
 
-void mod_KELDB::ATTACH(const DBPtr& pDB, std::string_view pName) {
+void mod_KELDB::ATTACH(const DBStorePtr& pDB, std::string_view pName) {
   std::string name = hName(pName);
   if (!pDB) {
     dbs_.erase(name);
@@ -287,7 +289,7 @@ void mod_KELDB::ATTACH(const DBPtr& pDB, std::string_view pName) {
   current_ = name;
 }
 
-DBPtr mod_KELDB::DB_GET(std::string_view pName) const {
+DBStorePtr mod_KELDB::DB_GET(std::string_view pName) const {
   std::string name = pName.empty() ? current_ : hName(pName);
   auto it = dbs_.find(name);
   return it == dbs_.end() ? nullptr : it->second;
@@ -317,7 +319,7 @@ void mod_KELDB::MODULE_EXECUTE(const StructurePtr&, bool&, Variant& rValue, cons
       current_ = name;
       return void(rValue = Variant(""));
     }
-    auto db = std::make_shared<cls_DB>();
+    auto db = cls_DBStore::New();
     // A confined template reaches through the database no file outside DIRECTORIES: not the
     // file itself, nor the header it names, nor a test whether some outside file exists.
     std::optional<mdl_Confine::Scope> confine;
@@ -348,7 +350,7 @@ void mod_KELDB::MODULE_EXECUTE(const StructurePtr&, bool&, Variant& rValue, cons
   for (const auto& row : kDBCommands) {
     if (row.name != cmd) continue;
     if (!row.wanted.empty() && !check(row.wanted)) return void(rValue = Variant(""));
-    DBPtr db = DB_GET();
+    DBStorePtr db = DB_GET();
     if (!db) return void(rValue = Variant(pKEL.ERRORS("No database open", "DB:" + cmd)));
     rValue = row.run(DBCall{pKEL, pParameters, *db, cmd});
     return;

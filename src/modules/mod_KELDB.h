@@ -38,7 +38,7 @@
 #include <string>
 #include <string_view>
 
-#include "database/cls_DB.h"
+#include "database/cls_DBStore.h"
 #include "interpreter/cls_KELModuleInterface.h"
 
 namespace rykel {
@@ -51,9 +51,11 @@ class mod_KELDB : public cls_KELModuleInterface {
 
   // Makes a database the host opened known under pName (any case; default "MAIN") and the current
   // one. A null database removes the name.
-  void ATTACH(const DBPtr& pDB, std::string_view pName = "MAIN");
-  // The database under pName, or the current one for ""; null when there is none.
-  DBPtr DB_GET(std::string_view pName = "") const;
+  void ATTACH(const DBStorePtr& pDB, std::string_view pName = "MAIN");
+  // The database under pName, or the current one for ""; null when there is none. Databases
+  // the module opens and those a host attaches are cls_DB objects (host/cls_DB.h):
+  // std::dynamic_pointer_cast<cls_DB> gives the query members back.
+  DBStorePtr DB_GET(std::string_view pName = "") const;
   // The current database's name ("" when none).
   std::string CURRENT_GET() const;
 
@@ -63,7 +65,7 @@ class mod_KELDB : public cls_KELModuleInterface {
 
  private:
   std::shared_ptr<cls_KELModule> module_;
-  std::map<std::string, DBPtr, std::less<>> dbs_;
+  std::map<std::string, DBStorePtr, std::less<>> dbs_;
   std::string current_;
 };
 

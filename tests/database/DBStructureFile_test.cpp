@@ -8,10 +8,10 @@
 #include <regex>
 
 #include "database/DBEntryText.h"
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/FileIO.h"
 #include "frame/Notifier.h"
+#include "host/cls_DB.h"
 
 #include "../TestSupport.h"
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
+#include "host/cls_DB.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModuleInterface.h"
 #include "interpreter/cls_KELModules.h"

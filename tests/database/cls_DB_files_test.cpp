@@ -9,11 +9,11 @@
 #include <fstream>
 #include <set>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Notifier.h"
 #include "frame/ValueWriter.h"
+#include "host/cls_DB.h"
 
 #include "../TestSupport.h"
 

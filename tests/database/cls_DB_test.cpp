@@ -1,4 +1,4 @@
-#include "database/cls_DB.h"
+#include "host/cls_DB.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

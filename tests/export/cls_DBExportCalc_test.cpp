@@ -13,6 +13,7 @@
 #include "export/OfficeProcess.h"
 #include "export/cls_DBExportWorkbook.h"
 #include "frame/Notifier.h"
+#include "host/cls_DB.h"
 
 #include "../TestSupport.h"
 

@@ -18,6 +18,7 @@
 #include "frame/Error.h"
 #include "frame/FileIO.h"
 #include "frame/Text.h"
+#include "host/cls_DB.h"
 
 #include "../TestSupport.h"
 

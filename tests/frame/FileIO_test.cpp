@@ -19,10 +19,10 @@
 #include <thread>
 #include <vector>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
+#include "host/cls_DB.h"
 #include "structure/cls_Structure.h"
 
 #include "../TestSupport.h"

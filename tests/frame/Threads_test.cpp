@@ -9,9 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/mdl_Limits.h"
+#include "host/cls_DB.h"
 #include "host/sys_Global.h"
 #include "interpreter/cls_KEL.h"
 #include "structure/cls_Structure.h"

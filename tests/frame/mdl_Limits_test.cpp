@@ -10,10 +10,10 @@
 #include <fstream>
 #include <thread>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/FileIO.h"
+#include "host/cls_DB.h"
 #include "host/sys_Global.h"
 #include "interpreter/cls_KEL.h"
 #include "structure/cls_Structure.h"

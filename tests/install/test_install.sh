@@ -9,14 +9,14 @@ prefix=$(mktemp -d)
 trap 'rm -rf "$prefix"' EXIT
 
 cmake --install "$build" --prefix "$prefix" >/dev/null
-for f in bin/rykel include/rykel/interpreter/cls_KEL.h include/rykel/modules/mod_KELDB.h \
+for f in bin/rykel include/rykel/interpreter/cls_KEL.h include/rykel/modules/mod_KELDB.h include/rykel/host/cls_DB.h \
          lib/cmake/rykel/rykelConfig.cmake lib/cmake/rykel/rykelConfigVersion.cmake \
          lib/pkgconfig/rykel.pc share/man/man1/rykel.1; do
   [[ -e "$prefix/$f" ]] || { echo "not installed: $f"; exit 1; }
 done
 # Only the public headers go out: the interpreter's run stages stay in the source tree.
 for f in include/rykel/interpreter/cls_KELExecutor.h include/rykel/interpreter/cls_KELState.h \
-         include/rykel/query/cls_DBCondition.h \
+         include/rykel/query/cls_DBCondition.h include/rykel/query/mdl_DBQuery.h include/rykel/export/mdl_DBExport.h \
          include/rykel/export/cls_DBExport.h; do
   [[ ! -e "$prefix/$f" ]] || { echo "internal header installed: $f"; exit 1; }
 done

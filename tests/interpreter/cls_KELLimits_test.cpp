@@ -9,11 +9,11 @@
 #include <fstream>
 #include <thread>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/FileIO.h"
 #include "frame/ValueWriter.h"
+#include "host/cls_DB.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"

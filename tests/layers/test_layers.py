@@ -56,11 +56,13 @@ class Layers(unittest.TestCase):
     def test_checker_refuses_up_sideways_and_unranked(self):
         cases = [  # (folder, file, include, expected fault or None)
             ('frame', 'A.cpp', 'modules/mod_KELIO.h', 'runs up'),
-            ('interpreter', 'B.h', 'database/cls_DB.h', 'runs up'),
+            ('interpreter', 'B.h', 'database/cls_DBStore.h', 'runs up'),
             ('tools', 'C.cpp', 'export/cls_DBExport.h', 'runs sideways'),
             ('database', 'D.cpp', '../host/sys_Global.h', 'leaves the folder'),
             ('nowhere', 'E.cpp', 'frame/Error.h', 'without a rank'),
-            ('modules', 'F.cpp', 'database/cls_DB.h', None),
+            ('modules', 'F.cpp', 'database/cls_DBStore.h', None),
+            ('modules', 'I.cpp', 'host/cls_DB.h', 'runs up'),
+            ('export', 'J.cpp', 'query/mdl_DBQuery.h', None),
             ('query', 'G.cpp', 'cls_DBSearch.h', None),
             ('host', 'H.cpp', 'fmt/format.h', None),
         ]

@@ -8,8 +8,8 @@
 #include <fstream>
 #include <random>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
+#include "host/cls_DB.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
 

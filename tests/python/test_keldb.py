@@ -38,7 +38,11 @@ class TestKELDB(unittest.TestCase):
     def test_open_by_file_and_errors(self):
         self.k.DIRECTORIES.ADD(os.path.join(ROOT, "examples") + "/")
         self.assertEqual(self.k.PROCESS('{DB:OPEN "data/kunden.db" NAME=kunden}{DB:COUNT}', None), "8")
-        self.assertEqual(self.m.DB_GET("KUNDEN").DBFILE_GET(), os.path.join(ROOT, "examples", "data", "kunden.db"))
+        opened = self.m.DB_GET("KUNDEN")
+        self.assertEqual(opened.DBFILE_GET(), os.path.join(ROOT, "examples", "data", "kunden.db"))
+        # the module's own database is a full cls_DB, queries and exports included
+        self.assertIsInstance(opened, rykel.cls_DB)
+        self.assertEqual(len(opened.ENTRYQUERY("ORT", "", "Hamburg")), 3)
         self.assertEqual(self.k.PROCESS("{DB:TEXT 1 STADT}", None), "ERR:---Unknown field: STADT---")
         self.assertEqual(self.k.PROCESS('{DB:OPEN "data/keine.db"}', None), "ERR:---Database not found: data/keine.db---")
         self.assertEqual(self.k.ERRORLIST.COUNT(), 2)

@@ -10,9 +10,9 @@
 #include <cmath>
 #include <random>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "host/cls_DB.h"
 #include "tools/cls_DBTool.h"
 
 namespace rykel {

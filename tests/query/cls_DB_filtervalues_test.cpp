@@ -1,9 +1,9 @@
 // The filter choices offered for one field: every kind of field, the settings, and the counts.
 #include <gtest/gtest.h>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Text.h"
+#include "host/cls_DB.h"
 #include "structure/cls_StructureManager.h"
 
 #include "../CaseTable.h"

@@ -1,10 +1,10 @@
 // Queries, search, filters and sorting of cls_DB on a small database of known entries.
 #include <gtest/gtest.h>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
+#include "host/cls_DB.h"
 
 #include "../CaseTable.h"
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
+#include "host/cls_DB.h"
 #include "structure/cls_Structure.h"
 #include "tools/cls_DBTool.h"
 

@@ -1,4 +1,4 @@
-// cls_DB: the database files (open, save, close, clear), the whole-database structure, the
+// cls_DBStore: the database files (open, save, close, clear), the whole-database structure, the
 // one-string form, copying, merging and the index check.
 //
 // Binary form of the database file, values of the sequential value writer (frame/ValueWriter.h)
@@ -22,7 +22,7 @@
 
 #include "database/DBEntryText.h"
 #include "database/DBStructureFile.h"
-#include "database/cls_DB.h"
+#include "database/cls_DBStore.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
@@ -39,7 +39,7 @@ namespace rykel {
 
 namespace {
 
-constexpr const char* kClass = "cls_DB";
+constexpr const char* kClass = "cls_DB";  // the error source hosts see
 constexpr std::string_view kSignature = "Morvandil KEL DB Binary";
 constexpr std::string_view kDefaultHeader = "info.header";
 
@@ -80,7 +80,7 @@ int64_t hFileTime(const std::string& path) {
 
 // ---- open, close, save, clear -------------------------------------------------------------------
 
-bool cls_DB::DBCLEAR() {
+bool cls_DBStore::DBCLEAR() {
   return Guard(kClass, "DBCLEAR", [&] {
     icon_ = "database";
     description_.clear();
@@ -112,7 +112,7 @@ bool cls_DB::DBCLEAR() {
   });
 }
 
-bool cls_DB::DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile, bool pRaiseErrors) {
+bool cls_DBStore::DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile, bool pRaiseErrors) {
   return Guard(kClass, "DBOPENREADONLY", [&] {
     auto settings = cls_Structure::New();
     settings->ITEM_LET("READONLY", true);
@@ -120,7 +120,7 @@ bool cls_DB::DBOPENREADONLY(const std::string& pDBFile, const std::string& pHead
   });
 }
 
-bool cls_DB::hLocateHeader(const std::string& pName, std::string& rPath) {
+bool cls_DBStore::hLocateHeader(const std::string& pName, std::string& rPath) {
   std::string name = pName.empty() ? std::string(kDefaultHeader) : pName;
   std::vector<std::string> dirs;
   if (headerLocations_) {
@@ -142,7 +142,7 @@ bool cls_DB::hLocateHeader(const std::string& pName, std::string& rPath) {
   return false;
 }
 
-bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, const StructurePtr& pSettings) {
+bool cls_DBStore::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, const StructurePtr& pSettings) {
   const std::string& D = pDBFile;
   const std::string& H = pHeaderFile;
   bool readOnly = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("READONLY", false));
@@ -240,8 +240,8 @@ bool cls_DB::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, c
   return true;
 }
 
-bool cls_DB::DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile, bool pRaiseErrors,
-                    const StructurePtr& pSettings) {
+bool cls_DBStore::DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile, bool pRaiseErrors,
+                         const StructurePtr& pSettings) {
   return Guard(kClass, "DBOPEN", [&] {
     if (opened_) {
       if (pDBFile == dbFile_) return true;
@@ -269,7 +269,7 @@ bool cls_DB::DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile, 
   });
 }
 
-bool cls_DB::DBCLOSE() {
+bool cls_DBStore::DBCLOSE() {
   return Guard(kClass, "DBCLOSE", [&] {
     if (!opened_) return false;
     bool ok = true;
@@ -280,7 +280,7 @@ bool cls_DB::DBCLOSE() {
   });
 }
 
-bool cls_DB::DBSAVE(bool pForce) {
+bool cls_DBStore::DBSAVE(bool pForce) {
   return Guard(kClass, "DBSAVE", [&] {
     if (!opened_ || !entryChanged_ || readOnly_ || dbFile_.empty()) return false;
     saveError_.clear();
@@ -311,7 +311,7 @@ bool cls_DB::DBSAVE(bool pForce) {
 
 // ---- binary form ---------------------------------------------------------------------------------
 
-void cls_DB::hWriteBinary(const std::string& pFile) {
+void cls_DBStore::hWriteBinary(const std::string& pFile) {
   const auto& all = entries_.Entries();
   bool numeric = entries_.Numeric();
   fileio::WriteFileAtomicStream(pFile, [&](std::FILE* f) {
@@ -340,7 +340,7 @@ void cls_DB::hWriteBinary(const std::string& pFile) {
   });
 }
 
-void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows) {
+void cls_DBStore::hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows) {
   std::string data = fileio::ReadRegularFile(pFile);
   ValueReader r(data);
   if (r.ReadStringView() != kSignature) Raise(err::kInvalidData, "not a binary database file");
@@ -363,7 +363,7 @@ void cls_DB::hReadBinary(const std::string& pFile, std::string& rHeaderName, std
   if (r.ReadStringView() != "EOF") Raise(err::kInvalidData, "end mark missing");
 }
 
-void cls_DB::hInstallRows(std::vector<DBRow>& rRows, bool pRejectDuplicates) {
+void cls_DBStore::hInstallRows(std::vector<DBRow>& rRows, bool pRejectDuplicates) {
   entries_.Clear();
   for (auto& idx : indexes_) idx.reset();
   entries_.Reserve(rRows.size());
@@ -383,7 +383,7 @@ void cls_DB::hInstallRows(std::vector<DBRow>& rRows, bool pRejectDuplicates) {
   ENTRYREINDEX();
 }
 
-bool cls_DB::hInstallStructureRows(std::vector<DBStructureFile::Row>& rRows) {
+bool cls_DBStore::hInstallStructureRows(std::vector<DBStructureFile::Row>& rRows) {
   entries_.Clear();
   for (auto& idx : indexes_) idx.reset();
   entries_.Reserve(rRows.size());
@@ -401,7 +401,7 @@ bool cls_DB::hInstallStructureRows(std::vector<DBStructureFile::Row>& rRows) {
 
 // ---- whole-database structure ----------------------------------------------------------------------
 
-StructurePtr cls_DB::DBSTRUCTURE_GET() {
+StructurePtr cls_DBStore::DBSTRUCTURE_GET() {
   return Guard(kClass, "DBSTRUCTURE.GET", [&] {
     auto s = cls_Structure::New();
     s->ITEM_LET("INFO.VERSION", 1);
@@ -412,7 +412,7 @@ StructurePtr cls_DB::DBSTRUCTURE_GET() {
   });
 }
 
-bool cls_DB::DBSTRUCTURE_LET(const StructurePtr& pStructure) {
+bool cls_DBStore::DBSTRUCTURE_LET(const StructurePtr& pStructure) {
   return Guard(kClass, "DBSTRUCTURE.LET", [&] {
     if (!pStructure) return false;
     ENTRYSTRUCTURE_LET(pStructure->ITEM_GET("ENTRIES").as<cls_Structure>());
@@ -422,7 +422,7 @@ bool cls_DB::DBSTRUCTURE_LET(const StructurePtr& pStructure) {
 
 // ---- one-string form -----------------------------------------------------------------------------
 
-std::string cls_DB::SERIALIZE() {
+std::string cls_DBStore::SERIALIZE() {
   return Guard(kClass, "SERIALIZE", [&] {
     const auto& all = entries_.Entries();
     std::vector<std::string> parts;
@@ -452,7 +452,7 @@ std::string cls_DB::SERIALIZE() {
   });
 }
 
-bool cls_DB::UNSERIALIZE(const std::string& pText) {
+bool cls_DBStore::UNSERIALIZE(const std::string& pText) {
   return Guard(kClass, "UNSERIALIZE", [&] {
     if (pText.compare(0, 3, "DBS") != 0) return false;
     mdl_Limits::CheckInputSize(pText.size(), "Database text");
@@ -506,7 +506,7 @@ bool cls_DB::UNSERIALIZE(const std::string& pText) {
 
 // ---- copy, merge, check ------------------------------------------------------------------------------
 
-bool cls_DB::DBCOPY(const std::shared_ptr<cls_DB>& pOther) {
+bool cls_DBStore::DBCOPY(const std::shared_ptr<cls_DBStore>& pOther) {
   return Guard(kClass, "DBCOPY", [&] {
     if (!pOther) return false;
     HEADERSTRUCTURE_LET(pOther->HEADERSTRUCTURE_GET());
@@ -518,7 +518,7 @@ bool cls_DB::DBCOPY(const std::shared_ptr<cls_DB>& pOther) {
   });
 }
 
-bool cls_DB::DBMERGE(const std::shared_ptr<cls_DB>& pOtherDB, bool pOverwrite) {
+bool cls_DBStore::DBMERGE(const std::shared_ptr<cls_DBStore>& pOtherDB, bool pOverwrite) {
   return Guard(kClass, "DBMERGE", [&] {
     if (!pOtherDB) return false;
     for (const auto& id : pOtherDB->ENTRYALL_IDS()) {
@@ -528,7 +528,7 @@ bool cls_DB::DBMERGE(const std::shared_ptr<cls_DB>& pOtherDB, bool pOverwrite) {
   });
 }
 
-bool cls_DB::DBCHECKINDEX() {
+bool cls_DBStore::DBCHECKINDEX() {
   return Guard(kClass, "DBCHECKINDEX", [&] {
     checkReport_.clear();
     hIndexSync();
@@ -555,7 +555,7 @@ bool cls_DB::DBCHECKINDEX() {
 
 // ---- header files ----------------------------------------------------------------------------------
 
-bool cls_DB::HEADERLOAD(const std::string& pFile) {
+bool cls_DBStore::HEADERLOAD(const std::string& pFile) {
   return Guard(kClass, "HEADERLOAD", [&] {
     StructurePtr h;
     try {
@@ -567,7 +567,7 @@ bool cls_DB::HEADERLOAD(const std::string& pFile) {
   });
 }
 
-bool cls_DB::HEADERSAVE(const std::string& pFile) {
+bool cls_DBStore::HEADERSAVE(const std::string& pFile) {
   return Guard(kClass, "HEADERSAVE", [&] {
     hStructureFileSave(HEADERSTRUCTURE_GET(), pFile);
     fieldsChanged_ = false;
@@ -576,18 +576,40 @@ bool cls_DB::HEADERSAVE(const std::string& pFile) {
 }
 
 namespace {
-std::atomic<cls_DB::DynamicFields> gDynamicFields{nullptr};
+std::atomic<cls_DBStore::DynamicFields> gDynamicFields{nullptr};
 }  // namespace
 
-void cls_DB::SetDynamicFields(DynamicFields pHook) { gDynamicFields.store(pHook); }
+void cls_DBStore::SetDynamicFields(DynamicFields pHook) { gDynamicFields.store(pHook); }
 
-cls_DB::DynamicFields cls_DB::hDynamicFields() { return gDynamicFields.load(); }
+cls_DBStore::DynamicFields cls_DBStore::hDynamicFields() { return gDynamicFields.load(); }
+
+namespace {
+std::atomic<cls_DBStore::Factory> gFactory{nullptr};
+}  // namespace
+
+void cls_DBStore::SetFactory(Factory pHook) { gFactory.store(pHook); }
+
+cls_DBStore::Factory cls_DBStore::hFactory() { return gFactory.load(); }
+
+std::shared_ptr<cls_DBStore> cls_DBStore::New() {
+  Factory make = gFactory.load();
+  return make ? make() : std::make_shared<cls_DBStore>();
+}
+
+void cls_DBStore::hTargetFile(const std::string& pFile, const std::string& pHeaderFile) {
+  fileio::RequireRegularFile(pFile, "DB file");
+  dbFile_ = pFile;
+  headerFile_ = pHeaderFile;
+  cacheFile_ = pFile + ".cache";
+  opened_ = true;
+  stamp_ = fileio::StampOf(pFile);  // the new contents replace whatever the file holds
+}
 
 // A dynamic field's value is its CODE rendered by the database's interpreter (KEL, made on first
 // need through the installed hook), with the entry's structure as the variable ENTRY:
 // "{VAR:ENTRY.FIRSTNAME} {VAR:ENTRY.LASTNAME}". Storing the rendered values does not start another
 // rebuild of this database; another database that the code changes rebuilds its own entry as usual.
-void cls_DB::hFieldDynamicRebuild(const Variant& pID) {
+void cls_DBStore::hFieldDynamicRebuild(const Variant& pID) {
   if (rebuilding_) return;
   bool any = false;
   for (const auto& f : fields_) any = any || (f->DYNAMIC && !f->CODE.empty());

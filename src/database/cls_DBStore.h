@@ -1,5 +1,8 @@
-// cls_DB: a file database: a header (schema: fields and views) and entries, each an id and a
-// structure of field values keyed by field ID.
+// cls_DBStore: a file database: a header (schema: fields and views) and entries, each an id and a
+// structure of field values keyed by field ID. The store holds the state, fields, entries, indexes,
+// views and files; queries, filters and sorting over it are the functions of query/mdl_DBQuery.h,
+// exports those of export/mdl_DBExport.h. Hosts use cls_DB (host/cls_DB.h), which is a store with
+// those functions as members.
 //
 // Files: the header file (a structure file, default name "info.header") and the database file,
 // in the binary form (a name ending ".RY-DBB" or "RY-DBB.TMP", any case) or the structure form
@@ -7,7 +10,8 @@
 // old one, so a failed or interrupted save leaves the old file whole.
 //
 // Operations return false or a message text on failure and raise only when asked (pRaiseErrors);
-// the rest follow the common error convention (Guard / ERRHANDLE).
+// the rest follow the common error convention (Guard / ERRHANDLE). Errors name the source
+// "cls_DB.<operation>", the class hosts know.
 //
 // For queries, filters and sorting: FIELDCOLUMN / FIELDSORTCOLUMN give one field's values (or
 // sort texts) of all entries in table order, built on first use and dropped when entries change;
@@ -15,7 +19,7 @@
 //
 // Threads: a database and its structures belong to the thread that created them.
 //
-//   auto db = std::make_shared<rykel::cls_DB>();
+//   auto db = rykel::cls_DBStore::New();
 //   db->DBOPEN("people.ry-dbb", "info.header", false);
 //   auto id = db->ENTRYFREEID(); db->ENTRYADD(id); db->ENTRYFIELD_LET(id, "NAME", "Anna"); db->DBSAVE();
 #pragma once
@@ -40,11 +44,25 @@
 
 namespace rykel {
 
-class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
+class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBStore> {
  public:
-  cls_DB();
-  ~cls_DB() override;
-  std::string TypeName() const override { return "cls_DB"; }
+  cls_DBStore();
+  ~cls_DBStore() override;
+  std::string TypeName() const override { return "cls_DBStore"; }
+
+  // A new, empty database. Code below the host layer makes its databases here, so that a host
+  // gets the class it knows: the library installs a factory that makes a cls_DB when it is
+  // loaded. Not installed: a plain store.
+  using Factory = std::shared_ptr<cls_DBStore> (*)();
+  static void SetFactory(Factory pHook);
+  // The installed factory (null when none).
+  static Factory hFactory();
+  static std::shared_ptr<cls_DBStore> New();
+
+  // An id list: entry ids in a chosen order. Where a list is optional, none means every entry.
+  using IdList = std::vector<Variant>;
+  // The entries to export: an id list, or none (nullopt) for every entry in table order.
+  using IDList = std::optional<std::vector<Variant>>;
 
   // ---- public state (defaults are the values after DBCLEAR) ---------------------------------
   std::string DBICON_GET() const { return icon_; }  // "database"
@@ -133,9 +151,9 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   std::string DBSERIAL_GET() { return SERIALIZE(); }
   bool DBSERIAL_LET(const std::string& pText) { return UNSERIALIZE(pText); }
   // Header and entries of another database.
-  bool DBCOPY(const std::shared_ptr<cls_DB>& pOther);
+  bool DBCOPY(const std::shared_ptr<cls_DBStore>& pOther);
   // Adds the other's entries; with pOverwrite replaces entries with the same id.
-  bool DBMERGE(const std::shared_ptr<cls_DB>& pOtherDB, bool pOverwrite = false);
+  bool DBMERGE(const std::shared_ptr<cls_DBStore>& pOtherDB, bool pOverwrite = false);
   // Rebuilds every index from the entries and compares; the report lists each differing field
   // as "Datenfeld <name>: <detail> hat asynchronen Index". True when none differs.
   bool DBCHECKINDEX();
@@ -170,7 +188,7 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   void FIELDSCHANGED_LET(bool v) { fieldsChanged_ = v; }
   // The database a reference field points to: REFERENCESOURCE opened (relative to this
   // database's directory), kept for later calls; null when none or it cannot be opened.
-  std::shared_ptr<cls_DB> FIELDDB(const Variant& pField);
+  std::shared_ptr<cls_DBStore> FIELDDB(const Variant& pField);
   // The field's index, built on first use when the field is INDEXED; null otherwise.
   std::shared_ptr<cls_DBIndex> FIELDINDEX(const Variant& pField);
 
@@ -250,103 +268,33 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   // "LABEL", or "LABEL" + a + "/" + b when numbers were given.
   std::string DEBUGTRACK_GET() const;
 
-  // ---- queries -------------------------------------------------------------------------------
-  // An id list: entry ids in a chosen order. Where a list is optional, none means every entry.
-  using IdList = std::vector<Variant>;
-
-  // Every id in table order; with pSortBy ordered by that field ("&" prefix: by display text).
-  IdList ENTRYALL(const std::string& pSortBy = "", bool pSortRev = false);
-  // Ids of the entries (of pList, in its order) whose values' text holds the search: words and
-  // "quoted phrases" must all occur; "|", " OR ", " ODER " separate alternatives; "(" ")" group;
-  // "-" excludes; "^" anchors a term to the start of a value. Case-blind. Raises 5 for groups
-  // nested deeper than 32.
-  IdList ENTRYSEARCH(const std::string& pSearch, const std::optional<IdList>& pList = std::nullopt);
-  // Ids of the entries (of pList, in its order) whose value of pField (name or 1-based number)
-  // meets the condition pOp + pValue (the condition language: docs/API.md). An unknown operator
-  // matches nothing; an unknown field compares as empty text. Never sorts.
-  IdList ENTRYQUERY(const Variant& pField, const std::string& pOp, const Variant& pValue,
-                    const std::optional<IdList>& pList = std::nullopt);
-
-  // ---- filters -------------------------------------------------------------------------------
-  // ENTRYFILTERADVANCED without a second sort field.
-  IdList ENTRYFILTER(const Variant& pView, const StructurePtr& pFilters, const std::string& pSort = "",
-                     bool pSortRev = false, const std::optional<IdList>& pList = std::nullopt);
-  // Applies the view's filter items and then pFilters (items keyed by field, values condition
-  // texts; "MODE" "AND" narrows, "OR" merges without doubles), then sorts. Sort fields left empty
-  // come from the view. An unknown view filters nothing and sorts by the given fields only.
-  IdList ENTRYFILTERADVANCED(const Variant& pView, const std::string& pSortField, const std::string& pSortField2,
-                             bool pSortRev2, const StructurePtr& pFilters,
-                             const std::optional<IdList>& pList = std::nullopt, bool pSortRev = false);
-  // One condition matching what either of two conditions on one field matches ("IN a,b",
-  // "CONTAINSONE a,b"), or "" when the pair cannot be merged.
-  static std::string FILTERCOMBINE(const std::string& pFilter1, const std::string& pFilter2);
-  // FIELDFILTERVALUESADVANCED with default settings.
-  StructurePtr FIELDFILTERVALUES(const Variant& pField, const std::optional<IdList>& pList = std::nullopt);
-  // Filter choices for a field: items label -> condition text. Settings: "SORT" (labels in
-  // order, case-blind), "SHOW.USAGE" (label + " (" + count + ")"), "LIST" (a structure of field ID
-  // -> mark: a field marked "_DEFAULT_" offers its plain values whatever its type, unless its name
-  // selects choices of its own).
-  // Unknown field: an empty structure.
-  StructurePtr FIELDFILTERVALUESADVANCED(const Variant& pField, const std::optional<IdList>& pList = std::nullopt,
-                                         const StructurePtr& pSettings = nullptr);
-  // How many entries of the list meet the condition; at 0 the notifier is told so.
-  int32_t FIELDFILTERCOUNT(const Variant& pField, const std::string& pCondition,
-                           const std::optional<IdList>& pList = std::nullopt);
-  // Chooses a field: the host's chooser (title "Datenfeld auswählen", the field names, the
-  // preselected name) decides; without one the preselected field's name ("" when absent).
+  // ---- hooks the query and export functions call ------------------------------------------------
+  // Chooses a field for FIELDSELECT: the host's chooser (title, the field names, the preselected
+  // name) decides; none installed: the preselected name.
   using FieldChooser = std::function<std::string(const std::string& pTitle, const std::vector<std::string>& pNames,
                                                  const std::string& pPreselect)>;
   void FIELDCHOOSER_SET(FieldChooser pChooser) { fieldChooser_ = std::move(pChooser); }
-  std::string FIELDSELECT(const std::string& pPreselect = "");
-
-  // ---- sorting -------------------------------------------------------------------------------
-  // ENTRYSORTADVANCED with one field; pBase empty sorts every entry.
-  IdList ENTRYSORT(const std::string& pField, bool pRev = false, const IdList& pBase = {});
-  // Orders the list (every entry when none) by the fields' sort texts: pField, then pFieldSecond.
-  // A name led by "&" sorts by display text. Equal keys keep their order. Under a descending first
-  // field the second still runs its own direction.
-  IdList ENTRYSORTADVANCED(const std::string& pField, bool pRev = false, const std::string& pFieldSecond = "",
-                           const std::optional<IdList>& pList = std::nullopt, bool pRevSecond = false);
-
-  // ---- exports -------------------------------------------------------------------------------
-  // The entries to export: an id list, or none (nullopt) for every entry in table order.
-  using IDList = std::optional<std::vector<Variant>>;
-  // Writes the entries of view pView (number or ID) to pFile. pFormat, upper-cased:
-  //   "HTM" / "HTML"  the spreadsheet-dialect HTML table (Windows-1252)
-  //   "XLS" / "XLSX"  the same HTML table under the given name
-  //   "BAT" / "CMD"   the table as Data/<base>.htm beside pFile, and pFile a batch file opening it
-  //   "PDF"           EXPORTPDF;  "DB"  EXPORTDB with pFile as the target
-  // Settings (all optional): "TITLE.SHOW", "TITLE.TEXT", "TITLE.COLOR" (red + 256 green + 65536
-  // blue; default the page layout's), "INDEX" (a leading running-number column "Nr."), "NOOSD"
-  // (no progress reports), "SHOWINFO" (a notice when done).
-  // Returns true when written. An unknown format word writes nothing and returns false; a
-  // failure part way leaves a partly written file and returns false.
-  bool EXPORTFILE(const Variant& pView, const std::string& pFile, const std::string& pFormat,
-                  const IDList& pIDs = std::nullopt, const StructurePtr& pSettings = nullptr);
-  // Writes a workbook (.xlsx) with the built-in writer: sheet "Alle" with every entry and, with
-  // "SUBSHEET" and "TABFILTER", one sheet per value of that field. Settings as EXPORTFILE plus
-  // "SUBSHEET", "TABFILTER", "CONSTANTMEMORY" (forced on from 50,000 rows). False on failure.
-  bool EXPORTEXCEL(const Variant& pView, const std::string& pFile, const IDList& pIDs = std::nullopt,
-                   const StructurePtr& pSettings = nullptr);
-  // Writes a paginated PDF table following the page layout keys of FLAGS(1) (settings override).
-  bool EXPORTPDF(const Variant& pView, const std::string& pFile, const IDList& pIDs = std::nullopt,
-                 const StructurePtr& pSettings = nullptr);
-  // Copies the view's fields and the entries into another database: pTarget is a cls_DB object
-  // (entries added, not saved) or a file name (a new database saved there, with its header file
-  // "<file>.header"). False on failure.
-  bool EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs = std::nullopt,
-                const StructurePtr& pSettings = nullptr);
+  const FieldChooser& FIELDCHOOSER_GET() const { return fieldChooser_; }
   // Called while an export walks its entries (done, total); not called with "NOOSD".
   using ExportProgress = std::function<void(int64_t pDone, int64_t pTotal)>;
   void EXPORTPROGRESS_SET(ExportProgress pProgress) { exportProgress_ = std::move(pProgress); }
   const ExportProgress& EXPORTPROGRESS_GET() const { return exportProgress_; }
+
+  // ---- for the query and export functions (not for hosts) --------------------------------------
+  // A field by number, ID or display name, and its 1-based number in rNo; null when absent.
+  DBFieldPtr hFieldOrNull(const Variant& pField, int32_t* rNo = nullptr) const;
+  // The entry table (positions and ids in table order).
+  DBEntryTable& hEntries() { return entries_; }
+  // Makes this fresh database the one of file pFile with header file pHeaderFile, opened and
+  // replacing the file's contents when saved (the old file stays until then). Raises when pFile
+  // is a folder or another file that is not a regular one.
+  void hTargetFile(const std::string& pFile, const std::string& pHeaderFile);
 
  private:
   void hEntryIndexAdd(const Variant& pID, const StructurePtr& pData);
   void hEntryIndexRemove(const Variant& pID, const StructurePtr& pData);
   void hEntryChanged();
   void hIndexSync();
-  DBFieldPtr hFieldOrNull(const Variant& pField, int32_t* rNo = nullptr) const;
   void hRebuildFieldMap();
   bool hOpen(const std::string& pDBFile, const std::string& pHeaderFile, const StructurePtr& pSettings);
   bool hLocateHeader(const std::string& pName, std::string& rPath);
@@ -395,7 +343,7 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   };
   std::vector<Column> columns_;  // per field
   uint64_t generation_ = 0;
-  std::vector<std::pair<std::string, std::shared_ptr<cls_DB>>> refDBs_;
+  std::vector<std::pair<std::string, std::shared_ptr<cls_DBStore>>> refDBs_;
 
   ValueEvent valueEvent_;
   FieldChooser fieldChooser_;
@@ -404,6 +352,6 @@ class cls_DB : public Object, public std::enable_shared_from_this<cls_DB> {
   int32_t trackA_ = -1, trackB_ = -1;
 };
 
-using DBPtr = std::shared_ptr<cls_DB>;
+using DBStorePtr = std::shared_ptr<cls_DBStore>;
 
 }  // namespace rykel

@@ -1,14 +1,15 @@
-// cls_DB: sorting of id lists (ENTRYSORT, ENTRYSORTADVANCED) by the fields' sort texts.
+// mdl_DBQuery: sorting of id lists (ENTRYSORT, ENTRYSORTADVANCED) by the fields' sort texts.
+#include "query/mdl_DBQuery.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
 #include <string_view>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
 
-namespace rykel {
+namespace rykel::mdl_DBQuery {
 
 namespace {
 constexpr const char* kClass = "cls_DB";
@@ -82,9 +83,9 @@ SortItem hSortItem(const JoinedKey& pKey, int32_t pPos) {
 }
 }  // namespace
 
-cls_DB::IdList cls_DB::ENTRYSORT(const std::string& pField, bool pRev, const IdList& pBase) {
+IdList ENTRYSORT(cls_DBStore& rDB, const std::string& pField, bool pRev, const IdList& pBase) {
   return Guard(kClass, "ENTRYSORT", [&] {
-    return ENTRYSORTADVANCED(pField, pRev, "", pBase.empty() ? std::nullopt : std::optional<IdList>(pBase), false);
+    return ENTRYSORTADVANCED(rDB, pField, pRev, "", pBase.empty() ? std::nullopt : std::optional<IdList>(pBase), false);
   });
 }
 
@@ -94,38 +95,38 @@ cls_DB::IdList cls_DB::ENTRYSORT(const std::string& pField, bool pRev, const IdL
 // field, so the inverted key still runs the second field's own way). Keys compare as bytes;
 // entries with equal keys keep the order of the list in both directions. The composite is never
 // built: hJoinedCompare compares two of them in place.
-cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, const std::string& pFieldSecond,
-                                         const std::optional<IdList>& pList, bool pRevSecond) {
+IdList ENTRYSORTADVANCED(cls_DBStore& rDB, const std::string& pField, bool pRev, const std::string& pFieldSecond,
+                         const std::optional<IdList>& pList, bool pRevSecond) {
   return Guard(kClass, "ENTRYSORTADVANCED", [&]() -> IdList {
-    DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-1");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-1");
     std::string f1 = pField, f2 = pFieldSecond;
     bool prefix1 = hTakePrefix(f1), prefix2 = hTakePrefix(f2);
     bool rev1 = pRev, rev2 = pRevSecond;
 
-    DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-2");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-2");
     if (f1.empty() && !f2.empty()) {
       f1 = f2, prefix1 = prefix2, rev1 = rev2;
       f2.clear(), prefix2 = false, rev2 = false;
     }
 
-    DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-3");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-3");
     int32_t no1 = 0, no2 = 0;
-    DBFieldPtr field1 = f1.empty() ? nullptr : hFieldOrNull(Variant(f1), &no1);
-    DBFieldPtr field2 = f2.empty() ? nullptr : hFieldOrNull(Variant(f2), &no2);
+    DBFieldPtr field1 = f1.empty() ? nullptr : rDB.hFieldOrNull(Variant(f1), &no1);
+    DBFieldPtr field2 = f2.empty() ? nullptr : rDB.hFieldOrNull(Variant(f2), &no2);
     if (field1) f1 = field1->ID;
     if (field2) f2 = field2->ID;
 
-    DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-4");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-4");
     IdList result;
-    if (entries_.Count() == 0) return result;
-    const auto& all = entries_.Entries();
+    if (rDB.hEntries().Count() == 0) return result;
+    const auto& all = rDB.hEntries().Entries();
 
     // The positions to sort: the list's entries (ids naming no entry are left out) or all.
     std::vector<int32_t> positions;
     if (pList) {
       positions.reserve(pList->size());
       for (const auto& id : *pList) {
-        int32_t p = entries_.Position(entries_.NormalizeId(id));
+        int32_t p = rDB.hEntries().Position(rDB.hEntries().NormalizeId(id));
         if (p >= 0) positions.push_back(p);
       }
     } else {
@@ -134,14 +135,14 @@ cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, c
     }
 
     if (f1.empty()) {
-      DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-6");
+      rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-6");
       for (int32_t p : positions) result.push_back(all[static_cast<size_t>(p)].id);
       return result;
     }
 
     if (f2.empty() && field1 && field1->INDEXED && !prefix1) {
-      DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-7");
-      auto index = FIELDINDEX(Variant(no1));
+      rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-7");
+      auto index = rDB.FIELDINDEX(Variant(no1));
       if (index) {
         std::vector<char> wanted;
         if (pList) {
@@ -150,7 +151,7 @@ cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, c
         }
         for (auto& id : index->WALK(rev1)) {
           if (pList) {
-            int32_t p = entries_.Position(id);
+            int32_t p = rDB.hEntries().Position(id);
             if (p < 0 || !wanted[static_cast<size_t>(p)]) continue;
             wanted[static_cast<size_t>(p)] = 0;  // an id listed twice is sorted once
           }
@@ -160,17 +161,17 @@ cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, c
       }
     }
 
-    DEBUGTRACK_LET(f2.empty() ? "ENTRYFILTER-ADVANCED-8" : "ENTRYFILTER-ADVANCED-9");
+    rDB.DEBUGTRACK_LET(f2.empty() ? "ENTRYFILTER-ADVANCED-8" : "ENTRYFILTER-ADVANCED-9");
     // Sort texts by position: the cached column, or (prefix flag, unknown field) made here.
     std::vector<std::string> own1, own2;
     auto keys = [&](const DBFieldPtr& f, int32_t no, bool prefix,
                     std::vector<std::string>& own) -> const std::vector<std::string>* {
-      if (f && !prefix) return &FIELDSORTCOLUMN(no);
+      if (f && !prefix) return &rDB.FIELDSORTCOLUMN(no);
       own.assign(all.size(), std::string());
       if (f) {
         for (int32_t p : positions) {
-          DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-9-", no, p);
-          own[static_cast<size_t>(p)] = FIELDTEXTSORT_GET(all[static_cast<size_t>(p)].id, Variant(no), true);
+          rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-9-", no, p);
+          own[static_cast<size_t>(p)] = rDB.FIELDTEXTSORT_GET(all[static_cast<size_t>(p)].id, Variant(no), true);
         }
       }
       return &own;
@@ -178,7 +179,7 @@ cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, c
     const std::vector<std::string>& k1 = *keys(field1, no1, prefix1, own1);
     const std::vector<std::string>* k2 = f2.empty() ? nullptr : keys(field2, no2, prefix2, own2);
 
-    DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-10");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-10");
     const bool invert2 = rev1 != rev2;
     auto key = [&](int32_t p) {
       static const std::string kNone;
@@ -201,4 +202,4 @@ cls_DB::IdList cls_DB::ENTRYSORTADVANCED(const std::string& pField, bool pRev, c
   });
 }
 
-}  // namespace rykel
+}  // namespace rykel::mdl_DBQuery

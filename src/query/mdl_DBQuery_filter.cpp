@@ -1,12 +1,13 @@
-// cls_DB: filters (ENTRYFILTER, ENTRYFILTERADVANCED), merging of conditions (FILTERCOMBINE), the
+// mdl_DBQuery: filters (ENTRYFILTER, ENTRYFILTERADVANCED), merging of conditions (FILTERCOMBINE), the
 // filter choices offered for a field (FIELDFILTERVALUES...) and FIELDSELECT. Every condition is
 // answered by ENTRYQUERY, so filters read conditions exactly as queries do.
+#include "query/mdl_DBQuery.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <unordered_set>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
@@ -14,7 +15,7 @@
 #include "frame/Text.h"
 #include "query/cls_DBCondition.h"
 
-namespace rykel {
+namespace rykel::mdl_DBQuery {
 
 namespace {
 constexpr const char* kClass = "cls_DB";
@@ -54,29 +55,29 @@ std::string hMerge(std::vector<std::string> a, const std::vector<std::string>& b
 }
 }  // namespace
 
-cls_DB::IdList cls_DB::ENTRYFILTER(const Variant& pView, const StructurePtr& pFilters, const std::string& pSort,
-                                   bool pSortRev, const std::optional<IdList>& pList) {
+IdList ENTRYFILTER(cls_DBStore& rDB, const Variant& pView, const StructurePtr& pFilters, const std::string& pSort,
+                   bool pSortRev, const std::optional<IdList>& pList) {
   return Guard(kClass, "ENTRYFILTER",
-               [&] { return ENTRYFILTERADVANCED(pView, pSort, "", false, pFilters, pList, pSortRev); });
+               [&] { return ENTRYFILTERADVANCED(rDB, pView, pSort, "", false, pFilters, pList, pSortRev); });
 }
 
-cls_DB::IdList cls_DB::ENTRYFILTERADVANCED(const Variant& pView, const std::string& pSortField,
-                                           const std::string& pSortField2, bool pSortRev2, const StructurePtr& pFilters,
-                                           const std::optional<IdList>& pList, bool pSortRev) {
+IdList ENTRYFILTERADVANCED(cls_DBStore& rDB, const Variant& pView, const std::string& pSortField,
+                           const std::string& pSortField2, bool pSortRev2, const StructurePtr& pFilters,
+                           const std::optional<IdList>& pList, bool pSortRev) {
   return Guard(kClass, "ENTRYFILTERADVANCED", [&]() -> IdList {
-    DEBUGTRACK_LET("ENTRYFILTER-1");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-1");
     std::string sort1 = pSortField, sort2 = pSortField2, action;
     bool rev1 = pSortRev, rev2 = pSortRev2;
     DBViewPtr view;
     if (!(pView.isEmpty() || (pView.isString() && pView.str().empty()))) {
-      view = VIEW(pView);
+      view = rDB.VIEW(pView);
       if (!view) return {};
       if (sort1.empty()) sort1 = view->SORTFIELD, rev1 = view->SORTREV;
       if (sort2.empty()) sort2 = view->SORTFIELD2, rev2 = view->SORTREV2;
       action = view->ACTION;
     }
 
-    DEBUGTRACK_LET("ENTRYFILTER-2");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-2");
     std::vector<std::pair<std::string, Variant>> conditions;
     std::string mode = "AND";
     if (view) {
@@ -88,26 +89,26 @@ cls_DB::IdList cls_DB::ENTRYFILTERADVANCED(const Variant& pView, const std::stri
       else conditions.emplace_back(std::move(name), std::move(value));
     }
 
-    DEBUGTRACK_LET("ENTRYFILTER-3");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-3");
     IdList result;
     if (conditions.empty()) {
-      result = pList ? *pList : ENTRYALL_IDS();
+      result = pList ? *pList : rDB.ENTRYALL_IDS();
     } else if (mode == "OR") {
       // Each condition searches the whole list; an entry any of them keeps is listed once, in the
       // order of the list.
-      std::vector<char> kept(static_cast<size_t>(entries_.Count()), 0);
+      std::vector<char> kept(static_cast<size_t>(rDB.hEntries().Count()), 0);
       for (size_t i = 0; i < conditions.size(); ++i) {
-        DEBUGTRACK_LET("ENTRYFILTER-9-1-", static_cast<int32_t>(i + 1), static_cast<int32_t>(conditions.size()));
-        for (const auto& id : ENTRYQUERY(Variant(conditions[i].first), "", conditions[i].second, pList)) {
-          int32_t p = entries_.Position(id);
+        rDB.DEBUGTRACK_LET("ENTRYFILTER-9-1-", static_cast<int32_t>(i + 1), static_cast<int32_t>(conditions.size()));
+        for (const auto& id : ENTRYQUERY(rDB, Variant(conditions[i].first), "", conditions[i].second, pList)) {
+          int32_t p = rDB.hEntries().Position(id);
           if (p >= 0) kept[static_cast<size_t>(p)] = 1;
         }
       }
-      DEBUGTRACK_LET("ENTRYFILTER-10");
-      const auto& all = entries_.Entries();
+      rDB.DEBUGTRACK_LET("ENTRYFILTER-10");
+      const auto& all = rDB.hEntries().Entries();
       if (pList) {
         for (const auto& id : *pList) {
-          int32_t p = entries_.Position(entries_.NormalizeId(id));
+          int32_t p = rDB.hEntries().Position(rDB.hEntries().NormalizeId(id));
           if (p >= 0 && kept[static_cast<size_t>(p)]) {
             kept[static_cast<size_t>(p)] = 0;
             result.push_back(all[static_cast<size_t>(p)].id);
@@ -121,19 +122,19 @@ cls_DB::IdList cls_DB::ENTRYFILTERADVANCED(const Variant& pView, const std::stri
       // Each condition searches what the last one kept.
       std::optional<IdList> working = pList;
       for (size_t i = 0; i < conditions.size(); ++i) {
-        DEBUGTRACK_LET("ENTRYFILTER-9-2-", static_cast<int32_t>(i + 1), static_cast<int32_t>(conditions.size()));
-        working = ENTRYQUERY(Variant(conditions[i].first), "", conditions[i].second, working);
+        rDB.DEBUGTRACK_LET("ENTRYFILTER-9-2-", static_cast<int32_t>(i + 1), static_cast<int32_t>(conditions.size()));
+        working = ENTRYQUERY(rDB, Variant(conditions[i].first), "", conditions[i].second, working);
         if (working->empty()) break;
       }
       result = std::move(*working);
     }
 
-    DEBUGTRACK_LET("ENTRYFILTER-11");
-    result = ENTRYSORTADVANCED(sort1, rev1, sort2, result, rev2);
-    DEBUGTRACK_LET("ENTRYFILTER-12");
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-11");
+    result = ENTRYSORTADVANCED(rDB, sort1, rev1, sort2, result, rev2);
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-12");
     // The view's action: a search (as ENTRYSEARCH reads it) that the filtered list must also meet.
-    if (!action.empty()) result = ENTRYSEARCH(action, result);
-    DEBUGTRACK_LET("ENTRYFILTER-13");
+    if (!action.empty()) result = ENTRYSEARCH(rDB, action, result);
+    rDB.DEBUGTRACK_LET("ENTRYFILTER-13");
     return result;
   });
 }
@@ -146,7 +147,7 @@ cls_DB::IdList cls_DB::ENTRYFILTERADVANCED(const Variant& pView, const std::stri
 // "CONTAINS,CONTAINS"       "CONTAINSONE " v1 "," v2
 // "CONTAINSONE,CONTAINS"    "CONTAINSONE " list1 with v2
 // "CONTAINS,CONTAINSONE"    "CONTAINSONE " list2 with v1
-std::string cls_DB::FILTERCOMBINE(const std::string& pFilter1, const std::string& pFilter2) {
+std::string FILTERCOMBINE(const std::string& pFilter1, const std::string& pFilter2) {
   return Guard(kClass, "FILTERCOMBINE", [&]() -> std::string {
     auto [op1, v1] = hSplitCondition(pFilter1);
     auto [op2, v2] = hSplitCondition(pFilter2);
@@ -163,10 +164,10 @@ std::string cls_DB::FILTERCOMBINE(const std::string& pFilter1, const std::string
   });
 }
 
-int32_t cls_DB::FIELDFILTERCOUNT(const Variant& pField, const std::string& pCondition,
-                                 const std::optional<IdList>& pList) {
+int32_t FIELDFILTERCOUNT(cls_DBStore& rDB, const Variant& pField, const std::string& pCondition,
+                         const std::optional<IdList>& pList) {
   return Guard(kClass, "FIELDFILTERCOUNT", [&] {
-    auto n = static_cast<int32_t>(ENTRYQUERY(pField, "", Variant(pCondition), pList).size());
+    auto n = static_cast<int32_t>(ENTRYQUERY(rDB, pField, "", Variant(pCondition), pList).size());
     if (n == 0)
       Notify(
           {"RyKEL", "Für diesen Filter gibt es in der aktuellen Liste keine passenden Einträge", "OK", "Information"});
@@ -174,15 +175,15 @@ int32_t cls_DB::FIELDFILTERCOUNT(const Variant& pField, const std::string& pCond
   });
 }
 
-std::string cls_DB::FIELDSELECT(const std::string& pPreselect) {
+std::string FIELDSELECT(cls_DBStore& rDB, const std::string& pPreselect) {
   return Guard(kClass, "FIELDSELECT", [&]() -> std::string {
     std::vector<std::string> names;
-    for (const auto& f : fields_) names.push_back(f->ID);
-    auto pre = pPreselect.empty() ? nullptr : hFieldOrNull(Variant(pPreselect));
+    for (int32_t i = 1; i <= rDB.FIELDS(); ++i) names.push_back(rDB.FIELD(Variant(i))->ID);
+    auto pre = pPreselect.empty() ? nullptr : rDB.hFieldOrNull(Variant(pPreselect));
     std::string preName = pre ? pre->ID : "";
-    if (fieldChooser_) return fieldChooser_("Datenfeld auswählen", names, preName);
+    if (const auto& choose = rDB.FIELDCHOOSER_GET()) return choose("Datenfeld auswählen", names, preName);
     return preName;
   });
 }
 
-}  // namespace rykel
+}  // namespace rykel::mdl_DBQuery

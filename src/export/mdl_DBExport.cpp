@@ -1,9 +1,10 @@
-// cls_DB's exports: each builds one cls_DBExport walk and hands it the writers it needs.
+// mdl_DBExport: each export builds one cls_DBExport walk and hands it the writers it needs.
+#include "export/mdl_DBExport.h"
+
 #include <filesystem>
 #include <set>
 
 #include "database/DBEntryText.h"
-#include "database/cls_DB.h"
 #include "export/cls_DBExport.h"
 #include "export/cls_DBExportCalc.h"
 #include "export/cls_DBExportHtml.h"
@@ -16,7 +17,7 @@
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
 
-namespace rykel {
+namespace rykel::mdl_DBExport {
 
 namespace {
 
@@ -61,16 +62,16 @@ bool hCannotStart() {
 
 }  // namespace
 
-bool cls_DB::EXPORTFILE(const Variant& pView, const std::string& pFile, const std::string& pFormat, const IDList& pIDs,
-                        const StructurePtr& pSettings) {
+bool EXPORTFILE(cls_DBStore& rDB, const Variant& pView, const std::string& pFile, const std::string& pFormat,
+                const IDList& pIDs, const StructurePtr& pSettings) {
   return Guard(kClass, "EXPORTFILE", [&] {
     std::string format = text::UCase(pFormat);
-    if (format == "PDF") return EXPORTPDF(pView, pFile, pIDs, pSettings);
-    if (format == "DB") return EXPORTDB(pView, Variant(pFile), pIDs, pSettings);
+    if (format == "PDF") return EXPORTPDF(rDB, pView, pFile, pIDs, pSettings);
+    if (format == "DB") return EXPORTDB(rDB, pView, Variant(pFile), pIDs, pSettings);
     bool batch = format == "BAT" || format == "CMD";
     if (!batch && format != "HTM" && format != "HTML" && format != "XLS" && format != "XLSX") return false;
-    DEBUGTRACK_LET("EXPORTFILE-1");
-    cls_DBExport walk(*this, pView, pIDs, pSettings);
+    rDB.DEBUGTRACK_LET("EXPORTFILE-1");
+    cls_DBExport walk(rDB, pView, pIDs, pSettings);
     std::string table = pFile;
     std::filesystem::path batchPath(pFile);
     std::string base = batchPath.stem().string();
@@ -94,7 +95,7 @@ bool cls_DB::EXPORTFILE(const Variant& pView, const std::string& pFile, const st
       walk.WALK({&html});
     });
     if (batch) {
-      DEBUGTRACK_LET("EXPORTFILE-2");
+      rDB.DEBUGTRACK_LET("EXPORTFILE-2");
       std::string lines = "@ECHO OFF\r\nCD Data\r\nSTART excel \"" + base + ".htm\"\r\n";
       fileio::WriteFileAtomic(pFile, lines);
     }
@@ -103,17 +104,17 @@ bool cls_DB::EXPORTFILE(const Variant& pView, const std::string& pFile, const st
   });
 }
 
-bool cls_DB::EXPORTEXCEL(const Variant& pView, const std::string& pFile, const IDList& pIDs,
-                         const StructurePtr& pSettings) {
+bool EXPORTEXCEL(cls_DBStore& rDB, const Variant& pView, const std::string& pFile, const IDList& pIDs,
+                 const StructurePtr& pSettings) {
   return Guard(kClass, "EXPORTEXCEL", [&] {
-    DEBUGTRACK_LET("EXPORTEXCEL-1");
-    cls_DBExport walk(*this, pView, pIDs, pSettings);
+    rDB.DEBUGTRACK_LET("EXPORTEXCEL-1");
+    cls_DBExport walk(rDB, pView, pIDs, pSettings);
     const auto& table = walk.TABLE();
     int32_t split = -1;
     std::vector<std::string> values;
     if (hSetting(pSettings, "SUBSHEET")) {
       std::string tab = CStr(pSettings->ITEM_GET("TABFILTER"));
-      auto field = tab.empty() ? nullptr : FIELD(tab);
+      auto field = tab.empty() ? nullptr : rDB.FIELD(tab);
       if (field) {
         for (size_t c = 0; c < table.columns.size(); ++c) {
           if (table.columns[c].field == field) split = static_cast<int32_t>(c);
@@ -126,17 +127,17 @@ bool cls_DB::EXPORTEXCEL(const Variant& pView, const std::string& pFile, const I
       }
     }
     if (auto calc = hCalcOptions(pSettings, pFile)) {
-      DEBUGTRACK_LET("EXPORTEXCEL-3");
+      rDB.DEBUGTRACK_LET("EXPORTEXCEL-3");
       cls_DBExportCalc office(pFile, *calc, split, std::move(values));
       if (!office.START()) return hCannotStart();
       walk.WALK({&office});
-      DEBUGTRACK_LET("EXPORTEXCEL-4");
+      rDB.DEBUGTRACK_LET("EXPORTEXCEL-4");
       if (!office.WRITE()) return hCannotStart();
       hShowInfo(pSettings, pFile, table.rows);
       return true;
     }
     bool constant = hSetting(pSettings, "CONSTANTMEMORY") || table.rows >= kConstantMemoryRows;
-    DEBUGTRACK_LET("EXPORTEXCEL-2");
+    rDB.DEBUGTRACK_LET("EXPORTEXCEL-2");
     // The workbook writer opens the file by name: it writes the temporary file of the atomic writer.
     fileio::WriteFileAtomicByName(pFile, [&](const std::string& pTemp) {
       cls_DBExportWorkbook book(pTemp, constant, split, std::move(values));
@@ -147,13 +148,13 @@ bool cls_DB::EXPORTEXCEL(const Variant& pView, const std::string& pFile, const I
   });
 }
 
-bool cls_DB::EXPORTPDF(const Variant& pView, const std::string& pFile, const IDList& pIDs,
-                       const StructurePtr& pSettings) {
+bool EXPORTPDF(cls_DBStore& rDB, const Variant& pView, const std::string& pFile, const IDList& pIDs,
+               const StructurePtr& pSettings) {
   return Guard(kClass, "EXPORTPDF", [&] {
-    DEBUGTRACK_LET("EXPORTPDF-1");
-    cls_DBExport walk(*this, pView, pIDs, pSettings);
+    rDB.DEBUGTRACK_LET("EXPORTPDF-1");
+    cls_DBExport walk(rDB, pView, pIDs, pSettings);
     // The page layout defaults, with every key the settings hold laid over them.
-    StructurePtr layout = FLAGS(1);
+    StructurePtr layout = rDB.FLAGS(1);
     if (pSettings) {
       for (const char* key :
            {"PAGE.PORTRAIT",  "PAGE.COLUMNS",  "PAGE.FIRST",        "PAGE.LAST",         "MARGIN.LEFT",
@@ -174,29 +175,25 @@ bool cls_DB::EXPORTPDF(const Variant& pView, const std::string& pFile, const IDL
   });
 }
 
-bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs, const StructurePtr& pSettings) {
+bool EXPORTDB(cls_DBStore& rDB, const Variant& pView, const Variant& pTarget, const IDList& pIDs,
+              const StructurePtr& pSettings) {
   return Guard(kClass, "EXPORTDB", [&] {
-    DEBUGTRACK_LET("EXPORTDB-1");
-    cls_DBExport walk(*this, pView, pIDs, pSettings);
-    DBPtr target = pTarget.isObject() ? std::dynamic_pointer_cast<cls_DB>(pTarget.obj()) : nullptr;
+    rDB.DEBUGTRACK_LET("EXPORTDB-1");
+    cls_DBExport walk(rDB, pView, pIDs, pSettings);
+    DBStorePtr target = pTarget.isObject() ? std::dynamic_pointer_cast<cls_DBStore>(pTarget.obj()) : nullptr;
     std::string file;
     if (!target) {
       file = CStr(pTarget);
       if (file.empty()) Raise(err::kInvalidCall, "EXPORTDB needs a database or a file name");
-      target = std::make_shared<cls_DB>();
-      target->HEADERSTRUCTURE_LET(HEADERSTRUCTURE_GET());
+      target = cls_DBStore::New();
+      target->HEADERSTRUCTURE_LET(rDB.HEADERSTRUCTURE_GET());
       std::string header = file + ".header";
       if (!target->HEADERSAVE(header)) Raise(err::kFileIO, "cannot write '" + header + "'");
       // A fresh database that replaces the file when saved (the old file stays until then).
-      fileio::RequireRegularFile(file, "DB file");
-      target->dbFile_ = file;
-      target->headerFile_ = header;
-      target->cacheFile_ = file + ".cache";
-      target->opened_ = true;
-      target->stamp_ = fileio::StampOf(file);  // an export replaces whatever the file holds
+      target->hTargetFile(file, header);
     } else {
-      for (int32_t i = 1; i <= FIELDS(); ++i) {
-        auto f = FIELD(i);
+      for (int32_t i = 1; i <= rDB.FIELDS(); ++i) {
+        auto f = rDB.FIELD(i);
         if (target->FIELDEXISTS(f->ID)) continue;
         auto copy = std::make_shared<cls_DBField>();
         copy->STRUCTURE_LET(f->STRUCTURE_GET());
@@ -206,8 +203,8 @@ bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList
     }
     int64_t n = 0;
     for (const auto& id : walk.IDS()) {
-      DEBUGTRACK_LET("EXPORTDB-2", static_cast<int32_t>(++n));
-      if (auto entry = ENTRY(id)) target->ENTRYADD(id, hStructureCopy(entry));
+      rDB.DEBUGTRACK_LET("EXPORTDB-2", static_cast<int32_t>(++n));
+      if (auto entry = rDB.ENTRY(id)) target->ENTRYADD(id, hStructureCopy(entry));
     }
     if (!file.empty()) {
       target->ENTRYCHANGED_LET(true);
@@ -219,4 +216,4 @@ bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList
   });
 }
 
-}  // namespace rykel
+}  // namespace rykel::mdl_DBExport

@@ -1,6 +1,6 @@
-// cls_DB: state, fields, views, the header structure, the entry table and its indexes, value
-// columns and text forms. Files and the whole-database forms are in cls_DB_files.cpp.
-#include "database/cls_DB.h"
+// cls_DBStore: state, fields, views, the header structure, the entry table and its indexes, value
+// columns and text forms. Files and the whole-database forms are in cls_DBStore_files.cpp.
+#include "database/cls_DBStore.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +16,7 @@ namespace rykel {
 
 namespace {
 
-constexpr const char* kClass = "cls_DB";
+constexpr const char* kClass = "cls_DB";  // the error source hosts see
 
 // Lookup form of a field name: upper case, "_" and "." alike.
 std::string hFieldKey(std::string_view name) { return text::UCase(text::Replace(name, "_", ".")); }
@@ -58,27 +58,27 @@ Variant hSlotValue(const cls_Structure& pData, uint32_t pAtom, const cls_DBField
 
 }  // namespace
 
-cls_DB::cls_DB() { DBCLEAR(); }
+cls_DBStore::cls_DBStore() { DBCLEAR(); }
 
-cls_DB::~cls_DB() = default;
+cls_DBStore::~cls_DBStore() = default;
 
-void cls_DB::DBNUMERIC_LET(bool v) {
+void cls_DBStore::DBNUMERIC_LET(bool v) {
   if (v == entries_.Numeric()) return;
   entries_.SetNumeric(v);
   for (auto& idx : indexes_) idx.reset();
   hEntryChanged();
 }
 
-StructurePtr cls_DB::HEADERLOCATIONS_GET() {
+StructurePtr cls_DBStore::HEADERLOCATIONS_GET() {
   if (!headerLocations_) headerLocations_ = cls_Structure::New();
   return headerLocations_;
 }
 
-StructurePtr cls_DB::FLAGS(int32_t pKind) {
+StructurePtr cls_DBStore::FLAGS(int32_t pKind) {
   return Guard(kClass, "FLAGS", [&] { return mdl_Global::FLAGSGLOBAL(pKind); });
 }
 
-std::string cls_DB::DEBUGTRACK_GET() const {
+std::string cls_DBStore::DEBUGTRACK_GET() const {
   std::string s = track_ ? track_ : "";
   if (trackA_ >= 0 || trackB_ >= 0) s += std::to_string(trackA_) + "/" + std::to_string(trackB_);
   return s;
@@ -86,7 +86,7 @@ std::string cls_DB::DEBUGTRACK_GET() const {
 
 // ---- fields ---------------------------------------------------------------------------------
 
-DBFieldPtr cls_DB::hFieldOrNull(const Variant& pField, int32_t* rNo) const {
+DBFieldPtr cls_DBStore::hFieldOrNull(const Variant& pField, int32_t* rNo) const {
   if (rNo) *rNo = 0;
   if (pField.isObject()) {
     auto f = pField.as<cls_DBField>();
@@ -124,14 +124,14 @@ DBFieldPtr cls_DB::hFieldOrNull(const Variant& pField, int32_t* rNo) const {
   return nullptr;
 }
 
-void cls_DB::hRebuildFieldMap() {
+void cls_DBStore::hRebuildFieldMap() {
   fieldKeys_.clear();
   indexes_.assign(fields_.size(), nullptr);
   columns_.assign(fields_.size(), Column{});
   refDBs_.clear();
 }
 
-bool cls_DB::FIELDADD(const DBFieldPtr& pField) {
+bool cls_DBStore::FIELDADD(const DBFieldPtr& pField) {
   return Guard(kClass, "FIELDADD", [&] {
     if (!pField || pField->ID.empty() || hFieldOrNull(Variant(pField->ID))) return false;
     fields_.push_back(pField);
@@ -143,7 +143,7 @@ bool cls_DB::FIELDADD(const DBFieldPtr& pField) {
   });
 }
 
-DBFieldPtr cls_DB::FIELDCREATE(const std::string& pID, int32_t pType, const std::string& pName) {
+DBFieldPtr cls_DBStore::FIELDCREATE(const std::string& pID, int32_t pType, const std::string& pName) {
   return Guard(kClass, "FIELDCREATE", [&]() -> DBFieldPtr {
     if (auto f = hFieldOrNull(Variant(pID))) return f;
     if (pID.empty()) Raise(err::kInvalidCall, "a field needs an ID");
@@ -156,7 +156,7 @@ DBFieldPtr cls_DB::FIELDCREATE(const std::string& pID, int32_t pType, const std:
   });
 }
 
-bool cls_DB::FIELDREMOVE(const Variant& pField) {
+bool cls_DBStore::FIELDREMOVE(const Variant& pField) {
   return Guard(kClass, "FIELDREMOVE", [&] {
     int32_t no = 0;
     if (!hFieldOrNull(pField, &no)) return false;
@@ -167,7 +167,7 @@ bool cls_DB::FIELDREMOVE(const Variant& pField) {
   });
 }
 
-void cls_DB::FIELDSCLEAR() {
+void cls_DBStore::FIELDSCLEAR() {
   GuardVoid(kClass, "FIELDSCLEAR", [&] {
     fields_.clear();
     hRebuildFieldMap();
@@ -175,11 +175,11 @@ void cls_DB::FIELDSCLEAR() {
   });
 }
 
-DBFieldPtr cls_DB::FIELD(const Variant& pField) const {
+DBFieldPtr cls_DBStore::FIELD(const Variant& pField) const {
   return Guard(kClass, "FIELD", [&] { return hFieldOrNull(pField); });
 }
 
-int32_t cls_DB::FIELDFIND(const Variant& pField) const {
+int32_t cls_DBStore::FIELDFIND(const Variant& pField) const {
   return Guard(kClass, "FIELDFIND", [&] {
     int32_t no = 0;
     hFieldOrNull(pField, &no);
@@ -187,14 +187,14 @@ int32_t cls_DB::FIELDFIND(const Variant& pField) const {
   });
 }
 
-bool cls_DB::FIELDINDEXED(const Variant& pField) const {
+bool cls_DBStore::FIELDINDEXED(const Variant& pField) const {
   return Guard(kClass, "FIELDINDEXED", [&] {
     auto f = hFieldOrNull(pField);
     return f && f->INDEXED;
   });
 }
 
-std::shared_ptr<cls_DBIndex> cls_DB::FIELDINDEX(const Variant& pField) {
+std::shared_ptr<cls_DBIndex> cls_DBStore::FIELDINDEX(const Variant& pField) {
   return Guard(kClass, "FIELDINDEX", [&]() -> std::shared_ptr<cls_DBIndex> {
     int32_t no = 0;
     auto f = hFieldOrNull(pField, &no);
@@ -206,7 +206,7 @@ std::shared_ptr<cls_DBIndex> cls_DB::FIELDINDEX(const Variant& pField) {
 
 // Brings the index set in line with the fields' INDEXED flags: builds the missing ones from the
 // entries, drops those of fields no longer indexed.
-void cls_DB::hIndexSync() {
+void cls_DBStore::hIndexSync() {
   if (indexes_.size() != fields_.size()) indexes_.assign(fields_.size(), nullptr);
   for (size_t i = 0; i < fields_.size(); ++i) {
     const cls_DBField& f = *fields_[i];
@@ -223,8 +223,8 @@ void cls_DB::hIndexSync() {
   }
 }
 
-std::shared_ptr<cls_DB> cls_DB::FIELDDB(const Variant& pField) {
-  return Guard(kClass, "FIELDDB", [&]() -> std::shared_ptr<cls_DB> {
+std::shared_ptr<cls_DBStore> cls_DBStore::FIELDDB(const Variant& pField) {
+  return Guard(kClass, "FIELDDB", [&]() -> std::shared_ptr<cls_DBStore> {
     auto f = hFieldOrNull(pField);
     if (!f || f->REFERENCESOURCE.empty()) return nullptr;
     for (const auto& [src, db] : refDBs_)
@@ -235,7 +235,7 @@ std::shared_ptr<cls_DB> cls_DB::FIELDDB(const Variant& pField) {
       if (slash != std::string::npos) path = dbFile_.substr(0, slash + 1) + path;
     }
     if (!mdl_FileTools::FILEEXISTS(path)) return nullptr;
-    auto db = std::make_shared<cls_DB>();
+    auto db = New();
     if (!db->DBOPENREADONLY(path, "", false)) return nullptr;
     refDBs_.emplace_back(f->REFERENCESOURCE, db);
     return db;
@@ -244,7 +244,7 @@ std::shared_ptr<cls_DB> cls_DB::FIELDDB(const Variant& pField) {
 
 // ---- views ----------------------------------------------------------------------------------
 
-DBViewPtr cls_DB::VIEW(const Variant& pView) const {
+DBViewPtr cls_DBStore::VIEW(const Variant& pView) const {
   return Guard(kClass, "VIEW", [&]() -> DBViewPtr {
     if (pView.isNumber()) {
       int64_t n = static_cast<int64_t>(CDbl(pView));
@@ -259,7 +259,7 @@ DBViewPtr cls_DB::VIEW(const Variant& pView) const {
   });
 }
 
-bool cls_DB::VIEWREMOVE(const Variant& pView) {
+bool cls_DBStore::VIEWREMOVE(const Variant& pView) {
   return Guard(kClass, "VIEWREMOVE", [&] {
     auto v = VIEW(pView);
     auto it = std::find(views_.begin(), views_.end(), v);
@@ -271,7 +271,7 @@ bool cls_DB::VIEWREMOVE(const Variant& pView) {
 
 // ---- header structure ---------------------------------------------------------------------------
 
-StructurePtr cls_DB::HEADERSTRUCTURE_GET() {
+StructurePtr cls_DBStore::HEADERSTRUCTURE_GET() {
   return Guard(kClass, "HEADERSTRUCTURE.GET", [&] {
     auto h = cls_Structure::New();
     h->ITEM_LET("HEADER.NAME", name_);
@@ -293,7 +293,7 @@ StructurePtr cls_DB::HEADERSTRUCTURE_GET() {
   });
 }
 
-void cls_DB::HEADERSTRUCTURE_LET(const StructurePtr& pHeader) {
+void cls_DBStore::HEADERSTRUCTURE_LET(const StructurePtr& pHeader) {
   GuardVoid(kClass, "HEADERSTRUCTURE.LET", [&] {
     if (!pHeader) return;
     cls_Structure& h = *pHeader;
@@ -337,12 +337,12 @@ void cls_DB::HEADERSTRUCTURE_LET(const StructurePtr& pHeader) {
 
 // ---- entry table -----------------------------------------------------------------------------
 
-void cls_DB::hEntryChanged() {
+void cls_DBStore::hEntryChanged() {
   ++generation_;
   entryChanged_ = true;
 }
 
-void cls_DB::hEntryIndexAdd(const Variant& pID, const StructurePtr& pData) {
+void cls_DBStore::hEntryIndexAdd(const Variant& pID, const StructurePtr& pData) {
   for (size_t i = 0; i < indexes_.size(); ++i) {
     if (!indexes_[i]) continue;
     const cls_DBField& f = *fields_[i];
@@ -350,7 +350,7 @@ void cls_DB::hEntryIndexAdd(const Variant& pID, const StructurePtr& pData) {
   }
 }
 
-void cls_DB::hEntryIndexRemove(const Variant& pID, const StructurePtr& pData) {
+void cls_DBStore::hEntryIndexRemove(const Variant& pID, const StructurePtr& pData) {
   for (size_t i = 0; i < indexes_.size(); ++i) {
     if (!indexes_[i]) continue;
     const cls_DBField& f = *fields_[i];
@@ -358,18 +358,18 @@ void cls_DB::hEntryIndexRemove(const Variant& pID, const StructurePtr& pData) {
   }
 }
 
-StructurePtr cls_DB::ENTRY(const Variant& pID) {
+StructurePtr cls_DBStore::ENTRY(const Variant& pID) {
   return Guard(kClass, "ENTRY", [&]() -> StructurePtr {
     const auto* e = entries_.Find(entries_.NormalizeId(pID));
     return e ? e->data : nullptr;
   });
 }
 
-bool cls_DB::ENTRYEXISTS(const Variant& pID) const {
+bool cls_DBStore::ENTRYEXISTS(const Variant& pID) const {
   return Guard(kClass, "ENTRYEXISTS", [&] { return entries_.Find(entries_.NormalizeId(pID)) != nullptr; });
 }
 
-Variant cls_DB::ENTRYADD(const Variant& pID, const StructurePtr& pData) {
+Variant cls_DBStore::ENTRYADD(const Variant& pID, const StructurePtr& pData) {
   return Guard(kClass, "ENTRYADD", [&] {
     Variant id = entries_.NormalizeId(pID);
     StructurePtr data = pData;
@@ -387,7 +387,7 @@ Variant cls_DB::ENTRYADD(const Variant& pID, const StructurePtr& pData) {
   });
 }
 
-Variant cls_DB::ENTRYFIELD_GET(const Variant& pID, const Variant& pField) {
+Variant cls_DBStore::ENTRYFIELD_GET(const Variant& pID, const Variant& pField) {
   return Guard(kClass, "ENTRYFIELD.GET", [&]() -> Variant {
     const auto* e = entries_.Find(entries_.NormalizeId(pID));
     if (!e || !e->data) return Variant();
@@ -397,7 +397,7 @@ Variant cls_DB::ENTRYFIELD_GET(const Variant& pID, const Variant& pField) {
   });
 }
 
-void cls_DB::ENTRYFIELD_LET(const Variant& pID, const Variant& pField, const Variant& pValue) {
+void cls_DBStore::ENTRYFIELD_LET(const Variant& pID, const Variant& pField, const Variant& pValue) {
   GuardVoid(kClass, "ENTRYFIELD.LET", [&] {
     Variant id = entries_.NormalizeId(pID);
     int32_t no = 0;
@@ -434,7 +434,7 @@ void cls_DB::ENTRYFIELD_LET(const Variant& pID, const Variant& pField, const Var
   });
 }
 
-bool cls_DB::ENTRYREMOVE(const Variant& pID) {
+bool cls_DBStore::ENTRYREMOVE(const Variant& pID) {
   return Guard(kClass, "ENTRYREMOVE", [&] {
     Variant id = entries_.NormalizeId(pID);
     const auto* e = entries_.Find(id);
@@ -447,7 +447,7 @@ bool cls_DB::ENTRYREMOVE(const Variant& pID) {
   });
 }
 
-void cls_DB::ENTRYCLEAR() {
+void cls_DBStore::ENTRYCLEAR() {
   GuardVoid(kClass, "ENTRYCLEAR", [&] {
     entries_.Clear();
     for (auto& idx : indexes_) idx.reset();
@@ -456,7 +456,7 @@ void cls_DB::ENTRYCLEAR() {
   });
 }
 
-void cls_DB::ENTRYREINDEX() {
+void cls_DBStore::ENTRYREINDEX() {
   GuardVoid(kClass, "ENTRYREINDEX", [&] {
     ++generation_;
     indexes_.assign(fields_.size(), nullptr);
@@ -464,7 +464,7 @@ void cls_DB::ENTRYREINDEX() {
   });
 }
 
-StructurePtr cls_DB::ENTRYSTRUCTURE_GET() {
+StructurePtr cls_DBStore::ENTRYSTRUCTURE_GET() {
   return Guard(kClass, "ENTRYSTRUCTURE.GET", [&] {
     auto s = cls_Structure::New();
     for (const auto& e : entries_.Entries())
@@ -473,7 +473,7 @@ StructurePtr cls_DB::ENTRYSTRUCTURE_GET() {
   });
 }
 
-void cls_DB::ENTRYSTRUCTURE_LET(const StructurePtr& pEntries) {
+void cls_DBStore::ENTRYSTRUCTURE_LET(const StructurePtr& pEntries) {
   GuardVoid(kClass, "ENTRYSTRUCTURE.LET", [&] {
     entries_.Clear();
     for (auto& idx : indexes_) idx.reset();
@@ -495,7 +495,7 @@ void cls_DB::ENTRYSTRUCTURE_LET(const StructurePtr& pEntries) {
   });
 }
 
-Variant cls_DB::ENTRYFREEID() {
+Variant cls_DBStore::ENTRYFREEID() {
   return Guard(kClass, "ENTRYFREEID", [&]() -> Variant {
     if (!entries_.Numeric()) {
       std::string t;
@@ -513,7 +513,7 @@ Variant cls_DB::ENTRYFREEID() {
   });
 }
 
-Variant cls_DB::ENTRYFREEIDEVEN() {
+Variant cls_DBStore::ENTRYFREEIDEVEN() {
   return Guard(kClass, "ENTRYFREEIDEVEN", [&]() -> Variant {
     if (!entries_.Numeric()) {
       std::string t;
@@ -529,7 +529,7 @@ Variant cls_DB::ENTRYFREEIDEVEN() {
   });
 }
 
-std::vector<Variant> cls_DB::ENTRYALL_IDS() {
+std::vector<Variant> cls_DBStore::ENTRYALL_IDS() {
   return Guard(kClass, "ENTRYALL", [&] {
     std::vector<Variant> ids;
     const auto& all = entries_.Entries();
@@ -541,7 +541,7 @@ std::vector<Variant> cls_DB::ENTRYALL_IDS() {
 
 // ---- value columns ---------------------------------------------------------------------------
 
-const std::vector<Variant>& cls_DB::FIELDCOLUMN(int32_t pFieldNo) {
+const std::vector<Variant>& cls_DBStore::FIELDCOLUMN(int32_t pFieldNo) {
   if (pFieldNo < 1 || pFieldNo > FIELDS()) Raise(err::kOutOfRange, "no field number " + std::to_string(pFieldNo));
   if (columns_.size() != fields_.size()) columns_.assign(fields_.size(), Column{});
   Column& c = columns_[static_cast<size_t>(pFieldNo - 1)];
@@ -560,7 +560,7 @@ const std::vector<Variant>& cls_DB::FIELDCOLUMN(int32_t pFieldNo) {
   return c.values;
 }
 
-const std::vector<std::string>& cls_DB::FIELDSORTCOLUMN(int32_t pFieldNo) {
+const std::vector<std::string>& cls_DBStore::FIELDSORTCOLUMN(int32_t pFieldNo) {
   const auto& values = FIELDCOLUMN(pFieldNo);
   Column& c = columns_[static_cast<size_t>(pFieldNo - 1)];
   if (c.sortGeneration == generation_) return c.sortTexts;
@@ -571,7 +571,7 @@ const std::vector<std::string>& cls_DB::FIELDSORTCOLUMN(int32_t pFieldNo) {
   return c.sortTexts;
 }
 
-const std::vector<std::string>& cls_DB::FIELDUPPERCOLUMN(int32_t pFieldNo) {
+const std::vector<std::string>& cls_DBStore::FIELDUPPERCOLUMN(int32_t pFieldNo) {
   const auto& values = FIELDCOLUMN(pFieldNo);
   Column& c = columns_[static_cast<size_t>(pFieldNo - 1)];
   if (c.upperGeneration == generation_) return c.upperTexts;
@@ -586,16 +586,16 @@ const std::vector<std::string>& cls_DB::FIELDUPPERCOLUMN(int32_t pFieldNo) {
   return c.upperTexts;
 }
 
-const Variant& cls_DB::ENTRYIDAT(int32_t pPosition) {
+const Variant& cls_DBStore::ENTRYIDAT(int32_t pPosition) {
   const auto& all = entries_.Entries();
   if (pPosition < 0 || static_cast<size_t>(pPosition) >= all.size())
     Raise(err::kOutOfRange, "no entry at position " + std::to_string(pPosition));
   return all[static_cast<size_t>(pPosition)].id;
 }
 
-int32_t cls_DB::ENTRYPOSITION(const Variant& pID) { return entries_.Position(entries_.NormalizeId(pID)); }
+int32_t cls_DBStore::ENTRYPOSITION(const Variant& pID) { return entries_.Position(entries_.NormalizeId(pID)); }
 
-cls_DB::EntryReader cls_DB::ENTRYREADER(const std::vector<int32_t>& pFieldNos) const {
+cls_DBStore::EntryReader cls_DBStore::ENTRYREADER(const std::vector<int32_t>& pFieldNos) const {
   EntryReader r;
   auto& names = mdl_Global::SMAN_GET()->Names();
   for (int32_t no : pFieldNos) {
@@ -606,7 +606,7 @@ cls_DB::EntryReader cls_DB::ENTRYREADER(const std::vector<int32_t>& pFieldNos) c
   return r;
 }
 
-void cls_DB::ENTRYVALUES(int32_t pPosition, const EntryReader& pReader, std::vector<Variant>& rValues) {
+void cls_DBStore::ENTRYVALUES(int32_t pPosition, const EntryReader& pReader, std::vector<Variant>& rValues) {
   rValues.assign(pReader.fields.size(), Variant());
   const auto& all = entries_.Entries();
   if (pPosition < 0 || static_cast<size_t>(pPosition) >= all.size()) return;
@@ -619,7 +619,7 @@ void cls_DB::ENTRYVALUES(int32_t pPosition, const EntryReader& pReader, std::vec
 
 // ---- text forms --------------------------------------------------------------------------------
 
-std::string cls_DB::FIELDTEXT_GET(const Variant& pID, const Variant& pField, int32_t pMode) {
+std::string cls_DBStore::FIELDTEXT_GET(const Variant& pID, const Variant& pField, int32_t pMode) {
   return Guard(kClass, "FIELDTEXT.GET", [&]() -> std::string {
     Variant v = ENTRYFIELD_GET(pID, pField);
     auto f = hFieldOrNull(pField);
@@ -629,7 +629,7 @@ std::string cls_DB::FIELDTEXT_GET(const Variant& pID, const Variant& pField, int
   });
 }
 
-std::string cls_DB::FIELDTEXTHTML_GET(const Variant& pID, const Variant& pField, int32_t pMode) {
+std::string cls_DBStore::FIELDTEXTHTML_GET(const Variant& pID, const Variant& pField, int32_t pMode) {
   return Guard(kClass, "FIELDTEXTHTML.GET", [&]() -> std::string {
     Variant v = ENTRYFIELD_GET(pID, pField);
     auto f = hFieldOrNull(pField);
@@ -639,7 +639,7 @@ std::string cls_DB::FIELDTEXTHTML_GET(const Variant& pID, const Variant& pField,
   });
 }
 
-std::string cls_DB::FIELDTEXTSORT_GET(const Variant& pID, const Variant& pField, bool pPrefix, bool pInvert) {
+std::string cls_DBStore::FIELDTEXTSORT_GET(const Variant& pID, const Variant& pField, bool pPrefix, bool pInvert) {
   return Guard(kClass, "FIELDTEXTSORT.GET", [&]() -> std::string {
     Variant v = ENTRYFIELD_GET(pID, pField);
     auto f = hFieldOrNull(pField);

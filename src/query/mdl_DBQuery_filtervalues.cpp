@@ -1,17 +1,18 @@
-// cls_DB: the filter choices offered for one field (FIELDFILTERVALUES, FIELDFILTERVALUESADVANCED):
+// mdl_DBQuery: the filter choices offered for one field (FIELDFILTERVALUES, FIELDFILTERVALUESADVANCED):
 // labels and the condition texts they stand for, built from the values the listed entries hold.
+#include "query/mdl_DBQuery.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
 
-#include "database/cls_DB.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
 
-namespace rykel {
+namespace rykel::mdl_DBQuery {
 
 namespace {
 constexpr const char* kClass = "cls_DB";
@@ -198,24 +199,24 @@ void hValueChoices(const Values& pValues, Choices& rChoices) {
 }
 }  // namespace
 
-StructurePtr cls_DB::FIELDFILTERVALUES(const Variant& pField, const std::optional<IdList>& pList) {
-  return Guard(kClass, "FIELDFILTERVALUES", [&] { return FIELDFILTERVALUESADVANCED(pField, pList, nullptr); });
+StructurePtr FIELDFILTERVALUES(cls_DBStore& rDB, const Variant& pField, const std::optional<IdList>& pList) {
+  return Guard(kClass, "FIELDFILTERVALUES", [&] { return FIELDFILTERVALUESADVANCED(rDB, pField, pList, nullptr); });
 }
 
-StructurePtr cls_DB::FIELDFILTERVALUESADVANCED(const Variant& pField, const std::optional<IdList>& pList,
-                                               const StructurePtr& pSettings) {
+StructurePtr FIELDFILTERVALUESADVANCED(cls_DBStore& rDB, const Variant& pField, const std::optional<IdList>& pList,
+                                       const StructurePtr& pSettings) {
   return Guard(kClass, "FIELDFILTERVALUESADVANCED", [&]() -> StructurePtr {
     auto out = cls_Structure::New();
     int32_t no = 0;
-    DBFieldPtr field = hFieldOrNull(pField, &no);
+    DBFieldPtr field = rDB.hFieldOrNull(pField, &no);
     if (!field) return out;
     const cls_DBField& f = *field;
-    const auto& column = FIELDCOLUMN(no);
+    const auto& column = rDB.FIELDCOLUMN(no);
 
     Values values;
     if (pList) {
       for (const auto& id : *pList) {
-        int32_t p = entries_.Position(entries_.NormalizeId(id));
+        int32_t p = rDB.hEntries().Position(rDB.hEntries().NormalizeId(id));
         if (p >= 0) values.push_back(&column[static_cast<size_t>(p)]);
       }
     } else {
@@ -267,8 +268,8 @@ StructurePtr cls_DB::FIELDFILTERVALUESADVANCED(const Variant& pField, const std:
     }
     for (auto& [label, cond] : choices) {
       if (usage) {
-        IdList ids =
-            pList ? ENTRYQUERY(Variant(no), "", Variant(cond), pList) : ENTRYQUERY(Variant(no), "", Variant(cond));
+        IdList ids = pList ? ENTRYQUERY(rDB, Variant(no), "", Variant(cond), pList)
+                           : ENTRYQUERY(rDB, Variant(no), "", Variant(cond));
         label += " (" + std::to_string(ids.size()) + ")";
       }
       out->ITEMBYID_LET(label, Variant(cond));
@@ -277,4 +278,4 @@ StructurePtr cls_DB::FIELDFILTERVALUESADVANCED(const Variant& pField, const std:
   });
 }
 
-}  // namespace rykel
+}  // namespace rykel::mdl_DBQuery
