@@ -88,17 +88,20 @@ TEST(cls_KELChecker, ReadsRegistryFunctionsAndSettingsAsTheyAreNow) {
     const char* found;
   };
   cls_KEL k;
-  EXPECT_EQ(hFindings(k, "{TEXT:HTML VAR:x}"), "1:2: unknown module 'TEXT' in 'TEXT:HTML'\n");
+  EXPECT_EQ(hFindings(k, "{MARK:HTML VAR:x}"), "1:2: unknown module 'MARK' in 'MARK:HTML'\n");
+  // The default modules list their commands.
+  EXPECT_EQ(hFindings(k, "{TEXT:HTLM VAR:x}"), "1:2: unknown command 'TEXT:HTLM' (did you mean 'TEXT:HTML'?)\n");
   // A module added later is known by its listed commands; one that lists none takes any command.
-  k.MODULES->ADD(std::make_shared<ListedModule>("TEXT", std::initializer_list<std::string_view>{"HTML", "URL"}));
+  k.MODULES->ADD(std::make_shared<ListedModule>("MARK", std::initializer_list<std::string_view>{"HTML", "URL"}));
   k.MODULES->ADD(std::make_shared<ListedModule>("FREE", std::initializer_list<std::string_view>{}));
   k.FUNCTIONS->ITEMBYID_LET("GREET", "Hallo %1");
   const Case cases[] = {
-      {"{TEXT:HTML VAR:x}{text:url VAR:x}{FREE:anything}{GREET Anna}", ""},
-      {"{TEXT:HTLM VAR:x}", "1:2: unknown command 'TEXT:HTLM' (did you mean 'TEXT:HTML'?)\n"},
+      {"{MARK:HTML VAR:x}{mark:url VAR:x}{FREE:anything}{GREET Anna}", ""},
+      {"{MARK:HTLM VAR:x}", "1:2: unknown command 'MARK:HTLM' (did you mean 'MARK:HTML'?)\n"},
       {"{GRET Anna}", "1:2: unknown command 'GRET' (did you mean 'GREET'?)\n"},
-      {"{TXET:HTML x}", "1:2: unknown module 'TXET' in 'TXET:HTML' (did you mean 'TEXT'?)\n"},
+      {"{MRAK:HTML x}", "1:2: unknown module 'MRAK' in 'MRAK:HTML' (did you mean 'MARK'?)\n"},
       {"{HTML x}", "1:2: unknown command 'HTML' (did you mean 'TEXT:HTML'?)\n"},
+      {"{URL x}", "1:2: unknown command 'URL' (did you mean 'TEXT:URL'?)\n"},
       {"{VAR:a}\n{VAR:b}\n{VAR:c}", ""},
   };
   for (const auto& c : cases) EXPECT_EQ(hFindings(k, c.text), c.found) << c.text;
