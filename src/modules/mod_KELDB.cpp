@@ -9,6 +9,7 @@
 #include "frame/Text.h"
 #include "frame/mdl_Confine.h"
 #include "frame/mdl_Global.h"
+#include "interpreter/KELCommandTable.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELFrontEnd.h"
 #include "query/mdl_DBQuery.h"
@@ -275,7 +276,7 @@ mod_KELDB::mod_KELDB() : module_(std::make_shared<cls_KELModule>()) {
                                  const StructurePtr& pParameters,
                                  cls_KEL& pKEL) { MODULE_EXECUTE(rResult, rDone, rValue, pCmd, pParameters, pKEL); };
   for (std::string_view name : {"OPEN", "USE", "CLOSE"}) module_->COMMAND(name);
-  for (const auto& row : kDBCommands) module_->COMMAND(row.name);
+  ListCommands(*module_, kDBCommands);
 }
 
 void mod_KELDB::ATTACH(const DBStorePtr& pDB, std::string_view pName) {
@@ -347,15 +348,12 @@ void mod_KELDB::MODULE_EXECUTE(const StructurePtr&, bool&, Variant& rValue, cons
     rValue = Variant("");
     return;
   }
-  for (const auto& row : kDBCommands) {
-    if (row.name != cmd) continue;
-    if (!row.wanted.empty() && !check(row.wanted)) return void(rValue = Variant(""));
-    DBStorePtr db = DB_GET();
-    if (!db) return void(rValue = Variant(pKEL.ERRORS("No database open", "DB:" + cmd)));
-    rValue = row.run(DBCall{pKEL, pParameters, *db, cmd});
-    return;
-  }
-  rValue = Variant(pKEL.ERRORS("DB function not supported", pCmd));
+  if (!RunCommand(kDBCommands, cmd, pParameters, pKEL, rValue, [&](const DBCommand& row) {
+        DBStorePtr db = DB_GET();
+        if (!db) return Variant(pKEL.ERRORS("No database open", "DB:" + cmd));
+        return row.run(DBCall{pKEL, pParameters, *db, cmd});
+      }))
+    rValue = Variant(pKEL.ERRORS("DB function not supported", pCmd));
 }
 
 }  // namespace rykel

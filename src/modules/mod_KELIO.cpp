@@ -5,6 +5,7 @@
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Text.h"
+#include "interpreter/KELCommandTable.h"
 #include "interpreter/cls_KEL.h"
 
 namespace rykel {
@@ -55,7 +56,7 @@ constexpr IOCommand kIOCommands[] = {
 mod_KELIO::mod_KELIO() : module_(std::make_shared<cls_KELModule>()) {
   module_->ID_LET("IO");
   module_->EXECUTEEVENT = &mod_KELIO::MODULE_EXECUTE;
-  for (const auto& row : kIOCommands) module_->COMMAND(row.name);
+  ListCommands(*module_, kIOCommands);
 }
 
 std::string mod_KELIO::TELNORM(std::string_view pNumber) {
@@ -69,17 +70,9 @@ std::string mod_KELIO::TELNORM(std::string_view pNumber) {
 
 void mod_KELIO::MODULE_EXECUTE(const StructurePtr&, bool& rDone, Variant& rValue, const std::string& pCmd,
                                const StructurePtr& pParameters, cls_KEL& pKEL) {
-  std::string cmd = text::UCase(pCmd);
-  for (const auto& row : kIOCommands) {
-    if (row.name != cmd) continue;
-    if (!row.wanted.empty() && !pKEL.SYNTAXCHECK(pParameters, row.wanted)) {
-      rValue = Variant("");
-      return;
-    }
-    rValue = row.run(pParameters, pKEL);
-    return;
-  }
-  rValue = Variant(pKEL.ERRORS("IO function not supported", pCmd));
+  if (!RunCommand(kIOCommands, pCmd, pParameters, pKEL, rValue,
+                  [&](const IOCommand& row) { return row.run(pParameters, pKEL); }))
+    rValue = Variant(pKEL.ERRORS("IO function not supported", pCmd));
 }
 
 }  // namespace rykel

@@ -4,6 +4,7 @@
 
 #include "frame/Convert.h"
 #include "frame/Text.h"
+#include "interpreter/KELCommandTable.h"
 #include "interpreter/cls_KEL.h"
 
 namespace rykel {
@@ -87,22 +88,14 @@ mod_KELStructure::mod_KELStructure() : module_(std::make_shared<cls_KELModule>()
   module_->ID_LET("STRUCTURE");
   module_->ALIAS("STRUCT");
   module_->EXECUTEEVENT = &mod_KELStructure::MODULE_EXECUTE;
-  for (const auto& row : kStructCommands) module_->COMMAND(row.name);
+  ListCommands(*module_, kStructCommands);
 }
 
 void mod_KELStructure::MODULE_EXECUTE(const StructurePtr&, bool& rDone, Variant& rValue, const std::string& pCmd,
                                       const StructurePtr& pParameters, cls_KEL& pKEL) {
-  std::string cmd = text::UCase(pCmd);
-  for (const auto& row : kStructCommands) {
-    if (row.name != cmd) continue;
-    if (!row.wanted.empty() && !pKEL.SYNTAXCHECK(pParameters, row.wanted)) {
-      rValue = Variant("");
-      return;
-    }
-    rValue = row.run(pParameters);
-    return;
-  }
-  rValue = Variant(pKEL.ERRORS("STRUCTURE function not supported", pCmd));
+  if (!RunCommand(kStructCommands, pCmd, pParameters, pKEL, rValue,
+                  [&](const StructCommand& row) { return row.run(pParameters); }))
+    rValue = Variant(pKEL.ERRORS("STRUCTURE function not supported", pCmd));
 }
 
 }  // namespace rykel

@@ -8,6 +8,7 @@
 #include "frame/NumberFormat.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "interpreter/KELCommandTable.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELState.h"
 
@@ -208,23 +209,16 @@ constexpr TextCommand kTextCommands[] = {
 mod_KELText::mod_KELText() : module_(std::make_shared<cls_KELModule>()) {
   module_->ID_LET("TEXT");
   module_->EXECUTEEVENT = &mod_KELText::MODULE_EXECUTE;
-  for (const auto& row : kTextCommands) module_->COMMAND(row.name);
+  ListCommands(*module_, kTextCommands);
 }
 
 void mod_KELText::MODULE_EXECUTE(const StructurePtr&, bool& rDone, Variant& rValue, const std::string& pCmd,
                                  const StructurePtr& pParameters, cls_KEL& pKEL) {
-  std::string cmd = text::UCase(pCmd);
-  for (const auto& row : kTextCommands) {
-    if (row.name != cmd) continue;
-    if (!row.wanted.empty() && !pKEL.SYNTAXCHECK(pParameters, row.wanted)) {
-      rValue = Variant("");
-      return;
-    }
-    TextCall c{pKEL, pParameters};
-    rValue = row.run(c);
-    return;
-  }
-  rValue = Variant(pKEL.ERRORS("TEXT function not supported", pCmd));
+  if (!RunCommand(kTextCommands, pCmd, pParameters, pKEL, rValue, [&](const TextCommand& row) {
+        TextCall c{pKEL, pParameters};
+        return row.run(c);
+      }))
+    rValue = Variant(pKEL.ERRORS("TEXT function not supported", pCmd));
 }
 
 }  // namespace rykel
