@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "EntryPrinter.h"
 #include "ValueCheck.h"
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
@@ -22,7 +23,7 @@ constexpr const char* kLenientHelp =
     "must be a real date, a number, a whole number, a yes/no word or a member, as its field's type says)";
 
 struct DbArgs {
-  std::string db, other, header, id;
+  std::string db, other, header, id, as;
   std::vector<std::string> fields, assignments, ids;
   bool lenient = false;
 };
@@ -194,16 +195,18 @@ void AddDbCommands(CLI::App& app) {
   auto* show = dbc->add_subcommand("show", "Print entries (all, or the given ids): id, then FIELD=text");
   show->add_option("DB", a.db, "database file")->required();
   show->add_option("ID", a.ids, "entry ids");
+  AddEntryFormatOption(*show, a.as);
   show->callback([] {
     auto db = OpenDatabase(a.db);
-    if (a.ids.empty()) {
-      for (const auto& id : db->ENTRYALL_IDS()) hShow(*db, id);
-      return;
-    }
+    cls_DB::IdList ids;
     for (const auto& text : a.ids) {
       if (!db->ENTRYEXISTS(text)) { Fail(kExitError, "no entry " + text); }
-      hShow(*db, db->ENTRYIDAT(db->ENTRYPOSITION(text)));
+      ids.push_back(db->ENTRYIDAT(db->ENTRYPOSITION(text)));
     }
+    if (a.ids.empty()) ids = db->ENTRYALL_IDS();
+    // Without --as a script keeps the lines it always got: id, then FIELD=text.
+    if (!a.as.empty() || isatty(STDOUT_FILENO)) return PrintEntries(*db, ids, a.as);
+    for (const auto& id : ids) hShow(*db, id);
   });
 
   static long long fillCount = 0, fillSeed = 0;

@@ -59,6 +59,12 @@ constexpr HelpTopic kTopics[] = {
      "  rykel db show people.ry-dbb          rykel db info people.ry-dbb\n"
      "Templates read databases with the DB module: {DB:OPEN \"file\"}, {DB:QUERY FIELD CONDITION},\n"
      "{DB:SORT LIST FIELD}, {DB:TEXT ID FIELD}; rykel render --db FILE opens one first.\n"
+     "db schema prints the fields (type, display name, members, default, index); db field changes them,\n"
+     "header and entries together (removing a field that holds values needs --force).\n"
+     "  rykel db schema people.ry-dbb --json\n"
+     "  rykel db field people.ry-dbb add ORT --type ENUM --members HB=Bremen,KI=Kiel --default Kiel --index\n"
+     "  rykel db field people.ry-dbb set PLZ --display Postleitzahl     rykel db field people.ry-dbb remove FAX "
+     "--force\n"
      "See docs/API.md (cls_DB) and docs/KEL.md (the DB module).\n"},
     {"query", "Queries, filters and sorting",
      "A condition is an operator and a value: < > <= >= <> BEGINS ENDS CONTAINS CONTAINSWORD\n"
@@ -71,6 +77,12 @@ constexpr HelpTopic kTopics[] = {
      "  rykel db filter people.ry-dbb 'NACHNAME=Müller' 'ORT=$CONTAINS burg' --sort VORNAME\n"
      "  rykel db filter people.ry-dbb ORT=Kiel ORT=Bremen --or\n"
      "  rykel db search people.ry-dbb 'anna -berlin'          rykel db sort people.ry-dbb PLZ --rev\n"
+     "--show and --as print the entries (also db show): --as table (aligned, display names, cut to the\n"
+     "terminal; the default on a terminal), tsv (the default otherwise), csv, json or jsonl.\n"
+     "  rykel db filter people.ry-dbb ORT=Kiel --as csv > kiel.csv\n"
+     "db facets lists a field's filter choices with their counts; db stats counts and sums fields.\n"
+     "  rykel db facets people.ry-dbb ORT --filter 'PLZ=$BEGINS 2' --json\n"
+     "  rykel db stats people.ry-dbb ALTER --group-by ORT        (MIN MAX SUM MEAN of number and date fields)\n"
      "See docs/API.md (Queries, search, filters and sorting).\n"},
     {"export", "Exports",
      "A view's entries go to a workbook (xlsx), a spreadsheet HTML table (htm), a batch file (bat),\n"

@@ -1,5 +1,5 @@
 // rykel db query / filter / search / sort: id lists from the shell, one id a line, or with --show
-// the entries as a table (id and every field's display text, tab-separated, with a header line).
+// or --as the entries in the form EntryPrinter gives them.
 #include <algorithm>
 #include <cstdio>
 #include <set>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "EntryPrinter.h"
 #include "frame/Convert.h"
 #include "host/cls_DB.h"
 #include "query/cls_DBCondition.h"
@@ -16,23 +17,15 @@ namespace rykel::cli {
 namespace {
 
 struct QueryArgs {
-  std::string db, field, condition, text;
+  std::string db, field, condition, text, as;
   FilterRequest filter;
   bool show = false;
 };
 
-void hPrint(cls_DB& db, const cls_DB::IdList& ids, bool show) {
-  if (show) {
-    std::string head = "ID";
-    for (int32_t f = 1; f <= db.FIELDS(); ++f) head += "\t" + db.FIELD(f)->ID;
-    std::printf("%s\n", head.c_str());
-  }
-  for (const auto& id : ids) {
-    std::string line = CStr(id);
-    if (show)
-      for (int32_t f = 1; f <= db.FIELDS(); ++f) line += "\t" + db.FIELDTEXT_GET(id, f);
-    std::printf("%s\n", line.c_str());
-  }
+// The ids, one a line; with --show or --as the entries themselves.
+void hPrint(cls_DB& db, const cls_DB::IdList& ids, const QueryArgs& pArgs) {
+  if (pArgs.show || !pArgs.as.empty()) return PrintEntries(db, ids, pArgs.as);
+  for (const auto& id : ids) std::printf("%s\n", CStr(id).c_str());
 }
 
 }  // namespace
@@ -130,11 +123,12 @@ void AddQueryCommands(CLI::App& app) {
   query->add_option("FIELD", a.field, "field name")->required();
   query->add_option("CONDITION", a.condition, "an operator and a value, or a plain value (blanks allowed)")->required();
   query->add_flag("--condition", a.filter.raw, rawHelp);
-  query->add_flag("--show", a.show, "print the entries as a table");
+  query->add_flag("--show", a.show, "print the entries (id and display texts) instead of the ids");
+  AddEntryFormatOption(*query, a.as);
   query->callback([] {
     auto db = OpenDatabase(a.db);
     CheckField(*db, a.field);
-    hPrint(*db, db->ENTRYQUERY(Variant(a.field), "", Variant(ConditionText(a.condition, a.filter.raw))), a.show);
+    hPrint(*db, db->ENTRYQUERY(Variant(a.field), "", Variant(ConditionText(a.condition, a.filter.raw))), a);
   });
 
   auto* filter = dbc->add_subcommand("filter",
@@ -146,10 +140,11 @@ void AddQueryCommands(CLI::App& app) {
   filter->add_flag("--or", a.filter.orMode, "keep entries that meet any condition");
   filter->add_flag("--condition", a.filter.raw, rawHelp);
   AddSortOptions(*filter, a.filter, true, true);
-  filter->add_flag("--show", a.show, "print the entries as a table");
+  filter->add_flag("--show", a.show, "print the entries (id and display texts) instead of the ids");
+  AddEntryFormatOption(*filter, a.as);
   filter->callback([] {
     auto db = OpenDatabase(a.db);
-    hPrint(*db, FilterEntries(*db, Variant(), a.filter, "condition"), a.show);
+    hPrint(*db, FilterEntries(*db, Variant(), a.filter, "condition"), a);
   });
 
   auto* search = dbc->add_subcommand("search",
@@ -158,25 +153,27 @@ void AddQueryCommands(CLI::App& app) {
   search->add_option("DB", a.db, "database file")->required();
   search->add_option("TEXT", a.text, "search text")->required();
   AddSortOptions(*search, a.filter, true, false);
-  search->add_flag("--show", a.show, "print the entries as a table");
+  search->add_flag("--show", a.show, "print the entries (id and display texts) instead of the ids");
+  AddEntryFormatOption(*search, a.as);
   search->callback([] {
     auto db = OpenDatabase(a.db);
     if (!a.filter.sort.empty()) CheckField(*db, a.filter.sort);
     auto ids = db->ENTRYSEARCH(a.text);
     if (!a.filter.sort.empty()) ids = db->ENTRYSORTADVANCED(a.filter.sort, a.filter.rev, "", ids);
-    hPrint(*db, ids, a.show);
+    hPrint(*db, ids, a);
   });
 
   auto* sort = dbc->add_subcommand("sort", "Print every id sorted by FIELD ('&FIELD': by display text)");
   sort->add_option("DB", a.db, "database file")->required();
   sort->add_option("FIELD", a.field, "sort field")->required();
   AddSortOptions(*sort, a.filter, false, true);
-  sort->add_flag("--show", a.show, "print the entries as a table");
+  sort->add_flag("--show", a.show, "print the entries (id and display texts) instead of the ids");
+  AddEntryFormatOption(*sort, a.as);
   sort->callback([] {
     auto db = OpenDatabase(a.db);
     CheckField(*db, a.field);
     if (!a.filter.then.empty()) CheckField(*db, a.filter.then);
-    hPrint(*db, db->ENTRYSORTADVANCED(a.field, a.filter.rev, a.filter.then, std::nullopt, a.filter.thenRev), a.show);
+    hPrint(*db, db->ENTRYSORTADVANCED(a.field, a.filter.rev, a.filter.then, std::nullopt, a.filter.thenRev), a);
   });
 }
 

@@ -1,5 +1,6 @@
 // cls_DB, cls_DBField, cls_DBView, cls_DBIndex and the field types.
 #include "Bindings.h"
+#include "PyVariant.h"
 #include "host/cls_DB.h"
 
 namespace rykel::py {
@@ -185,6 +186,37 @@ void BindDB(pyb::module_& m) {
       .def("FIELDFILTERCOUNT", &D::FIELDFILTERCOUNT, arg("pField"), arg("pCondition"), arg("pList") = pyb::none())
       .def("FIELDCHOOSER_SET", &D::FIELDCHOOSER_SET, arg("pChooser"))
       .def("FIELDSELECT", &D::FIELDSELECT, arg("pPreselect") = "")
+      // Summaries and the schema as plain lists and dicts (see mdl_DBStats and mdl_DBSchema).
+      .def(
+          "FIELDFACETS",
+          [](D& d, const Variant& pField, std::optional<D::IdList> pList) {
+            return ToPython(*d.FIELDFACETS(pField, pList));
+          },
+          arg("pField"), arg("pList") = pyb::none())
+      .def(
+          "ENTRYSTATS",
+          [](D& d, const std::vector<std::string>& pFields, const std::string& pGroupBy,
+             std::optional<D::IdList> pList) { return ToPython(*d.ENTRYSTATS(pFields, pGroupBy, pList)); },
+          arg("pFields") = std::vector<std::string>{}, arg("pGroupBy") = "", arg("pList") = pyb::none())
+      .def("SCHEMA", [](D& d) { return ToPython(*d.SCHEMA()); })
+      .def("FIELDUSAGE", &D::FIELDUSAGE, arg("pField"))
+      .def(
+          "FIELDNEW",
+          [](D& d, const std::string& pID, std::optional<int32_t> type, std::optional<std::string> display,
+             std::optional<std::string> members, std::optional<std::string> dflt, std::optional<bool> indexed) {
+            return d.FIELDNEW(pID, {type, display, members, dflt, indexed});
+          },
+          arg("pID"), arg("type") = pyb::none(), arg("display") = pyb::none(), arg("members") = pyb::none(),
+          arg("default") = pyb::none(), arg("indexed") = pyb::none())
+      .def(
+          "FIELDCHANGE",
+          [](D& d, const std::string& pField, std::optional<int32_t> type, std::optional<std::string> display,
+             std::optional<std::string> members, std::optional<std::string> dflt, std::optional<bool> indexed) {
+            d.FIELDCHANGE(pField, {type, display, members, dflt, indexed});
+          },
+          arg("pField"), arg("type") = pyb::none(), arg("display") = pyb::none(), arg("members") = pyb::none(),
+          arg("default") = pyb::none(), arg("indexed") = pyb::none())
+      .def("FIELDDROP", &D::FIELDDROP, arg("pField"))
       .def("ENTRYSORT", &D::ENTRYSORT, arg("pField"), arg("pRev") = false, arg("pBase") = D::IdList{})
       .def("ENTRYSORTADVANCED", &D::ENTRYSORTADVANCED, arg("pField"), arg("pRev") = false, arg("pFieldSecond") = "",
            arg("pList") = pyb::none(), arg("pRevSecond") = false)

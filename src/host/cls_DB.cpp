@@ -4,6 +4,7 @@
 
 #include "export/mdl_DBExport.h"
 #include "query/mdl_DBQuery.h"
+#include "query/mdl_DBStats.h"
 
 namespace rykel {
 
@@ -54,6 +55,22 @@ int32_t cls_DB::FIELDFILTERCOUNT(const Variant& pField, const std::string& pCond
   return mdl_DBQuery::FIELDFILTERCOUNT(*this, pField, pCondition, pList);
 }
 std::string cls_DB::FIELDSELECT(const std::string& pPreselect) { return mdl_DBQuery::FIELDSELECT(*this, pPreselect); }
+StructurePtr cls_DB::SCHEMA() { return mdl_DBSchema::SCHEMA(*this); }
+int32_t cls_DB::FIELDUSAGE(const std::string& pField) { return mdl_DBSchema::FIELDUSAGE(*this, pField); }
+DBFieldPtr cls_DB::FIELDNEW(const std::string& pID, const mdl_DBSchema::FieldChange& pChange) {
+  return mdl_DBSchema::FIELDNEW(*this, pID, pChange);
+}
+void cls_DB::FIELDCHANGE(const std::string& pField, const mdl_DBSchema::FieldChange& pChange) {
+  mdl_DBSchema::FIELDCHANGE(*this, pField, pChange);
+}
+void cls_DB::FIELDDROP(const std::string& pField) { mdl_DBSchema::FIELDDROP(*this, pField); }
+StructurePtr cls_DB::FIELDFACETS(const Variant& pField, const std::optional<IdList>& pList) {
+  return mdl_DBStats::FIELDFACETS(*this, pField, pList);
+}
+StructurePtr cls_DB::ENTRYSTATS(const std::vector<std::string>& pFields, const std::string& pGroupBy,
+                                const std::optional<IdList>& pList) {
+  return mdl_DBStats::ENTRYSTATS(*this, pFields, pGroupBy, pList);
+}
 IdList cls_DB::ENTRYSORT(const std::string& pField, bool pRev, const IdList& pBase) {
   return mdl_DBQuery::ENTRYSORT(*this, pField, pRev, pBase);
 }

@@ -17,8 +17,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "database/cls_DBStore.h"
+#include "database/mdl_DBSchema.h"
 
 namespace rykel {
 
@@ -58,6 +60,18 @@ class cls_DB : public cls_DBStore {
                            const std::optional<IdList>& pList = std::nullopt);
   // Chooses a field through the chooser (FIELDCHOOSER_SET), else the preselected field's name.
   std::string FIELDSELECT(const std::string& pPreselect = "");
+  // The fields as data, and changes that keep the entries in step (see mdl_DBSchema).
+  StructurePtr SCHEMA();
+  int32_t FIELDUSAGE(const std::string& pField);
+  DBFieldPtr FIELDNEW(const std::string& pID, const mdl_DBSchema::FieldChange& pChange);
+  void FIELDCHANGE(const std::string& pField, const mdl_DBSchema::FieldChange& pChange);
+  void FIELDDROP(const std::string& pField);
+  // The filter choices of a field with their counts: a list of {LABEL, CONDITION, COUNT}.
+  StructurePtr FIELDFACETS(const Variant& pField, const std::optional<IdList>& pList = std::nullopt);
+  // Count, and for number and date fields MIN, MAX, SUM, MEAN, optionally per value of pGroupBy
+  // (see mdl_DBStats::ENTRYSTATS).
+  StructurePtr ENTRYSTATS(const std::vector<std::string>& pFields = {}, const std::string& pGroupBy = "",
+                          const std::optional<IdList>& pList = std::nullopt);
 
   // ---- sorting -----------------------------------------------------------------------------------
   IdList ENTRYSORT(const std::string& pField, bool pRev = false, const IdList& pBase = {});

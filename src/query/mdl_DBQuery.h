@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "database/cls_DBStore.h"
 
@@ -57,6 +59,11 @@ StructurePtr FIELDFILTERVALUES(cls_DBStore& rDB, const Variant& pField,
 StructurePtr FIELDFILTERVALUESADVANCED(cls_DBStore& rDB, const Variant& pField,
                                        const std::optional<IdList>& pList = std::nullopt,
                                        const StructurePtr& pSettings = nullptr);
+// The choices FIELDFILTERVALUESADVANCED offers (its "SORT" setting applied, never "SHOW.USAGE"),
+// in order and with the labels as written: pairs label, condition. Unknown field: none.
+std::vector<std::pair<std::string, std::string>> FIELDFILTERCHOICES(cls_DBStore& rDB, const Variant& pField,
+                                                                    const std::optional<IdList>& pList = std::nullopt,
+                                                                    const StructurePtr& pSettings = nullptr);
 // How many entries of the list meet the condition; at 0 the notifier is told so.
 int32_t FIELDFILTERCOUNT(cls_DBStore& rDB, const Variant& pField, const std::string& pCondition,
                          const std::optional<IdList>& pList = std::nullopt);

@@ -203,13 +203,13 @@ StructurePtr FIELDFILTERVALUES(cls_DBStore& rDB, const Variant& pField, const st
   return Guard(kClass, "FIELDFILTERVALUES", [&] { return FIELDFILTERVALUESADVANCED(rDB, pField, pList, nullptr); });
 }
 
-StructurePtr FIELDFILTERVALUESADVANCED(cls_DBStore& rDB, const Variant& pField, const std::optional<IdList>& pList,
-                                       const StructurePtr& pSettings) {
-  return Guard(kClass, "FIELDFILTERVALUESADVANCED", [&]() -> StructurePtr {
-    auto out = cls_Structure::New();
+std::vector<std::pair<std::string, std::string>> FIELDFILTERCHOICES(cls_DBStore& rDB, const Variant& pField,
+                                                                    const std::optional<IdList>& pList,
+                                                                    const StructurePtr& pSettings) {
+  return Guard(kClass, "FIELDFILTERCHOICES", [&]() -> Choices {
     int32_t no = 0;
     DBFieldPtr field = rDB.hFieldOrNull(pField, &no);
-    if (!field) return out;
+    if (!field) return {};
     const cls_DBField& f = *field;
     const auto& column = rDB.FIELDCOLUMN(no);
 
@@ -253,11 +253,7 @@ StructurePtr FIELDFILTERVALUESADVANCED(cls_DBStore& rDB, const Variant& pField, 
     choices.emplace_back("-Leer-", "=");
     choices.emplace_back("-Nicht leer-", "!=");
 
-    bool sort = false, usage = false;
-    if (pSettings) {
-      sort = mdl_Global::hCBool(pSettings->ITEM_GET("SORT", false));
-      usage = mdl_Global::hCBool(pSettings->ITEM_GET("SHOW.USAGE", false));
-    }
+    bool sort = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("SORT", false));
     if (sort) {
       std::vector<std::pair<std::string, size_t>> keys;  // upper-cased label, position
       for (size_t i = 0; i < choices.size(); ++i) keys.emplace_back(text::UCase(choices[i].first), i);
@@ -266,10 +262,21 @@ StructurePtr FIELDFILTERVALUESADVANCED(cls_DBStore& rDB, const Variant& pField, 
       for (const auto& k : keys) sorted.push_back(std::move(choices[k.second]));
       choices = std::move(sorted);
     }
+    return choices;
+  });
+}
+
+StructurePtr FIELDFILTERVALUESADVANCED(cls_DBStore& rDB, const Variant& pField, const std::optional<IdList>& pList,
+                                       const StructurePtr& pSettings) {
+  return Guard(kClass, "FIELDFILTERVALUESADVANCED", [&]() -> StructurePtr {
+    auto out = cls_Structure::New();
+    Choices choices = FIELDFILTERCHOICES(rDB, pField, pList, pSettings);
+    if (choices.empty()) return out;
+    const Variant no(rDB.FIELDFIND(pField));
+    bool usage = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("SHOW.USAGE", false));
     for (auto& [label, cond] : choices) {
       if (usage) {
-        IdList ids = pList ? ENTRYQUERY(rDB, Variant(no), "", Variant(cond), pList)
-                           : ENTRYQUERY(rDB, Variant(no), "", Variant(cond));
+        IdList ids = pList ? ENTRYQUERY(rDB, no, "", Variant(cond), pList) : ENTRYQUERY(rDB, no, "", Variant(cond));
         label += " (" + std::to_string(ids.size()) + ")";
       }
       out->ITEMBYID_LET(label, Variant(cond));

@@ -1,0 +1,137 @@
+#include "query/mdl_DBStats.h"
+
+#include <algorithm>
+#include <limits>
+#include <map>
+
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Text.h"
+#include "query/mdl_DBQuery.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel::mdl_DBStats {
+
+namespace {
+
+// Running figures of one field within one group.
+struct Tally {
+  int32_t count = 0;
+  double min = std::numeric_limits<double>::infinity(), max = -std::numeric_limits<double>::infinity(), sum = 0;
+};
+
+// The value as a number (days for a date), or nothing for an empty or unreadable value.
+std::optional<double> hNumber(const cls_DBField& pField, const Variant& pValue) {
+  if (pValue.isEmpty() || pValue.isNull()) return std::nullopt;
+  if (pField.TYPE == ID_DBFieldType_Date) {
+    if (pValue.isDate() || pValue.isNumber()) return CDbl(pValue);
+    double date = 0;
+    if (pValue.isString() && date::Parse(pValue.str(), date)) return date;
+    return std::nullopt;
+  }
+  if (pValue.isNumber()) return CDbl(pValue);
+  return std::nullopt;
+}
+
+bool hHasValue(const Variant& pValue) {
+  return !(pValue.isEmpty() || pValue.isNull() || (pValue.isString() && pValue.str().empty()));
+}
+
+StructurePtr hFigures(const cls_DBField& pField, const Tally& pTally) {
+  auto out = cls_Structure::New();
+  out->ITEMBYID_LET("COUNT", Variant(pTally.count));
+  bool date = pField.TYPE == ID_DBFieldType_Date;
+  bool number = pField.TYPE == ID_DBFieldType_Long || pField.TYPE == ID_DBFieldType_Double;
+  if ((!date && !number) || pTally.sum != pTally.sum || pTally.min > pTally.max) return out;
+  auto value = [&](double d) { return date ? Variant::Date(d) : Variant(d); };
+  out->ITEMBYID_LET("MIN", value(pTally.min));
+  out->ITEMBYID_LET("MAX", value(pTally.max));
+  if (!date) out->ITEMBYID_LET("SUM", Variant(pTally.sum));
+  out->ITEMBYID_LET("MEAN", value(pTally.sum / pTally.count));
+  return out;
+}
+
+}  // namespace
+
+StructurePtr FIELDFACETS(cls_DBStore& rDB, const Variant& pField, const std::optional<IdList>& pList) {
+  // Labels equal but for case are one choice, as in FIELDFILTERVALUES: the first place, the
+  // last condition.
+  std::vector<std::pair<std::string, std::string>> choices;
+  std::map<std::string, size_t> seen;
+  for (auto& [label, condition] : mdl_DBQuery::FIELDFILTERCHOICES(rDB, pField, pList)) {
+    auto [at, added] = seen.emplace(text::UCase(label), choices.size());
+    if (added) choices.emplace_back(label, condition);
+    else choices[at->second].second = condition;
+  }
+  auto out = cls_Structure::New();
+  const Variant field(rDB.FIELDFIND(pField));
+  for (const auto& [label, condition] : choices) {
+    auto row = cls_Structure::New();
+    row->ITEMBYID_LET("LABEL", Variant(label));
+    row->ITEMBYID_LET("CONDITION", Variant(condition));
+    auto ids = mdl_DBQuery::ENTRYQUERY(rDB, field, "", Variant(condition), pList);
+    row->ITEMBYID_LET("COUNT", Variant(static_cast<int32_t>(ids.size())));
+    out->ADD(Variant(row));
+  }
+  return out;
+}
+
+StructurePtr ENTRYSTATS(cls_DBStore& rDB, const std::vector<std::string>& pFields, const std::string& pGroupBy,
+                        const std::optional<IdList>& pList) {
+  std::vector<DBFieldPtr> fields;
+  for (const auto& name : pFields)
+    if (auto f = rDB.FIELD(Variant(name))) fields.push_back(f);
+  if (pFields.empty())
+    for (int32_t f = 1; f <= rDB.FIELDS(); ++f) {
+      auto field = rDB.FIELD(Variant(f));
+      bool ranged = field->TYPE == ID_DBFieldType_Long || field->TYPE == ID_DBFieldType_Double ||
+                    field->TYPE == ID_DBFieldType_Date;
+      if (ranged) fields.push_back(field);
+    }
+
+  struct Group {
+    int32_t count = 0;
+    std::vector<Tally> tallies;
+  };
+  std::map<std::string, Group> groups;
+  const IdList ids = pList ? *pList : rDB.ENTRYALL_IDS();
+  for (const auto& id : ids) {
+    std::string key = pGroupBy.empty() ? std::string() : rDB.FIELDTEXT_GET(id, Variant(pGroupBy));
+    Group& g = groups[key];
+    if (g.tallies.empty()) g.tallies.resize(fields.size());
+    ++g.count;
+    for (size_t f = 0; f < fields.size(); ++f) {
+      Variant value = rDB.ENTRYFIELD_GET(id, Variant(fields[f]->ID));
+      if (!hHasValue(value)) continue;
+      Tally& t = g.tallies[f];
+      ++t.count;
+      if (auto d = hNumber(*fields[f], value)) {
+        t.min = std::min(t.min, *d);
+        t.max = std::max(t.max, *d);
+        t.sum += *d;
+      } else {
+        t.sum = std::numeric_limits<double>::quiet_NaN();  // a value that is no number: no figures
+      }
+    }
+  }
+  if (pGroupBy.empty() && groups.empty()) groups[""].tallies.resize(fields.size());
+
+  std::vector<std::pair<std::string, const Group*>> order;
+  for (const auto& [key, g] : groups) order.emplace_back(key, &g);
+  std::stable_sort(order.begin(), order.end(),
+                   [](const auto& a, const auto& b) { return a.second->count > b.second->count; });
+  auto out = cls_Structure::New();
+  for (const auto& [key, g] : order) {
+    auto group = cls_Structure::New();
+    if (!pGroupBy.empty()) group->ITEMBYID_LET("VALUE", Variant(key));
+    group->ITEMBYID_LET("COUNT", Variant(g->count));
+    auto figures = cls_Structure::New();
+    for (size_t f = 0; f < fields.size(); ++f)
+      figures->ITEMBYID_LET(fields[f]->ID, Variant(hFigures(*fields[f], g->tallies[f])));
+    group->ITEMBYID_LET("FIELDS", Variant(figures));
+    out->ADD(Variant(group));
+  }
+  return out;
+}
+
+}  // namespace rykel::mdl_DBStats
