@@ -211,6 +211,9 @@ void AddSchemaCommands(CLI::App& app) {
           Fail(kExitError, std::to_string(used) + " entries hold values in " + a.name + "; --force removes them");
         db->FIELDDROP(a.name);
       } else {
+        bool any = change.type || change.display || change.members || change.defaultValue || change.indexed;
+        if (a.action == "set" && !any)
+          FailUsage("set needs something to change: --type, --display, --members, --default, --index or --no-index");
         if (a.action == "set") CheckField(*db, a.name);
         auto target = a.action == "add" ? db->FIELDNEW(a.name, change)
                                         : (db->FIELDCHANGE(a.name, change), db->FIELD(Variant(a.name)));

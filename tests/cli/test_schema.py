@@ -114,7 +114,8 @@ class SchemaAndOutputTest(unittest.TestCase):
         for args, code in ((("remove", "AGE"), 1), (("add", "AGE"), 2), (("add", "X", "--type", "NOPE"), 2),
                            (("add", "X", "--members", "a,b"), 2), (("add", "X", "--type", "ENUM"), 2),
                            (("set", "AGE", "--default", "zwölf"), 2), (("set", "NOPE", "--display", "x"), 2),
-                           (("remove", "AGE", "--type", "LONG"), 2), (("rename", "AGE"), 2)):
+                           (("remove", "AGE", "--type", "LONG"), 2), (("rename", "AGE"), 2),
+                           (("set", "AGE"), 2), (("set", "AGE", "--index", "--no-index"), 2)):
             r = run("db", "field", self.db, *args)
             self.assertEqual(r.returncode, code, (args, r.stderr))
             self.assertTrue(r.stderr.strip(), args)
