@@ -7,6 +7,11 @@ namespace rykel::py {
 
 using pyb::arg;
 
+namespace {
+// A result that is a list: [] when empty (an empty structure would convert to {}).
+pyb::object hList(cls_Structure& pList) { return pList.COUNT() == 0 ? pyb::list() : ToPython(pList); }
+}  // namespace
+
 void BindDB(pyb::module_& m) {
   auto types = pyb::enum_<enm_DBFieldType>(m, "enm_DBFieldType");
   for (int32_t t = 0; t < kDBFieldTypeCount; ++t) {
@@ -190,15 +195,15 @@ void BindDB(pyb::module_& m) {
       .def(
           "FIELDFACETS",
           [](D& d, const Variant& pField, std::optional<D::IdList> pList) {
-            return ToPython(*d.FIELDFACETS(pField, pList));
+            return hList(*d.FIELDFACETS(pField, pList));
           },
           arg("pField"), arg("pList") = pyb::none())
       .def(
           "ENTRYSTATS",
           [](D& d, const std::vector<std::string>& pFields, const std::string& pGroupBy,
-             std::optional<D::IdList> pList) { return ToPython(*d.ENTRYSTATS(pFields, pGroupBy, pList)); },
+             std::optional<D::IdList> pList) { return hList(*d.ENTRYSTATS(pFields, pGroupBy, pList)); },
           arg("pFields") = std::vector<std::string>{}, arg("pGroupBy") = "", arg("pList") = pyb::none())
-      .def("SCHEMA", [](D& d) { return ToPython(*d.SCHEMA()); })
+      .def("SCHEMA", [](D& d) { return hList(*d.SCHEMA()); })
       .def("FIELDUSAGE", &D::FIELDUSAGE, arg("pField"))
       .def(
           "FIELDNEW",

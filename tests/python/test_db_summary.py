@@ -19,7 +19,8 @@ class SummaryAndSchemaTest(unittest.TestCase):
         counts = {f["LABEL"]: f["COUNT"] for f in facets}
         self.assertEqual((counts["Kiel"], counts["Bremen"], counts["-Leer-"]), (3, 1, 0))
         self.assertEqual([f["COUNT"] for f in self.db.FIELDFACETS("CITY", [2, 3]) if f["LABEL"] == "Kiel"], [1])
-        self.assertEqual(self.db.FIELDFACETS("NOPE"), {})
+        self.assertEqual(self.db.FIELDFACETS("NOPE"), [])
+        self.assertEqual(rykel.cls_DB().SCHEMA(), [])
         groups = self.db.ENTRYSTATS(["AGE"], "CITY")
         self.assertEqual([(g["VALUE"], g["COUNT"]) for g in groups], [("Kiel", 3), ("Bremen", 1)])
         kiel = groups[0]["FIELDS"]["AGE"]
