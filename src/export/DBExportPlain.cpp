@@ -113,7 +113,7 @@ PlainWalk::PlainWalk(cls_DBStore& rDB, const Variant& pView, const cls_DBStore::
 
 const std::vector<PlainCell>& PlainWalk::ROW(int64_t pRow, Variant& rID) {
   rID = walk_.IDS()[static_cast<size_t>(pRow)];
-  db_.ENTRYVALUES(db_.ENTRYPOSITION(rID), reader_, values_);
+  db_.ENTRYVALUES(walk_.INORDER() ? static_cast<int32_t>(pRow) : db_.ENTRYPOSITION(rID), reader_, values_);
   for (size_t i = 0; i < fields_.size(); ++i) PlainOf(values_[i], fields_[i]->TYPE, cells_[i]);
   const auto& progress = db_.EXPORTPROGRESS_GET();
   int64_t total = ROWS();

@@ -49,7 +49,7 @@ class PlainWalk {
  private:
   cls_DBStore& db_;
   cls_DBExport walk_;  // decides the entries, as for every other export
-  bool inOrder_ = false, quiet_ = false;
+  bool quiet_ = false;
   std::vector<DBFieldPtr> fields_;
   cls_DBStore::EntryReader reader_;
   std::vector<Variant> values_;

@@ -11,8 +11,16 @@ namespace {
 
 constexpr size_t kFlushBytes = 1 << 16;
 
+// True when s holds one of the four characters (one pass; find_first_of scans the set per character).
+bool hHasAny(std::string_view s, const char (&pSet)[5]) {
+  for (char ch : s) {
+    if (ch == pSet[0] || ch == pSet[1] || ch == pSet[2] || ch == pSet[3]) return true;
+  }
+  return false;
+}
+
 void hCsvCell(std::string& out, std::string_view s) {
-  if (s.find_first_of(",\"\r\n") == std::string_view::npos) {
+  if (!hHasAny(s, ",\"\r\n")) {
     out += s;
     return;
   }
@@ -25,7 +33,7 @@ void hCsvCell(std::string& out, std::string_view s) {
 }
 
 void hTsvCell(std::string& out, std::string_view s) {
-  if (s.find_first_of("\\\t\r\n") == std::string_view::npos) {
+  if (!hHasAny(s, "\\\t\r\n")) {
     out += s;
     return;
   }
