@@ -8,6 +8,7 @@
 #include "database/enm_DBFieldType.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "frame/Text.h"
 #include "frame/mdl_Global.h"
 #include "structure/cls_Structure.h"
 #include "structure/mdl_StructureJson.h"
@@ -43,6 +44,22 @@ void hReal(double pReal, PlainCell& c) {
   c.text.assign(b, end);
   // A decimal keeps a fraction or exponent, so that it does not read back as a whole number.
   if (c.text.find_first_of(".e") == std::string::npos) c.text += ".0";
+}
+
+// Every export is UTF-8: a byte that is not part of a valid UTF-8 character (older Latin-1 text)
+// is written as the character of its Latin-1 reading, as the JSON form of structures does.
+void hFromLatin1(std::string_view s, std::string& out) {
+  for (size_t i = 0; i < s.size();) {
+    size_t len = text::Utf8CharLen(s, i);
+    if (len) {
+      out.append(s, i, len);
+      i += len;
+      continue;
+    }
+    auto ch = static_cast<unsigned char>(s[i++]);
+    out += static_cast<char>(0xC0 | (ch >> 6));
+    out += static_cast<char>(0x80 | (ch & 0x3F));
+  }
 }
 
 }  // namespace
@@ -85,7 +102,8 @@ void PlainOf(const Variant& v, int32_t pFieldType, PlainCell& c) {
                               pFieldType == ID_DBFieldType_Boolean))
         return;
       c.kind = PlainKind::Text;
-      c.text.assign(v.str());
+      if (text::IsAscii(v.str()) || text::IsUtf8(v.str())) c.text.assign(v.str());
+      else hFromLatin1(v.str(), c.text);
       return;
     case VarType::Object:
       if (auto s = v.as<cls_Structure>()) {

@@ -11,7 +11,7 @@
 //   Single, Double, Currency               Real    (shortest text that reads back, "2.0" not "2")
 //   Boolean                                Bool    ("true" / "false", SQL 1 / 0)
 //   Date                                   Date    ("yyyy-mm-dd", with " HH:MM:SS" when it has a time)
-//   String                                 Text
+//   String                                 Text    (bytes that are not UTF-8 read as Latin-1)
 //   a structure                            Json    (its one-line JSON text)
 #pragma once
 

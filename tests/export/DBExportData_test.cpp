@@ -45,6 +45,9 @@ DBPtr hData() {
   db->ENTRYFIELD_LET(2, "BORN", "1999-12-31 23:59:58");
   db->ENTRYFIELD_LET(2, "ACTIVE", false);
   db->ENTRYFIELD_LET(2, "NOTE", " x ");
+  db->ENTRYFIELD_LET(2, "ZIP",
+                     "Gr\xF6\xDF"
+                     "e");  // Latin-1 bytes
   db->ENTRYADD(3);
   return db;
 }
@@ -68,17 +71,17 @@ TEST(DBExportData, TextFormatsWriteStoredValuesTyped) {
   EXPECT_EQ(hText(*db, F::Csv),
             "NAME,AGE,SCORE,BORN,ACTIVE,ZIP,NOTE,COLOR\r\n"
             "Müller Ж €,1099511627776,2.0,2024-02-29,true,01234,\"a,b \"\"c\"\"\r\nd\te\\f\",g\r\n"
-            "Anna,-5,-0.125,1999-12-31 23:59:58,false,, x ,\r\n"
+            "Anna,-5,-0.125,1999-12-31 23:59:58,false,Größe, x ,\r\n"
             ",,,,,,,\r\n");
   EXPECT_EQ(hText(*db, F::Tsv),
             "NAME\tAGE\tSCORE\tBORN\tACTIVE\tZIP\tNOTE\tCOLOR\n"
             "Müller Ж €\t1099511627776\t2.0\t2024-02-29\ttrue\t01234\ta,b \"c\"\\r\\nd\\te\\\\f\tg\n"
-            "Anna\t-5\t-0.125\t1999-12-31 23:59:58\tfalse\t\t x \t\n"
+            "Anna\t-5\t-0.125\t1999-12-31 23:59:58\tfalse\tGröße\t x \t\n"
             "\t\t\t\t\t\t\t\n");
   std::string jsonl = hText(*db, F::Jsonl, std::vector<Variant>{2});
   EXPECT_EQ(jsonl,
             "{\"NAME\":\"Anna\",\"AGE\":-5,\"SCORE\":-0.125,\"BORN\":\"1999-12-31 23:59:58\",\"ACTIVE\":false,"
-            "\"ZIP\":null,\"NOTE\":\" x \",\"COLOR\":null}\n");
+            "\"ZIP\":\"Größe\",\"NOTE\":\" x \",\"COLOR\":null}\n");
   // The JSON array reads back through the structure reader, typed, in the order asked for.
   auto back = mdl_StructureJson::Read(hText(*db, F::Json, std::vector<Variant>{3, 1}));
   ASSERT_EQ(back->COUNT(), 2);
@@ -126,7 +129,7 @@ TEST(DBExportData, SqliteHoldsTypedColumnsFieldsAndIndexes) {
                                       "ZIP|TEXT", "NOTE|TEXT", "COLOR|TEXT"}));
   EXPECT_EQ(rows("SELECT rowid, typeof(AGE), AGE, typeof(SCORE), SCORE, BORN, ACTIVE, ZIP, COLOR FROM entries"),
             (std::vector<std::string>{"1|integer|1099511627776|real|2.0|2024-02-29|1|01234|g",
-                                      "2|integer|-5|real|-0.125|1999-12-31 23:59:58|0|NULL|NULL",
+                                      "2|integer|-5|real|-0.125|1999-12-31 23:59:58|0|Größe|NULL",
                                       "3|null|NULL|null|NULL|NULL|NULL|NULL|NULL"}));
   EXPECT_EQ(rows("SELECT NOTE = 'a,b \"c\"' || char(13, 10) || 'd' || char(9) || 'e\\f' FROM entries WHERE rowid = 1"),
             std::vector<std::string>{"1"});
