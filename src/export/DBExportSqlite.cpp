@@ -9,6 +9,7 @@
 #include "export/DBExportPlain.h"
 #include "frame/Error.h"
 #include "frame/FileIO.h"
+#include "frame/Text.h"
 
 namespace rykel::mdl_DBExport {
 
@@ -89,12 +90,26 @@ void hWrite(cls_DBStore& rDB, const std::string& pFile, PlainWalk& walk) {
   // A fresh file that is renamed only when complete needs no journal.
   db.Exec("PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; BEGIN");
   const auto& fields = walk.FIELDS();
-  std::string create = "CREATE TABLE entries (", insert = "INSERT INTO entries (rowid", values = "?";
-  for (size_t i = 0; i < fields.size(); ++i) {
-    create += (i ? ", " : "") + hIdent(fields[i]->ID) + " " + hColumnType(fields[i]->TYPE);
-    insert += ", " + hIdent(fields[i]->ID);
-    values += ", ?";
+  // The rowid under a name no field takes as its column name.
+  std::string rowid;
+  for (const char* name : {"rowid", "_rowid_", "oid"}) {
+    bool taken = false;
+    for (const auto& f : fields) taken = taken || text::UCase(f->ID) == text::UCase(name);
+    if (!taken) {
+      rowid = name;
+      break;
+    }
   }
+  // Slot 1 of the insert is the rowid (when it has a name), the fields follow.
+  std::string create = "CREATE TABLE entries (", insert = "INSERT INTO entries (" + rowid,
+              values = rowid.empty() ? "" : "?";
+  for (size_t i = 0; i < fields.size(); ++i) {
+    bool first = i == 0 && rowid.empty();
+    create += (i ? ", " : "") + hIdent(fields[i]->ID) + " " + hColumnType(fields[i]->TYPE);
+    insert += (first ? "" : ", ") + hIdent(fields[i]->ID);
+    values += first ? "?" : ", ?";
+  }
+  int firstField = rowid.empty() ? 1 : 2;
   db.Exec(create + ")");
   db.Exec(
       "CREATE TABLE rykel_fields (position INTEGER PRIMARY KEY, id TEXT NOT NULL, name TEXT, type TEXT, "
@@ -120,8 +135,8 @@ void hWrite(cls_DBStore& rDB, const std::string& pFile, PlainWalk& walk) {
     // Numeric ids become the rowid; other ids leave it to SQLite.
     PlainCell key;
     if (numericIds) PlainOf(id, ID_DBFieldType_Long, key);
-    if (key.kind == PlainKind::Integer) sqlite3_bind_int64(row, 1, key.whole);
-    for (size_t i = 0; i < cells.size(); ++i) hBind(row, static_cast<int>(i + 2), cells[i]);
+    if (key.kind == PlainKind::Integer && !rowid.empty()) sqlite3_bind_int64(row, 1, key.whole);
+    for (size_t i = 0; i < cells.size(); ++i) hBind(row, static_cast<int>(i) + firstField, cells[i]);
     db.Step(row);
   }
   // Indexes after the rows: built once, in sorted order.

@@ -153,10 +153,12 @@ TEST(DBExportData, FailuresNameTheCauseAndLeaveTheTargetAlone) {
   EXPECT_EQ(FailureNumber([&] { db->EXPORT("sqlite", dir / "no/such.sqlite"); }), err::kPathNotFound);
   EXPECT_EQ(ReadAll(file), "old");
   EXPECT_EQ(dir.Count(), 1u);
-  // A field ID that needs quoting in SQL is still a column.
-  db->FIELDCREATE("A\"B C", ID_DBFieldType_Long);
-  db->ENTRYFIELD_LET(1, "A\"B C", 7);
-  EXPECT_TRUE(db->EXPORT("sqlite", dir / "q.sqlite"));
+  // Field IDs that need quoting in SQL or take the rowid's names are still columns.
+  for (auto id : {"A\"B C", "ROWID", "OID", "_rowid_"}) {
+    db->FIELDCREATE(id, ID_DBFieldType_Long);
+    db->ENTRYFIELD_LET(1, id, 7);
+    EXPECT_TRUE(db->EXPORT("sqlite", dir / "q.sqlite")) << id;
+  }
 }
 
 }  // namespace rykel
