@@ -1,4 +1,4 @@
-// rykel db export: writes a view's entries as a workbook, HTML table, batch file, PDF or database.
+// rykel db export: writes a view's entries as a workbook, HTML table, batch file, PDF, database or data file.
 #include <unistd.h>
 
 #include <cstdio>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "ExportData.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
 #include "host/cls_DB.h"
@@ -42,9 +43,12 @@ void AddDbExportCommand(CLI::App& app) {
   ex->add_option("DB", a.db, "database file")->required();
   ex->add_option("--format", a.format,
                  "xlsx (workbook), xls (older workbook format, through LibreOffice), htm (HTML table), "
-                 "bat or cmd (table plus batch file), pdf or db")
-      ->check(CLI::IsMember({"xlsx", "xls", "htm", "html", "bat", "cmd", "pdf", "db"}, CLI::ignore_case));
-  ex->add_option("--out", a.out, "target file")->required();
+                 "bat or cmd (table plus batch file), pdf, db; csv, tsv, json, jsonl (every field by ID, stored "
+                 "values) or sqlite (a SQLite database file)")
+      ->check(CLI::IsMember(
+          {"xlsx", "xls", "htm", "html", "bat", "cmd", "pdf", "db", "csv", "tsv", "json", "jsonl", "sqlite"},
+          CLI::ignore_case));
+  ex->add_option("--out", a.out, "target file; - for standard output (csv, tsv, json, jsonl)")->required();
   ex->add_option("--view", a.view, "view number or ID (default: the first)");
   ex->add_option("--title", a.title, "title band text");
   ex->add_option("--sheets-by", a.sheetsBy, "xlsx: one more sheet per value of this field");
@@ -91,6 +95,7 @@ void AddDbExportCommand(CLI::App& app) {
     if (!a.filter.conditions.empty() || !a.filter.sort.empty() || !a.filter.then.empty())
       ids = FilterEntries(*db, view, a.filter, "--filter");
     if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);
+    if (ExportData(*db, format, a.out, view, ids)) return;
     bool ok = format == "XLSX" || format == "XLS" ? db->EXPORTEXCEL(view, a.out, ids, settings)
                                                   : db->EXPORTFILE(view, a.out, format, ids, settings);
     if (!ok) Fail(kExitError, "cannot write '" + a.out + "'");

@@ -89,6 +89,10 @@ constexpr HelpTopic kTopics[] = {
      "a PDF (pdf) or another database (db); --filter, --sort and --then choose and order the entries.\n"
      "  rykel db export people.ry-dbb --format xlsx --out people.xlsx --title Kontakte\n"
      "  rykel db export people.ry-dbb --format pdf --out nord.pdf --filter 'ORT=IN Bremen,Hamburg' --sort NACHNAME\n"
+     "Data formats: csv, tsv, json, jsonl (every field by ID, stored values, dates yyyy-mm-dd; --out - for\n"
+     "standard output) and sqlite (a SQLite file: table entries, field names and types in rykel_fields).\n"
+     "  rykel db export people.ry-dbb --format csv --out - --where ORT=Kiel\n"
+     "  rykel db export people.ry-dbb --format sqlite --out people.sqlite\n"
      "See docs/API.md (Exports) and docs/FORMATS.md.\n"},
     {"random", "Random test data",
      "German test data by field name (VORNAME, NACHNAME, STRASSE, PLZ, ORT, TELEFON, EMAIL, FIRMA, ...)\n"

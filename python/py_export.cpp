@@ -49,6 +49,14 @@ void BindExport(pyb::module_& m) {
             return d.EXPORTDB(view, target, ids, hSettings(settings));
           },
           arg("pView"), arg("pTarget"), arg("pIDs") = pyb::none(), arg("pSettings") = pyb::none())
+      .def(
+          "EXPORT",
+          [](D& d, const std::string& format, const std::string& file, const pyb::object& view, const IDs& ids,
+             const pyb::object& settings) {
+            return d.EXPORT(format, file, view.is_none() ? Variant(1) : ToVariant(view), ids, hSettings(settings));
+          },
+          arg("pFormat"), arg("pFile"), arg("pView") = pyb::none(), arg("pIDs") = pyb::none(),
+          arg("pSettings") = pyb::none())
       .def("EXPORTPROGRESS_SET", &D::EXPORTPROGRESS_SET, arg("pProgress"));
 }
 

@@ -98,6 +98,8 @@ class cls_DBExport {
 
   const ExportTable& TABLE() const { return table_; }
   const std::vector<Variant>& IDS() const { return ids_; }
+  // True when IDS() are every entry in table order, so that an id's position is its index.
+  bool INORDER() const { return allInOrder_; }
   const DBViewPtr& VIEW() const { return view_; }
   // One row, as the sinks get it.
   ExportRow ROW(const Variant& pID, int64_t pNumber);

@@ -2,6 +2,7 @@
 // functions stay out of the installed header, so hosts see the class and nothing below it.
 #include "host/cls_DB.h"
 
+#include "export/DBExportData.h"
 #include "export/mdl_DBExport.h"
 #include "query/mdl_DBQuery.h"
 #include "query/mdl_DBStats.h"
@@ -93,6 +94,10 @@ bool cls_DB::EXPORTPDF(const Variant& pView, const std::string& pFile, const IDL
 }
 bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs, const StructurePtr& pSettings) {
   return mdl_DBExport::EXPORTDB(*this, pView, pTarget, pIDs, pSettings);
+}
+bool cls_DB::EXPORT(const std::string& pFormat, const std::string& pFile, const Variant& pView, const IDList& pIDs,
+                    const StructurePtr& pSettings) {
+  return mdl_DBExport::EXPORT(*this, pFormat, pFile, pView, pIDs, pSettings);
 }
 
 }  // namespace rykel

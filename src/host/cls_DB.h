@@ -92,6 +92,10 @@ class cls_DB : public cls_DBStore {
   // The view's fields and the entries into another database (an object, or a new file).
   bool EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs = std::nullopt,
                 const StructurePtr& pSettings = nullptr);
+  // The entries as data (contracts: export/DBExportData.h): pFormat "csv", "tsv", "json", "jsonl"
+  // or "sqlite"; every field, keyed by field ID; the view chooses and orders the entries.
+  bool EXPORT(const std::string& pFormat, const std::string& pFile, const Variant& pView = 1,
+              const IDList& pIDs = std::nullopt, const StructurePtr& pSettings = nullptr);
 };
 
 using DBPtr = std::shared_ptr<cls_DB>;

@@ -1,0 +1,66 @@
+import csv
+import io
+import json
+import os
+import sqlite3
+import subprocess
+import tempfile
+import unittest
+
+CLI = os.environ.get("RYKEL_CLI", "rykel")
+
+
+def run(*args):
+    return subprocess.run([CLI, *args], capture_output=True, text=True)
+
+
+class DbExportDataTest(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.addCleanup(self.dir.cleanup)
+        self.cwd = os.getcwd()
+        os.chdir(self.dir.name)
+        self.addCleanup(os.chdir, self.cwd)
+        r = run("db", "new", "p.ry-dbb", "--field", "NAME:STRING", "--field", "CITY:STRING", "--field", "AGE:LONG")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        for name, city, age in (("Anna", "Berlin", "30"), ("Bernd", "Köln, Rhein", "4"), ("Clara", "Berlin", "")):
+            self.assertEqual(run("db", "add", "p.ry-dbb", "NAME=" + name, "CITY=" + city, "AGE=" + age).returncode, 0)
+
+    def test_text_formats_to_stdout_with_filter_and_sort(self):
+        r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "-", "--where", "CITY=Berlin", "--sort", "NAME",
+                "--rev")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual(r.stdout.replace("\r\n", "\n"), "NAME,CITY,AGE\nClara,Berlin,\nAnna,Berlin,30\n")
+        self.assertFalse(os.path.exists("-"))
+        r = run("db", "export", "p.ry-dbb", "--format", "JSON", "--out", "-")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual([e["CITY"] for e in json.loads(r.stdout)], ["Berlin", "Köln, Rhein", "Berlin"])
+        r = run("db", "export", "p.ry-dbb", "--format", "jsonl", "--out", "-", "--where", "AGE=4")
+        self.assertEqual([json.loads(line) for line in r.stdout.splitlines()],
+                         [{"NAME": "Bernd", "CITY": "Köln, Rhein", "AGE": 4}])
+        r = run("db", "export", "p.ry-dbb", "--format", "tsv", "--out", "-")
+        self.assertEqual(r.stdout.splitlines()[2], "Bernd\tKöln, Rhein\t4")
+
+    def test_files_and_refusals(self):
+        r = run("db", "export", "p.ry-dbb", "--format", "sqlite", "--out", "p.sqlite")
+        self.assertEqual((r.returncode, r.stdout), (0, "p.sqlite\n"), r.stderr)
+        con = sqlite3.connect("p.sqlite")
+        self.assertEqual(con.execute("SELECT NAME, AGE FROM entries ORDER BY rowid").fetchall(),
+                         [("Anna", 30), ("Bernd", 4), ("Clara", None)])
+        con.close()
+        r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "p.csv")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        with open("p.csv", newline="", encoding="utf-8") as f:
+            self.assertEqual(list(csv.reader(f))[2], ["Bernd", "Köln, Rhein", "4"])
+        for fmt in ("sqlite", "xlsx", "pdf"):
+            r = run("db", "export", "p.ry-dbb", "--format", fmt, "--out", "-")
+            self.assertEqual(r.returncode, 2, fmt)
+            self.assertIn("standard output takes csv, tsv, json and jsonl only", r.stderr)
+            self.assertFalse(os.path.exists("-"), fmt)
+        r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "nodir/p.csv")
+        self.assertEqual(r.returncode, 1)
+        self.assertIn("nodir", r.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,164 @@
+#include "export/DBExportData.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstdio>
+#include <map>
+
+#include "export/DBExportText.h"
+#include "frame/Convert.h"
+#include "frame/FileIO.h"
+#include "host/cls_DB.h"
+#include "structure/mdl_StructureJson.h"
+
+#include "../TestSupport.h"
+
+namespace rykel {
+
+namespace {
+
+// Three entries over every kind of value the plain form tells apart; entry 3 is all empty.
+DBPtr hData() {
+  auto db = std::make_shared<cls_DB>();
+  db->FIELDCREATE("NAME", ID_DBFieldType_String, "Name")->INDEXED = true;
+  db->FIELDCREATE("AGE", ID_DBFieldType_Long, "Alter");
+  db->FIELDCREATE("SCORE", ID_DBFieldType_Double, "Wert");
+  db->FIELDCREATE("BORN", ID_DBFieldType_Date, "Geboren");
+  db->FIELDCREATE("ACTIVE", ID_DBFieldType_Boolean, "Aktiv");
+  db->FIELDCREATE("ZIP", ID_DBFieldType_String, "PLZ");
+  db->FIELDCREATE("NOTE", ID_DBFieldType_String, "Notiz, \"lang\"");
+  db->FIELDCREATE("COLOR", ID_DBFieldType_Enum, "Farbe")->MEMBERS = "r=Rot,g=Grün";
+  db->ENTRYADD(1);
+  db->ENTRYFIELD_LET(1, "NAME", "Müller Ж €");
+  db->ENTRYFIELD_LET(1, "AGE", 1099511627776.0);  // 2^40: held as a Double
+  db->ENTRYFIELD_LET(1, "SCORE", 2.0);
+  db->ENTRYFIELD_LET(1, "BORN", "2024-02-29");
+  db->ENTRYFIELD_LET(1, "ACTIVE", true);
+  db->ENTRYFIELD_LET(1, "ZIP", "01234");
+  db->ENTRYFIELD_LET(1, "NOTE", "a,b \"c\"\r\nd\te\\f");
+  db->ENTRYFIELD_LET(1, "COLOR", "g");
+  db->ENTRYADD(2);
+  db->ENTRYFIELD_LET(2, "NAME", "Anna");
+  db->ENTRYFIELD_LET(2, "AGE", -5);
+  db->ENTRYFIELD_LET(2, "SCORE", -0.125);
+  db->ENTRYFIELD_LET(2, "BORN", "1999-12-31 23:59:58");
+  db->ENTRYFIELD_LET(2, "ACTIVE", false);
+  db->ENTRYFIELD_LET(2, "NOTE", " x ");
+  db->ENTRYFIELD_LET(2, "ZIP",
+                     "Gr\xF6\xDF"
+                     "e");  // Latin-1 bytes
+  db->ENTRYADD(3);
+  return db;
+}
+
+std::string hText(cls_DBStore& db, mdl_DBExport::TextFormat f, const cls_DBStore::IDList& ids = std::nullopt) {
+  char* data = nullptr;
+  size_t size = 0;
+  std::FILE* out = ::open_memstream(&data, &size);
+  mdl_DBExport::EXPORTTEXT(db, out, f, 1, ids);
+  std::fclose(out);
+  std::string s(data, size);
+  std::free(data);
+  return s;
+}
+
+}  // namespace
+
+TEST(DBExportData, TextFormatsWriteStoredValuesTyped) {
+  auto db = hData();
+  using F = mdl_DBExport::TextFormat;
+  EXPECT_EQ(hText(*db, F::Csv),
+            "NAME,AGE,SCORE,BORN,ACTIVE,ZIP,NOTE,COLOR\r\n"
+            "Müller Ж €,1099511627776,2.0,2024-02-29,true,01234,\"a,b \"\"c\"\"\r\nd\te\\f\",g\r\n"
+            "Anna,-5,-0.125,1999-12-31 23:59:58,false,Größe, x ,\r\n"
+            ",,,,,,,\r\n");
+  EXPECT_EQ(hText(*db, F::Tsv),
+            "NAME\tAGE\tSCORE\tBORN\tACTIVE\tZIP\tNOTE\tCOLOR\n"
+            "Müller Ж €\t1099511627776\t2.0\t2024-02-29\ttrue\t01234\ta,b \"c\"\\r\\nd\\te\\\\f\tg\n"
+            "Anna\t-5\t-0.125\t1999-12-31 23:59:58\tfalse\tGröße\t x \t\n"
+            "\t\t\t\t\t\t\t\n");
+  std::string jsonl = hText(*db, F::Jsonl, std::vector<Variant>{2});
+  EXPECT_EQ(jsonl,
+            "{\"NAME\":\"Anna\",\"AGE\":-5,\"SCORE\":-0.125,\"BORN\":\"1999-12-31 23:59:58\",\"ACTIVE\":false,"
+            "\"ZIP\":\"Größe\",\"NOTE\":\" x \",\"COLOR\":null}\n");
+  // The JSON array reads back through the structure reader, typed, in the order asked for.
+  auto back = mdl_StructureJson::Read(hText(*db, F::Json, std::vector<Variant>{3, 1}));
+  ASSERT_EQ(back->COUNT(), 2);
+  auto first = back->ITEM_GET(1).as<cls_Structure>(), second = back->ITEM_GET(2).as<cls_Structure>();
+  ASSERT_TRUE(first && second);
+  EXPECT_EQ(first->ITEM_GET("NAME").type(), VarType::Empty);
+  EXPECT_EQ(first->COUNT(), 8);
+  EXPECT_EQ(CStr(second->ITEM_GET("NAME")), "Müller Ж €");
+  EXPECT_EQ(CDbl(second->ITEM_GET("AGE")), 1099511627776.0);
+  EXPECT_EQ(second->ITEM_GET("SCORE").type(), VarType::Double);
+  EXPECT_EQ(CStr(second->ITEM_GET("NOTE")), "a,b \"c\"\r\nd\te\\f");
+  EXPECT_EQ(second->ITEM_GET("ACTIVE").type(), VarType::Boolean);
+  EXPECT_EQ(CStr(second->ITEM_GET("ZIP")), "01234");
+  // No entries: a header alone, an empty array, nothing.
+  EXPECT_EQ(hText(*db, F::Csv, std::vector<Variant>{}), "NAME,AGE,SCORE,BORN,ACTIVE,ZIP,NOTE,COLOR\r\n");
+  EXPECT_EQ(hText(*db, F::Json, std::vector<Variant>{}), "[]\n");
+  EXPECT_EQ(hText(*db, F::Jsonl, std::vector<Variant>{}), "");
+}
+
+TEST(DBExportData, SqliteHoldsTypedColumnsFieldsAndIndexes) {
+  TempDir dir;
+  auto db = hData();
+  std::string file = dir / "out.sqlite";
+  fileio::WriteFileAtomic(file, "old");
+  ASSERT_TRUE(db->EXPORT("SQLite", file));
+  sqlite3* s = nullptr;
+  ASSERT_EQ(sqlite3_open_v2(file.c_str(), &s, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+  auto rows = [&](const std::string& sql) {
+    std::vector<std::string> out;
+    sqlite3_stmt* st = nullptr;
+    EXPECT_EQ(sqlite3_prepare_v2(s, sql.c_str(), -1, &st, nullptr), SQLITE_OK) << sqlite3_errmsg(s);
+    while (sqlite3_step(st) == SQLITE_ROW) {
+      std::string line;
+      for (int i = 0; i < sqlite3_column_count(st); ++i) {
+        auto* t = sqlite3_column_text(st, i);
+        line += (i ? "|" : "") + (t ? std::string(reinterpret_cast<const char*>(t)) : "NULL");
+      }
+      out.push_back(line);
+    }
+    sqlite3_finalize(st);
+    return out;
+  };
+  EXPECT_EQ(rows("SELECT name, type FROM pragma_table_info('entries')"),
+            (std::vector<std::string>{"NAME|TEXT", "AGE|INTEGER", "SCORE|REAL", "BORN|TEXT", "ACTIVE|INTEGER",
+                                      "ZIP|TEXT", "NOTE|TEXT", "COLOR|TEXT"}));
+  EXPECT_EQ(rows("SELECT rowid, typeof(AGE), AGE, typeof(SCORE), SCORE, BORN, ACTIVE, ZIP, COLOR FROM entries"),
+            (std::vector<std::string>{"1|integer|1099511627776|real|2.0|2024-02-29|1|01234|g",
+                                      "2|integer|-5|real|-0.125|1999-12-31 23:59:58|0|Größe|NULL",
+                                      "3|null|NULL|null|NULL|NULL|NULL|NULL|NULL"}));
+  EXPECT_EQ(rows("SELECT NOTE = 'a,b \"c\"' || char(13, 10) || 'd' || char(9) || 'e\\f' FROM entries WHERE rowid = 1"),
+            std::vector<std::string>{"1"});
+  EXPECT_EQ(rows("SELECT position, id, name, type, indexed, members FROM rykel_fields WHERE id IN ('NAME', "
+                 "'NOTE', 'COLOR')"),
+            (std::vector<std::string>{"1|NAME|Name|STRING|1|NULL", "7|NOTE|Notiz, \"lang\"|STRING|0|NULL",
+                                      "8|COLOR|Farbe|ENUM|0|r=Rot,g=Grün"}));
+  EXPECT_EQ(rows("SELECT name FROM sqlite_master WHERE type = 'index'"), std::vector<std::string>{"entries_NAME"});
+  sqlite3_close(s);
+  EXPECT_EQ(dir.Count(), 1u) << "no temporary file left beside the target";
+}
+
+TEST(DBExportData, FailuresNameTheCauseAndLeaveTheTargetAlone) {
+  TempDir dir;
+  auto db = hData();
+  std::string file = dir / "keep.csv";
+  fileio::WriteFileAtomic(file, "old");
+  EXPECT_EQ(Failure([&] { db->EXPORT("xml", file); }).second,
+            "unknown export format 'xml' (csv, tsv, json, jsonl or sqlite)");
+  EXPECT_EQ(FailureNumber([&] { db->EXPORT("csv", file, "NOVIEW"); }), err::kInvalidCall);
+  EXPECT_EQ(FailureNumber([&] { db->EXPORT("sqlite", dir / "no/such.sqlite"); }), err::kPathNotFound);
+  EXPECT_EQ(ReadAll(file), "old");
+  EXPECT_EQ(dir.Count(), 1u);
+  // Field IDs that need quoting in SQL or take the rowid's names are still columns.
+  for (auto id : {"A\"B C", "ROWID", "OID", "_rowid_"}) {
+    db->FIELDCREATE(id, ID_DBFieldType_Long);
+    db->ENTRYFIELD_LET(1, id, 7);
+    EXPECT_TRUE(db->EXPORT("sqlite", dir / "q.sqlite")) << id;
+  }
+}
+
+}  // namespace rykel
