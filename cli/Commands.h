@@ -76,6 +76,8 @@ void AddDbCommands(CLI::App& app);
 void AddQueryCommands(CLI::App& app);
 // rykel db export: after AddDbCommands, under its "db" command.
 void AddDbExportCommand(CLI::App& app);
+// rykel db import: after AddDbCommands, under its "db" command.
+void AddDbImportCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
 // rykel check FILE...: templates read without running them.
 void AddCheckCommand(CLI::App& app);

@@ -117,6 +117,7 @@ int main(int argc, char** argv) {
     AddDbCommands(app);
     AddQueryCommands(app);
     AddDbExportCommand(app);
+    AddDbImportCommand(app);
     AddRenderCommand(app);
     AddCheckCommand(app);
     AddRandomCommands(app);

@@ -4,6 +4,7 @@
 
 #include "export/mdl_DBExport.h"
 #include "query/mdl_DBQuery.h"
+#include "tools/mdl_DBImport.h"
 
 namespace rykel {
 
@@ -76,6 +77,10 @@ bool cls_DB::EXPORTPDF(const Variant& pView, const std::string& pFile, const IDL
 }
 bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs, const StructurePtr& pSettings) {
   return mdl_DBExport::EXPORTDB(*this, pView, pTarget, pIDs, pSettings);
+}
+
+StructurePtr cls_DB::IMPORTFILE(const std::string& pFile, const StructurePtr& pOptions) {
+  return mdl_DBImport::IMPORTFILE(*this, pFile, pOptions);
 }
 
 }  // namespace rykel

@@ -78,6 +78,12 @@ class cls_DB : public cls_DBStore {
   // The view's fields and the entries into another database (an object, or a new file).
   bool EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList& pIDs = std::nullopt,
                 const StructurePtr& pSettings = nullptr);
+
+  // ---- import (contract: tools/mdl_DBImport.h) ---------------------------------------------------
+  // Adds a CSV, TSV, JSON or JSONL file's rows as new entries, all or none; does not save.
+  // Options: "FORMAT", "DELIMITER", "ENCODING", "CREATE", "SKIPBAD", "MAP" ("COLUMN=FIELD" texts).
+  // Returns "IMPORTED", "FIELDS" (the fields made) and "SKIPPED" (lines left out with "SKIPBAD").
+  StructurePtr IMPORTFILE(const std::string& pFile, const StructurePtr& pOptions = nullptr);
 };
 
 using DBPtr = std::shared_ptr<cls_DB>;
