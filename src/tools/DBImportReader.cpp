@@ -196,8 +196,7 @@ struct SourceIt {
 
 }  // namespace
 
-DBImportReader::DBImportReader(const std::string& pFile, Settings pSettings)
-    : file_(pFile), settings_(pSettings) {
+DBImportReader::DBImportReader(const std::string& pFile, Settings pSettings) : file_(pFile), settings_(pSettings) {
   struct stat st {};
   if (::stat(pFile.c_str(), &st) != 0) Raise(err::kFileNotFound, "File '" + pFile + "' not found");
   if (!S_ISREG(st.st_mode)) Raise(err::kInvalidData, "'" + pFile + "' is not a regular file");
@@ -279,9 +278,8 @@ namespace {
 
 // Puts one JSON object's values into rValues by column, adding columns for new keys. False (and
 // rProblem) for a value that is an object or array.
-bool hJsonRow(const Json& pObject, std::vector<std::string>& rColumns,
-              std::unordered_map<std::string, size_t>& rIndex, std::vector<std::string>& rValues,
-              std::string& rProblem) {
+bool hJsonRow(const Json& pObject, std::vector<std::string>& rColumns, std::unordered_map<std::string, size_t>& rIndex,
+              std::vector<std::string>& rValues, std::string& rProblem) {
   rValues.assign(rColumns.size(), std::string());
   for (const auto& [key, value] : pObject.items()) {
     auto [it, added] = rIndex.try_emplace(key, rColumns.size());
@@ -355,9 +353,7 @@ void DBImportReader::hReadJsonArray(const RowFn& pRow, const BadFn& pBad) {
   };
   try {
     Json top = Json::parse(SourceIt{&s}, SourceIt{}, callback);  // the emptied array
-  } catch (const Json::parse_error& e) {
-    hFail(s.line, hJsonMessage(e));
-  }
+  } catch (const Json::parse_error& e) { hFail(s.line, hJsonMessage(e)); }
 }
 
 }  // namespace rykel

@@ -62,8 +62,11 @@ struct TypeGuess {
   void Add(std::string_view v) {
     if (v.empty()) return;
     any = true;
-    if (isLong && !hIsLong(v)) isLong = false;
-    if (isDouble && !hIsNumber(v, true)) isDouble = false;
+    bool whole = hIsLong(v);
+    if (!whole) isLong = false;
+    // A whole number past 32 bits (a phone or account number) keeps the column text.
+    if (isDouble && !whole && !(hIsNumber(v, true) && v.find_first_of(".,") != std::string_view::npos))
+      isDouble = false;
     if (isDate && !hIsDate(v)) isDate = false;
     if (isBool && hYesNo(v, true).empty()) isBool = false;
   }
@@ -81,8 +84,8 @@ struct TypeGuess {
 std::string hFit(const cls_DBField& pField, const std::string& pValue, std::string& rProblem) {
   const auto& members = pField.MembersParsed();
   if (DBFieldTypeIsChoice(pField.TYPE) && !members.empty()) {
-    std::vector<std::string> picked = pField.TYPE == ID_DBFieldType_EnumMulti ? text::Split(pValue, ",")
-                                                                               : std::vector<std::string>{pValue};
+    std::vector<std::string> picked =
+        pField.TYPE == ID_DBFieldType_EnumMulti ? text::Split(pValue, ",") : std::vector<std::string>{pValue};
     std::string keys;
     for (const auto& p : picked) {
       std::string_view v = text::Trim(p);
@@ -171,12 +174,16 @@ DBImportReader::Settings hSettings(const std::string& pFile, const Options& o) {
   if (format.empty()) {
     size_t dot = pFile.rfind('.');
     std::string ext = dot == std::string::npos ? "" : text::LCase(pFile.substr(dot + 1));
-    format = ext == "tsv" || ext == "tab" ? "tsv" : ext == "json" ? "json" : ext == "jsonl" || ext == "ndjson" ? "jsonl" : "csv";
+    format = ext == "tsv" || ext == "tab"        ? "tsv"
+             : ext == "json"                     ? "json"
+             : ext == "jsonl" || ext == "ndjson" ? "jsonl"
+                                                 : "csv";
   }
   if (format == "json") s.format = DBImportReader::Format::kJson;
   else if (format == "jsonl" || format == "ndjson") s.format = DBImportReader::Format::kJsonl;
   else if (format == "tsv") s.delimiter = '\t';
-  else if (format != "csv") Raise(err::kInvalidCall, "unknown import format '" + o.format + "' (csv, tsv, json, jsonl)");
+  else if (format != "csv")
+    Raise(err::kInvalidCall, "unknown import format '" + o.format + "' (csv, tsv, json, jsonl)");
   if (!o.delimiter.empty()) {
     std::string d = text::LCase(o.delimiter);
     if (d == "\\t" || d == "tab") s.delimiter = '\t';
@@ -207,9 +214,8 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
   const bool twoPasses = pOptions.create;
   auto progress = [&](int64_t pass) -> DBImportReader::ProgressFn {
     if (!pOptions.progress) return {};
-    return [&, pass](int64_t done, int64_t total) {
-      pOptions.progress(pass * total + done, (twoPasses ? 2 : 1) * total);
-    };
+    return
+        [&, pass](int64_t done, int64_t total) { pOptions.progress(pass * total + done, (twoPasses ? 2 : 1) * total); };
   };
 
   // A first pass over the file learns the type of each column's values.
@@ -234,17 +240,20 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
     for (size_t c = fieldOf.size(); c < columns.size(); ++c) {
       DBFieldPtr field;
       std::string columnKey = hNameKey(text::Trim(columns[c]));
+      std::string target = columns[c];  // the name a field made for the column gets
       for (size_t m = 0; m < pOptions.map.size() && !field; ++m) {
         if (hNameKey(text::Trim(pOptions.map[m].first)) != columnKey) continue;
-        field = hFieldNamed(rDB, pOptions.map[m].second);
-        if (!field)
-          Raise(err::kInvalidCall, "map " + pOptions.map[m].first + "=" + pOptions.map[m].second + ": no field '" +
-                                       pOptions.map[m].second + "' (fields: " + hFieldList(rDB) + ")");
         mapUsed[m] = true;
+        target = pOptions.map[m].second;
+        field = hFieldNamed(rDB, target);
+        if (!field && !pOptions.create)
+          Raise(err::kInvalidCall, "map " + pOptions.map[m].first + "=" + target + ": no field '" + target +
+                                       "' (fields: " + hFieldList(rDB) + ")");
+        break;
       }
-      if (!field) field = hFieldNamed(rDB, columns[c]);
+      if (!field && target == columns[c]) field = hFieldNamed(rDB, columns[c]);
       if (!field && pOptions.create) {
-        std::string id = hNewFieldID(rDB, columns[c], c);
+        std::string id = hNewFieldID(rDB, target, c);
         int32_t type = c < guesses.size() ? guesses[c].Type() : ID_DBFieldType_String;
         std::string name(text::Trim(columns[c]));
         field = rDB.FIELDCREATE(id, type, name == id ? "" : name);
@@ -320,12 +329,13 @@ StructurePtr IMPORTFILE(cls_DBStore& rDB, const std::string& pFile, const Struct
     }
     Result r = Import(rDB, pFile, o);
     auto out = cls_Structure::New();
-    out->ITEM_LET("IMPORTED", static_cast<double>(r.imported));
+    out->ITEM_LET("IMPORTED", r.imported <= INT32_MAX ? Variant(static_cast<int>(r.imported))
+                                                      : Variant(static_cast<double>(r.imported)));
     auto fields = cls_Structure::New();
-    for (const auto& f : r.fieldsCreated) fields->ITEM_LET(fields->MAX() + 1, f);
+    for (const auto& f : r.fieldsCreated) fields->ADD(f);
     out->ITEM_LET("FIELDS", Variant(ObjectPtr(fields)));
     auto skipped = cls_Structure::New();
-    for (int64_t line : r.skipped) skipped->ITEM_LET(skipped->MAX() + 1, static_cast<double>(line));
+    for (int64_t line : r.skipped) skipped->ADD(Variant(static_cast<long long>(line)));
     out->ITEM_LET("SKIPPED", Variant(ObjectPtr(skipped)));
     return out;
   });

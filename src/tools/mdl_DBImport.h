@@ -6,11 +6,13 @@
 // column name upper-cased with every character but letters, digits, "_" and "." as "_" (the column
 // name becomes the display name when it differs), its type inferred from all its values:
 //   LONG    whole numbers within 32 bits, none with a leading zero ("0421" is a postal code)
-//   DOUBLE  numbers with "." or "," as the decimal point (and whole numbers)
+//   DOUBLE  numbers with "." or "," as the decimal point (and whole numbers within 32 bits)
 //   DATE    dates as the system reads them (yyyy-mm-dd, d.m.yyyy, optionally with a time)
 //   BOOL    the words true/false, yes/no, ja/nein, wahr/falsch (any case)
-//   STRING  anything else; also a column without values, and numbers with a leading "+" or zero
-// Without pCreate such a column is an error.
+//   STRING  anything else; also a column without values, numbers with a leading "+" or zero,
+//           and whole numbers past 32 bits
+// A column mapped to a field that does not exist gets a field of that ID. Without pCreate such
+// columns are an error.
 //
 // Each value must fit its field's type (a date that exists, a (whole) number, a yes/no word, a
 // choice member's key or text); an empty value sets nothing.
@@ -36,12 +38,12 @@
 namespace rykel::mdl_DBImport {
 
 struct Options {
-  std::string format;    // "csv", "tsv", "json", "jsonl"; "" picks by the file's extension (else csv)
+  std::string format;     // "csv", "tsv", "json", "jsonl"; "" picks by the file's extension (else csv)
   std::string delimiter;  // one character; "" for "," (csv) or a tab (tsv); "\t" and "tab" name a tab
   std::string encoding;   // "utf-8" (default) or "cp1252" (csv and tsv only)
-  std::vector<std::pair<std::string, std::string>> map;  // column -> field
-  bool create = false;                                     // make fields for unmapped columns
-  bool skipBad = false;                                    // leave bad rows out instead of failing
+  std::vector<std::pair<std::string, std::string>> map;         // column -> field
+  bool create = false;                                          // make fields for unmapped columns
+  bool skipBad = false;                                         // leave bad rows out instead of failing
   std::function<void(int64_t pDone, int64_t pTotal)> progress;  // bytes read of the file's size
 };
 
