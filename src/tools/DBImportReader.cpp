@@ -103,7 +103,7 @@ bool hFromCp1252(std::string& rText, std::string& rProblem) {
 template <class FailFn>
 bool hCsvRecord(DBImportReader::Source& s, char delim, std::vector<std::string>& rValues, int64_t& rLine,
                 std::string& rProblem, const FailFn& pFail) {
-  rValues.clear();
+  size_t n = 0;  // values of this record; the strings of rValues are reused for their capacity
   rProblem.clear();
   int c;
   for (;;) {  // blank lines hold no record
@@ -115,8 +115,15 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, std::vector<std::string>&
   auto skipLine = [&] {
     while (c != '\n' && c != '\r' && c != EOF) c = s.Get();
   };
-  std::string cur;
+  auto next = [&]() -> std::string& {
+    if (n == rValues.size()) rValues.emplace_back();
+    std::string& v = rValues[n++];
+    v.clear();
+    return v;
+  };
+  auto finish = [&] { rValues.resize(n); };
   for (;;) {
+    std::string& cur = next();
     if (c == '"') {
       int64_t opened = s.line;
       for (;;) {
@@ -132,6 +139,7 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, std::vector<std::string>&
       if (c != delim && c != '\n' && c != '\r' && c != EOF) {
         rProblem = "text after a closing quote (a quote inside a value is written \"\")";
         skipLine();
+        finish();
         return true;
       }
     } else {
@@ -139,15 +147,26 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, std::vector<std::string>&
         if (c == '"') {
           rProblem = "a quote inside an unquoted value (quote the whole value and write the quote \"\")";
           skipLine();
+          finish();
           return true;
         }
         cur += static_cast<char>(c);
+        // The plain characters that follow are copied at once, straight from the buffer.
+        size_t end = s.pos;
+        while (end < s.buf.size()) {
+          char k = s.buf[end];
+          if (k == delim || k == '\n' || k == '\r' || k == '"') break;
+          ++end;
+        }
+        cur.append(s.buf, s.pos, end - s.pos);
+        s.pos = end;
         c = s.Get();
       }
     }
-    rValues.push_back(std::move(cur));
-    cur.clear();
-    if (c != delim) return true;
+    if (c != delim) {
+      finish();
+      return true;
+    }
     c = s.Get();
   }
 }

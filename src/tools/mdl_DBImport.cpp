@@ -52,7 +52,9 @@ bool hIsNumber(std::string_view s, bool pDecimal) {
 
 bool hIsLong(std::string_view s) {
   if (!hIsNumber(s, false) || s.size() > 11) return false;
-  long long v = std::stoll(std::string(s));
+  long long v = 0;
+  for (char c : s.substr(s[0] == '-' ? 1 : 0)) v = v * 10 + (c - '0');
+  if (s[0] == '-') v = -v;
   return v >= INT32_MIN && v <= INT32_MAX;
 }
 
