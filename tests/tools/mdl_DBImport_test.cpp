@@ -37,7 +37,7 @@ TEST(DBImport, InfersTypesFromAllValues) {
   const Case cases[] = {
       {{"1", "-42", "", "2147483647"}, ID_DBFieldType_Long},
       {{"1", "2147483648"}, ID_DBFieldType_String},  // past 32 bits: an identifier, not a count
-      {{"0421", "28195"}, ID_DBFieldType_String},     // postal codes keep their zero
+      {{"0421", "28195"}, ID_DBFieldType_String},    // postal codes keep their zero
       {{"0"}, ID_DBFieldType_Long},
       {{"1", "1,5", "-0.25"}, ID_DBFieldType_Double},
       {{"007.5"}, ID_DBFieldType_String},
@@ -161,8 +161,9 @@ TEST(DBImport, JsonRowsAndOptions) {
   };
   for (const auto& bad : {with([](auto& b) { b.format = "xml"; }), with([](auto& b) { b.delimiter = "ab"; }),
                           with([](auto& b) { b.encoding = "latin9"; }),
-                          with([](auto& b) { b.format = "json", b.encoding = "cp1252"; }),
-                          with([](auto& b) { b.map = {{"name", "NOSUCH"}}; })})
+                          with([](auto& b) { b.format = "json", b.encoding = "cp1252"; }), with([](auto& b) {
+                            b.map = {{"name", "NOSUCH"}};
+                          })})
     EXPECT_EQ(FailureNumber([&] { mdl_DBImport::Import(db, file, bad); }), 5);
   EXPECT_EQ(db.ENTRYCOUNT(), 2);
 }
