@@ -64,6 +64,7 @@ struct TypeGuess {
   void Add(std::string_view v) {
     if (v.empty()) return;
     any = true;
+    if (!(isLong || isDouble || isDate || isBool)) return;  // text already
     bool whole = hIsLong(v);
     if (!whole) isLong = false;
     // A whole number past 32 bits (a phone or account number) keeps the column text.
