@@ -78,6 +78,8 @@ void AddQueryCommands(CLI::App& app);
 void AddDbExportCommand(CLI::App& app);
 // db facets / stats / schema / field; REQUIRES: AddDbCommands ran.
 void AddSchemaCommands(CLI::App& app);
+// rykel db import: after AddDbCommands, under its "db" command.
+void AddDbImportCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
 // rykel check FILE...: templates read without running them.
 void AddCheckCommand(CLI::App& app);

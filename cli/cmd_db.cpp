@@ -7,6 +7,7 @@
 
 #include "Commands.h"
 #include "EntryPrinter.h"
+#include "Progress.h"
 #include "ValueCheck.h"
 #include "frame/Convert.h"
 #include "frame/Notifier.h"
@@ -67,26 +68,6 @@ void hShow(cls_DB& db, const Variant& id) {
   for (int32_t f = 1; f <= db.FIELDS(); ++f) line += "\t" + db.FIELD(f)->ID + "=" + db.FIELDTEXT_GET(id, f);
   std::printf("%s\n", line.c_str());
 }
-
-// A progress bar on stderr, drawn only when stderr is a terminal and only when the percentage moves.
-class Progress {
- public:
-  explicit Progress(long long pTotal) : total_(pTotal), shown_(isatty(STDERR_FILENO) && pTotal > 0) {}
-  void Step(long long pDone) {
-    if (!shown_) return;
-    int percent = static_cast<int>(pDone * 100 / total_);
-    if (percent == last_) return;
-    last_ = percent;
-    std::string bar(static_cast<size_t>(percent / 2), '#');
-    std::fprintf(stderr, "\r[%-50s] %3d%%", bar.c_str(), percent);
-    if (pDone == total_) std::fprintf(stderr, "\n");
-  }
-
- private:
-  long long total_;
-  bool shown_;
-  int last_ = -1;
-};
 
 // A random value fitting the field: by the last part of its ID (so "ADDR.PLZ" gets a postal code),
 // else by its type; choice fields draw from their member values. Structure fields stay empty.

@@ -118,6 +118,7 @@ int main(int argc, char** argv) {
     AddQueryCommands(app);
     AddDbExportCommand(app);
     AddSchemaCommands(app);
+    AddDbImportCommand(app);
     AddRenderCommand(app);
     AddCheckCommand(app);
     AddRandomCommands(app);

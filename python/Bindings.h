@@ -16,6 +16,7 @@ void BindTools(pyb::module_& m);
 void BindCollections(pyb::module_& m);
 void BindDB(pyb::module_& m);
 void BindExport(pyb::module_& m);  // after BindDB: adds to cls_DB
+void BindImport(pyb::module_& m);  // after BindDB: adds to cls_DB
 void BindKEL(pyb::module_& m);
 void BindKELDB(pyb::module_& m);  // after BindKEL and BindDB: the DB command module
 void BindLimits(pyb::module_& m);

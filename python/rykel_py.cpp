@@ -13,6 +13,7 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindCollections(m);
   rykel::py::BindDB(m);
   rykel::py::BindExport(m);
+  rykel::py::BindImport(m);
   rykel::py::BindKEL(m);
   rykel::py::BindKELDB(m);
   rykel::py::BindLimits(m);

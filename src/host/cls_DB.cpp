@@ -6,6 +6,7 @@
 #include "export/mdl_DBExport.h"
 #include "query/mdl_DBQuery.h"
 #include "query/mdl_DBStats.h"
+#include "tools/mdl_DBImport.h"
 
 namespace rykel {
 
@@ -98,6 +99,10 @@ bool cls_DB::EXPORTDB(const Variant& pView, const Variant& pTarget, const IDList
 bool cls_DB::EXPORT(const std::string& pFormat, const std::string& pFile, const Variant& pView, const IDList& pIDs,
                     const StructurePtr& pSettings) {
   return mdl_DBExport::EXPORT(*this, pFormat, pFile, pView, pIDs, pSettings);
+}
+
+StructurePtr cls_DB::IMPORTFILE(const std::string& pFile, const StructurePtr& pOptions) {
+  return mdl_DBImport::IMPORTFILE(*this, pFile, pOptions);
 }
 
 }  // namespace rykel

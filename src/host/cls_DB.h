@@ -96,6 +96,12 @@ class cls_DB : public cls_DBStore {
   // or "sqlite"; every field, keyed by field ID; the view chooses and orders the entries.
   bool EXPORT(const std::string& pFormat, const std::string& pFile, const Variant& pView = 1,
               const IDList& pIDs = std::nullopt, const StructurePtr& pSettings = nullptr);
+
+  // ---- import (contract: tools/mdl_DBImport.h) ---------------------------------------------------
+  // Adds a CSV, TSV, JSON or JSONL file's rows as new entries, all or none; does not save.
+  // Options: "FORMAT", "DELIMITER", "ENCODING", "CREATE", "SKIPBAD", "MAP" ("COLUMN=FIELD" texts).
+  // Returns "IMPORTED", "FIELDS" (the fields made) and "SKIPPED" (lines left out with "SKIPBAD").
+  StructurePtr IMPORTFILE(const std::string& pFile, const StructurePtr& pOptions = nullptr);
 };
 
 using DBPtr = std::shared_ptr<cls_DB>;

@@ -1,0 +1,75 @@
+"""rykel db import: a bad file leaves the database file byte for byte as it was (exit 2, FILE:LINE),
+a new database is made from the columns, and --skip-bad imports the rest."""
+import hashlib
+import os
+import subprocess
+import tempfile
+import unittest
+
+CLI = os.environ.get("RYKEL_CLI", "rykel")
+
+
+def run(*args):
+    return subprocess.run([CLI, *args], capture_output=True, text=True)
+
+
+class ImportTest(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.addCleanup(self.dir.cleanup)
+
+    def write(self, name, data):
+        path = os.path.join(self.dir.name, name)
+        with open(path, "wb") as f:
+            f.write(data if isinstance(data, bytes) else data.encode())
+        return path
+
+    def digest(self, path):
+        with open(path, "rb") as f:
+            return hashlib.sha256(f.read()).hexdigest()
+
+    def test_new_database_then_bad_files_change_nothing(self):
+        db = os.path.join(self.dir.name, "p.ry-dbb")
+        good = self.write("p.csv", "Name,PLZ,Age,Born,Active\n\"Meier, Bob\",01234,42,4.5.1980,ja\n"
+                                   "Anna,28195,31,2001-03-04,no\n")
+        r = run("db", "import", db, good)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("2 entries imported", r.stdout)
+        info = run("db", "info", db).stdout
+        for line in ("NAME\tSTRING", "PLZ\tSTRING", "AGE\tLONG", "BORN\tDATE", "ACTIVE\tBOOL"):
+            self.assertIn(line, info)
+        self.assertIn("PLZ=01234", run("db", "show", db, "1").stdout)
+        before = self.digest(db)
+        cases = [
+            ("ragged.csv", "Name,Age\nX,1\nY\n", "ragged.csv:3: expected 2 values, found 1"),
+            ("quote.csv", "Name,Age\nX\"y,1\n", "quote.csv:2: a quote inside an unquoted value"),
+            ("type.csv", "Name,Age\nX,1\nY,old\n", "type.csv:3: AGE: 'old' is not a whole number"),
+            ("utf8.csv", b"Name,Age\nX\xe4,1\n", "utf8.csv:2: invalid UTF-8"),
+            ("bad.json", "[{\"Name\": \"X\"},\n {\"Name\": }]", "bad.json:2: malformed JSON"),
+            ("col.jsonl", "{\"Nope\": 1}\n", "col.jsonl:1: column 'Nope' matches no field"),
+        ]
+        for name, data, message in cases:
+            r = run("db", "import", db, self.write(name, data))
+            self.assertEqual(r.returncode, 2, name)
+            self.assertIn(message, r.stderr)
+            self.assertEqual(self.digest(db), before, name)
+        r = run("db", "import", db, self.write("mixed.csv", "Name,Age\nX,1\nY\nZ,3\n"), "--skip-bad")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("2 entries imported", r.stdout)
+        self.assertIn("lines 3", r.stdout)
+        self.assertEqual(run("db", "info", db).stdout.count("Entries: 4"), 1)
+
+    def test_failed_new_database_leaves_no_files_and_cp1252_maps(self):
+        db = os.path.join(self.dir.name, "n.ry-dbb")
+        r = run("db", "import", db, self.write("open.csv", "A,B\n1,\"2\n"))
+        self.assertEqual(r.returncode, 2)
+        self.assertEqual(sorted(os.listdir(self.dir.name)), ["open.csv"])
+        r = run("db", "import", db, self.write("w.tsv", "Ort\tWer\nK\xf6ln\tM\xfcller\n".encode("cp1252")),
+                "--encoding", "cp1252", "--map", "Wer=NAME", "--create")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("ORT=Köln\tNAME=Müller", run("db", "show", db).stdout)
+        self.assertEqual(run("db", "import", db, self.write("x.csv", "A\n1\n"), "--map", "A").returncode, 2)
+
+
+if __name__ == "__main__":
+    unittest.main()
