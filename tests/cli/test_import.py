@@ -28,6 +28,25 @@ class ImportTest(unittest.TestCase):
         with open(path, "rb") as f:
             return hashlib.sha256(f.read()).hexdigest()
 
+    def test_a_csv_the_export_wrote_comes_back_byte_for_byte(self):
+        # export -> import into a new database -> export gives the same bytes: types (whole and
+        # decimal numbers, dates, yes/no), leading zeros, umlauts, quotes and empty values survive
+        db, again = (os.path.join(self.dir.name, n) for n in ("t.ry-dbb", "u.ry-dbb"))
+        self.assertEqual(run("db", "new", db, "--field", "N:LONG", "--field", "D:DOUBLE", "--field", "G:DATE",
+                             "--field", "B:BOOL", "--field", "PLZ:STRING", "--field", "NAME:STRING").returncode, 0)
+        for row in (["N=42", "D=2.5", "G=2024-05-01", "B=1", "PLZ=01067", 'NAME=Jörg "Jo", Sr.'],
+                    ["N=-7", "D=1000000.25", "G=1999-12-31", "B=0", "PLZ=24103", "NAME="]):
+            self.assertEqual(run("db", "add", db, *row).returncode, 0)
+        def export(path):
+            return subprocess.run([CLI, "db", "export", path, "--format", "csv", "--out", "-"],
+                                  capture_output=True).stdout
+
+        first = export(db)
+        self.assertEqual(first.count(b"\r\n"), 3, first)
+        self.assertEqual(run("db", "import", again, self.write("a.csv", first)).returncode, 0)
+        self.assertEqual(export(again), first)
+        self.assertIn("D\tDOUBLE", run("db", "schema", again).stdout)
+
     def test_new_database_then_bad_files_change_nothing(self):
         db = os.path.join(self.dir.name, "p.ry-dbb")
         good = self.write("p.csv", "Name,PLZ,Age,Born,Active\n\"Meier, Bob\",01234,42,4.5.1980,ja\n"
