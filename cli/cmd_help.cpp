@@ -65,6 +65,10 @@ constexpr HelpTopic kTopics[] = {
      "  rykel db field people.ry-dbb add ORT --type ENUM --members HB=Bremen,KI=Kiel --default Kiel --index\n"
      "  rykel db field people.ry-dbb set PLZ --display Postleitzahl     rykel db field people.ry-dbb remove FAX "
      "--force\n"
+     "db import reads CSV, TSV, JSON or JSONL: a new database takes its fields and their types from\n"
+     "the columns; into an existing one columns map by field name, display name or --map COL=FIELD.\n"
+     "A bad row stops it with FILE:LINE and the database unchanged; --skip-bad imports the rest.\n"
+     "  rykel db import people.ry-dbb people.csv       rykel db import people.ry-dbb old.tsv --encoding cp1252\n"
      "See docs/API.md (cls_DB) and docs/KEL.md (the DB module).\n"},
     {"query", "Queries, filters and sorting",
      "A condition is an operator and a value: < > <= >= <> BEGINS ENDS CONTAINS CONTAINSWORD\n"
