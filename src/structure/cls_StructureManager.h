@@ -544,8 +544,8 @@ inline int32_t cls_StructureManager::AppendItem(int32_t pID, uint32_t pAtom, Var
     hTooManySlots();
   const auto slot = static_cast<int32_t>(n.items.size());
   // built in place: the value is moved into a fresh slot, not assigned over an empty one
-  if (pChild) n.items.emplace_back(Variant(), pAtom, pChild, true, true);
-  else n.items.emplace_back(std::move(pValue), pAtom, 0, true, false);
+  if (pChild) n.items.emplace_back(Item{Variant(), pAtom, pChild, true, true});
+  else n.items.emplace_back(Item{std::move(pValue), pAtom, 0, true, false});
   n.flags |= kChanged;
   if (pAtom && n.extra) hIndexInsert(n, pAtom, slot);
   return slot;
