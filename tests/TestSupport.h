@@ -11,10 +11,19 @@
 #include <system_error>
 #include <utility>
 
+#include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
 
 namespace rykel {
+
+// Ids as one text "1,2,3", for comparing whole id lists.
+template <class List>
+std::string Ids(const List& ids) {
+  std::string out;
+  for (const auto& id : ids) out += (out.empty() ? "" : ",") + CStr(id);
+  return out;
+}
 
 // Runs f and returns the error it raised ("" and number 0 when none).
 template <class F>

@@ -3,9 +3,11 @@
 // SQL, filters must agree with AND / OR of the conditions, cls_DBTool.FILTER must agree with the
 // query entry by entry, and sorts must agree with ORDER BY.
 #include <gtest/gtest.h>
+
 #include <sqlite3.h>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
+#include "TestSupport.h"
 
 #include <cmath>
 #include <random>
@@ -109,12 +111,6 @@ struct Fixture {
     return out;
   }
 };
-
-std::string Ids(const cls_DB::IdList& ids) {
-  std::string out;
-  for (const auto& id : ids) out += (out.empty() ? "" : ",") + CStr(id);
-  return out;
-}
 
 // One random condition: its text for RyKEL and the SQL that means the same.
 struct Cond {

@@ -1,6 +1,8 @@
 // Queries, search, filters and sorting of cls_DB on a small database of known entries.
 #include <gtest/gtest.h>
 
+#include "TestSupport.h"
+
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
@@ -11,13 +13,6 @@
 namespace rykel {
 
 namespace {
-
-// Ids as one text "1,2,3" for whole-state comparisons.
-std::string Ids(const cls_DB::IdList& ids) {
-  std::string out;
-  for (const auto& id : ids) out += (out.empty() ? "" : ",") + CStr(id);
-  return out;
-}
 
 struct People {
   std::shared_ptr<cls_DB> db = std::make_shared<cls_DB>();

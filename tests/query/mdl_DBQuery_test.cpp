@@ -12,12 +12,6 @@
 namespace rykel {
 namespace {
 
-std::string Ids(const cls_DBStore::IdList& ids) {
-  std::string out;
-  for (const auto& id : ids) out += (out.empty() ? "" : ",") + CStr(id);
-  return out;
-}
-
 // A plain store (not made through the factory, which would give a cls_DB).
 DBStorePtr Towns() {
   auto db = std::make_shared<cls_DBStore>();
