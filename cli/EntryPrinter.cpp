@@ -111,11 +111,12 @@ size_t DisplayWidth(const std::string& pText) {
       std::count_if(pText.begin(), pText.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
-void AddEntryFormatOption(CLI::App& pCommand, std::string& rAs) {
+void AddEntryFormatOption(CLI::App& pCommand, std::string& rAs, const std::string& pWhat) {
   pCommand
       .add_option("--as", rAs,
-                  "print the entries as table (aligned, display names; the default on a terminal), tsv "
-                  "(the default otherwise), csv, json or jsonl")
+                  "print the " + pWhat +
+                      " as table (aligned, display names; the default on a terminal), tsv "
+                      "(the default otherwise), csv, json or jsonl")
       ->check(CLI::IsMember({"table", "tsv", "csv", "json", "jsonl"}));
 }
 
@@ -159,6 +160,15 @@ void PrintRows(std::vector<Row> pRows, const std::string& pAs) {
       line += (c ? (as == "csv" ? "," : "\t") : "") + (as == "csv" ? hCsvCell(row[c]) : row[c]);
     std::printf("%s\n", line.c_str());
   }
+}
+
+void PrintSummary(std::vector<Row> pRows, const StructurePtr& pJson, bool pList, const StructurePtr& pLines,
+                  const std::string& pAs) {
+  if (pAs == "json") return PrintJson(pJson, pList);
+  if (pAs != "jsonl") return PrintRows(std::move(pRows), pAs);
+  for (int32_t i = pLines->BASE(); i <= pLines->MAX(); ++i)
+    if (auto item = pLines->ITEM_GET(Variant(i), {}, true).as<cls_Structure>())
+      std::printf("%s\n", mdl_StructureJson::Write(*item, -1).c_str());
 }
 
 void PrintJson(const StructurePtr& pData, bool pList) {

@@ -12,8 +12,9 @@
 
 namespace rykel::cli {
 
-// Adds --as table|tsv|csv|json|jsonl to pCommand, bound to rAs ("" when not given).
-void AddEntryFormatOption(CLI::App& pCommand, std::string& rAs);
+// Adds --as table|tsv|csv|json|jsonl to pCommand, bound to rAs ("" when not given); pWhat names
+// what is printed in the option's help.
+void AddEntryFormatOption(CLI::App& pCommand, std::string& rAs, const std::string& pWhat = "entries");
 
 // Prints the entries pIDs of pDB in the form pAs names; "" picks table when standard output is a
 // terminal and tsv otherwise.
@@ -29,6 +30,12 @@ void PrintEntries(cls_DB& pDB, const cls_DB::IdList& pIDs, const std::string& pA
 // Rows of text cells, the first the header, as table, tsv or csv ("": table on a terminal, else
 // tsv), laid out as PrintEntries lays out entries.
 void PrintRows(std::vector<std::vector<std::string>> pRows, const std::string& pAs);
+
+// A summary (db facets, stats, schema) in the form pAs names: table, tsv or csv from pRows as
+// PrintRows lays them out, json as pJson's text (PrintJson with pList), jsonl one line of JSON per
+// item of pLines.
+void PrintSummary(std::vector<std::vector<std::string>> pRows, const StructurePtr& pJson, bool pList,
+                  const StructurePtr& pLines, const std::string& pAs);
 
 // The structure's JSON text on standard output, pretty-printed (a structure without items is
 // printed as [] when pList, for results that are lists).

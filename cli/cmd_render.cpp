@@ -23,36 +23,28 @@ struct RenderOptions {
   bool errors = false, quiet = false, autoescape = false;
 };
 
-// A value that starts as a JSON object or array does: "{" then (after blanks) '"' or "}", or "["
-// then a JSON value's first character. Template text such as "{COMMENT}" or "[draft]" does not.
-bool hLooksLikeJson(std::string_view v) {
-  if (v.empty() || (v[0] != '{' && v[0] != '[')) return false;
-  size_t i = v.find_first_not_of(" \t\r\n", 1);
-  if (i == std::string_view::npos) return false;
-  std::string_view rest = v.substr(i);
-  if (v[0] == '{') return rest[0] == '"' || rest[0] == '}';
-  return std::string_view("\"{[]-0123456789").find(rest[0]) != std::string_view::npos || rest.starts_with("true") ||
-         rest.starts_with("false") || rest.starts_with("null");
-}
-
 // "NAME=VALUE": the value as a number when it is one, else as text; with pJson a value that starts
-// as JSON (hLooksLikeJson) is a structure read from it.
+// as JSON (LooksLikeJson) is a structure read from it.
 bool hAssign(cls_Structure& s, const std::string& a, bool pJson) {
   auto eq = a.find('=');
   if (eq == std::string::npos || eq == 0) return false;
   std::string name = a.substr(0, eq), value = a.substr(eq + 1);
   double d;
-  if (pJson && hLooksLikeJson(value)) s.ITEM_LET(name, Variant(JsonToStruct(value, "--var " + name)));
+  if (pJson && LooksLikeJson(value)) s.ITEM_LET(name, Variant(JsonToStruct(value, "--var " + name)));
   else if (IsNumericText(value) && ParseNumber(value, d)) s.ITEM_LET(name, d);
   else s.ITEM_LET(name, value);
   return true;
 }
 
-// A structure file for --struct and --data: JSON when the name ends in ".json", serialized text
-// when it starts so, else the script form.
+// A structure file for --struct and --data (standard input for "-"): JSON when the name ends in
+// ".json" or the text starts as JSON (after a byte order mark and blanks), serialized text when it
+// starts so, else the script form.
 StructurePtr hReadStructure(const std::string& pFile) {
   std::string content = ReadInput(pFile);
-  if (IsJsonFile(pFile)) return JsonToStruct(content, pFile);
+  std::string_view start(content);
+  if (start.starts_with("\xEF\xBB\xBF")) start.remove_prefix(3);
+  start.remove_prefix(std::min(start.size(), start.find_first_not_of(" \t\r\n")));
+  if (IsJsonFile(pFile) || LooksLikeJson(start)) return JsonToStruct(content, pFile == "-" ? "<stdin>" : pFile);
   auto value = cls_Structure::New();
   if (content.starts_with("a:") || content.starts_with("O:") || content.starts_with("QS")) value->UNSERIALIZE(content);
   else value->PARSE(content);

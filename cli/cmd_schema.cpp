@@ -11,7 +11,6 @@
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
-#include "frame/FileIO.h"
 #include "host/cls_DB.h"
 
 namespace rykel::cli {
@@ -29,6 +28,7 @@ struct SchemaArgs {
   std::vector<std::string> fields;
   FilterRequest filter;
   bool json = false;
+  std::string as;
   // db field
   std::string action, name, type, display, members, defaultValue;
   bool index = false, noIndex = false, force = false;
@@ -55,6 +55,14 @@ std::optional<cls_DB::IdList> hFiltered(cls_DB& pDB, const FilterRequest& pReque
   return FilterEntries(pDB, Variant(), pRequest, "--filter");
 }
 
+// --as, and --json as its short form; the chosen form is read through hForm.
+void hAddFormOptions(CLI::App& pCommand, SchemaArgs& rArgs, const std::string& pWhat, const std::string& pJsonShape) {
+  AddEntryFormatOption(pCommand, rArgs.as, pWhat);
+  pCommand.add_flag("--json", rArgs.json, "the same as --as json: " + pJsonShape);
+}
+
+std::string hForm(const SchemaArgs& pArgs) { return pArgs.json ? "json" : pArgs.as; }
+
 void hAddFilterOptions(CLI::App& pCommand, FilterRequest& rRequest) {
   pCommand.add_option("--filter", rRequest.conditions, "count only the entries that meet FIELD=CONDITION (repeatable)");
   pCommand.add_flag("--or", rRequest.orMode, "keep entries that meet any --filter condition");
@@ -76,21 +84,6 @@ mdl_DBSchema::FieldChange hChange(const SchemaArgs& pArgs, const CLI::App& pComm
   return change;
 }
 
-// Writes the changed header, then the database; when the database cannot be written the header
-// gets its old content back, so the two files never disagree.
-void hSaveSchema(cls_DB& rDB) {
-  const std::string header = rDB.HEADERFILE_GET();
-  if (header.empty()) Fail(kExitError, "'" + rDB.DBFILE_GET() + "' names no header file to change");
-  std::string before = fileio::ReadFile(header);
-  if (!rDB.HEADERSAVE(header)) Fail(kExitError, "cannot write the header " + header);
-  rDB.ENTRYCHANGED_LET(true);
-  if (!rDB.DBSAVE()) {
-    std::string why = rDB.DBSAVEERROR_GET();
-    fileio::WriteFileAtomic(header, before);
-    Fail(kExitError, "cannot save '" + rDB.DBFILE_GET() + "': " + why + " (the header is unchanged)");
-  }
-}
-
 }  // namespace
 
 void AddSchemaCommands(CLI::App& app) {
@@ -102,25 +95,29 @@ void AddSchemaCommands(CLI::App& app) {
                                      "in the library's order");
   facets->add_option("DB", a.db, "database file")->required();
   facets->add_option("FIELD", a.fields, "field names")->required();
-  facets->add_flag("--json", a.json, "print {FIELD: [{LABEL, CONDITION, COUNT}, ...]}");
+  hAddFormOptions(*facets, a, "choices", "{FIELD: [{LABEL, CONDITION, COUNT}, ...]}; jsonl gives one choice a line");
   hAddFilterOptions(*facets, a.filter);
   facets->callback([] {
     auto db = OpenDatabase(a.db);
     for (const auto& f : a.fields) CheckField(*db, f);
     auto list = hFiltered(*db, a.filter);
-    auto all = cls_Structure::New();
+    auto all = cls_Structure::New(), lines = cls_Structure::New();
     std::vector<std::vector<std::string>> rows{{"FIELD", "LABEL", "COUNT", "CONDITION"}};
     for (const auto& f : a.fields) {
+      const std::string id = db->FIELD(Variant(f))->ID;
       auto choices = db->FIELDFACETS(Variant(f), list);
-      all->ITEMBYID_LET(db->FIELD(Variant(f))->ID, Variant(choices));
+      all->ITEMBYID_LET(id, Variant(choices));
       for (int32_t i = choices->BASE(); i <= choices->MAX(); ++i) {
         auto c = choices->ITEM_GET(Variant(i), {}, true).as<cls_Structure>();
-        rows.push_back({db->FIELD(Variant(f))->ID, CStr(c->ITEMBYID_GET("LABEL")), CStr(c->ITEMBYID_GET("COUNT")),
-                        CStr(c->ITEMBYID_GET("CONDITION"))});
+        rows.push_back(
+            {id, CStr(c->ITEMBYID_GET("LABEL")), CStr(c->ITEMBYID_GET("COUNT")), CStr(c->ITEMBYID_GET("CONDITION"))});
+        auto line = cls_Structure::New();
+        line->ITEMBYID_LET("FIELD", Variant(id));
+        for (const char* key : {"LABEL", "CONDITION", "COUNT"}) line->ITEMBYID_LET(key, c->ITEMBYID_GET(key));
+        lines->ADD(Variant(line));
       }
     }
-    if (a.json) return PrintJson(all, false);
-    PrintRows(std::move(rows), "");
+    PrintSummary(std::move(rows), all, false, lines, hForm(a));
   });
 
   auto* stats = dbc->add_subcommand("stats",
@@ -129,14 +126,13 @@ void AddSchemaCommands(CLI::App& app) {
   stats->add_option("DB", a.db, "database file")->required();
   stats->add_option("FIELD", a.fields, "fields to summarise (default: every number and date field)");
   stats->add_option("--group-by", a.groupBy, "one summary per display text of this field, the largest group first");
-  stats->add_flag("--json", a.json, "print [{VALUE, COUNT, FIELDS: {FIELD: {COUNT, MIN, MAX, SUM, MEAN}}}, ...]");
+  hAddFormOptions(*stats, a, "figures", "[{VALUE, COUNT, FIELDS: {FIELD: {COUNT, MIN, MAX, SUM, MEAN}}}, ...]");
   hAddFilterOptions(*stats, a.filter);
   stats->callback([] {
     auto db = OpenDatabase(a.db);
     for (const auto& f : a.fields) CheckField(*db, f);
     if (!a.groupBy.empty()) CheckField(*db, a.groupBy);
     auto groups = db->ENTRYSTATS(a.fields, a.groupBy, hFiltered(*db, a.filter));
-    if (a.json) return PrintJson(groups, true);
     std::vector<std::vector<std::string>> rows{{"ENTRIES", "FIELD", "COUNT", "MIN", "MAX", "SUM", "MEAN"}};
     if (!a.groupBy.empty()) rows.front().insert(rows.front().begin(), db->FIELD(Variant(a.groupBy))->ID);
     for (int32_t g = groups->BASE(); g <= groups->MAX(); ++g) {
@@ -157,17 +153,16 @@ void AddSchemaCommands(CLI::App& app) {
         rows.push_back(std::move(row));
       }
     }
-    PrintRows(std::move(rows), "");
+    PrintSummary(std::move(rows), groups, true, groups, hForm(a));
   });
 
   auto* schema =
       dbc->add_subcommand("schema", "Print the fields: ID, type, display name, choice members, default, index");
   schema->add_option("DB", a.db, "database file")->required();
-  schema->add_flag("--json", a.json, "print [{ID, TYPE, NAME, MEMBERS: [{VALUE, TEXT}], DEFAULT, INDEXED}, ...]");
+  hAddFormOptions(*schema, a, "fields", "[{ID, TYPE, NAME, MEMBERS: [{VALUE, TEXT}], DEFAULT, INDEXED}, ...]");
   schema->callback([] {
     auto db = OpenDatabase(a.db);
     auto fields = db->SCHEMA();
-    if (a.json) return PrintJson(fields, true);
     std::vector<std::vector<std::string>> rows{{"ID", "TYPE", "NAME", "MEMBERS", "DEFAULT", "INDEXED"}};
     for (int32_t f = 1; f <= db->FIELDS(); ++f) {
       auto field = db->FIELD(Variant(f));
@@ -178,7 +173,7 @@ void AddSchemaCommands(CLI::App& app) {
       rows.push_back({field->ID, cls_DBField::TYPETEXT(field->TYPE), field->NAME, members, CStr(field->DEFAULT),
                       field->INDEXED ? "yes" : ""});
     }
-    PrintRows(std::move(rows), "");
+    PrintSummary(std::move(rows), fields, true, fields, hForm(a));
   });
 
   auto* field = dbc->add_subcommand("field",
@@ -224,7 +219,9 @@ void AddSchemaCommands(CLI::App& app) {
       if (e.number == err::kInvalidCall) FailUsage(e.description);
       throw;
     }
-    hSaveSchema(*db);
+    try {
+      db->SCHEMASAVE();
+    } catch (const Error& e) { Fail(kExitError, e.description); }
   });
 }
 

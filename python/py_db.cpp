@@ -222,6 +222,7 @@ void BindDB(pyb::module_& m) {
           arg("pField"), arg("type") = pyb::none(), arg("display") = pyb::none(), arg("members") = pyb::none(),
           arg("default") = pyb::none(), arg("indexed") = pyb::none())
       .def("FIELDDROP", &D::FIELDDROP, arg("pField"))
+      .def("SCHEMASAVE", &D::SCHEMASAVE)
       .def("ENTRYSORT", &D::ENTRYSORT, arg("pField"), arg("pRev") = false, arg("pBase") = D::IdList{})
       .def("ENTRYSORTADVANCED", &D::ENTRYSORTADVANCED, arg("pField"), arg("pRev") = false, arg("pFieldSecond") = "",
            arg("pList") = pyb::none(), arg("pRevSecond") = false)

@@ -1,5 +1,7 @@
 #include "database/cls_DBView.h"
 
+#include <utility>
+
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
@@ -45,6 +47,23 @@ const cls_DBView::Column* cls_DBView::COLUMN(const std::string& pField) const {
   for (const auto& c : COLUMNS)
     if (hSameField(c.FIELD, pField)) return &c;
   return nullptr;
+}
+
+bool cls_DBView::FIELDFORGET(const std::string& pField) {
+  auto named = [&](const auto& x) { return hSameField(x.FIELD, pField); };
+  bool changed = std::erase_if(COLUMNS, named) + std::erase_if(FORMATTING, named) > 0;
+  changed |= std::erase_if(FILTERS, [&](const auto& f) { return hSameField(f.first, pField); }) > 0;
+  if (!SORTFIELD2.empty() && hSameField(SORTFIELD2, pField)) {
+    SORTFIELD2.clear();
+    SORTREV2 = false;
+    changed = true;
+  }
+  if (!SORTFIELD.empty() && hSameField(SORTFIELD, pField)) {
+    SORTFIELD = std::exchange(SORTFIELD2, {});
+    SORTREV = std::exchange(SORTREV2, false);
+    changed = true;
+  }
+  return changed;
 }
 
 int32_t cls_DBView::WIDTH() const {

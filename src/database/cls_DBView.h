@@ -68,6 +68,9 @@ class cls_DBView : public Object {
   std::shared_ptr<cls_Structure> FILTER_GET() const;
   // The rules of one field; null when the field has none.
   const Formatting* FORMAT(const std::string& pField) const;
+  // Drops every mention of a field that no longer exists: its column, filter and rules, and the
+  // sort on it (a second sort field moves up). True when the view changed.
+  bool FIELDFORGET(const std::string& pField);
 
   // The view as a structure (see the file comment).
   std::shared_ptr<cls_Structure> STRUCTURE_GET() const;

@@ -3,6 +3,7 @@
 #include "database/cls_DBField.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "structure/cls_Structure.h"
 
 namespace rykel::mdl_DBSchema {
@@ -104,7 +105,21 @@ void FIELDDROP(cls_DBStore& rDB, const std::string& pField) {
   for (const auto& id : rDB.ENTRYALL_IDS())
     if (auto entry = rDB.ENTRY(id)) entry->REMOVE(Variant(field->ID));
   rDB.FIELDREMOVE(Variant(field->ID));
+  for (int32_t v = 1; v <= rDB.VIEWS(); ++v) rDB.VIEW(Variant(v))->FIELDFORGET(field->ID);
   rDB.ENTRYREINDEX();
+}
+
+void SCHEMASAVE(cls_DBStore& rDB) {
+  const std::string header = rDB.HEADERFILE_GET();
+  if (header.empty()) Raise(err::kInvalidCall, "'" + rDB.DBFILE_GET() + "' names no header file to change");
+  const std::string before = fileio::ReadFile(header);
+  if (!rDB.HEADERSAVE(header)) Raise(err::kFileIO, "cannot write the header " + header);
+  rDB.ENTRYCHANGED_LET(true);
+  if (!rDB.DBSAVE()) {
+    fileio::WriteFileAtomic(header, before);
+    Raise(err::kFileIO,
+          "cannot save '" + rDB.DBFILE_GET() + "': " + rDB.DBSAVEERROR_GET() + " (the header is unchanged)");
+  }
 }
 
 }  // namespace rykel::mdl_DBSchema

@@ -39,4 +39,10 @@ void FIELDCHANGE(cls_DBStore& rDB, const std::string& pField, const FieldChange&
 // Removes the field and its value from every entry. Raises 5 for an unknown field.
 void FIELDDROP(cls_DBStore& rDB, const std::string& pField);
 
+// Saves a schema change: the header file first, then the database file with every entry. When the
+// database file cannot be written the header gets its old content back, so the two files never
+// disagree. Raises 5 when the store names no header file; on a failed write raises the error of
+// that write, for the database file with " (the header is unchanged)" added.
+void SCHEMASAVE(cls_DBStore& rDB);
+
 }  // namespace rykel::mdl_DBSchema

@@ -66,6 +66,7 @@ void cls_DB::FIELDCHANGE(const std::string& pField, const mdl_DBSchema::FieldCha
   mdl_DBSchema::FIELDCHANGE(*this, pField, pChange);
 }
 void cls_DB::FIELDDROP(const std::string& pField) { mdl_DBSchema::FIELDDROP(*this, pField); }
+void cls_DB::SCHEMASAVE() { mdl_DBSchema::SCHEMASAVE(*this); }
 StructurePtr cls_DB::FIELDFACETS(const Variant& pField, const std::optional<IdList>& pList) {
   return mdl_DBStats::FIELDFACETS(*this, pField, pList);
 }

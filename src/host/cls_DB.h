@@ -66,6 +66,7 @@ class cls_DB : public cls_DBStore {
   DBFieldPtr FIELDNEW(const std::string& pID, const mdl_DBSchema::FieldChange& pChange);
   void FIELDCHANGE(const std::string& pField, const mdl_DBSchema::FieldChange& pChange);
   void FIELDDROP(const std::string& pField);
+  void SCHEMASAVE();
   // The filter choices of a field with their counts: a list of {LABEL, CONDITION, COUNT}.
   StructurePtr FIELDFACETS(const Variant& pField, const std::optional<IdList>& pList = std::nullopt);
   // Count, and for number and date fields MIN, MAX, SUM, MEAN, optionally per value of pGroupBy

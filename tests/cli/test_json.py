@@ -87,7 +87,8 @@ class JsonCommands(unittest.TestCase):
 
     def test_render_reads_json_structures_data_and_variables(self):
         team = self.file("team.json", '[{"name": "Anna", "role": "Leitung"}, {"name": "Ömer", "role": "Technik"}]')
-        data = self.file("data.json", '{"title": "Team", "year": 2024, "team": {"size": 2}}')
+        data_text = '{"title": "Team", "year": 2024, "team": {"size": 2}}'
+        data = self.file("data.json", data_text)
         tpl = "{VAR:title} {VAR:year} ({VAR:team.size}):{ITERATE p VAR:t { {VAR:p.name}/{VAR:p.role}}}"
         r = run("render", "-e", tpl, "--data", data, "--struct", "t=" + team)
         self.assertEqual((r.returncode, r.stdout, r.stderr), (0, "Team 2024 (2): Anna/Leitung Ömer/Technik", ""))
@@ -102,6 +103,10 @@ class JsonCommands(unittest.TestCase):
         self.assertIn("item 1 has no name; --data needs named items at the top", r.stderr)
         ser = self.file("d.ser", 'a:1:{s:5:"GREET";s:5:"Hallo";}')
         self.assertEqual(run("render", "-e", "{VAR:greet}", "--data", ser).stdout, "Hallo")
+        # JSON on standard input, or in a file without the .json name, is read as JSON too
+        r = run("render", "-e", "{VAR:s.name}", "--struct", "s=-", stdin='\ufeff  {"name": "Ömer"}')
+        self.assertEqual((r.returncode, r.stdout), (0, "Ömer"), r.stderr)
+        self.assertEqual(run("render", "-e", "{VAR:title}", "--data", self.file("d.txt", data_text)).stdout, "Team")
 
     def test_help_names_the_json_forms(self):
         h = run("render", "--help").stdout

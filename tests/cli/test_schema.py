@@ -78,6 +78,15 @@ class SchemaAndOutputTest(unittest.TestCase):
         self.assertEqual([(f["LABEL"], f["COUNT"]) for f in narrowed["KIND"]][:2], [("Alpha", 0), ("Beta", 1)])
         text = self.ok("db", "facets", self.db, "KIND").splitlines()
         self.assertEqual(text[:2], ["FIELD\tLABEL\tCOUNT\tCONDITION", "KIND\tAlpha\t2\tCONTAINS a"])
+        # --as works on the summaries too; jsonl gives one choice, group or field a line
+        self.assertEqual(json.loads(self.ok("db", "facets", self.db, "KIND", "--as", "json")), facets_kind := {"KIND": facets["KIND"]})
+        lines = [json.loads(l) for l in self.ok("db", "facets", self.db, "KIND", "--as", "jsonl").splitlines()]
+        self.assertEqual(lines[0], {"FIELD": "KIND", "LABEL": "Alpha", "CONDITION": "CONTAINS a", "COUNT": 2})
+        self.assertEqual(len(lines), len(facets_kind["KIND"]))
+        self.assertEqual(self.ok("db", "schema", self.db, "--as", "csv").splitlines()[4], "KIND,ENUM,KIND,\"a=Alpha,b=Beta\",,")
+        self.assertEqual([json.loads(l)["ID"] for l in self.ok("db", "schema", self.db, "--as", "jsonl").splitlines()],
+                         ["NAME", "AGE", "SEEN", "KIND"])
+        self.assertEqual(json.loads(self.ok("db", "stats", self.db, "AGE", "--as", "jsonl"))["COUNT"], 3)
 
         stats = json.loads(self.ok("db", "stats", self.db, "--json"))
         self.assertEqual(len(stats), 1)

@@ -72,6 +72,51 @@ TEST(DBFiles, ASaveRefusesAFileThatChangedOnDiskUnlessForced) {
   }
 }
 
+// A schema change is two files: when the entries cannot be written (here another writer saved in
+// between) the header must get its old content back, or header and entries would disagree.
+TEST(DBFiles, ASchemaSaveThatCannotWriteTheEntriesRestoresTheHeader) {
+  TempDir dir;
+  QuietNotices quiet;
+  const std::string file = NewDB(dir, "p.ry-dbb");
+  const std::string header = ReadAll(dir / "info.header");
+  cls_DB a, b;
+  ASSERT_TRUE(a.DBOPEN(file));
+  ASSERT_TRUE(b.DBOPEN(file));
+  b.ENTRYADD(b.ENTRYFREEID());
+  ASSERT_TRUE(b.DBSAVE());
+  a.FIELDNEW("CITY", {});
+  auto [number, text] = Failure([&] { a.SCHEMASAVE(); });
+  EXPECT_EQ(number, err::kFileIO);
+  EXPECT_TRUE(text.ends_with("(the header is unchanged)")) << text;
+  EXPECT_EQ(ReadAll(dir / "info.header"), header);
+
+  // Without the other writer the change lands in both files, and a removed field leaves the views.
+  cls_DB c;
+  ASSERT_TRUE(c.DBOPEN(file));
+  c.FIELDNEW("CITY", {});
+  auto view = c.VIEW(Variant(1));
+  view->COLUMNADD("NAME");
+  view->COLUMNADD("CITY");
+  view->SORTFIELD = "CITY";
+  view->SORTFIELD2 = "NAME";
+  view->FILTERS.push_back({"CITY", "Kiel"});
+  view->FORMATTING.push_back({"CITY", "Kiel", "", ""});
+  c.SCHEMASAVE();
+  c.FIELDDROP("CITY");
+  c.SCHEMASAVE();
+  cls_DB d;
+  ASSERT_TRUE(d.DBOPEN(file));
+  EXPECT_FALSE(d.FIELDEXISTS(Variant("CITY")));
+  auto kept = d.VIEW(Variant(1));
+  ASSERT_EQ(kept->COLUMNS.size(), 1u);
+  EXPECT_EQ(kept->COLUMNS[0].FIELD, "NAME");
+  EXPECT_EQ(kept->SORTFIELD, "NAME");
+  EXPECT_EQ(kept->SORTFIELD2, "");
+  EXPECT_TRUE(kept->FILTERS.empty());
+  EXPECT_TRUE(kept->FORMATTING.empty());
+  EXPECT_EQ(d.ENTRYCOUNT(), 1);
+}
+
 TEST(DBFiles, TheLockIsHeldFromOpenToCloseAndSharedWithEveryWriter) {
   TempDir dir;
   QuietNotices quiet;
