@@ -84,7 +84,8 @@ constexpr HelpTopic kTopics[] = {
      "--show and --as print the entries (also db show): --as table (aligned, display names, cut to the\n"
      "terminal; the default on a terminal), tsv (the default otherwise), csv, json or jsonl.\n"
      "  rykel db filter people.ry-dbb ORT=Kiel --as csv > kiel.csv\n"
-     "db facets lists a field's filter choices with their counts; db stats counts and sums fields.\n"
+     "db facets lists a field's filter choices with their counts; db stats counts and sums fields;\n"
+     "db schema lists the fields. All three take --as like the entries (--json is --as json).\n"
      "  rykel db facets people.ry-dbb ORT --filter 'PLZ=$BEGINS 2' --json\n"
      "  rykel db stats people.ry-dbb ALTER --group-by ORT        (MIN MAX SUM MEAN of number and date fields)\n"
      "See docs/API.md (Queries, search, filters and sorting).\n"},
