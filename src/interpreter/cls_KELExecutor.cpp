@@ -737,15 +737,65 @@ Variant hFor(Ctx& c) {
   return Variant(out);
 }
 
+// The loop variables of ITERATE (name, name_KEY, name_INDEX), bound in place: each round stores
+// the item straight into the variable's slot, found by its name atom (the block may have moved or
+// removed it), with no key text to upper-case and no handle on the row. What a direct store cannot
+// do as ITEM_LET would (a dotted or empty name, VARIABLES in DEFAULTMODE or on another thread's
+// manager than the structure) takes ITEM_LET.
+class LoopBinding {
+ public:
+  LoopBinding(cls_KEL& k, const std::shared_ptr<cls_StructureManager>& pManager, std::string_view pUpper)
+      : k_(k), manager_(*pManager), upper_(pUpper) {
+    inPlace_ = !upper_.empty() && upper_.find('.') == std::string::npos;
+    if (inPlace_) {
+      atoms_[0] = manager_.Names().Intern(upper_);
+      atoms_[1] = manager_.Names().Intern(upper_ + "_KEY");
+      atoms_[2] = manager_.Names().Intern(upper_ + "_INDEX");
+    }
+  }
+  // Binds one round: the slot pSlot of the node pNode (manager_'s), its key and position.
+  void Bind(int32_t pNode, int32_t pSlot, int32_t pPosition) {
+    const auto& item = manager_.Items(pNode)[pSlot];
+    const auto& vars = k_.VARIABLES;
+    const int32_t vid = vars->SID_GET();
+    if (inPlace_ && vars->MANAGER_GET().get() == &manager_ &&
+        !(manager_.Flags(vid) & cls_StructureManager::kDefaultMode)) [[likely]] {
+      const uint32_t keyAtom = item.name;
+      if (item.isStruct) {
+        const int32_t child = item.child;
+        manager_.AddRef(child);  // the variable's own reference; the one it held is released
+        manager_.SetChild(vid, manager_.SlotFor(vid, atoms_[0]), child);
+      } else {
+        Variant value = item.value;  // the slot table may move while the variable is stored
+        manager_.SetValue(vid, manager_.SlotFor(vid, atoms_[0]), std::move(value));
+      }
+      manager_.SetValue(vid, manager_.SlotFor(vid, atoms_[1]),
+                        keyAtom ? Variant(manager_.Names().Name(keyAtom)) : Variant(pSlot));
+      manager_.SetValue(vid, manager_.SlotFor(vid, atoms_[2]), Variant(pPosition));
+      return;
+    }
+    Variant value = item.isStruct ? Variant(manager_.Ref(item.child)) : item.value;
+    Variant key = item.name ? Variant(manager_.Names().Name(item.name)) : Variant(pSlot);
+    vars->ITEM_LET(Variant(upper_), value);
+    vars->ITEM_LET(Variant(upper_ + "_KEY"), key);
+    vars->ITEM_LET(Variant(upper_ + "_INDEX"), Variant(pPosition));
+  }
+
+ private:
+  cls_KEL& k_;
+  cls_StructureManager& manager_;
+  std::string upper_;
+  uint32_t atoms_[3] = {};
+  bool inPlace_ = false;
+};
+
 // ITERATE name structure {block}
 Variant hIterate(Ctx& c) {
   std::string name = hNameOf(c.params[0]);
   Variant sv = hEvalTokens(c, &c.params[1], 1);
   auto s = sv.as<cls_Structure>();
   if (!s) return Variant(c.k.ERRORS("ITERATE needs a structure", c.text));
-  // The names upper-cased once: the writes per round then take them as they are.
-  std::string upper = text::UCase(name);
-  Variant nameV(upper), keyV(upper + "_KEY"), indexV(upper + "_INDEX");
+  LoopBinding binding(c.k, s->MANAGER_GET(), text::UCase(name));
   // The slots are read in place (the block may change the structure: they are looked up anew
   // each round, as BASE and MAX are).
   const auto& manager = s->MANAGER_GET();
@@ -754,19 +804,12 @@ Variant hIterate(Ctx& c) {
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
     if (c.k.hState().quit) break;
-    Variant item, key;
     {
       const auto& slots = manager->Items(sid);
       if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
-      const auto& slot = slots[i];
-      item = slot.isStruct ? Variant(manager->Ref(slot.child)) : slot.value;
-      std::string_view name = slot.name ? manager->Names().Name(slot.name) : std::string_view();
-      key = name.empty() ? Variant(i) : Variant(name);
     }
     if (hStepOver(c.k, out)) break;
-    c.k.VARIABLES->ITEM_LET(nameV, item);
-    c.k.VARIABLES->ITEM_LET(keyV, key);
-    c.k.VARIABLES->ITEM_LET(indexV, Variant(++position));
+    binding.Bind(sid, i, ++position);
     hBlockAppend(c, c.params[2], out);
     if (hOutputFull(c, out)) break;
   }

@@ -69,6 +69,49 @@ TEST(cls_KELPlans, LoopRoundsSeeTheirOwnRow) {
   EXPECT_EQ(k.PROCESS("{VAR:v99}", nullptr), "99");
 }
 
+// ITERATE stores its loop variables straight into their slots: what it leaves must be what
+// writing them with ITEM_LET leaves, however the block treats them.
+TEST(cls_KELPlans, LoopVariablesAreBoundAsItemLetBindsThem) {
+  cls_KEL k;
+  StructurePtr probe;  // one of the rows, to count its references
+  {
+    auto rows = cls_Structure::New();
+    for (int i = 1; i <= 3; ++i) {
+      auto r = cls_Structure::New();
+      r->ITEM_LET("N", i);
+      rows->ITEM_LET("K" + std::to_string(i), r);
+    }
+    k.VARIABLES->ITEM_LET("ROWS", rows);
+    probe = rows->ITEM_GET("K2").as<cls_Structure>();
+  }
+  const struct {
+    const char* page;
+    const char* want;
+  } cases[] = {
+      // the block removes the variables each round: the next round binds them again
+      {"{ITERATE row VAR:rows {{VAR:row.n}{VAR:row_key}{DISPOSE row row_key}}}{VAR:row_index}", "1K12K23K33"},
+      {"{VAR:row}", "ERR:---VAR not found: row---"},
+      // a dotted name is a path, as ITEM_LET makes it
+      {"{ITERATE o.row VAR:rows {{VAR:o.row.n}}}{VAR:o.row_index}", "1233"},
+      // a scalar structure and another loop over the same name
+      {"{ITERATE row VAR:o {{VAR:row_key}}}", "ROWROW_KEYROW_INDEX"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(k.PROCESS(c.page, nullptr), c.want) << c.page;
+
+  // In DEFAULTMODE nothing is overwritten: the first binding of ROW stays for every round, and
+  // ROW_INDEX keeps the value the last loop left.
+  k.VARIABLES->REMOVE("ROW");
+  k.VARIABLES->DEFAULTMODE_LET(true);
+  EXPECT_EQ(k.PROCESS("{ITERATE row VAR:rows {{VAR:row.n}{VAR:row_index}}}", nullptr), "131313");
+  k.VARIABLES->DEFAULTMODE_LET(false);
+
+  // A row's references are its parent's, the probe's and a loop variable's: once the loop
+  // variables are gone, the first two are left.
+  k.VARIABLES->REMOVE("ROW");
+  k.VARIABLES->REMOVE("O");
+  EXPECT_EQ(probe->MANAGER_GET()->REFCOUNT(probe->SID_GET()), 2);
+}
+
 TEST(cls_KELPlans, TheSameTextAtManyPlacesAndLongTexts) {
   cls_KEL k;
   k.VARIABLES->ITEM_LET("X", "a");
