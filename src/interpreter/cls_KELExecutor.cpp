@@ -32,15 +32,13 @@ constexpr int kLowestLevel = 7;
 // Loops stop after this many rounds unless SYS.LOOP.MAX says otherwise.
 constexpr int32_t kDefaultLoopMax = 100000;
 
-struct Plan;
-
 struct Ctx {
   cls_KEL& k;
   const StructurePtr& data;
   std::string_view text;  // the prepared command text
   const KELToken* params;
   size_t count;
-  Plan* plan = nullptr;  // the decoded form of the command text, when it has one
+  KELPlan* plan = nullptr;  // the decoded form of the command text, when it has one
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -138,11 +136,12 @@ Variant hNameValue(cls_KEL& k, std::string_view name) {
 // A variable name decoded once: its upper-cased parts as name atoms of the structure manager, so
 // that a lookup compares numbers in the slots instead of hashing the name again. Only plain
 // names of one or two ASCII parts take this way ("COUNT" means the item count and never does);
-// the atoms are checked against the manager's name table before each use, and whatever the
-// direct walk cannot answer goes to the general lookup.
+// the atoms are checked against the manager's name table before each use (by the hash the table
+// keeps with each atom), and whatever the direct walk cannot answer goes to the general lookup.
 struct VarPath {
-  std::string name;        // as written
-  std::string head, tail;  // upper-cased parts; tail empty for a plain name
+  std::string name;                     // as written
+  std::string head, tail;               // upper-cased parts; tail empty for a plain name
+  uint32_t headHash = 0, tailHash = 0;  // NameTable::Hash of the parts
   uint32_t headAtom = 0, tailAtom = 0;
   int32_t headSlot = -1, tailSlot = -1;  // where the parts were found last (checked before use)
   bool direct = false;
@@ -164,12 +163,17 @@ VarPath hMakeVarPath(std::string_view name) {
     if (p.tail.empty() || p.tail.find('.') != std::string::npos) return p;
   }
   p.direct = !p.head.empty() && p.head != "COUNT" && p.tail != "COUNT";
+  p.headHash = NameTable::Hash(p.head);
+  p.tailHash = NameTable::Hash(p.tail);
   return p;
 }
 
-// The atom of an upper-cased part, re-read from the name table unless the one kept still names it.
-uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part) {
-  if (rAtom == 0 || rAtom >= names.Count() || names.Name(rAtom) != part) rAtom = names.Find(part);
+// The atom of an upper-cased part, looked up again unless the one kept is still the table's atom
+// with the part's hash. (A table only grows and never renames an atom: a kept atom goes wrong
+// only with another manager, whose atom with that number would also need the same hash.)
+uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part, uint32_t hash) {
+  if (rAtom == 0 || rAtom >= names.Count() || names.HashOf(rAtom) != hash) [[unlikely]]
+    rAtom = names.Find(part, hash);
   return rAtom;
 }
 
@@ -191,33 +195,43 @@ int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_
   return end < size ? end : -1;
 }
 
-// The direct walk: true with rValue set when it could answer.
-bool hVarDirect(cls_KEL& k, VarPath& p, Variant& rValue) {
-  if (!p.direct) return false;
-  cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
-  const int32_t vars = k.VARIABLES->SID_GET();
-  if (!hAtom(m.Names(), p.headAtom, p.head)) return false;
+// The direct walk: the variable's slot, nullptr when the walk cannot answer. Valid until the
+// variables change.
+const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars, VarPath& p) {
+  if (!p.direct) return nullptr;
+  if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
   int32_t slot = hSlotOf(m, vars, p.headAtom, p.headSlot);
-  if (slot < 0) return false;
+  if (slot < 0) return nullptr;
   p.headSlot = slot;
   const auto* item = &m.Items(vars)[slot];
   if (!p.tail.empty()) {
-    if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail)) return false;
+    if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail, p.tailHash)) return nullptr;
     const int32_t child = item->child;
     int32_t inner = hSlotOf(m, child, p.tailAtom, p.tailSlot);
-    if (inner < 0) return false;
+    if (inner < 0) return nullptr;
     p.tailSlot = inner;
     item = &m.Items(child)[inner];
   }
+  return item;
+}
+
+// The direct walk: true with rValue set when it could answer.
+bool hVarDirect(cls_KEL& k, VarPath& p, Variant& rValue) {
+  cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
+  const auto* item = hVarItem(m, k.VARIABLES->SID_GET(), p);
+  if (!item) return false;
   rValue = item->isStruct ? Variant(m.Ref(item->child)) : item->value;
   return true;
 }
 
+struct KELCommand;
+
+}  // namespace
+
 // What a command text decodes to, kept by the text: the tokens, the command word's handler and,
 // for a condition written as a bare name ("(row.active)"), that name. "VAR:name" alone is only the
 // name. Variables are never kept: each use looks them up again.
-struct KELCommand;
-struct Plan {
+struct KELPlan {
   enum Kind : uint8_t { Var, Early, Tokens };
   std::string text;
   Kind kind = Tokens;
@@ -226,6 +240,8 @@ struct Plan {
   std::shared_ptr<const cls_KELTokenizer::Cached> tokens;
   const KELCommand* command = nullptr;
 };
+
+namespace {
 
 Variant hValue(Ctx& c, const KELToken& t);
 Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
@@ -937,7 +953,7 @@ bool hStartsWithUpper(std::string_view s, std::string_view prefix) {
 }
 
 Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
-                   Plan* plan);
+                   KELPlan* plan);
 
 bool hOneWord(std::string_view s) {
   for (char ch : s)
@@ -949,21 +965,21 @@ bool hOneWord(std::string_view s) {
 // template or block kept by the front end), so the table is indexed by where the text lies and
 // each hit is confirmed by comparing the text itself: a text at a reused address is never
 // mistaken. A miss decodes the text and takes the entry over; long texts get no plan.
-std::shared_ptr<Plan> hPlanFor(std::string_view s) {
+std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
   constexpr size_t kEntries = 1024, kTextMax = 256;
   if (s.size() > kTextMax) return nullptr;
-  thread_local std::vector<std::shared_ptr<Plan>> table(kEntries);
+  thread_local std::vector<std::shared_ptr<KELPlan>> table(kEntries);
   auto at = reinterpret_cast<uintptr_t>(s.data());
   auto& entry = table[((at >> 3) ^ (at >> 13) ^ s.size()) & (kEntries - 1)];
   if (entry && entry->text == s) return entry;
-  auto plan = std::make_shared<Plan>();
+  auto plan = std::make_shared<KELPlan>();
   plan->text = s;
   const enm_KELReference reference = cls_KELExecutor::ReferenceOf(s);
   if (reference == enm_KELReference::Var) {
-    plan->kind = Plan::Var;
+    plan->kind = KELPlan::Var;
     plan->var = hMakeVarPath(s.substr(4));
   } else if (reference != enm_KELReference::None) {
-    plan->kind = Plan::Early;
+    plan->kind = KELPlan::Early;
   } else {
     plan->tokens = cls_KELTokenizer::TokenizeCached(s);
     const auto& tokens = plan->tokens->tokens;
@@ -980,16 +996,8 @@ std::shared_ptr<Plan> hPlanFor(std::string_view s) {
   return plan;
 }
 
-Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
-  if (s.empty()) return Variant("");
-  std::shared_ptr<Plan> plan = hPlanFor(s);
-  if (plan && plan->kind == Plan::Var) {
-    Variant v;
-    if (!hVarDirect(k, plan->var, v)) v = hVariable(k, plan->var.name);
-    if (v.isNull()) return Variant(k.ERRORS("VAR not found", plan->var.name));
-    return v;
-  }
-  if (plan && plan->kind == Plan::Tokens) return hRunTokens(k, s, data, *plan->tokens, plan.get());
+// A command text that no plan covers, or one whose plan says only that it is a reference.
+Variant hRunUnplanned(cls_KEL& k, std::string_view s, const StructurePtr& data) {
   switch (cls_KELExecutor::ReferenceOf(s)) {
     case enm_KELReference::Deferred: return Variant(hDefer(k, s.substr(2)));
     case enm_KELReference::Var: {
@@ -1018,10 +1026,28 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
   return hRunTokens(k, s, data, *cls_KELTokenizer::TokenizeCached(s), nullptr);
 }
 
+// A prepared command text by its plan. REQUIRES: the plan is the one of s.
+Variant hRunPlanned(cls_KEL& k, std::string_view s, const StructurePtr& data, KELPlan& plan) {
+  if (plan.kind == KELPlan::Var) {
+    Variant v;
+    if (!hVarDirect(k, plan.var, v)) v = hVariable(k, plan.var.name);
+    if (v.isNull()) return Variant(k.ERRORS("VAR not found", plan.var.name));
+    return v;
+  }
+  if (plan.kind == KELPlan::Tokens) return hRunTokens(k, s, data, *plan.tokens, &plan);
+  return hRunUnplanned(k, s, data);
+}
+
+Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
+  if (s.empty()) return Variant("");
+  if (std::shared_ptr<KELPlan> plan = hPlanFor(s)) return hRunPlanned(k, s, data, *plan);
+  return hRunUnplanned(k, s, data);
+}
+
 // A command text by its tokens: a command word of the table, an expression, a module command, a
 // user function or a command routed to the modules.
 Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
-                   Plan* plan) {
+                   KELPlan* plan) {
   const auto& tokens = cached.tokens;
   if (tokens.empty()) return Variant("");
   Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan};
@@ -1125,7 +1151,34 @@ std::string cls_KELExecutor::ParameterError(std::string_view pWord, const KELTok
   return cmd ? hParameterError(*cmd, pParams, pCount) : std::string();
 }
 
+std::shared_ptr<KELPlan> cls_KELExecutor::PlanOf(std::string_view pCmd) {
+  std::string_view s = Prepare(pCmd);
+  return s.empty() ? nullptr : hPlanFor(s);
+}
+
 Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
+  return ExecutePlanned(k, pCmd, pData, nullptr);
+}
+
+std::string_view cls_KELExecutor::PlannedText(cls_KEL& k, KELPlan& pPlan, bool& rFound) {
+  rFound = false;
+  if (pPlan.kind != KELPlan::Var) return {};
+  const cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
+  const auto* item = hVarItem(m, k.VARIABLES->SID_GET(), pPlan.var);
+  if (!item || item->isStruct || !item->value.isString()) return {};
+  rFound = true;
+  return item->value.str();
+}
+
+bool cls_KELExecutor::CountAnswered(cls_KEL& k) {
+  cls_KELState& st = k.hState();
+  if (st.depth == 0 || st.steps >= st.run.stepsMax || st.nest >= 4 * st.run.nestingMax + 100) return false;
+  ++st.calls;
+  ++st.steps;
+  return true;
+}
+
+Variant cls_KELExecutor::ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan) {
   cls_KELState& st = k.hState();
   // A host's own EXECUTE shows its count in RECURSIONS when it returns.
   struct ShowCalls {
@@ -1148,7 +1201,7 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
     s = Prepare(s);
     NestGuard guard(k);
     if (!guard.ok) return Variant(st.Cut(k.ERRORS("Nesting too deep", s)));
-    Variant r = hRun(k, s, pData);
+    Variant r = pPlan ? hRunPlanned(k, s, pData, *pPlan) : hRun(k, s, pData);
     if (show.k && r.isString() && !st.dataKey.empty()) {
       // a host's own EXECUTE gets data as it is, like the end of an outermost PROCESS
       std::string t(r.str());

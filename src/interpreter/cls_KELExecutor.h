@@ -4,6 +4,7 @@
 // the module registry. Never rescans raw template text: blocks go back to the front end.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,9 @@
 namespace rykel {
 
 class cls_KEL;
+// A command text decoded once: its tokens, its command word's handler, its variable paths as name
+// atoms. Known only to the executor; the front end keeps one with each command of a prepared text.
+struct KELPlan;
 
 // The operators in binding order; the position in the list (1..14) is the operator's number.
 // ORDER: kOperators in cls_KELExecutor.cpp follows this enum.
@@ -45,6 +49,19 @@ class cls_KELExecutor {
  public:
   // EXECUTE: the command's value; errors become error texts in ERRORLIST. Never raises.
   static Variant Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData);
+  // The plan of a command text, as Execute decodes it; nullptr for a text that gets none (empty
+  // or long ones). The plan holds its own copy of the text.
+  static std::shared_ptr<KELPlan> PlanOf(std::string_view pCmd);
+  // Execute with the plan PlanOf gave for pCmd (nullptr: as Execute).
+  static Variant ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan);
+  // A planned "VAR:name" whose variable holds a text: that text, with rFound set (rFound false:
+  // the command must be run). Nothing is run or counted. The view is valid until the variables
+  // change.
+  static std::string_view PlannedText(cls_KEL& k, KELPlan& pPlan, bool& rFound);
+  // Counts a command its caller answered itself (from PlannedText, inside a PROCESS) as running it
+  // would count it. False, with nothing counted, when a bound is reached: then it must run, to
+  // report the bound.
+  static bool CountAnswered(cls_KEL& k);
   // True when the command text is a variable reference, "VAR:name" or "DATA:name" (what the
   // autoescape setting escapes).
   static bool IsVariableOutput(std::string_view pCmd);

@@ -103,12 +103,14 @@ size_t hMatch(std::string_view work, size_t open, char& rUnclosed) {
 }
 
 // A template text prepared once: script and style sections protected, and the commands found by
-// the scan that runs when no result has to be scanned again. A pure function of the text.
+// the scan that runs when no result has to be scanned again, each with its plan (the decoded
+// command). A pure function of the text.
 struct Prepared {
   std::string text;
   struct Span {
     size_t open, close;
     char unclosed;
+    std::shared_ptr<KELPlan> plan;  // nullptr: the command is decoded when it runs
   };
   std::vector<Span> spans;
 };
@@ -137,8 +139,11 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
     if (open == std::string_view::npos) break;
     char unclosed;
     size_t close = hMatch(w, open, unclosed);
-    p->spans.push_back({open, close, unclosed});
-    if (unclosed || close >= w.size()) break;
+    if (unclosed || close >= w.size()) {
+      p->spans.push_back({open, close, unclosed, nullptr});
+      break;
+    }
+    p->spans.push_back({open, close, unclosed, cls_KELExecutor::PlanOf(w.substr(open + 1, close - open - 1))});
     pos = close + 1;
   }
   cache.Put(pText, p);
@@ -262,7 +267,8 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       size_t open, close = 0, place;
       char unclosed = 0;
       size_t unclosedAt = 0;
-      bool spans = false;  // the command begins in head and goes on in text
+      KELPlan* plan = nullptr;  // the command's plan, when the prepared scan has it
+      bool spans = false;       // the command begins in head and goes on in text
       if (inHead) {
         open = head.find('{', hpos);
         if (open == std::string::npos) {
@@ -294,6 +300,7 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
             open = sp.open;
             close = sp.close;
             unclosed = sp.unclosed;
+            plan = sp.plan.get();
           } else {
             open = std::string_view::npos;
           }
@@ -340,7 +347,18 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       if (st.quit) break;
       if (pushed) st.sources.back().offset = place;
-      Variant value = k.EXECUTE(cmd, pData);
+      if (plan && !st.run.autoescape) {
+        // A variable's text that needs no second scan goes straight to the output.
+        bool found;
+        std::string_view direct = cls_KELExecutor::PlannedText(k, *plan, found);
+        if (found && out.size() - base + direct.size() <= st.run.outputMax &&
+            direct.find('{') == std::string_view::npos && cls_KELExecutor::CountAnswered(k)) {
+          out += direct;
+          tpos = close + 1;
+          continue;
+        }
+      }
+      Variant value = cls_KELExecutor::ExecutePlanned(k, cmd, pData, plan);
       std::string converted;
       std::string_view result;
       if (value.isString()) {
