@@ -171,7 +171,7 @@ VarPath hMakeVarPath(std::string_view name) {
 // The atom of an upper-cased part, looked up again unless the one kept is still the table's atom
 // with the part's hash. (A table only grows and never renames an atom: a kept atom goes wrong
 // only with another manager, whose atom with that number would also need the same hash.)
-uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part, uint32_t hash) {
+inline uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part, uint32_t hash) {
   if (rAtom == 0 || rAtom >= names.Count() || names.HashOf(rAtom) != hash) [[unlikely]]
     rAtom = names.Find(part, hash);
   return rAtom;
@@ -179,16 +179,17 @@ uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part, u
 
 // The first used slot named atom in a small node; -1 when there is none, -2 when the node is too
 // big to search here (the manager keeps an index for those). Slot 0 counts only in zero-based nodes.
-int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_t hint) {
+inline int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_t hint) {
   constexpr int32_t kScanMax = 48;
   const auto& items = m.Items(id);
   const int32_t size = static_cast<int32_t>(items.size());
   int32_t end = size;
-  if (hint > 0 && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom)
+  if (hint > 0 && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom) [[likely]]
     end = hint;  // the hint holds the name: only an earlier slot could come first
   else if (size > kScanMax) return -2;
   for (int32_t i = 0; i < end; ++i) {
-    if (!items[i].used || items[i].name != atom) continue;
+    if (!items[i].used || items[i].name != atom) [[likely]]
+      continue;
     if (i == 0 && !m.HASZERO_GET(id)) continue;
     return i;
   }
@@ -197,7 +198,7 @@ int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_
 
 // The direct walk: the variable's slot, nullptr when the walk cannot answer. Valid until the
 // variables change.
-const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars, VarPath& p) {
+inline const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars, VarPath& p) {
   if (!p.direct) return nullptr;
   if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
   int32_t slot = hSlotOf(m, vars, p.headAtom, p.headSlot);
@@ -239,6 +240,11 @@ struct KELPlan {
   bool hasCondition = false;
   std::shared_ptr<const cls_KELTokenizer::Cached> tokens;
   const KELCommand* command = nullptr;
+  // An IF on a bare name whose blocks are plain text (no command, no script or style section):
+  // the text of each branch (views into tokens), for answering it without running it.
+  bool plainIf = false;
+  std::string_view branch[2];
+  bool taken = false;  // the branch the last answer took (read when the answer is counted)
 };
 
 namespace {
@@ -991,6 +997,17 @@ std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
         plan->hasCondition = true;
       }
     }
+    if (plan->hasCondition && plan->command && plan->command->run == hIf &&
+        (tokens.size() == 3 || tokens.size() == 4)) {
+      plan->plainIf = true;
+      for (size_t i = 2; i < tokens.size(); ++i) {
+        std::string_view inner = hInner(tokens[i]);
+        if (tokens[i].kind != enm_KELToken::Braces || inner.find('{') != std::string_view::npos ||
+            inner.find("<s") != std::string_view::npos)
+          plan->plainIf = false;
+        plan->branch[i - 2] = inner;
+      }
+    }
   }
   entry = plan;
   return plan;
@@ -1160,21 +1177,39 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
   return ExecutePlanned(k, pCmd, pData, nullptr);
 }
 
-std::string_view cls_KELExecutor::PlannedText(cls_KEL& k, KELPlan& pPlan, bool& rFound) {
-  rFound = false;
-  if (pPlan.kind != KELPlan::Var) return {};
-  const cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
-  const auto* item = hVarItem(m, k.VARIABLES->SID_GET(), pPlan.var);
-  if (!item || item->isStruct || !item->value.isString()) return {};
-  rFound = true;
-  return item->value.str();
+bool cls_KELExecutor::PlannedText(cls_KEL& k, KELPlan& pPlan, std::string_view& rText) {
+  if (pPlan.kind == KELPlan::Var) {
+    const cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
+    const auto* item = hVarItem(m, k.VARIABLES->SID_GET(), pPlan.var);
+    if (!item || item->isStruct || !item->value.isString()) return false;
+    rText = item->value.str();
+    return true;
+  }
+  if (pPlan.plainIf) {
+    // the condition as hCondition reads a bare name; a missing (or Null) variable, whose name
+    // is then the value, runs the command
+    const cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
+    const auto* item = hVarItem(m, k.VARIABLES->SID_GET(), pPlan.var);
+    if (!item || (!item->isStruct && item->value.isNull())) return false;
+    pPlan.taken = item->isStruct || hTruth(item->value);
+    rText = pPlan.taken ? pPlan.branch[0] : pPlan.branch[1];
+    return true;
+  }
+  return false;
 }
 
-bool cls_KELExecutor::CountAnswered(cls_KEL& k) {
+bool cls_KELExecutor::CountAnswered(cls_KEL& k, KELPlan& pPlan) {
   cls_KELState& st = k.hState();
-  if (st.depth == 0 || st.steps >= st.run.stepsMax || st.nest >= 4 * st.run.nestingMax + 100) return false;
+  // running it would count a step and a call and enter one level (an IF's condition a second)
+  const int levels = pPlan.plainIf ? 2 : 1;
+  if (st.depth == 0 || st.steps >= st.run.stepsMax || st.nest + levels > 4 * st.run.nestingMax + 100) return false;
   ++st.calls;
   ++st.steps;
+  if (pPlan.plainIf) {
+    // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or
+    // when there is an else block
+    hChainSet(k, st.calls, pPlan.taken || pPlan.tokens->tokens.size() == 4);
+  }
   return true;
 }
 

@@ -54,14 +54,15 @@ class cls_KELExecutor {
   static std::shared_ptr<KELPlan> PlanOf(std::string_view pCmd);
   // Execute with the plan PlanOf gave for pCmd (nullptr: as Execute).
   static Variant ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan);
-  // A planned "VAR:name" whose variable holds a text: that text, with rFound set (rFound false:
-  // the command must be run). Nothing is run or counted. The view is valid until the variables
-  // change.
-  static std::string_view PlannedText(cls_KEL& k, KELPlan& pPlan, bool& rFound);
-  // Counts a command its caller answered itself (from PlannedText, inside a PROCESS) as running it
-  // would count it. False, with nothing counted, when a bound is reached: then it must run, to
-  // report the bound.
-  static bool CountAnswered(cls_KEL& k);
+  // The text a planned command gives when it can be answered without running it: a "VAR:name"
+  // whose variable holds a text, an IF on a bare name ("(row.active)") whose blocks are plain
+  // text. False when it must be run. Nothing is run, counted or recorded; the view is valid until
+  // the variables change.
+  static bool PlannedText(cls_KEL& k, KELPlan& pPlan, std::string_view& rText);
+  // Records the command PlannedText just answered as running it would have (counts, an IF's chain
+  // record); inside a PROCESS only. False, with nothing recorded, when a bound is reached: then it
+  // must run, to report the bound.
+  static bool CountAnswered(cls_KEL& k, KELPlan& pPlan);
   // True when the command text is a variable reference, "VAR:name" or "DATA:name" (what the
   // autoescape setting escapes).
   static bool IsVariableOutput(std::string_view pCmd);

@@ -295,6 +295,23 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         }
       } else {
         if (prepared) {
+          // Commands answered from their plans (variables, IFs between plain texts) whose text
+          // needs no second scan go straight to the output, one after the other; anything else
+          // (and any bound about to be reached) takes the general way.
+          while (!st.run.autoescape && nextSpan < prepared->spans.size() && count < limit && !st.quit) {
+            const auto& sp = prepared->spans[nextSpan];
+            if (!sp.plan) break;
+            std::string_view direct;
+            if (!cls_KELExecutor::PlannedText(k, *sp.plan, direct) ||
+                out.size() - base + (sp.open - tpos) + direct.size() > st.run.outputMax ||
+                direct.find('{') != std::string_view::npos || !cls_KELExecutor::CountAnswered(k, *sp.plan))
+              break;
+            out.append(text.data() + tpos, sp.open - tpos);
+            out.append(direct);
+            tpos = sp.close + 1;
+            ++count;
+            ++nextSpan;
+          }
           if (nextSpan < prepared->spans.size()) {
             const auto& sp = prepared->spans[nextSpan++];
             open = sp.open;
@@ -347,17 +364,6 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       if (st.quit) break;
       if (pushed) st.sources.back().offset = place;
-      if (plan && !st.run.autoescape) {
-        // A variable's text that needs no second scan goes straight to the output.
-        bool found;
-        std::string_view direct = cls_KELExecutor::PlannedText(k, *plan, found);
-        if (found && out.size() - base + direct.size() <= st.run.outputMax &&
-            direct.find('{') == std::string_view::npos && cls_KELExecutor::CountAnswered(k)) {
-          out += direct;
-          tpos = close + 1;
-          continue;
-        }
-      }
       Variant value = cls_KELExecutor::ExecutePlanned(k, cmd, pData, plan);
       std::string converted;
       std::string_view result;

@@ -112,6 +112,40 @@ TEST(cls_KELPlans, LoopVariablesAreBoundAsItemLetBindsThem) {
   EXPECT_EQ(probe->MANAGER_GET()->REFCOUNT(probe->SID_GET()), 2);
 }
 
+// An IF on a bare name between plain texts is answered from its plan: the branch, the chain it
+// leaves for ELSEIF and ELSE, and the count of commands must be what running it gives.
+TEST(cls_KELPlans, PlainIfsKeepTheirChainsAndCounts) {
+  const char* chain = "{IF (x) {a}}-{ELSEIF (y) {c}}{ELSE {d}}|{IF (x) {a} {b}}{ELSE {e}}";
+  const struct {
+    Variant x;
+    const char* want;
+  } cases[] = {
+      {Variant("1"), "a-|a"},
+      {Variant("0"), "-d|b"},
+      {Variant(""), "-d|b"},
+      {Variant(0), "-d|b"},
+      {Variant(2.5), "a-|a"},
+      {Variant(false), "-d|b"},
+      {Variant::Null(), "a-|a"},  // a Null variable is missing: its name "x" is the (true) value
+      {Variant(cls_Structure::New()), "a-|a"},
+  };
+  for (const auto& c : cases) {
+    cls_KEL k;
+    k.VARIABLES->ITEM_LET("X", c.x);
+    k.VARIABLES->ITEM_LET("Y", 0);
+    EXPECT_EQ(k.PROCESS(chain, nullptr), c.want) << c.x.vartype();
+    EXPECT_EQ(CDbl(k.RECURSIONS->ITEM_GET("CALLS")), 5.0);
+    EXPECT_EQ(k.ERRORLIST->COUNT(), 0);
+  }
+  cls_KEL k;
+  EXPECT_EQ(k.PROCESS(chain, nullptr), "a-|a");  // no X at all
+  // The step bound stops at the same command whichever way the commands run.
+  k.VARIABLES->ITEM_LET("X", "v");
+  k.SETTINGS->ITEM_LET("SYS.STEPS.MAX", 3);
+  std::string out = k.PROCESS("{VAR:x}{IF (x) {a}}{VAR:x}{VAR:x}{VAR:x}", nullptr);
+  EXPECT_EQ(out.substr(0, 6), "vavERR") << out;
+}
+
 TEST(cls_KELPlans, TheSameTextAtManyPlacesAndLongTexts) {
   cls_KEL k;
   k.VARIABLES->ITEM_LET("X", "a");
