@@ -244,7 +244,6 @@ struct KELPlan {
   // the text of each branch (views into tokens), for answering it without running it.
   bool plainIf = false;
   std::string_view branch[2];
-  bool taken = false;  // the branch the last answer took (read when the answer is counted)
 };
 
 namespace {
@@ -1177,39 +1176,36 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
   return ExecutePlanned(k, pCmd, pData, nullptr);
 }
 
-bool cls_KELExecutor::PlannedText(cls_KEL& k, KELPlan& pPlan, std::string_view& rText) {
+bool cls_KELExecutor::AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view pBefore, std::string& rOut,
+                                    size_t pOutMax) {
+  if (pPlan.kind != KELPlan::Var && !pPlan.plainIf) return false;
+  const cls_Structure& vars = *k.VARIABLES;
+  const cls_StructureManager& m = *vars.MANAGER_GET();
+  const auto* item = hVarItem(m, vars.SID_GET(), pPlan.var);
+  if (!item) return false;
+  std::string_view text;
+  bool taken = false;
   if (pPlan.kind == KELPlan::Var) {
-    const cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
-    const auto* item = hVarItem(m, k.VARIABLES->SID_GET(), pPlan.var);
-    if (!item || item->isStruct || !item->value.isString()) return false;
-    rText = item->value.str();
-    return true;
+    if (item->isStruct || !item->value.isString()) return false;
+    text = item->value.str();
+  } else {
+    // the condition as hCondition reads a bare name; a Null variable, whose name is then the
+    // value, runs the command
+    if (!item->isStruct && item->value.isNull()) return false;
+    taken = item->isStruct || hTruth(item->value);
+    text = taken ? pPlan.branch[0] : pPlan.branch[1];
   }
-  if (pPlan.plainIf) {
-    // the condition as hCondition reads a bare name; a missing (or Null) variable, whose name
-    // is then the value, runs the command
-    const cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
-    const auto* item = hVarItem(m, k.VARIABLES->SID_GET(), pPlan.var);
-    if (!item || (!item->isStruct && item->value.isNull())) return false;
-    pPlan.taken = item->isStruct || hTruth(item->value);
-    rText = pPlan.taken ? pPlan.branch[0] : pPlan.branch[1];
-    return true;
-  }
-  return false;
-}
-
-bool cls_KELExecutor::CountAnswered(cls_KEL& k, KELPlan& pPlan) {
+  if (rOut.size() + pBefore.size() + text.size() > pOutMax || text.find('{') != std::string_view::npos) return false;
   cls_KELState& st = k.hState();
   // running it would count a step and a call and enter one level (an IF's condition a second)
   const int levels = pPlan.plainIf ? 2 : 1;
   if (st.depth == 0 || st.steps >= st.run.stepsMax || st.nest + levels > 4 * st.run.nestingMax + 100) return false;
   ++st.calls;
   ++st.steps;
-  if (pPlan.plainIf) {
-    // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or
-    // when there is an else block
-    hChainSet(k, st.calls, pPlan.taken || pPlan.tokens->tokens.size() == 4);
-  }
+  // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or when
+  // there is an else block
+  if (pPlan.plainIf) hChainSet(k, st.calls, taken || pPlan.tokens->tokens.size() == 4);
+  rOut.append(pBefore).append(text);
   return true;
 }
 

@@ -54,15 +54,13 @@ class cls_KELExecutor {
   static std::shared_ptr<KELPlan> PlanOf(std::string_view pCmd);
   // Execute with the plan PlanOf gave for pCmd (nullptr: as Execute).
   static Variant ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan);
-  // The text a planned command gives when it can be answered without running it: a "VAR:name"
-  // whose variable holds a text, an IF on a bare name ("(row.active)") whose blocks are plain
-  // text. False when it must be run. Nothing is run, counted or recorded; the view is valid until
-  // the variables change.
-  static bool PlannedText(cls_KEL& k, KELPlan& pPlan, std::string_view& rText);
-  // Records the command PlannedText just answered as running it would have (counts, an IF's chain
-  // record); inside a PROCESS only. False, with nothing recorded, when a bound is reached: then it
-  // must run, to report the bound.
-  static bool CountAnswered(cls_KEL& k, KELPlan& pPlan);
+  // Answers a planned command without running it, inside a PROCESS, when its text needs no second
+  // scan: a "VAR:name" whose variable holds a text, or an IF on a bare name ("(row.active)") whose
+  // blocks are plain text. Appends pBefore and the text to rOut and records the command as running
+  // it would have (counts, an IF's chain record). False, with nothing appended or recorded, when
+  // the command must run: another kind, a value of another kind, a text holding "{", rOut growing
+  // past pOutMax, or a bound to be reported.
+  static bool AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view pBefore, std::string& rOut, size_t pOutMax);
   // True when the command text is a variable reference, "VAR:name" or "DATA:name" (what the
   // autoescape setting escapes).
   static bool IsVariableOutput(std::string_view pCmd);

@@ -300,14 +300,9 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
           // (and any bound about to be reached) takes the general way.
           while (!st.run.autoescape && nextSpan < prepared->spans.size() && count < limit && !st.quit) {
             const auto& sp = prepared->spans[nextSpan];
-            if (!sp.plan) break;
-            std::string_view direct;
-            if (!cls_KELExecutor::PlannedText(k, *sp.plan, direct) ||
-                out.size() - base + (sp.open - tpos) + direct.size() > st.run.outputMax ||
-                direct.find('{') != std::string_view::npos || !cls_KELExecutor::CountAnswered(k, *sp.plan))
+            if (!sp.plan || !cls_KELExecutor::AppendPlanned(k, *sp.plan, text.substr(tpos, sp.open - tpos), out,
+                                                            base + st.run.outputMax))
               break;
-            out.append(text.data() + tpos, sp.open - tpos);
-            out.append(direct);
             tpos = sp.close + 1;
             ++count;
             ++nextSpan;
