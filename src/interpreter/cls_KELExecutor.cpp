@@ -171,7 +171,8 @@ VarPath hMakeVarPath(std::string_view name) {
 // The atom of an upper-cased part, looked up again unless the one kept is still the table's atom
 // with the part's hash. (A table only grows and never renames an atom: a kept atom goes wrong
 // only with another manager, whose atom with that number would also need the same hash.)
-inline uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part, uint32_t hash) {
+[[gnu::always_inline]] inline uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part,
+                                             uint32_t hash) {
   if (rAtom == 0 || rAtom >= names.Count() || names.HashOf(rAtom) != hash) [[unlikely]]
     rAtom = names.Find(part, hash);
   return rAtom;
@@ -179,7 +180,7 @@ inline uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view 
 
 // The first used slot named atom in a small node; -1 when there is none, -2 when the node is too
 // big to search here (the manager keeps an index for those). Slot 0 counts only in zero-based nodes.
-inline int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_t hint) {
+[[gnu::always_inline]] inline int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_t hint) {
   constexpr int32_t kScanMax = 48;
   const auto& items = m.Items(id);
   const int32_t size = static_cast<int32_t>(items.size());
@@ -198,7 +199,8 @@ inline int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom,
 
 // The direct walk: the variable's slot, nullptr when the walk cannot answer. Valid until the
 // variables change.
-inline const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars, VarPath& p) {
+[[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars,
+                                                                         VarPath& p) {
   if (!p.direct) return nullptr;
   if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
   int32_t slot = hSlotOf(m, vars, p.headAtom, p.headSlot);
@@ -785,14 +787,13 @@ class LoopBinding {
       if (item.isStruct) {
         const int32_t child = item.child;
         manager_.AddRef(child);  // the variable's own reference; the one it held is released
-        manager_.SetChild(vid, manager_.SlotFor(vid, atoms_[0]), child);
+        manager_.SetChild(vid, hSlot(vid, 0), child);
       } else {
         Variant value = item.value;  // the slot table may move while the variable is stored
-        manager_.SetValue(vid, manager_.SlotFor(vid, atoms_[0]), std::move(value));
+        manager_.SetValue(vid, hSlot(vid, 0), std::move(value));
       }
-      manager_.SetValue(vid, manager_.SlotFor(vid, atoms_[1]),
-                        keyAtom ? Variant(manager_.Names().Name(keyAtom)) : Variant(pSlot));
-      manager_.SetValue(vid, manager_.SlotFor(vid, atoms_[2]), Variant(pPosition));
+      manager_.SetValue(vid, hSlot(vid, 1), keyAtom ? Variant(manager_.Names().Name(keyAtom)) : Variant(pSlot));
+      manager_.SetValue(vid, hSlot(vid, 2), Variant(pPosition));
       return;
     }
     Variant value = item.isStruct ? Variant(manager_.Ref(item.child)) : item.value;
@@ -803,10 +804,19 @@ class LoopBinding {
   }
 
  private:
+  // The slot of loop variable n: the first used slot with its name (where it was last round,
+  // usually), else a fresh one, as ITEM_LET finds it.
+  int32_t hSlot(int32_t pVars, int n) {
+    int32_t slot = hSlotOf(manager_, pVars, atoms_[n], hints_[n]);
+    if (slot < 0) slot = manager_.SlotFor(pVars, atoms_[n]);
+    return hints_[n] = slot;
+  }
+
   cls_KEL& k_;
   cls_StructureManager& manager_;
   std::string upper_;
   uint32_t atoms_[3] = {};
+  int32_t hints_[3] = {-1, -1, -1};
   bool inPlace_ = false;
 };
 

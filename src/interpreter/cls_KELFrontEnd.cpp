@@ -116,10 +116,14 @@ struct Prepared {
 };
 
 std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
-  thread_local TextCache<std::shared_ptr<const Prepared>> cache(512);
-  // A loop processes the same block text round after round: that one is compared, not hashed.
-  thread_local std::string lastText;
-  thread_local std::shared_ptr<const Prepared> last;
+  struct Kept {
+    TextCache<std::shared_ptr<const Prepared>> cache{512};
+    // A loop processes the same block text round after round: that one is compared, not hashed.
+    std::string lastText;
+    std::shared_ptr<const Prepared> last;
+  };
+  thread_local Kept kept;
+  auto& [cache, lastText, last] = kept;
   if (last && pText == lastText) return last;
   if (auto found = cache.Find(pText)) {
     lastText = pText;
