@@ -38,7 +38,21 @@ struct Ctx {
   std::string_view text;  // the prepared command text
   const KELToken* params;
   size_t count;
-  KELPlan* plan = nullptr;  // the decoded form of the command text, when it has one
+  KELPlan* plan = nullptr;      // the decoded form of the command text, when it has one
+  std::string* sink = nullptr;  // the front end's output, when the command may write into it
+};
+
+// Where a command that makes text (a loop, an IF's block) puts it: straight into the front end's
+// output when the front end handed it over, else into a text of its own that becomes the value.
+// size() counts only what this command appended.
+struct CommandOut {
+  std::string own;
+  std::string& text;
+  const size_t from;
+  explicit CommandOut(Ctx& c) : text(c.sink ? *c.sink : own), from(text.size()) {}
+  size_t size() const { return text.size() - from; }
+  // The command's value: its own text, or "" when it wrote into the front end's output.
+  Variant Value() const { return &text == &own ? Variant(own) : Variant(""); }
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -498,9 +512,9 @@ bool hStepOver(cls_KEL& k, std::string& rOut) {
 
 // True (and processing stopped with "Output too large") once a loop's output passes
 // SYS.OUTPUT.MAX: a loop must not build an unbounded text before the front end sees it.
-bool hOutputFull(Ctx& c, std::string& rOut) {
+bool hOutputFull(Ctx& c, CommandOut& rOut) {
   if (rOut.size() <= c.k.hState().run.outputMax) return false;
-  rOut += c.k.hState().Cut(c.k.ERRORS(
+  rOut.text += c.k.hState().Cut(c.k.ERRORS(
       "Output too large", "more than " + std::to_string(c.k.hState().run.outputMax) + " bytes (SYS.OUTPUT.MAX)"));
   c.k.hState().quit = true;
   return true;
@@ -641,11 +655,11 @@ void hChainSet(cls_KEL& k, int64_t calls, bool taken);
 // IF (cond) {then} [{else}]
 Variant hIfLike(Ctx& c) {
   bool taken = hCondition(c, c.params[0]);
-  std::string out;
-  if (taken) out = hBlock(c, c.params[1]);
-  else if (c.count == 3) out = hBlock(c, c.params[2]);
+  CommandOut out(c);
+  if (taken) hBlockAppend(c, c.params[1], out.text);
+  else if (c.count == 3) hBlockAppend(c, c.params[2], out.text);
   hChainSet(c.k, c.k.hState().calls, taken || c.count == 3);
-  return Variant(out);
+  return out.Value();
 }
 
 Variant hIf(Ctx& c) { return hIfLike(c); }
@@ -672,34 +686,42 @@ Variant hElse(Ctx& c) {
   int before = hChainGet(c.k);
   if (before < 0) return Variant(c.k.ERRORS("ELSE without IF", c.text));
   if (before == 1 || c.count == 0) return Variant("");
-  return Variant(hBlock(c, c.params[0]));
+  CommandOut out(c);
+  hBlockAppend(c, c.params[0], out.text);
+  return out.Value();
 }
 
 // WHILE (cond) {block}
 Variant hWhile(Ctx& c) {
-  std::string out;
+  CommandOut out(c);
   int32_t max = hLoopMax(c.k), rounds = 0;
   while (!c.k.hState().quit && hCondition(c, c.params[0])) {
-    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
-    if (hStepOver(c.k, out)) break;
-    hBlockAppend(c, c.params[1], out);
+    if (++rounds > max) {
+      out.text += c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text));
+      return out.Value();
+    }
+    if (hStepOver(c.k, out.text)) break;
+    hBlockAppend(c, c.params[1], out.text);
     if (hOutputFull(c, out)) break;
   }
-  return Variant(out);
+  return out.Value();
 }
 
 // DO {block} WHILE|UNTIL (cond)
 Variant hDo(Ctx& c) {
   bool until = text::UCase(c.params[1].text) == "UNTIL";
-  std::string out;
+  CommandOut out(c);
   int32_t max = hLoopMax(c.k), rounds = 0;
   do {
-    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
-    if (hStepOver(c.k, out)) break;
-    hBlockAppend(c, c.params[0], out);
+    if (++rounds > max) {
+      out.text += c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text));
+      return out.Value();
+    }
+    if (hStepOver(c.k, out.text)) break;
+    hBlockAppend(c, c.params[0], out.text);
     if (hOutputFull(c, out)) break;
   } while (!c.k.hState().quit && hCondition(c, c.params[2]) != until);
-  return Variant(out);
+  return out.Value();
 }
 
 // SWITCH value [{CASE ... DEFAULT ...}]
@@ -747,17 +769,20 @@ Variant hFor(Ctx& c) {
   if (!hNumber(hEvalTokens(c, &c.params[1], 1), from) || !hNumber(hEvalTokens(c, &c.params[2], 1), to) ||
       !hNumber(hEvalTokens(c, &c.params[3], 1), step) || step == 0)
     return Variant(c.k.ERRORS("FOR needs numbers and a step other than 0", c.text));
-  std::string out;
+  CommandOut out(c);
   int32_t max = hLoopMax(c.k), rounds = 0;
   for (double i = from; step > 0 ? i <= to : i >= to; i += step) {
     if (c.k.hState().quit) break;
-    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
-    if (hStepOver(c.k, out)) break;
+    if (++rounds > max) {
+      out.text += c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text));
+      return out.Value();
+    }
+    if (hStepOver(c.k, out.text)) break;
     c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
-    hBlockAppend(c, c.params[4], out);
+    hBlockAppend(c, c.params[4], out.text);
     if (hOutputFull(c, out)) break;
   }
-  return Variant(out);
+  return out.Value();
 }
 
 // The loop variables of ITERATE (name, name_KEY, name_INDEX), bound in place: each round stores
@@ -831,7 +856,7 @@ Variant hIterate(Ctx& c) {
   // each round, as BASE and MAX are).
   const auto& manager = s->MANAGER_GET();
   const int32_t sid = s->SID_GET();
-  std::string out;
+  CommandOut out(c);
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
     if (c.k.hState().quit) break;
@@ -839,12 +864,12 @@ Variant hIterate(Ctx& c) {
       const auto& slots = manager->Items(sid);
       if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
     }
-    if (hStepOver(c.k, out)) break;
+    if (hStepOver(c.k, out.text)) break;
     binding.Bind(sid, i, ++position);
-    hBlockAppend(c, c.params[2], out);
+    hBlockAppend(c, c.params[2], out.text);
     if (hOutputFull(c, out)) break;
   }
-  return Variant(out);
+  return out.Value();
 }
 
 // VAR name value
@@ -968,7 +993,7 @@ bool hStartsWithUpper(std::string_view s, std::string_view prefix) {
 }
 
 Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
-                   KELPlan* plan);
+                   KELPlan* plan, std::string* sink);
 
 bool hOneWord(std::string_view s) {
   for (char ch : s)
@@ -1023,7 +1048,7 @@ std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
 }
 
 // A command text that no plan covers, or one whose plan says only that it is a reference.
-Variant hRunUnplanned(cls_KEL& k, std::string_view s, const StructurePtr& data) {
+Variant hRunUnplanned(cls_KEL& k, std::string_view s, const StructurePtr& data, std::string* sink) {
   switch (cls_KELExecutor::ReferenceOf(s)) {
     case enm_KELReference::Deferred: return Variant(hDefer(k, s.substr(2)));
     case enm_KELReference::Var: {
@@ -1049,34 +1074,34 @@ Variant hRunUnplanned(cls_KEL& k, std::string_view s, const StructurePtr& data) 
     case enm_KELReference::Placeholder: return hPlaceholder(k, s, data);
     case enm_KELReference::None: break;
   }
-  return hRunTokens(k, s, data, *cls_KELTokenizer::TokenizeCached(s), nullptr);
+  return hRunTokens(k, s, data, *cls_KELTokenizer::TokenizeCached(s), nullptr, sink);
 }
 
 // A prepared command text by its plan. REQUIRES: the plan is the one of s.
-Variant hRunPlanned(cls_KEL& k, std::string_view s, const StructurePtr& data, KELPlan& plan) {
+Variant hRunPlanned(cls_KEL& k, std::string_view s, const StructurePtr& data, KELPlan& plan, std::string* sink) {
   if (plan.kind == KELPlan::Var) {
     Variant v;
     if (!hVarDirect(k, plan.var, v)) v = hVariable(k, plan.var.name);
     if (v.isNull()) return Variant(k.ERRORS("VAR not found", plan.var.name));
     return v;
   }
-  if (plan.kind == KELPlan::Tokens) return hRunTokens(k, s, data, *plan.tokens, &plan);
-  return hRunUnplanned(k, s, data);
+  if (plan.kind == KELPlan::Tokens) return hRunTokens(k, s, data, *plan.tokens, &plan, sink);
+  return hRunUnplanned(k, s, data, sink);
 }
 
-Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
+Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data, std::string* sink) {
   if (s.empty()) return Variant("");
-  if (std::shared_ptr<KELPlan> plan = hPlanFor(s)) return hRunPlanned(k, s, data, *plan);
-  return hRunUnplanned(k, s, data);
+  if (std::shared_ptr<KELPlan> plan = hPlanFor(s)) return hRunPlanned(k, s, data, *plan, sink);
+  return hRunUnplanned(k, s, data, sink);
 }
 
 // A command text by its tokens: a command word of the table, an expression, a module command, a
 // user function or a command routed to the modules.
 Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
-                   KELPlan* plan) {
+                   KELPlan* plan, std::string* sink) {
   const auto& tokens = cached.tokens;
   if (tokens.empty()) return Variant("");
-  Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan};
+  Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan, sink};
   const KELToken& word = tokens[0];
   if (word.kind == enm_KELToken::Word) {
     if (const KELCommand* cmd = plan ? plan->command : hFindCommand(word.text)) {
@@ -1183,7 +1208,7 @@ std::shared_ptr<KELPlan> cls_KELExecutor::PlanOf(std::string_view pCmd) {
 }
 
 Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
-  return ExecutePlanned(k, pCmd, pData, nullptr);
+  return ExecutePlanned(k, pCmd, pData, nullptr, nullptr);
 }
 
 bool cls_KELExecutor::AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view pBefore, std::string& rOut,
@@ -1219,7 +1244,8 @@ bool cls_KELExecutor::AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view
   return true;
 }
 
-Variant cls_KELExecutor::ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan) {
+Variant cls_KELExecutor::ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan,
+                                        std::string* pSink) {
   cls_KELState& st = k.hState();
   // A host's own EXECUTE shows its count in RECURSIONS when it returns.
   struct ShowCalls {
@@ -1242,7 +1268,7 @@ Variant cls_KELExecutor::ExecutePlanned(cls_KEL& k, std::string_view pCmd, const
     s = Prepare(s);
     NestGuard guard(k);
     if (!guard.ok) return Variant(st.Cut(k.ERRORS("Nesting too deep", s)));
-    Variant r = pPlan ? hRunPlanned(k, s, pData, *pPlan) : hRun(k, s, pData);
+    Variant r = pPlan ? hRunPlanned(k, s, pData, *pPlan, pSink) : hRun(k, s, pData, pSink);
     if (show.k && r.isString() && !st.dataKey.empty()) {
       // a host's own EXECUTE gets data as it is, like the end of an outermost PROCESS
       std::string t(r.str());

@@ -52,8 +52,12 @@ class cls_KELExecutor {
   // The plan of a command text, as Execute decodes it; nullptr for a text that gets none (empty
   // or long ones). The plan holds its own copy of the text.
   static std::shared_ptr<KELPlan> PlanOf(std::string_view pCmd);
-  // Execute with the plan PlanOf gave for pCmd (nullptr: as Execute).
-  static Variant ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan);
+  // Execute with the plan PlanOf gave for pCmd (nullptr: as Execute). With pSink, the front end's
+  // output, a command that makes text from blocks (a loop, IF, ELSEIF, ELSE) appends it there and
+  // gives "" (the caller treats what was appended as the command's text); pSink must end with
+  // everything output before the command.
+  static Variant ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan,
+                                std::string* pSink = nullptr);
   // Answers a planned command without running it, inside a PROCESS, when its text needs no second
   // scan: a "VAR:name" whose variable holds a text, or an IF on a bare name ("(row.active)") whose
   // blocks are plain text. Appends pBefore and the text to rOut and records the command as running

@@ -363,25 +363,36 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       if (st.quit) break;
       if (pushed) st.sources.back().offset = place;
-      Variant value = cls_KELExecutor::ExecutePlanned(k, cmd, pData, plan);
+      // A command that makes text from blocks (a loop, an IF) writes it straight into out: what it
+      // appended there is its text, so a long loop's output is never copied.
+      const size_t appendedAt = out.size();
+      Variant value = cls_KELExecutor::ExecutePlanned(k, cmd, pData, plan, &out);
+      bool inOut = out.size() > appendedAt;  // the result is what follows appendedAt in out
+      if (inOut && !(value.isString() && value.str().empty())) {
+        out.resize(appendedAt);  // it failed midway: only its error text counts, as it would alone
+        inOut = false;
+      }
       std::string converted;
       std::string_view result;
-      if (value.isString()) {
+      if (inOut) {
+        result = std::string_view(out).substr(appendedAt);
+      } else if (value.isString()) {
         result = value.str();
       } else {
         converted = k.hToText(value);
         result = converted;
       }
-      if (st.run.autoescape && st.rawDepth == 0) hAutoescape(k, cmd, value, result, converted);
-      if (!st.quit && out.size() - base + result.size() > st.run.outputMax) {
+      if (st.run.autoescape && st.rawDepth == 0 && !inOut) hAutoescape(k, cmd, value, result, converted);
+      if (!st.quit && (inOut ? out.size() - base : out.size() - base + result.size()) > st.run.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
+        out.resize(appendedAt);
         out += st.Cut(
             k.ERRORS("Output too large", "more than " + std::to_string(st.run.outputMax) + " bytes (SYS.OUTPUT.MAX)"));
         st.quit = true;
         break;
       }
       if (st.quit) {
-        out += result;
+        if (!inOut) out += result;
         break;
       }
       // Where the scan goes on: after the command, in head or in text.
@@ -398,12 +409,13 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       // Error texts are never scanned again (their titles may hold braces).
       if (result.find('{') == std::string_view::npos || result.substr(0, 4) == "ERR:") {
-        out += result;
+        if (!inOut) out += result;
         if (inHead) hpos = close + 1;
       } else {
         std::string next;
         next.reserve(result.size() + headRest.size());
         next.append(result).append(headRest);
+        if (inOut) out.resize(appendedAt);
         head = std::move(next);
         headOrigin = place;
         inHead = true;
