@@ -115,6 +115,8 @@ struct Prepared {
   std::vector<Span> spans;
 };
 
+constexpr size_t kPlansMax = 64;
+
 std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
   struct Kept {
     TextCache<std::shared_ptr<const Prepared>> cache{512};
@@ -138,6 +140,9 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
   }
   std::string_view w = p->text;
   size_t pos = 0;
+  // The same command text shares one plan; a text keeps at most kPlansMax of them (the kept texts
+  // must not hold a plan for each of thousands of commands: the others are decoded as they run).
+  std::unordered_map<std::string_view, std::shared_ptr<KELPlan>> plans;
   while (true) {
     size_t open = w.find('{', pos);
     if (open == std::string_view::npos) break;
@@ -147,7 +152,11 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
       p->spans.push_back({open, close, unclosed, nullptr});
       break;
     }
-    p->spans.push_back({open, close, unclosed, cls_KELExecutor::PlanOf(w.substr(open + 1, close - open - 1))});
+    std::string_view cmd = w.substr(open + 1, close - open - 1);
+    std::shared_ptr<KELPlan> plan;
+    if (auto it = plans.find(cmd); it != plans.end()) plan = it->second;
+    else if (plans.size() < kPlansMax) plan = plans[cmd] = cls_KELExecutor::PlanOf(cmd);
+    p->spans.push_back({open, close, unclosed, std::move(plan)});
     pos = close + 1;
   }
   cache.Put(pText, p);

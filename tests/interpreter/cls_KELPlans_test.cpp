@@ -156,6 +156,15 @@ TEST(cls_KELPlans, TheSameTextAtManyPlacesAndLongTexts) {
     std::string want = (i % 2 ? "a" : "") + std::string(static_cast<size_t>(i), ' ') + (i % 2 ? std::to_string(i) : "");
     ASSERT_EQ(k.PROCESS(t, nullptr), want) << i;
   }
+  // A text with more distinct commands than it keeps plans for: the rest are decoded as they run.
+  std::string many, want;
+  for (int i = 0; i < 90; ++i) {
+    k.VARIABLES->ITEM_LET("V" + std::to_string(i), i);
+    many += "<{VAR:v" + std::to_string(i) + "}>";
+    want += "<" + std::to_string(i) + ">";
+  }
+  EXPECT_EQ(k.PROCESS(many, nullptr), want);
+  EXPECT_EQ(k.PROCESS(many, nullptr), want);  // kept
   // A command longer than any kept one.
   std::string longName(300, 'q');
   k.VARIABLES->ITEM_LET(longName, "long");
