@@ -194,9 +194,10 @@ VarPath hMakeVarPath(std::string_view name) {
 
 // The first used slot named atom in a small node; -1 when there is none, -2 when the node is too
 // big to search here (the manager keeps an index for those). Slot 0 counts only in zero-based nodes.
-[[gnu::always_inline]] inline int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_t hint) {
+[[gnu::always_inline]] inline int32_t hSlotIn(const cls_StructureManager& m, int32_t id,
+                                              const std::vector<cls_StructureManager::Item>& items, uint32_t atom,
+                                              int32_t hint) {
   constexpr int32_t kScanMax = 48;
-  const auto& items = m.Items(id);
   const int32_t size = static_cast<int32_t>(items.size());
   int32_t end = size;
   if (hint > 0 && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom) [[likely]]
@@ -217,17 +218,19 @@ VarPath hMakeVarPath(std::string_view name) {
                                                                          VarPath& p) {
   if (!p.direct) return nullptr;
   if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
-  int32_t slot = hSlotOf(m, vars, p.headAtom, p.headSlot);
+  const auto& items = m.Items(vars);
+  int32_t slot = hSlotIn(m, vars, items, p.headAtom, p.headSlot);
   if (slot < 0) return nullptr;
   p.headSlot = slot;
-  const auto* item = &m.Items(vars)[slot];
+  const auto* item = &items[slot];
   if (!p.tail.empty()) {
     if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail, p.tailHash)) return nullptr;
     const int32_t child = item->child;
-    int32_t inner = hSlotOf(m, child, p.tailAtom, p.tailSlot);
+    const auto& inside = m.Items(child);
+    int32_t inner = hSlotIn(m, child, inside, p.tailAtom, p.tailSlot);
     if (inner < 0) return nullptr;
     p.tailSlot = inner;
-    item = &m.Items(child)[inner];
+    item = &inside[inner];
   }
   return item;
 }
@@ -832,7 +835,7 @@ class LoopBinding {
   // The slot of loop variable n: the first used slot with its name (where it was last round,
   // usually), else a fresh one, as ITEM_LET finds it.
   int32_t hSlot(int32_t pVars, int n) {
-    int32_t slot = hSlotOf(manager_, pVars, atoms_[n], hints_[n]);
+    int32_t slot = hSlotIn(manager_, pVars, manager_.Items(pVars), atoms_[n], hints_[n]);
     if (slot < 0) slot = manager_.SlotFor(pVars, atoms_[n]);
     return hints_[n] = slot;
   }
