@@ -37,6 +37,7 @@ Variant hSetting(const StructurePtr& pSettings, std::string_view pKey, const Var
 
 bool cls_KELState::Setting(const StructurePtr& pSettings, std::string_view pKey, bool pDefault) {
   Variant v = hSetting(pSettings, pKey, Variant(pDefault));
+  if (v.isBool()) return v.rawBool();  // a missing setting gives pDefault so
   try {
     return mdl_Global::hCBool(v);
   } catch (...) { return pDefault; }
