@@ -32,15 +32,27 @@ constexpr int kLowestLevel = 7;
 // Loops stop after this many rounds unless SYS.LOOP.MAX says otherwise.
 constexpr int32_t kDefaultLoopMax = 100000;
 
-struct Plan;
-
 struct Ctx {
   cls_KEL& k;
   const StructurePtr& data;
   std::string_view text;  // the prepared command text
   const KELToken* params;
   size_t count;
-  Plan* plan = nullptr;  // the decoded form of the command text, when it has one
+  KELPlan* plan = nullptr;      // the decoded form of the command text, when it has one
+  std::string* sink = nullptr;  // the front end's output, when the command may write into it
+};
+
+// Where a command that makes text (a loop, an IF's block) puts it: straight into the front end's
+// output when the front end handed it over, else into a text of its own that becomes the value.
+// size() counts only what this command appended.
+struct CommandOut {
+  std::string own;
+  std::string& text;
+  const size_t from;
+  explicit CommandOut(Ctx& c) : text(c.sink ? *c.sink : own), from(text.size()) {}
+  size_t size() const { return text.size() - from; }
+  // The command's value: its own text, or "" when it wrote into the front end's output.
+  Variant Value() const { return &text == &own ? Variant(own) : Variant(""); }
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -138,11 +150,12 @@ Variant hNameValue(cls_KEL& k, std::string_view name) {
 // A variable name decoded once: its upper-cased parts as name atoms of the structure manager, so
 // that a lookup compares numbers in the slots instead of hashing the name again. Only plain
 // names of one or two ASCII parts take this way ("COUNT" means the item count and never does);
-// the atoms are checked against the manager's name table before each use, and whatever the
-// direct walk cannot answer goes to the general lookup.
+// the atoms are checked against the manager's name table before each use (by the hash the table
+// keeps with each atom), and whatever the direct walk cannot answer goes to the general lookup.
 struct VarPath {
-  std::string name;        // as written
-  std::string head, tail;  // upper-cased parts; tail empty for a plain name
+  std::string name;                     // as written
+  std::string head, tail;               // upper-cased parts; tail empty for a plain name
+  uint32_t headHash = 0, tailHash = 0;  // NameTable::Hash of the parts
   uint32_t headAtom = 0, tailAtom = 0;
   int32_t headSlot = -1, tailSlot = -1;  // where the parts were found last (checked before use)
   bool direct = false;
@@ -164,60 +177,81 @@ VarPath hMakeVarPath(std::string_view name) {
     if (p.tail.empty() || p.tail.find('.') != std::string::npos) return p;
   }
   p.direct = !p.head.empty() && p.head != "COUNT" && p.tail != "COUNT";
+  p.headHash = NameTable::Hash(p.head);
+  p.tailHash = NameTable::Hash(p.tail);
   return p;
 }
 
-// The atom of an upper-cased part, re-read from the name table unless the one kept still names it.
-uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part) {
-  if (rAtom == 0 || rAtom >= names.Count() || names.Name(rAtom) != part) rAtom = names.Find(part);
+// The atom of an upper-cased part, looked up again unless the one kept is still the table's atom
+// with the part's hash. (A table only grows and never renames an atom: a kept atom goes wrong
+// only with another manager, whose atom with that number would also need the same hash.)
+[[gnu::always_inline]] inline uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part,
+                                             uint32_t hash) {
+  if (rAtom == 0 || rAtom >= names.Count() || names.HashOf(rAtom) != hash) [[unlikely]]
+    rAtom = names.Find(part, hash);
   return rAtom;
 }
 
 // The first used slot named atom in a small node; -1 when there is none, -2 when the node is too
 // big to search here (the manager keeps an index for those). Slot 0 counts only in zero-based nodes.
-int32_t hSlotOf(const cls_StructureManager& m, int32_t id, uint32_t atom, int32_t hint) {
+[[gnu::always_inline]] inline int32_t hSlotIn(const cls_StructureManager& m, int32_t id,
+                                              const std::vector<cls_StructureManager::Item>& items, uint32_t atom,
+                                              int32_t hint) {
   constexpr int32_t kScanMax = 48;
-  const auto& items = m.Items(id);
   const int32_t size = static_cast<int32_t>(items.size());
   int32_t end = size;
-  if (hint > 0 && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom)
+  if (hint > 0 && hint < size && hint <= kScanMax && items[hint].used && items[hint].name == atom) [[likely]]
     end = hint;  // the hint holds the name: only an earlier slot could come first
   else if (size > kScanMax) return -2;
   for (int32_t i = 0; i < end; ++i) {
-    if (!items[i].used || items[i].name != atom) continue;
+    if (!items[i].used || items[i].name != atom) [[likely]]
+      continue;
     if (i == 0 && !m.HASZERO_GET(id)) continue;
     return i;
   }
   return end < size ? end : -1;
 }
 
+// The direct walk: the variable's slot, nullptr when the walk cannot answer. Valid until the
+// variables change.
+[[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars,
+                                                                         VarPath& p) {
+  if (!p.direct) return nullptr;
+  if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
+  const auto& items = m.Items(vars);
+  int32_t slot = hSlotIn(m, vars, items, p.headAtom, p.headSlot);
+  if (slot < 0) return nullptr;
+  p.headSlot = slot;
+  const auto* item = &items[slot];
+  if (!p.tail.empty()) {
+    if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail, p.tailHash)) return nullptr;
+    const int32_t child = item->child;
+    const auto& inside = m.Items(child);
+    int32_t inner = hSlotIn(m, child, inside, p.tailAtom, p.tailSlot);
+    if (inner < 0) return nullptr;
+    p.tailSlot = inner;
+    item = &inside[inner];
+  }
+  return item;
+}
+
 // The direct walk: true with rValue set when it could answer.
 bool hVarDirect(cls_KEL& k, VarPath& p, Variant& rValue) {
-  if (!p.direct) return false;
   cls_StructureManager& m = *k.VARIABLES->MANAGER_GET();
-  const int32_t vars = k.VARIABLES->SID_GET();
-  if (!hAtom(m.Names(), p.headAtom, p.head)) return false;
-  int32_t slot = hSlotOf(m, vars, p.headAtom, p.headSlot);
-  if (slot < 0) return false;
-  p.headSlot = slot;
-  const auto* item = &m.Items(vars)[slot];
-  if (!p.tail.empty()) {
-    if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail)) return false;
-    const int32_t child = item->child;
-    int32_t inner = hSlotOf(m, child, p.tailAtom, p.tailSlot);
-    if (inner < 0) return false;
-    p.tailSlot = inner;
-    item = &m.Items(child)[inner];
-  }
+  const auto* item = hVarItem(m, k.VARIABLES->SID_GET(), p);
+  if (!item) return false;
   rValue = item->isStruct ? Variant(m.Ref(item->child)) : item->value;
   return true;
 }
 
+struct KELCommand;
+
+}  // namespace
+
 // What a command text decodes to, kept by the text: the tokens, the command word's handler and,
 // for a condition written as a bare name ("(row.active)"), that name. "VAR:name" alone is only the
 // name. Variables are never kept: each use looks them up again.
-struct KELCommand;
-struct Plan {
+struct KELPlan {
   enum Kind : uint8_t { Var, Early, Tokens };
   std::string text;
   Kind kind = Tokens;
@@ -225,7 +259,13 @@ struct Plan {
   bool hasCondition = false;
   std::shared_ptr<const cls_KELTokenizer::Cached> tokens;
   const KELCommand* command = nullptr;
+  // An IF on a bare name whose blocks are plain text (no command, no script or style section):
+  // the text of each branch (views into tokens), for answering it without running it.
+  bool plainIf = false;
+  std::string_view branch[2];
 };
+
+namespace {
 
 Variant hValue(Ctx& c, const KELToken& t);
 Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
@@ -475,9 +515,9 @@ bool hStepOver(cls_KEL& k, std::string& rOut) {
 
 // True (and processing stopped with "Output too large") once a loop's output passes
 // SYS.OUTPUT.MAX: a loop must not build an unbounded text before the front end sees it.
-bool hOutputFull(Ctx& c, std::string& rOut) {
+bool hOutputFull(Ctx& c, CommandOut& rOut) {
   if (rOut.size() <= c.k.hState().run.outputMax) return false;
-  rOut += c.k.hState().Cut(c.k.ERRORS(
+  rOut.text += c.k.hState().Cut(c.k.ERRORS(
       "Output too large", "more than " + std::to_string(c.k.hState().run.outputMax) + " bytes (SYS.OUTPUT.MAX)"));
   c.k.hState().quit = true;
   return true;
@@ -618,11 +658,11 @@ void hChainSet(cls_KEL& k, int64_t calls, bool taken);
 // IF (cond) {then} [{else}]
 Variant hIfLike(Ctx& c) {
   bool taken = hCondition(c, c.params[0]);
-  std::string out;
-  if (taken) out = hBlock(c, c.params[1]);
-  else if (c.count == 3) out = hBlock(c, c.params[2]);
+  CommandOut out(c);
+  if (taken) hBlockAppend(c, c.params[1], out.text);
+  else if (c.count == 3) hBlockAppend(c, c.params[2], out.text);
   hChainSet(c.k, c.k.hState().calls, taken || c.count == 3);
-  return Variant(out);
+  return out.Value();
 }
 
 Variant hIf(Ctx& c) { return hIfLike(c); }
@@ -649,34 +689,42 @@ Variant hElse(Ctx& c) {
   int before = hChainGet(c.k);
   if (before < 0) return Variant(c.k.ERRORS("ELSE without IF", c.text));
   if (before == 1 || c.count == 0) return Variant("");
-  return Variant(hBlock(c, c.params[0]));
+  CommandOut out(c);
+  hBlockAppend(c, c.params[0], out.text);
+  return out.Value();
 }
 
 // WHILE (cond) {block}
 Variant hWhile(Ctx& c) {
-  std::string out;
+  CommandOut out(c);
   int32_t max = hLoopMax(c.k), rounds = 0;
   while (!c.k.hState().quit && hCondition(c, c.params[0])) {
-    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
-    if (hStepOver(c.k, out)) break;
-    hBlockAppend(c, c.params[1], out);
+    if (++rounds > max) {
+      out.text += c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text));
+      return out.Value();
+    }
+    if (hStepOver(c.k, out.text)) break;
+    hBlockAppend(c, c.params[1], out.text);
     if (hOutputFull(c, out)) break;
   }
-  return Variant(out);
+  return out.Value();
 }
 
 // DO {block} WHILE|UNTIL (cond)
 Variant hDo(Ctx& c) {
   bool until = text::UCase(c.params[1].text) == "UNTIL";
-  std::string out;
+  CommandOut out(c);
   int32_t max = hLoopMax(c.k), rounds = 0;
   do {
-    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
-    if (hStepOver(c.k, out)) break;
-    hBlockAppend(c, c.params[0], out);
+    if (++rounds > max) {
+      out.text += c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text));
+      return out.Value();
+    }
+    if (hStepOver(c.k, out.text)) break;
+    hBlockAppend(c, c.params[0], out.text);
     if (hOutputFull(c, out)) break;
   } while (!c.k.hState().quit && hCondition(c, c.params[2]) != until);
-  return Variant(out);
+  return out.Value();
 }
 
 // SWITCH value [{CASE ... DEFAULT ...}]
@@ -724,18 +772,81 @@ Variant hFor(Ctx& c) {
   if (!hNumber(hEvalTokens(c, &c.params[1], 1), from) || !hNumber(hEvalTokens(c, &c.params[2], 1), to) ||
       !hNumber(hEvalTokens(c, &c.params[3], 1), step) || step == 0)
     return Variant(c.k.ERRORS("FOR needs numbers and a step other than 0", c.text));
-  std::string out;
+  CommandOut out(c);
   int32_t max = hLoopMax(c.k), rounds = 0;
   for (double i = from; step > 0 ? i <= to : i >= to; i += step) {
     if (c.k.hState().quit) break;
-    if (++rounds > max) return Variant(out + c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text)));
-    if (hStepOver(c.k, out)) break;
+    if (++rounds > max) {
+      out.text += c.k.hState().Cut(c.k.ERRORS("Loop limit reached", c.text));
+      return out.Value();
+    }
+    if (hStepOver(c.k, out.text)) break;
     c.k.VARIABLES->ITEM_LET(Variant(name), Variant(i));
-    hBlockAppend(c, c.params[4], out);
+    hBlockAppend(c, c.params[4], out.text);
     if (hOutputFull(c, out)) break;
   }
-  return Variant(out);
+  return out.Value();
 }
+
+// The loop variables of ITERATE (name, name_KEY, name_INDEX), bound in place: each round stores
+// the item straight into the variable's slot, found by its name atom (the block may have moved or
+// removed it), with no key text to upper-case and no handle on the row. What a direct store cannot
+// do as ITEM_LET would (a dotted or empty name, VARIABLES in DEFAULTMODE or on another thread's
+// manager than the structure) takes ITEM_LET.
+class LoopBinding {
+ public:
+  LoopBinding(cls_KEL& k, const std::shared_ptr<cls_StructureManager>& pManager, std::string_view pUpper)
+      : k_(k), manager_(*pManager), upper_(pUpper) {
+    inPlace_ = !upper_.empty() && upper_.find('.') == std::string::npos;
+    if (inPlace_) {
+      atoms_[0] = manager_.Names().Intern(upper_);
+      atoms_[1] = manager_.Names().Intern(upper_ + "_KEY");
+      atoms_[2] = manager_.Names().Intern(upper_ + "_INDEX");
+    }
+  }
+  // Binds one round: the slot pSlot of the node pNode (manager_'s), its key and position.
+  void Bind(int32_t pNode, int32_t pSlot, int32_t pPosition) {
+    const auto& item = manager_.Items(pNode)[pSlot];
+    const auto& vars = k_.VARIABLES;
+    const int32_t vid = vars->SID_GET();
+    if (inPlace_ && vars->MANAGER_GET().get() == &manager_ &&
+        !(manager_.Flags(vid) & cls_StructureManager::kDefaultMode)) [[likely]] {
+      const uint32_t keyAtom = item.name;
+      if (item.isStruct) {
+        const int32_t child = item.child;
+        manager_.AddRef(child);  // the variable's own reference; the one it held is released
+        manager_.SetChild(vid, hSlot(vid, 0), child);
+      } else {
+        Variant value = item.value;  // the slot table may move while the variable is stored
+        manager_.SetValue(vid, hSlot(vid, 0), std::move(value));
+      }
+      manager_.SetValue(vid, hSlot(vid, 1), keyAtom ? Variant(manager_.Names().Name(keyAtom)) : Variant(pSlot));
+      manager_.SetValue(vid, hSlot(vid, 2), Variant(pPosition));
+      return;
+    }
+    Variant value = item.isStruct ? Variant(manager_.Ref(item.child)) : item.value;
+    Variant key = item.name ? Variant(manager_.Names().Name(item.name)) : Variant(pSlot);
+    vars->ITEM_LET(Variant(upper_), value);
+    vars->ITEM_LET(Variant(upper_ + "_KEY"), key);
+    vars->ITEM_LET(Variant(upper_ + "_INDEX"), Variant(pPosition));
+  }
+
+ private:
+  // The slot of loop variable n: the first used slot with its name (where it was last round,
+  // usually), else a fresh one, as ITEM_LET finds it.
+  int32_t hSlot(int32_t pVars, int n) {
+    int32_t slot = hSlotIn(manager_, pVars, manager_.Items(pVars), atoms_[n], hints_[n]);
+    if (slot < 0) slot = manager_.SlotFor(pVars, atoms_[n]);
+    return hints_[n] = slot;
+  }
+
+  cls_KEL& k_;
+  cls_StructureManager& manager_;
+  std::string upper_;
+  uint32_t atoms_[3] = {};
+  int32_t hints_[3] = {-1, -1, -1};
+  bool inPlace_ = false;
+};
 
 // ITERATE name structure {block}
 Variant hIterate(Ctx& c) {
@@ -743,34 +854,25 @@ Variant hIterate(Ctx& c) {
   Variant sv = hEvalTokens(c, &c.params[1], 1);
   auto s = sv.as<cls_Structure>();
   if (!s) return Variant(c.k.ERRORS("ITERATE needs a structure", c.text));
-  // The names upper-cased once: the writes per round then take them as they are.
-  std::string upper = text::UCase(name);
-  Variant nameV(upper), keyV(upper + "_KEY"), indexV(upper + "_INDEX");
+  LoopBinding binding(c.k, s->MANAGER_GET(), text::UCase(name));
   // The slots are read in place (the block may change the structure: they are looked up anew
   // each round, as BASE and MAX are).
   const auto& manager = s->MANAGER_GET();
   const int32_t sid = s->SID_GET();
-  std::string out;
+  CommandOut out(c);
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
     if (c.k.hState().quit) break;
-    Variant item, key;
     {
       const auto& slots = manager->Items(sid);
       if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
-      const auto& slot = slots[i];
-      item = slot.isStruct ? Variant(manager->Ref(slot.child)) : slot.value;
-      std::string_view name = slot.name ? manager->Names().Name(slot.name) : std::string_view();
-      key = name.empty() ? Variant(i) : Variant(name);
     }
-    if (hStepOver(c.k, out)) break;
-    c.k.VARIABLES->ITEM_LET(nameV, item);
-    c.k.VARIABLES->ITEM_LET(keyV, key);
-    c.k.VARIABLES->ITEM_LET(indexV, Variant(++position));
-    hBlockAppend(c, c.params[2], out);
+    if (hStepOver(c.k, out.text)) break;
+    binding.Bind(sid, i, ++position);
+    hBlockAppend(c, c.params[2], out.text);
     if (hOutputFull(c, out)) break;
   }
-  return Variant(out);
+  return out.Value();
 }
 
 // VAR name value
@@ -894,7 +996,7 @@ bool hStartsWithUpper(std::string_view s, std::string_view prefix) {
 }
 
 Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
-                   Plan* plan);
+                   KELPlan* plan, std::string* sink);
 
 bool hOneWord(std::string_view s) {
   for (char ch : s)
@@ -906,21 +1008,21 @@ bool hOneWord(std::string_view s) {
 // template or block kept by the front end), so the table is indexed by where the text lies and
 // each hit is confirmed by comparing the text itself: a text at a reused address is never
 // mistaken. A miss decodes the text and takes the entry over; long texts get no plan.
-std::shared_ptr<Plan> hPlanFor(std::string_view s) {
+std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
   constexpr size_t kEntries = 1024, kTextMax = 256;
   if (s.size() > kTextMax) return nullptr;
-  thread_local std::vector<std::shared_ptr<Plan>> table(kEntries);
+  thread_local std::vector<std::shared_ptr<KELPlan>> table(kEntries);
   auto at = reinterpret_cast<uintptr_t>(s.data());
   auto& entry = table[((at >> 3) ^ (at >> 13) ^ s.size()) & (kEntries - 1)];
   if (entry && entry->text == s) return entry;
-  auto plan = std::make_shared<Plan>();
+  auto plan = std::make_shared<KELPlan>();
   plan->text = s;
   const enm_KELReference reference = cls_KELExecutor::ReferenceOf(s);
   if (reference == enm_KELReference::Var) {
-    plan->kind = Plan::Var;
+    plan->kind = KELPlan::Var;
     plan->var = hMakeVarPath(s.substr(4));
   } else if (reference != enm_KELReference::None) {
-    plan->kind = Plan::Early;
+    plan->kind = KELPlan::Early;
   } else {
     plan->tokens = cls_KELTokenizer::TokenizeCached(s);
     const auto& tokens = plan->tokens->tokens;
@@ -932,21 +1034,24 @@ std::shared_ptr<Plan> hPlanFor(std::string_view s) {
         plan->hasCondition = true;
       }
     }
+    if (plan->hasCondition && plan->command && plan->command->run == hIf &&
+        (tokens.size() == 3 || tokens.size() == 4)) {
+      plan->plainIf = true;
+      for (size_t i = 2; i < tokens.size(); ++i) {
+        std::string_view inner = hInner(tokens[i]);
+        if (tokens[i].kind != enm_KELToken::Braces || inner.find('{') != std::string_view::npos ||
+            inner.find("<s") != std::string_view::npos)
+          plan->plainIf = false;
+        plan->branch[i - 2] = inner;
+      }
+    }
   }
   entry = plan;
   return plan;
 }
 
-Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
-  if (s.empty()) return Variant("");
-  std::shared_ptr<Plan> plan = hPlanFor(s);
-  if (plan && plan->kind == Plan::Var) {
-    Variant v;
-    if (!hVarDirect(k, plan->var, v)) v = hVariable(k, plan->var.name);
-    if (v.isNull()) return Variant(k.ERRORS("VAR not found", plan->var.name));
-    return v;
-  }
-  if (plan && plan->kind == Plan::Tokens) return hRunTokens(k, s, data, *plan->tokens, plan.get());
+// A command text that no plan covers, or one whose plan says only that it is a reference.
+Variant hRunUnplanned(cls_KEL& k, std::string_view s, const StructurePtr& data, std::string* sink) {
   switch (cls_KELExecutor::ReferenceOf(s)) {
     case enm_KELReference::Deferred: return Variant(hDefer(k, s.substr(2)));
     case enm_KELReference::Var: {
@@ -972,16 +1077,34 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data) {
     case enm_KELReference::Placeholder: return hPlaceholder(k, s, data);
     case enm_KELReference::None: break;
   }
-  return hRunTokens(k, s, data, *cls_KELTokenizer::TokenizeCached(s), nullptr);
+  return hRunTokens(k, s, data, *cls_KELTokenizer::TokenizeCached(s), nullptr, sink);
+}
+
+// A prepared command text by its plan. REQUIRES: the plan is the one of s.
+Variant hRunPlanned(cls_KEL& k, std::string_view s, const StructurePtr& data, KELPlan& plan, std::string* sink) {
+  if (plan.kind == KELPlan::Var) {
+    Variant v;
+    if (!hVarDirect(k, plan.var, v)) v = hVariable(k, plan.var.name);
+    if (v.isNull()) return Variant(k.ERRORS("VAR not found", plan.var.name));
+    return v;
+  }
+  if (plan.kind == KELPlan::Tokens) return hRunTokens(k, s, data, *plan.tokens, &plan, sink);
+  return hRunUnplanned(k, s, data, sink);
+}
+
+Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data, std::string* sink) {
+  if (s.empty()) return Variant("");
+  if (std::shared_ptr<KELPlan> plan = hPlanFor(s)) return hRunPlanned(k, s, data, *plan, sink);
+  return hRunUnplanned(k, s, data, sink);
 }
 
 // A command text by its tokens: a command word of the table, an expression, a module command, a
 // user function or a command routed to the modules.
 Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
-                   Plan* plan) {
+                   KELPlan* plan, std::string* sink) {
   const auto& tokens = cached.tokens;
   if (tokens.empty()) return Variant("");
-  Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan};
+  Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan, sink};
   const KELToken& word = tokens[0];
   if (word.kind == enm_KELToken::Word) {
     if (const KELCommand* cmd = plan ? plan->command : hFindCommand(word.text)) {
@@ -1082,7 +1205,50 @@ std::string cls_KELExecutor::ParameterError(std::string_view pWord, const KELTok
   return cmd ? hParameterError(*cmd, pParams, pCount) : std::string();
 }
 
+std::shared_ptr<KELPlan> cls_KELExecutor::PlanOf(std::string_view pCmd) {
+  std::string_view s = Prepare(pCmd);
+  return s.empty() ? nullptr : hPlanFor(s);
+}
+
 Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData) {
+  return ExecutePlanned(k, pCmd, pData, nullptr, nullptr);
+}
+
+bool cls_KELExecutor::AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view pBefore, std::string& rOut,
+                                    size_t pOutMax) {
+  if (pPlan.kind != KELPlan::Var && !pPlan.plainIf) return false;
+  const cls_Structure& vars = *k.VARIABLES;
+  const cls_StructureManager& m = *vars.MANAGER_GET();
+  const auto* item = hVarItem(m, vars.SID_GET(), pPlan.var);
+  if (!item) return false;
+  std::string_view text;
+  bool taken = false;
+  if (pPlan.kind == KELPlan::Var) {
+    if (item->isStruct || !item->value.isString()) return false;
+    text = item->value.str();
+  } else {
+    // the condition as hCondition reads a bare name; a Null variable, whose name is then the
+    // value, runs the command
+    if (!item->isStruct && item->value.isNull()) return false;
+    taken = item->isStruct || hTruth(item->value);
+    text = taken ? pPlan.branch[0] : pPlan.branch[1];
+  }
+  if (rOut.size() + pBefore.size() + text.size() > pOutMax || text.find('{') != std::string_view::npos) return false;
+  cls_KELState& st = k.hState();
+  // running it would count a step and a call and enter one level (an IF's condition a second)
+  const int levels = pPlan.plainIf ? 2 : 1;
+  if (st.depth == 0 || st.steps >= st.run.stepsMax || st.nest + levels > 4 * st.run.nestingMax + 100) return false;
+  ++st.calls;
+  ++st.steps;
+  // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or when
+  // there is an else block
+  if (pPlan.plainIf) hChainSet(k, st.calls, taken || pPlan.tokens->tokens.size() == 4);
+  rOut.append(pBefore).append(text);
+  return true;
+}
+
+Variant cls_KELExecutor::ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan,
+                                        std::string* pSink) {
   cls_KELState& st = k.hState();
   // A host's own EXECUTE shows its count in RECURSIONS when it returns.
   struct ShowCalls {
@@ -1105,7 +1271,7 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
     s = Prepare(s);
     NestGuard guard(k);
     if (!guard.ok) return Variant(st.Cut(k.ERRORS("Nesting too deep", s)));
-    Variant r = hRun(k, s, pData);
+    Variant r = pPlan ? hRunPlanned(k, s, pData, *pPlan, pSink) : hRun(k, s, pData, pSink);
     if (show.k && r.isString() && !st.dataKey.empty()) {
       // a host's own EXECUTE gets data as it is, like the end of an outermost PROCESS
       std::string t(r.str());

@@ -4,6 +4,7 @@
 // the module registry. Never rescans raw template text: blocks go back to the front end.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,9 @@
 namespace rykel {
 
 class cls_KEL;
+// A command text decoded once: its tokens, its command word's handler, its variable paths as name
+// atoms. Known only to the executor; the front end keeps one with each command of a prepared text.
+struct KELPlan;
 
 // The operators in binding order; the position in the list (1..14) is the operator's number.
 // ORDER: kOperators in cls_KELExecutor.cpp follows this enum.
@@ -45,6 +49,22 @@ class cls_KELExecutor {
  public:
   // EXECUTE: the command's value; errors become error texts in ERRORLIST. Never raises.
   static Variant Execute(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData);
+  // The plan of a command text, as Execute decodes it; nullptr for a text that gets none (empty
+  // or long ones). The plan holds its own copy of the text.
+  static std::shared_ptr<KELPlan> PlanOf(std::string_view pCmd);
+  // Execute with the plan PlanOf gave for pCmd (nullptr: as Execute). With pSink, the front end's
+  // output, a command that makes text from blocks (a loop, IF, ELSEIF, ELSE) appends it there and
+  // gives "" (the caller treats what was appended as the command's text); pSink must end with
+  // everything output before the command.
+  static Variant ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan,
+                                std::string* pSink = nullptr);
+  // Answers a planned command without running it, inside a PROCESS, when its text needs no second
+  // scan: a "VAR:name" whose variable holds a text, or an IF on a bare name ("(row.active)") whose
+  // blocks are plain text. Appends pBefore and the text to rOut and records the command as running
+  // it would have (counts, an IF's chain record). False, with nothing appended or recorded, when
+  // the command must run: another kind, a value of another kind, a text holding "{", rOut growing
+  // past pOutMax, or a bound to be reported.
+  static bool AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view pBefore, std::string& rOut, size_t pOutMax);
   // True when the command text is a variable reference, "VAR:name" or "DATA:name" (what the
   // autoescape setting escapes).
   static bool IsVariableOutput(std::string_view pCmd);

@@ -103,21 +103,29 @@ size_t hMatch(std::string_view work, size_t open, char& rUnclosed) {
 }
 
 // A template text prepared once: script and style sections protected, and the commands found by
-// the scan that runs when no result has to be scanned again. A pure function of the text.
+// the scan that runs when no result has to be scanned again, each with its plan (the decoded
+// command). A pure function of the text.
 struct Prepared {
   std::string text;
   struct Span {
     size_t open, close;
     char unclosed;
+    std::shared_ptr<KELPlan> plan;  // nullptr: the command is decoded when it runs
   };
   std::vector<Span> spans;
 };
 
+constexpr size_t kPlansMax = 64;
+
 std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
-  thread_local TextCache<std::shared_ptr<const Prepared>> cache(512);
-  // A loop processes the same block text round after round: that one is compared, not hashed.
-  thread_local std::string lastText;
-  thread_local std::shared_ptr<const Prepared> last;
+  struct Kept {
+    TextCache<std::shared_ptr<const Prepared>> cache{512};
+    // A loop processes the same block text round after round: that one is compared, not hashed.
+    std::string lastText;
+    std::shared_ptr<const Prepared> last;
+  };
+  thread_local Kept kept;
+  auto& [cache, lastText, last] = kept;
   if (last && pText == lastText) return last;
   if (auto found = cache.Find(pText)) {
     lastText = pText;
@@ -132,13 +140,23 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
   }
   std::string_view w = p->text;
   size_t pos = 0;
+  // The same command text shares one plan; a text keeps at most kPlansMax of them (the kept texts
+  // must not hold a plan for each of thousands of commands: the others are decoded as they run).
+  std::unordered_map<std::string_view, std::shared_ptr<KELPlan>> plans;
   while (true) {
     size_t open = w.find('{', pos);
     if (open == std::string_view::npos) break;
     char unclosed;
     size_t close = hMatch(w, open, unclosed);
-    p->spans.push_back({open, close, unclosed});
-    if (unclosed || close >= w.size()) break;
+    if (unclosed || close >= w.size()) {
+      p->spans.push_back({open, close, unclosed, nullptr});
+      break;
+    }
+    std::string_view cmd = w.substr(open + 1, close - open - 1);
+    std::shared_ptr<KELPlan> plan;
+    if (auto it = plans.find(cmd); it != plans.end()) plan = it->second;
+    else if (plans.size() < kPlansMax) plan = plans[cmd] = cls_KELExecutor::PlanOf(cmd);
+    p->spans.push_back({open, close, unclosed, std::move(plan)});
     pos = close + 1;
   }
   cache.Put(pText, p);
@@ -262,7 +280,8 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       size_t open, close = 0, place;
       char unclosed = 0;
       size_t unclosedAt = 0;
-      bool spans = false;  // the command begins in head and goes on in text
+      KELPlan* plan = nullptr;  // the command's plan, when the prepared scan has it
+      bool spans = false;       // the command begins in head and goes on in text
       if (inHead) {
         open = head.find('{', hpos);
         if (open == std::string::npos) {
@@ -289,11 +308,24 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
         }
       } else {
         if (prepared) {
+          // Commands answered from their plans (variables, IFs between plain texts) whose text
+          // needs no second scan go straight to the output, one after the other; anything else
+          // (and any bound about to be reached) takes the general way.
+          while (!st.run.autoescape && nextSpan < prepared->spans.size() && count < limit && !st.quit) {
+            const auto& sp = prepared->spans[nextSpan];
+            if (!sp.plan || !cls_KELExecutor::AppendPlanned(k, *sp.plan, text.substr(tpos, sp.open - tpos), out,
+                                                            base + st.run.outputMax))
+              break;
+            tpos = sp.close + 1;
+            ++count;
+            ++nextSpan;
+          }
           if (nextSpan < prepared->spans.size()) {
             const auto& sp = prepared->spans[nextSpan++];
             open = sp.open;
             close = sp.close;
             unclosed = sp.unclosed;
+            plan = sp.plan.get();
           } else {
             open = std::string_view::npos;
           }
@@ -340,25 +372,36 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       if (st.quit) break;
       if (pushed) st.sources.back().offset = place;
-      Variant value = k.EXECUTE(cmd, pData);
+      // A command that makes text from blocks (a loop, an IF) writes it straight into out: what it
+      // appended there is its text, so a long loop's output is never copied.
+      const size_t appendedAt = out.size();
+      Variant value = cls_KELExecutor::ExecutePlanned(k, cmd, pData, plan, &out);
+      bool inOut = out.size() > appendedAt;  // the result is what follows appendedAt in out
+      if (inOut && !(value.isString() && value.str().empty())) {
+        out.resize(appendedAt);  // it failed midway: only its error text counts, as it would alone
+        inOut = false;
+      }
       std::string converted;
       std::string_view result;
-      if (value.isString()) {
+      if (inOut) {
+        result = std::string_view(out).substr(appendedAt);
+      } else if (value.isString()) {
         result = value.str();
       } else {
         converted = k.hToText(value);
         result = converted;
       }
-      if (st.run.autoescape && st.rawDepth == 0) hAutoescape(k, cmd, value, result, converted);
-      if (!st.quit && out.size() - base + result.size() > st.run.outputMax) {
+      if (st.run.autoescape && st.rawDepth == 0 && !inOut) hAutoescape(k, cmd, value, result, converted);
+      if (!st.quit && (inOut ? out.size() - base : out.size() - base + result.size()) > st.run.outputMax) {
         // a template that multiplies its own output (loops, self-doubling variables) stops here
+        out.resize(appendedAt);
         out += st.Cut(
             k.ERRORS("Output too large", "more than " + std::to_string(st.run.outputMax) + " bytes (SYS.OUTPUT.MAX)"));
         st.quit = true;
         break;
       }
       if (st.quit) {
-        out += result;
+        if (!inOut) out += result;
         break;
       }
       // Where the scan goes on: after the command, in head or in text.
@@ -375,12 +418,13 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
       }
       // Error texts are never scanned again (their titles may hold braces).
       if (result.find('{') == std::string_view::npos || result.substr(0, 4) == "ERR:") {
-        out += result;
+        if (!inOut) out += result;
         if (inHead) hpos = close + 1;
       } else {
         std::string next;
         next.reserve(result.size() + headRest.size());
         next.append(result).append(headRest);
+        if (inOut) out.resize(appendedAt);
         head = std::move(next);
         headOrigin = place;
         inHead = true;
