@@ -84,6 +84,8 @@ void AddRenderCommand(CLI::App& app);
 // rykel check FILE...: templates read without running them.
 void AddCheckCommand(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
+// rykel build SITE OUT: a site folder rendered to static files.
+void AddBuildCommand(CLI::App& app);
 // rykel help [TOPIC] and the manual page.
 void AddHelpCommand(CLI::App& app);
 

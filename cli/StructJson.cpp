@@ -18,16 +18,6 @@ StructurePtr JsonToStruct(std::string_view pText, const std::string& pWhere) {
   }
 }
 
-bool LooksLikeJson(std::string_view v) {
-  if (v.empty() || (v[0] != '{' && v[0] != '[')) return false;
-  size_t i = v.find_first_not_of(" \t\r\n", 1);
-  if (i == std::string_view::npos) return false;
-  std::string_view rest = v.substr(i);
-  if (v[0] == '{') return rest[0] == '"' || rest[0] == '}';
-  return std::string_view("\"{[]-0123456789").find(rest[0]) != std::string_view::npos || rest.starts_with("true") ||
-         rest.starts_with("false") || rest.starts_with("null");
-}
-
 bool IsJsonFile(std::string_view pPath) {
   return pPath.size() > 5 && text::UCase(pPath.substr(pPath.size() - 5)) == ".JSON";
 }

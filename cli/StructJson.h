@@ -15,9 +15,6 @@ std::string StructToJson(cls_Structure& pStruct);
 // the usage error "pWhere: JSON invalid at line L, column C: reason" (exit 2); pWhere names the
 // file or option the text came from.
 StructurePtr JsonToStruct(std::string_view pText, const std::string& pWhere);
-// True when the text starts as a JSON object or array: "{" then (after blanks) '"' or "}", or "["
-// then a JSON value's first character. Template text such as "{COMMENT}" or "[draft]" does not.
-bool LooksLikeJson(std::string_view pText);
 // True for a file name ending in ".json" (any case): such a file is read as JSON.
 bool IsJsonFile(std::string_view pPath);
 // Appends a JSON string literal of the text, written as the structures' strings are.

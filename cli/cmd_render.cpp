@@ -12,6 +12,8 @@
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
 #include "modules/mod_KELDB.h"
+#include "site/cls_Site.h"
+#include "structure/mdl_StructureJson.h"
 
 namespace rykel::cli {
 
@@ -30,7 +32,7 @@ bool hAssign(cls_Structure& s, const std::string& a, bool pJson) {
   if (eq == std::string::npos || eq == 0) return false;
   std::string name = a.substr(0, eq), value = a.substr(eq + 1);
   double d;
-  if (pJson && LooksLikeJson(value)) s.ITEM_LET(name, Variant(JsonToStruct(value, "--var " + name)));
+  if (pJson && mdl_StructureJson::LooksLikeJson(value)) s.ITEM_LET(name, Variant(JsonToStruct(value, "--var " + name)));
   else if (IsNumericText(value) && ParseNumber(value, d)) s.ITEM_LET(name, d);
   else s.ITEM_LET(name, value);
   return true;
@@ -44,7 +46,8 @@ StructurePtr hReadStructure(const std::string& pFile) {
   std::string_view start(content);
   if (start.starts_with("\xEF\xBB\xBF")) start.remove_prefix(3);
   start.remove_prefix(std::min(start.size(), start.find_first_not_of(" \t\r\n")));
-  if (IsJsonFile(pFile) || LooksLikeJson(start)) return JsonToStruct(content, pFile == "-" ? "<stdin>" : pFile);
+  if (IsJsonFile(pFile) || mdl_StructureJson::LooksLikeJson(start))
+    return JsonToStruct(content, pFile == "-" ? "<stdin>" : pFile);
   auto value = cls_Structure::New();
   if (content.starts_with("a:") || content.starts_with("O:") || content.starts_with("QS")) value->UNSERIALIZE(content);
   else value->PARSE(content);
@@ -64,25 +67,9 @@ void hAddData(cls_Structure& rVariables, const std::string& pFile) {
   }
 }
 
-// Each recorded error once on stderr: "file:line:column: message" in plain text, or with pHtml the
-// error list's own HTML lines behind the place. The main template has no file name inside the
-// interpreter: pMain stands for it.
+// Each recorded error once on stderr (cls_Site::ERRORLINES).
 void hPrintErrors(cls_KEL& k, const std::string& pMain, bool pHtml) {
-  for (int32_t i = k.ERRORLIST->BASE(); i <= k.ERRORLIST->MAX(); ++i) {
-    if (!k.ERRORLIST->EXISTS_GET(i)) continue;
-    auto place = k.ERRORPLACES->ITEM_GET(i).as<cls_Structure>();
-    std::string message = pHtml || !place ? CStr(k.ERRORLIST->ITEM_GET(i)) : CStr(place->ITEM_GET("MESSAGE"));
-    std::string where;
-    if (place) {
-      where = CStr(place->ITEM_GET("FILE"));
-      if (where.empty()) where = pMain;
-      if (CLng(place->ITEM_GET("LINE")) > 0)
-        where += ":" + CStr(place->ITEM_GET("LINE")) + ":" + CStr(place->ITEM_GET("COLUMN"));
-    }
-    for (char& c : message)
-      if (c == '\n' || c == '\r') c = ' ';  // one line per error
-    std::fprintf(stderr, "%s%s%s\n", where.c_str(), where.empty() ? "" : ": ", message.c_str());
-  }
+  for (const auto& line : cls_Site::ERRORLINES(k, pMain, pHtml)) std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 }  // namespace

@@ -121,6 +121,7 @@ int main(int argc, char** argv) {
     AddDbImportCommand(app);
     AddRenderCommand(app);
     AddCheckCommand(app);
+    AddBuildCommand(app);
     AddRandomCommands(app);
     AddHelpCommand(app);
     return hRun(app, argc, argv);

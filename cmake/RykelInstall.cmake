@@ -29,7 +29,8 @@ set(RYKEL_PUBLIC_HEADERS
   database/enm_DBFieldType.h
   tools/cls_DBTool.h
   modules/mod_KELDB.h modules/mod_KELIO.h modules/mod_KELStructure.h
-  host/cls_DB.h host/sys_Global.h)
+  host/cls_DB.h host/sys_Global.h
+  site/cls_Site.h)
 set(pending ${RYKEL_PUBLIC_HEADERS})
 set(RYKEL_INSTALLED_HEADERS)
 while(pending)

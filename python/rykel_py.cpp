@@ -17,5 +17,6 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindKEL(m);
   rykel::py::BindKELDB(m);
   rykel::py::BindLimits(m);
+  rykel::py::BindSite(m);
   rykel::py::AcceptNoneForDefaults(m);
 }

@@ -254,8 +254,10 @@ class TempFile {
     return 0;
   }
 
-  // Flushes the data, gives it the old file's permissions and renames it over the target.
-  void Commit() {
+  // Flushes the data, gives it the old file's permissions and renames it over the target. Durable:
+  // the data and the rename reach the disk before Commit returns, and stale temporary files of the
+  // target are swept.
+  void Commit(bool pDurable = true) {
     // A writer that opened the file by name may have replaced it: work on what the name holds now.
     int fd = ::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) Fail(errno, "Cannot reopen the temporary file of");
@@ -266,7 +268,7 @@ class TempFile {
     }
     if (hasOld_ && (st.st_uid != old_.st_uid || st.st_gid != old_.st_gid))
       (void)::fchown(fd, old_.st_uid, old_.st_gid);  // only a privileged writer may; the data matters more
-    if (::fchmod(fd, hasOld_ ? (old_.st_mode & 07777) : hNewFileMode()) != 0 || ::fsync(fd) != 0) {
+    if (::fchmod(fd, hasOld_ ? (old_.st_mode & 07777) : hNewFileMode()) != 0 || (pDurable && ::fsync(fd) != 0)) {
       int e = errno;
       ::close(fd);
       Fail(e, "Cannot flush");
@@ -279,6 +281,7 @@ class TempFile {
     fd_ = -1;
     if (::rename(path_.c_str(), target_.c_str()) != 0) Fail(errno, "Cannot replace");
     committed_ = true;
+    if (!pDurable) return;
     // Make the rename itself durable; a failure here leaves a complete file, so it is not an error.
     int dfd = ::open(folder_.empty() ? "." : folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (dfd >= 0) {
@@ -341,6 +344,12 @@ void WriteFileAtomic(const std::string& pFile, std::string_view pData) {
   TempFile temp(pFile);
   temp.Write(pData.data(), pData.size());
   temp.Commit();
+}
+
+void WriteFileReplace(const std::string& pFile, std::string_view pData) {
+  TempFile temp(pFile);
+  temp.Write(pData.data(), pData.size());
+  temp.Commit(false);
 }
 
 void WriteFileAtomic(const std::string& pFile, const PieceSource& pNext) {

@@ -62,6 +62,10 @@ std::string WriteTarget(const std::string& pFile);
 // exist" when the folder is missing, 75 when the target is not a regular file, 70 when the folder
 // is not writable, 61 "Disk full: ..." when the disk is full, 57 for other failures.
 void WriteFileAtomic(const std::string& pFile, std::string_view pData);
+// As WriteFileAtomic (a reader sees the old file or the new one, never a part of it), without
+// waiting for the disk (no fsync) and without the sweep for stale temporary files: for output that
+// can be made again and is written many files at a time, such as a site build.
+void WriteFileReplace(const std::string& pFile, std::string_view pData);
 // The same for content made piece by piece, so that a large file is never held whole in memory:
 // pNext appends the next piece to rBuffer (emptied before every call) and returns false once it
 // has given the last one. An error raised by pNext removes the temporary file and passes on.

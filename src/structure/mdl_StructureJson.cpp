@@ -244,6 +244,16 @@ bool IsWideWhole(const Variant& pValue, int64_t& rWhole) {
   return true;
 }
 
+bool LooksLikeJson(std::string_view v) {
+  if (v.empty() || (v[0] != '{' && v[0] != '[')) return false;
+  size_t i = v.find_first_not_of(" \t\r\n", 1);
+  if (i == std::string_view::npos) return false;
+  std::string_view rest = v.substr(i);
+  if (v[0] == '{') return rest[0] == '"' || rest[0] == '}';
+  return std::string_view("\"{[]-0123456789").find(rest[0]) != std::string_view::npos || rest.starts_with("true") ||
+         rest.starts_with("false") || rest.starts_with("null");
+}
+
 std::string IndexKey(int32_t pIndex) { return "[" + std::to_string(pIndex) + "]"; }
 
 std::string Write(cls_StructureManager& m, int32_t pID, int pIndent) {

@@ -57,6 +57,10 @@ bool IsList(cls_StructureManager& m, int32_t pID);
 bool IsWideWhole(const Variant& pValue, int64_t& rWhole);
 // The key of an unnamed item in a mapping: "[3]".
 std::string IndexKey(int32_t pIndex);
+// True when the text starts as a JSON object or array: "{" then (after blanks) '"' or "}", or "["
+// then a JSON value's first character. Template text such as "{COMMENT}" or "[draft]" does not,
+// and neither does the script form (it starts with a name).
+bool LooksLikeJson(std::string_view pText);
 // A JSON string literal of the text, quotes included, written as the structures' strings are.
 std::string Quote(std::string_view pText);
 
