@@ -179,8 +179,7 @@ std::vector<std::string> cls_Site::ERRORLINES(cls_KEL& k, const std::string& pMa
   return lines;
 }
 
-cls_Site::Report cls_Site::BUILD(const std::string& pOut, int32_t pJobs, bool pClean,
-                                 const Progress& pProgress) const {
+cls_Site::Report cls_Site::BUILD(const std::string& pOut, int32_t pJobs, bool pClean, const Progress& pProgress) const {
   const fs::path out(pOut), root(root_);
   fs::create_directories(out);
   const fs::path manifest = out / kManifest;
