@@ -1,15 +1,9 @@
 import os
 import shutil
-import subprocess
 import tempfile
 import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-
-
-def run(*args):
-    return subprocess.run([CLI, *args], capture_output=True, text=True)
+from support import ROOT, run
 
 
 class BuildTest(unittest.TestCase):
@@ -41,7 +35,3 @@ class BuildTest(unittest.TestCase):
                 r = run("build", *args)
                 self.assertEqual(r.returncode, code, args)
                 self.assertIn(message, r.stderr)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -5,7 +5,8 @@ import subprocess
 import tempfile
 import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import CLI
+
 SOURCE = os.path.join(os.path.dirname(__file__), "..", "..")
 
 
@@ -63,6 +64,3 @@ class TestCheck(unittest.TestCase):
         self.assertIn("--json", r.stdout)
         self.assertIn("Exit status: 0 nothing found, 1 something found, 2", r.stdout)
 
-
-if __name__ == "__main__":
-    unittest.main()

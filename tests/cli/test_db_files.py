@@ -1,37 +1,17 @@
-"""Databases of the program never lose data: each has its own header, writers take turns, saves are
-atomic and keep the file's permissions and links, and failures say what went wrong."""
+"""Databases of the program never lose data: each has its own header, writers take turns, and
+failures say what went wrong. Links, permissions and stale temporary files are in FileIO_test.cpp."""
 import os
-import signal
-import stat
 import subprocess
-import tempfile
-import time
 import unittest
+
+from support import ScratchTest, run
 from concurrent.futures import ThreadPoolExecutor
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
 
-
-def run(*args, **kw):
-    return subprocess.run([CLI, *args], capture_output=True, text=True, **kw)
-
-
-class DbFilesTest(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
-    def new(self, name, *fields):
-        r = run("db", "new", self.path(name), *sum((["--field", f] for f in fields), []))
-        self.assertEqual(r.returncode, 0, r.stderr)
-        return self.path(name)
-
+class DbFilesTest(ScratchTest):
     def test_each_database_keeps_its_own_header(self):
-        a = self.new("a.ry-dbb", "NAME:STRING")
-        b = self.new("b.db", "AGE:LONG")
+        a = self.new_db("a.ry-dbb", "NAME:STRING")
+        b = self.new_db("b.db", "AGE:LONG")
         self.assertTrue(os.path.exists(self.path("a.header")) and os.path.exists(self.path("b.header")))
         self.assertFalse(os.path.exists(self.path("info.header")))
         self.assertIn("NAME\tSTRING", run("db", "info", a).stdout)
@@ -49,7 +29,7 @@ class DbFilesTest(unittest.TestCase):
         self.assertIn("X\tLONG", run("db", "info", a).stdout)
 
     def test_two_processes_adding_keep_every_entry_under_its_own_id(self):
-        db = self.new("c.ry-dbb", "N:LONG")
+        db = self.new_db("c.ry-dbb", "N:LONG")
 
         def adds(n):
             return [run("db", "add", db, "N=%d" % n) for _ in range(30)]
@@ -61,62 +41,8 @@ class DbFilesTest(unittest.TestCase):
         self.assertEqual(len(set(ids)), 60)
         self.assertIn("Entries: 60", run("db", "info", db).stdout)
 
-    def test_saves_keep_permissions_and_links_and_clean_up_after_killed_writers(self):
-        db = self.new("d.ry-dbb", "NAME:STRING")
-        os.chmod(db, 0o600)
-        victim = self.path("victim")
-        with open(victim, "w") as f:
-            f.write("keep")
-        for pid in range(os.getpid(), os.getpid() + 50):  # names an older writer would have used
-            try:
-                os.symlink(victim, "%s.~%d.tmp" % (db, pid))
-            except FileExistsError:
-                pass
-        self.assertEqual(run("db", "add", db, "NAME=x").returncode, 0)
-        with open(victim) as f:
-            self.assertEqual(f.read(), "keep")
-        self.assertEqual(stat.S_IMODE(os.stat(db).st_mode), 0o600)
-        # a database reached through a link: the link stays a link, its target gets the entries
-        os.mkdir(self.path("real"))
-        os.rename(db, self.path("real/d.ry-dbb"))
-        os.rename(self.path("d.header"), self.path("real/d.header"))
-        os.symlink("real/d.ry-dbb", db)
-        self.assertEqual(run("db", "add", db, "NAME=y").returncode, 0)
-        self.assertTrue(os.path.islink(db))
-        self.assertIn("Entries: 2", run("db", "info", self.path("real/d.ry-dbb")).stdout)
-        # fills killed half-way leave temporary files; the next save removes them
-        big = self.new("big.ry-dbb", "NAME:STRING", "ORT:STRING")
-        def orphans():
-            return [n for n in os.listdir(self.dir.name) if n.startswith("big.ry-dbb.~")]
-
-        for step in range(1, 12):
-            p = subprocess.Popen([CLI, "db", "fill", big, "-n", "200000"], stdout=subprocess.DEVNULL,
-                                 stderr=subprocess.DEVNULL)
-            time.sleep(0.15 * step)
-            p.send_signal(signal.SIGKILL)
-            p.wait()
-            if orphans():
-                break
-        if not orphans():
-            # On a loaded machine no kill may land inside a save: leave the file such a writer would
-            # have left, under the pid of a process that has ended.
-            gone = subprocess.Popen(["true"])
-            gone.wait()
-            with open(self.path("big.ry-dbb.~%d.k1ll3d.tmp" % gone.pid), "w") as f:
-                f.write("half a save")
-        self.assertNotEqual(orphans(), [])
-        self.assertEqual(run("db", "add", big, "NAME=z").returncode, 0)
-        self.assertEqual(orphans(), [])
-
     def test_odd_files_and_failures_say_what_is_wrong(self):
-        db = self.new("e.ry-dbb", "NAME:STRING")
-        os.mkfifo(self.path("fifo.ry-dbb"))
-        os.mkdir(self.path("folder.db"))
-        for target in (self.path("fifo.ry-dbb"), self.path("folder.db"), "/dev/null"):
-            for cmd in ("show", "add"):
-                r = run("db", cmd, target, timeout=20)
-                self.assertEqual(r.returncode, 1)
-                self.assertIn("DB file '%s' is not a regular file" % target, r.stderr)
+        db = self.new_db("e.ry-dbb", "NAME:STRING")
         for fmt in ("htm", "xlsx", "pdf", "bat"):
             out = self.path("nodir/out." + fmt)
             r = run("db", "export", db, "--format", fmt, "--out", out)
@@ -149,7 +75,7 @@ class DbFilesTest(unittest.TestCase):
         with open(db, "rb") as f:
             self.assertEqual(f.read(), before)
         self.assertEqual(sorted(os.listdir(small)), ["f.header", "f.ry-dbb", "f.ry-dbb.lock"])
-        big = self.new("big.ry-dbb", "NAME:STRING", "ORT:STRING")
+        big = self.new_db("big.ry-dbb", "NAME:STRING", "ORT:STRING")
         self.assertEqual(run("db", "fill", big, "-n", "10000").returncode, 0)
         st = os.statvfs(small)  # leave 16 KB free: less than any of the exports needs
         with open(os.path.join(small, "filler"), "wb") as f:
@@ -161,6 +87,3 @@ class DbFilesTest(unittest.TestCase):
             self.assertIn("'%s'" % os.path.join(small, "o." + fmt), r.stderr)
         self.assertEqual(len(os.listdir(small)), 4)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,30 +1,22 @@
 import csv
-import io
 import json
 import os
 import sqlite3
-import subprocess
-import tempfile
-import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import ScratchTest, run
 
 
-def run(*args):
-    return subprocess.run([CLI, *args], capture_output=True, text=True)
-
-
-class DbExportDataTest(unittest.TestCase):
+class DbExportDataTest(ScratchTest):
     def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-        self.cwd = os.getcwd()
+        super().setUp()
+        self.addCleanup(os.chdir, os.getcwd())
         os.chdir(self.dir.name)
-        self.addCleanup(os.chdir, self.cwd)
-        r = run("db", "new", "p.ry-dbb", "--field", "NAME:STRING", "--field", "CITY:STRING", "--field", "AGE:LONG")
-        self.assertEqual(r.returncode, 0, r.stderr)
-        for name, city, age in (("Anna", "Berlin", "30"), ("Bernd", "Köln, Rhein", "4"), ("Clara", "Berlin", "")):
-            self.assertEqual(run("db", "add", "p.ry-dbb", "NAME=" + name, "CITY=" + city, "AGE=" + age).returncode, 0)
+        # named without a folder: the database and its header in the working folder
+        self.assertEqual(run("db", "new", "p.ry-dbb", *"--field NAME:STRING --field CITY:STRING --field AGE:LONG".split()
+                             ).returncode, 0)
+        for row in (("NAME=Anna", "CITY=Berlin", "AGE=30"), ("NAME=Bernd", "CITY=Köln, Rhein", "AGE=4"),
+                    ("NAME=Clara", "CITY=Berlin", "AGE=")):
+            self.assertEqual(run("db", "add", "p.ry-dbb", *row).returncode, 0)
 
     def test_text_formats_to_stdout_with_filter_and_sort(self):
         r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "-", "--where", "CITY=Berlin", "--sort", "NAME",
@@ -61,6 +53,3 @@ class DbExportDataTest(unittest.TestCase):
         self.assertEqual(r.returncode, 1)
         self.assertIn("nodir", r.stderr)
 
-
-if __name__ == "__main__":
-    unittest.main()

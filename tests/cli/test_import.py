@@ -3,23 +3,13 @@ a new database is made from the columns, and --skip-bad imports the rest."""
 import hashlib
 import os
 import subprocess
-import tempfile
-import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import CLI, ScratchTest, run
 
 
-def run(*args):
-    return subprocess.run([CLI, *args], capture_output=True, text=True)
-
-
-class ImportTest(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
+class ImportTest(ScratchTest):
     def write(self, name, data):
-        path = os.path.join(self.dir.name, name)
+        path = self.path(name)
         with open(path, "wb") as f:
             f.write(data if isinstance(data, bytes) else data.encode())
         return path
@@ -89,6 +79,3 @@ class ImportTest(unittest.TestCase):
         self.assertIn("ORT=Köln\tNAME=Müller", run("db", "show", db).stdout)
         self.assertEqual(run("db", "import", db, self.write("x.csv", "A\n1\n"), "--map", "A").returncode, 2)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,15 +1,7 @@
 """JSON in the rykel program: struct convert, render --struct/--data/-v, and malformed input."""
 import json
-import os
-import subprocess
-import tempfile
-import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
-
-
-def run(*args, stdin=None):
-    return subprocess.run([CLI, *args], capture_output=True, text=True, input=stdin)
+from support import ScratchTest, run
 
 
 DOC = ('{"NAME": "Jürgen Öztürk", "N": [7, -2147483648, 12345678901, 2.5, 3.0, -0.0, 1e+20], '
@@ -43,13 +35,9 @@ PRETTY = """{
 """
 
 
-class JsonCommands(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
+class JsonCommands(ScratchTest):
     def file(self, name, text):
-        path = os.path.join(self.dir.name, name)
+        path = self.path(name)
         with open(path, "w", encoding="utf-8") as f:
             f.write(text)
         return path
@@ -102,11 +90,13 @@ class JsonCommands(unittest.TestCase):
         self.assertEqual(r.returncode, 2)
         self.assertIn("item 1 has no name; --data needs named items at the top", r.stderr)
         ser = self.file("d.ser", 'a:1:{s:5:"GREET";s:5:"Hallo";}')
-        self.assertEqual(run("render", "-e", "{VAR:greet}", "--data", ser).stdout, "Hallo")
+        script = self.file("d.txt", 'GREET = "Tag"\n')
+        self.assertEqual(run("render", "-e", "{VAR:greet}/{VAR:s.greet}", "--data", ser, "--struct", "s=" + script).stdout,
+                         "Hallo/Tag")
         # JSON on standard input, or in a file without the .json name, is read as JSON too
         r = run("render", "-e", "{VAR:s.name}", "--struct", "s=-", stdin='\ufeff  {"name": "Ömer"}')
         self.assertEqual((r.returncode, r.stdout), (0, "Ömer"), r.stderr)
-        self.assertEqual(run("render", "-e", "{VAR:title}", "--data", self.file("d.txt", data_text)).stdout, "Team")
+        self.assertEqual(run("render", "-e", "{VAR:title}", "--data", self.file("j.txt", data_text)).stdout, "Team")
 
     def test_help_names_the_json_forms(self):
         h = run("render", "--help").stdout
@@ -114,6 +104,3 @@ class JsonCommands(unittest.TestCase):
         self.assertIn("JSON", h)
         self.assertIn("line and column", run("struct", "convert", "--help").stdout)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,69 +1,16 @@
 """A new user's first hour with the rykel program, end to end: the places where it used to go
-wrong quietly (a blank page with exit 0, one database's schema replacing another's, values stored
-as something else, adds lost to a parallel writer, an unknown field matching nothing, a value with
-blanks read as an operator). Each case expects what a user relying on real data would."""
+wrong quietly (values stored as something else, an unknown field matching nothing, a value with
+blanks read as an operator). Each case expects what a user relying on real data would. A blank page
+with exit 0: test_render.py; one schema per database and parallel adds: test_db_files.py."""
 import os
 import re
-import subprocess
-import tempfile
-import threading
-import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import ScratchTest, run
 
 
-def run(*args, cwd=None, timeout=60):
-    return subprocess.run([CLI, *args], capture_output=True, text=True, cwd=cwd, timeout=timeout)
-
-
-class NewUser(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
-    def new_db(self, name, *fields):
-        db = self.path(name)
-        args = ["db", "new", db]
-        for f in fields:
-            args += ["--field", f]
-        r = run(*args)
-        self.assertEqual(r.returncode, 0, r.stderr)
-        return db
-
+class NewUser(ScratchTest):
     def ids(self, db):
         return [line.split("\t")[0] for line in run("db", "show", db).stdout.splitlines()]
-
-    def test_blank_page_says_why(self):
-        # A page cut short keeps its (empty) output but says where and why, and exits 1.
-        pages = {"commands.kel": "".join("{VAR x %d}\n" % i for i in range(101)),
-                 "quote.kel": '{VAR a "x}'}
-        places = {"commands.kel": ":101:1: ", "quote.kel": ":1:8: "}
-        for name, text in pages.items():
-            with open(self.path(name), "w") as f:
-                f.write(text)
-            r = run("render", self.path(name))
-            self.assertEqual(r.returncode, 1, name)
-            self.assertIn(name + places[name], r.stderr)
-            self.assertNotIn("<", r.stderr)  # plain text, no HTML
-            self.assertEqual(run("render", "--quiet", self.path(name)).stderr, "")
-
-    def test_two_databases_in_one_folder_keep_their_schemas(self):
-        a = self.new_db("a.ry-dbb", "NAME:STRING")
-        b = self.new_db("b.ry-dbb", "AGE:LONG")
-        self.assertIn("NAME\tSTRING", run("db", "info", a).stdout)
-        self.assertNotIn("AGE", run("db", "info", a).stdout)
-        self.assertIn("AGE\tLONG", run("db", "info", b).stdout)
-        # Creating a again would replace its schema: refused unless --force.
-        again = run("db", "new", a, "--field", "OTHER:DATE")
-        self.assertNotEqual(again.returncode, 0)
-        self.assertTrue(again.stderr)
-        self.assertIn("NAME\tSTRING", run("db", "info", a).stdout)
-        self.assertEqual(run("db", "new", a, "--field", "OTHER:DATE", "--force").returncode, 0)
-        self.assertIn("OTHER\tDATE", run("db", "info", a).stdout)
-        self.assertIn("AGE\tLONG", run("db", "info", b).stdout)
 
     def test_values_must_fit_their_fields(self):
         db = self.new_db("t.ry-dbb", "D:DATE", "N:DOUBLE", "L:LONG", "B:BOOL", "E:ENUM:k=Kiel,b=Bremen",
@@ -90,28 +37,6 @@ class NewUser(unittest.TestCase):
         self.assertEqual((r.returncode, r.stderr.count("\n")), (2, 1))
         self.assertEqual(run("db", "set", db, "1", "L=12.7", "--lenient").returncode, 0)
         self.assertIn("\tL=13\t", run("db", "show", db, "1").stdout)
-
-    def test_parallel_adds_keep_every_entry(self):
-        db = self.new_db("p.ry-dbb", "N:LONG")
-        printed, failures = [[], []], []
-
-        def writer(no):
-            for i in range(30):
-                r = run("db", "add", db, "N=%d" % (no * 100 + i))
-                if r.returncode != 0:
-                    failures.append(r.stderr)
-                printed[no].append(r.stdout.strip())
-
-        threads = [threading.Thread(target=writer, args=(no,)) for no in (0, 1)]
-        for t in threads:
-            t.start()
-        for t in threads:
-            t.join()
-        self.assertEqual(failures, [])
-        ids = self.ids(db)
-        self.assertEqual(len(ids), 60)
-        self.assertEqual(sorted(ids), sorted(printed[0] + printed[1]))  # every printed id kept, none twice
-        self.assertEqual(len(set(ids)), 60)
 
     def test_unknown_field_is_named(self):
         db = self.new_db("u.ry-dbb", "ORT:STRING", "PLZ:STRING")
@@ -165,6 +90,3 @@ class NewUser(unittest.TestCase):
         self.assertIn("Am Main", rows)
         self.assertNotIn("Bremen", rows)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -3,7 +3,7 @@ import subprocess
 import tempfile
 import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import CLI
 
 
 @unittest.skipUnless(os.path.exists("/dev/full"), "needs /dev/full")
@@ -33,6 +33,3 @@ class OutputFaults(unittest.TestCase):
                 self.assertEqual(ok.returncode, 0, (args, ok.stderr))
                 self.assertEqual(ok.stderr, "", args)
 
-
-if __name__ == "__main__":
-    unittest.main()

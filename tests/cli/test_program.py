@@ -4,11 +4,7 @@ import subprocess
 import tempfile
 import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
-
-
-def run(*args):
-    return subprocess.run([CLI, *args], capture_output=True, text=True)
+from support import CLI, run
 
 
 class Program(unittest.TestCase):
@@ -70,9 +66,6 @@ class Program(unittest.TestCase):
             self.assertEqual(r.returncode, 1, (args, r.stderr))
             self.assertEqual(len(r.stderr.splitlines()), 1, (args, r.stderr))
 
-
-if __name__ == "__main__":
-    unittest.main()
 
 
 class Render(unittest.TestCase):

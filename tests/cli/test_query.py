@@ -1,24 +1,11 @@
-import os
-import subprocess
-import tempfile
-import unittest
-
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import ScratchTest, run
 
 
-def run(*args):
-    return subprocess.run([CLI, *args], capture_output=True, text=True)
-
-
-class QueryCommandTest(unittest.TestCase):
+class QueryCommandTest(ScratchTest):
     def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-        self.db = os.path.join(self.dir.name, "people.ry-dbb")
-        r = run("db", "new", self.db, "--field", "NAME:STRING", "--field", "AGE:LONG")
-        self.assertEqual(r.returncode, 0, r.stderr)
-        for name, age in (("Meier", "40"), ("meier", "12"), ("Müller", "40")):
-            self.assertEqual(run("db", "add", self.db, "NAME=" + name, "AGE=" + age).returncode, 0)
+        super().setUp()
+        self.db = self.new_db("people.ry-dbb", "NAME:STRING", "AGE:LONG",
+                              rows=[("NAME=Meier", "AGE=40"), ("NAME=meier", "AGE=12"), ("NAME=Müller", "AGE=40")])
 
     def test_query_filter_search_sort(self):
         self.assertEqual(run("db", "query", self.db, "NAME", "$BEGINS me").stdout, "1\n2\n")
@@ -34,6 +21,3 @@ class QueryCommandTest(unittest.TestCase):
         for cmd in ("query", "filter", "search", "sort"):
             self.assertIn("--show", run("db", cmd, "--help").stdout)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -8,7 +8,8 @@ import tempfile
 import unicodedata
 import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import CLI
+
 ROOT = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
 
 
@@ -137,6 +138,3 @@ class TestReport(unittest.TestCase):
             self.assertNotEqual(r.returncode, 0)
             self.assertIn("unknown field STADT; fields: VORNAME,", r.stderr)
 
-
-if __name__ == "__main__":
-    unittest.main()

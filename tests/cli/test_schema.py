@@ -1,15 +1,8 @@
 import hashlib
 import json
 import os
-import subprocess
-import tempfile
-import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
-
-
-def run(*args, env=None):
-    return subprocess.run([CLI, *args], capture_output=True, text=True, env=env)
+from support import ScratchTest, run
 
 
 def digest(*paths):
@@ -20,19 +13,14 @@ def digest(*paths):
     return out
 
 
-class SchemaAndOutputTest(unittest.TestCase):
+class SchemaAndOutputTest(ScratchTest):
     def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-        self.db = os.path.join(self.dir.name, "people.ry-dbb")
-        self.header = os.path.join(self.dir.name, "people.header")
-        r = run("db", "new", self.db, "--field", "NAME:STRING", "--field", "AGE:LONG", "--field", "SEEN:DATE",
-                "--field", "KIND:ENUM:a=Alpha,b=Beta")
-        self.assertEqual(r.returncode, 0, r.stderr)
-        for name, age, seen, kind in (("Meier, Anna \"A\"", "40", "2024-01-31", "a"), ("Müller", "12", "", "b"),
-                                      ("Schmidt", "40", "2023-06-01", "a")):
-            r = run("db", "add", self.db, "NAME=" + name, "AGE=" + age, "SEEN=" + seen, "KIND=" + kind)
-            self.assertEqual(r.returncode, 0, r.stderr)
+        super().setUp()
+        self.header = self.path("people.header")
+        self.db = self.new_db("people.ry-dbb", "NAME:STRING", "AGE:LONG", "SEEN:DATE", "KIND:ENUM:a=Alpha,b=Beta",
+                              rows=[("NAME=Meier, Anna \"A\"", "AGE=40", "SEEN=2024-01-31", "KIND=a"),
+                                    ("NAME=Müller", "AGE=12", "SEEN=", "KIND=b"),
+                                    ("NAME=Schmidt", "AGE=40", "SEEN=2023-06-01", "KIND=a")])
 
     def ok(self, *args, env=None):
         r = run(*args, env=env)
@@ -138,6 +126,3 @@ class SchemaAndOutputTest(unittest.TestCase):
         self.assertIn("NAME=Müller", self.ok("db", "show", self.db, "2"))
         self.assertEqual(self.ok("db", "check", self.db)[:2], "OK")
 
-
-if __name__ == "__main__":
-    unittest.main()

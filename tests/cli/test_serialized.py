@@ -1,13 +1,8 @@
-import os
-import subprocess
 import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import run
+
 TEXT = 'a:2:{s:4:"name";s:4:"Anna";s:3:"sub";a:1:{i:0;b:1;}}'
-
-
-def run(*args, stdin=""):
-    return subprocess.run([CLI, *args], input=stdin, capture_output=True, text=True)
 
 
 class SerializedCommands(unittest.TestCase):
@@ -25,6 +20,3 @@ class SerializedCommands(unittest.TestCase):
         self.assertNotEqual(r.returncode, 0)
         self.assertIn("Invalid data type found: z", r.stderr)
 
-
-if __name__ == "__main__":
-    unittest.main()

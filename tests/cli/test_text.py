@@ -6,7 +6,8 @@ import subprocess
 import tempfile
 import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
+from support import CLI
+
 ROOT = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
 
 
@@ -62,6 +63,3 @@ class TestText(unittest.TestCase):
         self.assertTrue(r.stdout.startswith("KEL templates\n\n"))
         self.assertTrue(r.stdout.endswith("\n" + guide), "rebuild: the program embeds docs/KEL.md")
 
-
-if __name__ == "__main__":
-    unittest.main()

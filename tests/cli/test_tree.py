@@ -1,12 +1,6 @@
-import os
-import subprocess
 import unittest
 
-CLI = os.environ.get("RYKEL_CLI", "rykel")
-
-
-def run(*args):
-    return subprocess.run([CLI, *args], capture_output=True, text=True)
+from support import run
 
 
 class TreeCommand(unittest.TestCase):
@@ -32,6 +26,3 @@ class TreeCommand(unittest.TestCase):
         self.assertNotEqual(run("tree", "increase", "--arg", "many", "a=1").returncode, 0)
         self.assertNotEqual(run("tree", "flatten", "novalue").returncode, 0)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -12,6 +12,7 @@
 #include "host/cls_DB.h"
 #include "structure/mdl_StructureJson.h"
 
+#include "../TableDB.h"
 #include "../TestSupport.h"
 
 namespace rykel {
@@ -20,36 +21,18 @@ namespace {
 
 // Three entries over every kind of value the plain form tells apart; entry 3 is all empty.
 DBPtr hData() {
-  auto db = std::make_shared<cls_DB>();
-  db->FIELDCREATE("NAME", ID_DBFieldType_String, "Name")->INDEXED = true;
-  db->FIELDCREATE("AGE", ID_DBFieldType_Long, "Alter");
-  db->FIELDCREATE("SCORE", ID_DBFieldType_Double, "Wert");
-  db->FIELDCREATE("BORN", ID_DBFieldType_Date, "Geboren");
-  db->FIELDCREATE("ACTIVE", ID_DBFieldType_Boolean, "Aktiv");
-  db->FIELDCREATE("ZIP", ID_DBFieldType_String, "PLZ");
-  db->FIELDCREATE("NOTE", ID_DBFieldType_String, "Notiz, \"lang\"");
-  db->FIELDCREATE("COLOR", ID_DBFieldType_Enum, "Farbe")->MEMBERS = "r=Rot,g=Grün";
-  db->ENTRYADD(1);
-  db->ENTRYFIELD_LET(1, "NAME", "Müller Ж €");
-  db->ENTRYFIELD_LET(1, "AGE", 1099511627776.0);  // 2^40: held as a Double
-  db->ENTRYFIELD_LET(1, "SCORE", 2.0);
-  db->ENTRYFIELD_LET(1, "BORN", "2024-02-29");
-  db->ENTRYFIELD_LET(1, "ACTIVE", true);
-  db->ENTRYFIELD_LET(1, "ZIP", "01234");
-  db->ENTRYFIELD_LET(1, "NOTE", "a,b \"c\"\r\nd\te\\f");
-  db->ENTRYFIELD_LET(1, "COLOR", "g");
-  db->ENTRYADD(2);
-  db->ENTRYFIELD_LET(2, "NAME", "Anna");
-  db->ENTRYFIELD_LET(2, "AGE", -5);
-  db->ENTRYFIELD_LET(2, "SCORE", -0.125);
-  db->ENTRYFIELD_LET(2, "BORN", "1999-12-31 23:59:58");
-  db->ENTRYFIELD_LET(2, "ACTIVE", false);
-  db->ENTRYFIELD_LET(2, "NOTE", " x ");
-  db->ENTRYFIELD_LET(2, "ZIP",
-                     "Gr\xF6\xDF"
-                     "e");  // Latin-1 bytes
-  db->ENTRYADD(3);
-  return db;
+  return TableDB({{"NAME", ID_DBFieldType_String, "Name", true},
+                  {"AGE", ID_DBFieldType_Long, "Alter"},
+                  {"SCORE", ID_DBFieldType_Double, "Wert"},
+                  {"BORN", ID_DBFieldType_Date, "Geboren"},
+                  {"ACTIVE", ID_DBFieldType_Boolean, "Aktiv"},
+                  {"ZIP", ID_DBFieldType_String, "PLZ"},
+                  {"NOTE", ID_DBFieldType_String, "Notiz, \"lang\""},
+                  {"COLOR", ID_DBFieldType_Enum, "Farbe", false, "r=Rot,g=Grün"}},
+                 {// 2^40: held as a Double
+                  {"Müller Ж €", 1099511627776.0, 2.0, "2024-02-29", true, "01234", "a,b \"c\"\r\nd\te\\f", "g"},
+                  {"Anna", -5, -0.125, "1999-12-31 23:59:58", false, "Gr\xF6\xDF\x65", " x "},  // Latin-1 bytes
+                  {}});
 }
 
 std::string hText(cls_DBStore& db, mdl_DBExport::TextFormat f, const cls_DBStore::IDList& ids = std::nullopt) {

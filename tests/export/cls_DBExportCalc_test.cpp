@@ -113,6 +113,9 @@ TEST(DBExportSheets, PlanCleansNamesKeepsThemUniqueAndTitlesThem) {
   auto clash = cls_DBExportWorkbook::hSheetPlan("", {"ALLE", longValue, longValue + "y"});
   EXPECT_EQ(clash[1].first, "ALLE2");
   EXPECT_EQ(clash[3].first, std::string(30, 'x') + "2");
+  // characters a sheet name may not hold are dropped; the cut counts characters, not bytes
+  EXPECT_EQ(cls_DBExportWorkbook::hSheetName("a\\b/c:d.e,f;g<h>i?j*k[l]"), "abcdefghijkl");
+  EXPECT_EQ(cls_DBExportWorkbook::hSheetName("Ärzte über Öl Ärzte über Öl Ärzte"), "Ärzte über Öl Ärzte über Öl Ärz");
 }
 
 TEST(DBExportCalc, FileUrlsEncodeWhatAUrlCannotHold) {

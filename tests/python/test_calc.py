@@ -1,24 +1,18 @@
-"""EXPORTEXCEL through LibreOffice Calc: the real office, read back with openpyxl, msoffcrypto and
-the office's own CSV conversion."""
-import csv
+"""EXPORTEXCEL through LibreOffice Calc: the real office, read back with openpyxl and the office's own
+CSV conversion. A missing office and passwords: cls_DBExportCalc_test.cpp and the cli's test_calc.py."""
 import datetime
-import io
 import os
 import shutil
-import subprocess
 import tempfile
 import unittest
 
 import rykel
+from test_export import soffice_csv
 
 try:
     import openpyxl
 except ImportError:
     openpyxl = None
-try:
-    import msoffcrypto
-except ImportError:
-    msoffcrypto = None
 
 OFFICE = shutil.which("soffice")
 NO_OFFICE = "LibreOffice Calc is not installed (scripts/setup installs libreoffice-calc-nogui)"
@@ -44,41 +38,6 @@ def contacts():
         for fid, value in zip(("NAME", "CITY", "ZIP", "PHONE", "BORN", "AGE", "NOTE"), row):
             db.ENTRYFIELD_LET(i, fid, value if value is not None else "")
     return db
-
-
-def to_csv(workbook, folder):
-    """The first sheet as rows of text, converted by a second office with its own profile."""
-    profile = os.path.join(folder, "csv-profile")
-    out = os.path.join(folder, "csv")
-    subprocess.run([OFFICE, "-env:UserInstallation=file://" + profile, "--headless", "--convert-to",
-                    "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false", "--outdir", out, workbook],
-                   check=True, capture_output=True, timeout=120,
-                   env={k: v for k, v in os.environ.items() if k != "LD_PRELOAD"})  # no sanitizer runtime
-    name = os.path.splitext(os.path.basename(workbook))[0] + ".csv"
-    with open(os.path.join(out, name), encoding="utf-8", newline="") as f:
-        return list(csv.reader(f))
-
-
-class Reports:
-    def __init__(self, test):
-        self.said = []
-        rykel.SetNotifier(lambda caption, text, buttons, icon: self.said.append(text) or "OK")
-        test.addCleanup(rykel.SetNotifier, None)
-
-
-class MissingOfficeTest(unittest.TestCase):
-    def test_a_missing_program_gives_the_message_and_false(self):
-        with tempfile.TemporaryDirectory() as d:
-            reports = Reports(self)
-            out = os.path.join(d, "a.xlsx")
-            settings = {"EXCEL.PROGRAM": os.path.join(d, "no-office"), "EXCEL.PASSWORD": "x"}
-            self.assertFalse(contacts().EXPORTEXCEL(1, out, None, settings))
-            self.assertEqual(reports.said, ["Excel konnte nicht gestartet werden!"])
-            self.assertFalse(os.path.exists(out))
-            # Without any setting that needs the program, the built-in writer needs no office.
-            self.assertTrue(contacts().EXPORTEXCEL(1, out, None, {"EXCEL.TIMEOUT": 5}))
-            with open(out, "rb") as f:
-                self.assertEqual(f.read(2), b"PK")
 
 
 @unittest.skipIf(OFFICE is None, NO_OFFICE)
@@ -134,34 +93,10 @@ class CalcWorkbookTest(unittest.TestCase):
         self.assertEqual(berlin.auto_filter.ref, "A4:G6")
         self.assertEqual([r[0].value for r in wb["Alle2"].iter_rows(min_row=5)], ["Dora"])
 
-        rows = to_csv(out, self.dir.name)
+        rows = soffice_csv(out, self.dir.name)
         self.assertEqual(rows[3][:3], ["Name", "Stadt", "PLZ"])
         self.assertEqual(rows[4][:3], ["Anna", "Berlin", "01067"])
         self.assertEqual(rows[5][5], "-1234")
         self.assertEqual(rows[7][6], "Grüße €")
 
-    @unittest.skipIf(msoffcrypto is None, "python3-msoffcrypto-tool is not installed")
-    def test_password_encrypts_and_only_the_password_opens_it(self):
-        out = self.path("geheim.xlsx")
-        with open(out, "w") as f:
-            f.write("an older file")
-        self.assertTrue(contacts().EXPORTEXCEL(1, out, None, {"EXCEL.PASSWORD": "Sesam öffne"}))
-        with open(out, "rb") as f:
-            self.assertEqual(f.read(4), b"\xd0\xcf\x11\xe0")
-        with open(out, "rb") as f, self.assertRaises(Exception):
-            office = msoffcrypto.OfficeFile(f)
-            office.load_key(password="sesam öffne")
-            office.decrypt(io.BytesIO())
-        plain = io.BytesIO()
-        with open(out, "rb") as f:
-            office = msoffcrypto.OfficeFile(f)
-            office.load_key(password="Sesam öffne")
-            office.decrypt(plain)
-        ws = openpyxl.load_workbook(plain)["Alle"]
-        self.assertEqual([c.value for c in ws[1]][:3], ["Name", "Stadt", "PLZ"])
-        self.assertEqual(ws["C2"].value, "01067")
-        self.assertEqual(ws.max_row, 5)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -52,6 +52,22 @@ class DatabaseTest(unittest.TestCase):
             self.assertTrue(back.DBCHECKINDEX())
             back.DBCLOSE()
 
+    def test_a_file_changed_on_disk_is_saved_only_when_forced(self):
+        rykel.SetNotifier(lambda *notification: "OK")
+        self.addCleanup(rykel.SetNotifier, None)
+        db, path = self.make("p.ry-dbb")
+        db.ENTRYCHANGED_LET(True)
+        self.assertTrue(db.DBCLOSE())
+        a, b = rykel.cls_DB(), rykel.cls_DB()
+        self.assertTrue(a.DBOPEN(path) and b.DBOPEN(path))
+        b.ENTRYADD(b.ENTRYFREEID())
+        self.assertTrue(b.DBSAVE())
+        a.ENTRYADD(a.ENTRYFREEID())
+        self.assertFalse(a.DBSAVE())
+        self.assertIn("changed on disk since it was opened or last saved", a.DBSAVEERROR_GET())
+        self.assertTrue(a.DBSAVE(pForce=True))
+        self.assertEqual(a.DBSAVEERROR_GET(), "")
+
     def test_missing_files_and_raise(self):
         seen = []
         rykel.SetNotifier(lambda *n: seen.append(n) or "OK")
@@ -107,6 +123,3 @@ class DatabaseTest(unittest.TestCase):
         self.assertFalse(other.UNSERIALIZE("nothing"))
         self.assertIsInstance(rykel.CreateObject("RyKEL.cls_DB"), rykel.cls_DB)
 
-
-if __name__ == "__main__":
-    unittest.main()

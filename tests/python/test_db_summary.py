@@ -45,6 +45,3 @@ class SummaryAndSchemaTest(unittest.TestCase):
         self.assertFalse(db.FIELDEXISTS("AGE"))
         self.assertTrue(all(not db.ENTRY(i).EXISTS_GET("AGE") for i in (1, 2, 3)))
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,6 +1,5 @@
 import csv
 import datetime
-import io
 import json
 import os
 import sqlite3
@@ -68,14 +67,7 @@ class ExportDataTest(unittest.TestCase):
             self.assertEqual(list(csv.reader(f)), [["NAME", "ZIP", "AGE", "SCORE", "BORN", "OK"],
                                                    ["Ana, \"Q\"", "00001", "-3", "0.1", "2001-01-02 03:04:05",
                                                     "false"]])
-        with open(self.path("a.tsv"), encoding="utf-8") as f:
-            self.assertEqual(f.read().splitlines()[1].split("\t")[:3], ["Ana, \"Q\"", "00001", "-3"])
         with open(self.path("a.json"), encoding="utf-8") as f:
             self.assertEqual(json.load(f), [{"NAME": "Ana, \"Q\"", "ZIP": "00001", "AGE": -3, "SCORE": 0.1,
                                              "BORN": "2001-01-02 03:04:05", "OK": False}])
-        with open(self.path("a.jsonl"), encoding="utf-8") as f:
-            self.assertEqual([json.loads(line)["AGE"] for line in f], [-3])
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -70,6 +70,3 @@ class Foundation(unittest.TestCase):
         self.assertEqual(rykel.CreateObject("RyKEL.cls_Structure").TypeName(), "cls_Structure")
         self.assertEqual(rykel.DBTOOL_GET().IDGENERATE("Müller & Söhne GmbH"), "MUELLERSOEHN")
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -135,6 +135,3 @@ class Lifetimes(unittest.TestCase):
         del s
         self.assertEqual(m.USAGE(), before)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -29,6 +29,3 @@ class ImportFileTest(unittest.TestCase):
             self.assertEqual(r.to_python(), {"IMPORTED": 1, "FIELDS": {}, "SKIPPED": [2]})
             self.assertEqual(db.ENTRYFIELD_GET(3, "SCORE"), 3)
 
-
-if __name__ == "__main__":
-    unittest.main()

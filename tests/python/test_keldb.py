@@ -47,6 +47,3 @@ class TestKELDB(unittest.TestCase):
         self.assertEqual(self.k.PROCESS('{DB:OPEN "data/keine.db"}', None), "ERR:---Database not found: data/keine.db---")
         self.assertEqual(self.k.ERRORLIST.COUNT(), 2)
 
-
-if __name__ == "__main__":
-    unittest.main()

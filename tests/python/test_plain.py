@@ -122,6 +122,3 @@ class PlainData(unittest.TestCase):
         self.assertEqual(e.exception.number, 1000)
         self.assertIn("JSON invalid at line 2, column 7", str(e.exception))
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -36,6 +36,3 @@ class QueryTest(unittest.TestCase):
         self.assertFalse(tool.FILTER("x", "!IN x,y"))
         self.assertTrue(tool.FILTER(5, "[] 1 5"))
 
-
-if __name__ == "__main__":
-    unittest.main()

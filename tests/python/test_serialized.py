@@ -1,7 +1,6 @@
 """The serialized text against real PHP, and the compact form, from Python."""
 import json
 import os
-import math
 import shutil
 import subprocess
 import unittest
@@ -147,6 +146,3 @@ class SerializedFromPython(unittest.TestCase):
         self.assertEqual(t.ITEM_GET("SUB.Y"), "QS1:ABC")
         self.assertTrue(t.HASZERO_GET())
 
-
-if __name__ == "__main__":
-    unittest.main()

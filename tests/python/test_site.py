@@ -23,7 +23,3 @@ class SiteTest(unittest.TestCase):
             self.assertEqual(len(report["errors"]), 3)
         with self.assertRaises(rykel.Error):
             site.RENDER("../inc/header")
-
-
-if __name__ == "__main__":
-    unittest.main()

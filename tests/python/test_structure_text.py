@@ -103,6 +103,3 @@ class Files(unittest.TestCase):
             self.assertEqual(cm.exception.number, 76)
             self.assertEqual(os.listdir(d), ["s.txt"])
 
-
-if __name__ == "__main__":
-    unittest.main()

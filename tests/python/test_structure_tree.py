@@ -115,6 +115,3 @@ class ToolsAndCollections(unittest.TestCase):
         for name in ("cls_Collection", "cls_CollectionValues", "cls_CollectionInt"):
             self.assertEqual(type(rykel.CreateObject(name)).__name__, name)
 
-
-if __name__ == "__main__":
-    unittest.main()

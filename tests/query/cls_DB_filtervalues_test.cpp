@@ -7,6 +7,7 @@
 #include "structure/cls_StructureManager.h"
 
 #include "../CaseTable.h"
+#include "../TableDB.h"
 
 namespace rykel {
 
@@ -24,47 +25,22 @@ std::string Choices(const StructurePtr& s) {
 }
 
 struct Shop {
-  std::shared_ptr<cls_DB> db = std::make_shared<cls_DB>();
-  Shop() {
-    db->FIELDCREATE("AKTIV", ID_DBFieldType_Boolean);
-    db->FIELDCREATE("SEIT", ID_DBFieldType_Date);
-    db->FIELDCREATE("MENGE", ID_DBFieldType_Long);
-    db->FIELDCREATE("PREIS", ID_DBFieldType_Double);
-    db->FIELDCREATE("FARBE", ID_DBFieldType_Enum)->MEMBERS = "r=Rot,g=Grün";
-    db->FIELDCREATE("Vorname", ID_DBFieldType_String);
-    db->FIELDCREATE("E-MAIL", ID_DBFieldType_String);
-    db->FIELDCREATE("URL", ID_DBFieldType_String);
-    db->FIELDCREATE("PLZ", ID_DBFieldType_String);
-    db->FIELDCREATE("ORT", ID_DBFieldType_String);
-    struct Row {
-      bool aktiv;
-      const char* seit;
-      const char* menge;
-      const char* preis;
-      const char* farbe;
-      const char* vorname;
-      const char* mail;
-      const char* url;
-      const char* plz;
-      const char* ort;
-    };
-    const Row rows[] = {
-        {true, "2023-12-31 18:00:00", "5", "0.005", "r", "anna", "A@Web.de", "www.a.de", "48149", "Münster"},
-        {false, "2024-01-02", "12", "-3.5", "g", "Özgür", "b@gmx.net", "a.de", "48143", "Münster"},
-        {true, "2024-01-20", "-7", "250", "", "Bernd", "c@web.de", "www.b.com", "49074", "Osnabrück"},
-        {false, "", "", "", "r", "", "", "", "10115", ""},
-        {true, "2024-03-05", "0", "0", "g", "  berta", "kein-at", "", "x123", "Bitterfeld"},
-    };
-    int id = 1;
-    for (const auto& r : rows) {
-      db->ENTRYADD(id);
-      const std::pair<const char*, Variant> values[] = {
-          {"AKTIV", r.aktiv},     {"SEIT", r.seit},   {"MENGE", r.menge}, {"PREIS", r.preis}, {"FARBE", r.farbe},
-          {"Vorname", r.vorname}, {"E-MAIL", r.mail}, {"URL", r.url},     {"PLZ", r.plz},     {"ORT", r.ort}};
-      for (const auto& [f, v] : values) db->ENTRYFIELD_LET(id, f, v);
-      ++id;
-    }
-  }
+  DBPtr db =
+      TableDB({{"AKTIV", ID_DBFieldType_Boolean},
+               {"SEIT", ID_DBFieldType_Date},
+               {"MENGE", ID_DBFieldType_Long},
+               {"PREIS", ID_DBFieldType_Double},
+               {"FARBE", ID_DBFieldType_Enum, "", false, "r=Rot,g=Grün"},
+               {"Vorname"},
+               {"E-MAIL"},
+               {"URL"},
+               {"PLZ"},
+               {"ORT"}},
+              {{true, "2023-12-31 18:00:00", "5", "0.005", "r", "anna", "A@Web.de", "www.a.de", "48149", "Münster"},
+               {false, "2024-01-02", "12", "-3.5", "g", "Özgür", "b@gmx.net", "a.de", "48143", "Münster"},
+               {true, "2024-01-20", "-7", "250", "", "Bernd", "c@web.de", "www.b.com", "49074", "Osnabrück"},
+               {false, "", "", "", "r", "", "", "", "10115", ""},
+               {true, "2024-03-05", "0", "0", "g", "  berta", "kein-at", "", "x123", "Bitterfeld"}});
   StructurePtr Settings(bool pUsage, bool pSort = false) {
     auto s = cls_Structure::New();
     s->ITEM_LET("SHOW.USAGE", pUsage);

@@ -1,6 +1,7 @@
 // Queries, search, filters and sorting of cls_DB on a small database of known entries.
 #include <gtest/gtest.h>
 
+#include "TableDB.h"
 #include "TestSupport.h"
 
 #include "frame/Convert.h"
@@ -15,42 +16,19 @@ namespace rykel {
 namespace {
 
 struct People {
-  std::shared_ptr<cls_DB> db = std::make_shared<cls_DB>();
+  DBPtr db = TableDB({{"NAME", ID_DBFieldType_String, "", true},
+                      {"CITY"},
+                      {"AGE", ID_DBFieldType_Long, "", true},
+                      {"BORN", ID_DBFieldType_Date},
+                      {"TAGS", ID_DBFieldType_EnumMulti, "", false, "a=Alpha,b=Beta,ab=AlphaBeta"},
+                      {"DATA", ID_DBFieldType_Structure},
+                      {"ADDR.ZIP"}},
+                     {{"Meier", "Hamburg", 40, "1984-05-01 13:30:00", "a,b", Variant(), "20095"},
+                      {"meier", "Bad Homburg", 12, "2012-01-31", "ab", Variant(), "61348"},
+                      {"Müller", "München", 40, "1984-05-02", "b", Variant(), "80331"},
+                      {"Schmidt", "Hamburg-Altona", -3, "1850-03-01 18:00:00", "", Variant(), "22765"},
+                      {"Anna Maria", "", 7, "", "a", Variant(), ""}});
   People() {
-    db->FIELDCREATE("NAME", ID_DBFieldType_String)->INDEXED = true;
-    db->FIELDCREATE("CITY", ID_DBFieldType_String);
-    db->FIELDCREATE("AGE", ID_DBFieldType_Long)->INDEXED = true;
-    db->FIELDCREATE("BORN", ID_DBFieldType_Date);
-    auto tags = db->FIELDCREATE("TAGS", ID_DBFieldType_EnumMulti);
-    tags->MEMBERS = "a=Alpha,b=Beta,ab=AlphaBeta";
-    db->FIELDCREATE("DATA", ID_DBFieldType_Structure);
-    db->FIELDCREATE("ADDR.ZIP", ID_DBFieldType_String);
-    struct Row {
-      const char* name;
-      const char* city;
-      int age;
-      const char* born;
-      const char* tags;
-      const char* zip;
-    };
-    const Row rows[] = {
-        {"Meier", "Hamburg", 40, "1984-05-01 13:30:00", "a,b", "20095"},
-        {"meier", "Bad Homburg", 12, "2012-01-31", "ab", "61348"},
-        {"Müller", "München", 40, "1984-05-02", "b", "80331"},
-        {"Schmidt", "Hamburg-Altona", -3, "1850-03-01 18:00:00", "", "22765"},
-        {"Anna Maria", "", 7, "", "a", ""},
-    };
-    int id = 1;
-    for (const auto& r : rows) {
-      db->ENTRYADD(id);
-      db->ENTRYFIELD_LET(id, "NAME", r.name);
-      db->ENTRYFIELD_LET(id, "CITY", r.city);
-      db->ENTRYFIELD_LET(id, "AGE", r.age);
-      db->ENTRYFIELD_LET(id, "BORN", r.born);
-      db->ENTRYFIELD_LET(id, "TAGS", r.tags);
-      db->ENTRYFIELD_LET(id, "ADDR.ZIP", r.zip);
-      ++id;
-    }
     auto data = cls_Structure::New();
     data->ITEM_LET("KEY1", 1);
     db->ENTRYFIELD_LET(1, "DATA", Variant(data));

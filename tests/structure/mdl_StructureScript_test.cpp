@@ -317,29 +317,7 @@ TEST(StructureFile, FailedWritesRaiseFileErrorsAndKeepTheOldFile) {
   // a path in a missing folder
   EXPECT_EQ(Failure([&] { s->SAVE((dir.path / "no" / "such.txt").string()); }).first, err::kPathNotFound);
 
-  // the device fills up half way: disk full, the old file whole, no temporary file left
-  fileio::SetWriteHook([](int fd, const char* data, size_t size) -> ssize_t {
-    if (size > 4) return ::write(fd, data, 4);
-    errno = ENOSPC;
-    return -1;
-  });
-  auto big = cls_Structure::New();
-  big->ITEM_LET("OTHER", "a longer text than four bytes");
-  auto [number, message] = Failure([&] { big->SAVE(file); });
-  fileio::SetWriteHook({});
-  EXPECT_EQ(number, err::kDiskFull);
-  EXPECT_NE(message.find("keep.txt"), std::string::npos);
-  EXPECT_EQ(ReadAll(file), before);
-  EXPECT_EQ(dir.Count(), 1u);
-
-  // a folder we may not write to (root may write anyway: then there is nothing to test)
-  fs::permissions(dir.path, fs::perms::owner_write, fs::perm_options::remove);
-  if (::access(dir.path.c_str(), W_OK) != 0) {
-    EXPECT_EQ(Failure([&] { big->SAVE(file); }).first, err::kPermissionDenied);
-    EXPECT_EQ(ReadAll(file), before);
-  }
-  fs::permissions(dir.path, fs::perms::owner_write, fs::perm_options::add);
-
+  // a full disk and a folder we may not write to: FileIO_test.cpp
   // the target is a folder
   EXPECT_EQ(Failure([&] { s->SAVE(dir.path.string()); }).first, err::kPathFileAccess);
 }
