@@ -1,25 +1,13 @@
 // cls_DBStore: the database files (open, save, close, clear), the whole-database structure, the
 // one-string form, copying, merging and the index check.
 //
-// Binary form of the database file, values of the sequential value writer (frame/ValueWriter.h)
-// one after the other:
-//   file    := signature format header-name timestamp count record* end
-//   signature := String "Morvandil KEL DB Binary"
-//   format  := Integer 1
-//   header-name := String      (file name part of the header file)
-//   timestamp := Date          (when the file was written)
-//   count   := Long            (number of records)
-//   record  := id marker content
-//   id      := the id value in a numeric database; else String, the id with "." written "_"
-//   marker  := Boolean         (true when content holds a CR LF)
-//   content := String          (the entry's structure, serialized)
-//   end     := String "EOF"
-// On reading, every id becomes the number its text begins with.
+// The binary form of the database file is read by DBBinaryFile (the form is written down there).
 #include <sys/stat.h>
 
 #include <atomic>
 #include <cmath>
 
+#include "database/DBBinaryFile.h"
 #include "database/DBEntryText.h"
 #include "database/DBStructureFile.h"
 #include "database/cls_DBStore.h"
@@ -40,7 +28,6 @@ namespace rykel {
 namespace {
 
 constexpr const char* kClass = "cls_DB";  // the error source hosts see
-constexpr std::string_view kSignature = "Morvandil KEL DB Binary";
 constexpr std::string_view kDefaultHeader = "info.header";
 
 // A failure while opening: the message that the report shows.
@@ -97,6 +84,8 @@ bool cls_DBStore::DBCLEAR() {
     headerFile_.clear();
     cacheFile_.clear();
     readOnly_ = false;
+    streamed_ = false;
+    streamCount_ = 0;
     lock_.Release();
     stamp_ = {};
     saveError_.clear();
@@ -145,7 +134,8 @@ bool cls_DBStore::hLocateHeader(const std::string& pName, std::string& rPath) {
 bool cls_DBStore::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, const StructurePtr& pSettings) {
   const std::string& D = pDBFile;
   const std::string& H = pHeaderFile;
-  bool readOnly = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("READONLY", false));
+  bool stream = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("STREAM", false)) && hIsBinaryName(pDBFile);
+  bool readOnly = stream || (pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("READONLY", false)));
   bool isNew = false, reindex = false;
   try {
     // A folder, FIFO or device is never taken for a database (reading a FIFO would wait for ever,
@@ -202,9 +192,17 @@ bool cls_DBStore::hOpen(const std::string& pDBFile, const std::string& pHeaderFi
       std::vector<DBRow> rows;
       if (!empty) {
         try {
-          hReadBinary(dbFile_, headerName, rows);
+          if (stream) {
+            // Only the part before the records: ENTRYCURSOR reads them.
+            DBBinaryFile file(dbFile_);
+            headerName = file.HeaderName();
+            streamCount_ = file.Count();
+          } else {
+            hReadBinary(dbFile_, headerName, rows);
+          }
         } catch (const Error& e) { readFail(e); }
       }
+      streamed_ = stream;
       // The header first: it decides whether ids are numbers or texts.
       if (!headerGiven) locateAndLoad(headerName);
       try {
@@ -322,7 +320,7 @@ void cls_DBStore::hWriteBinary(const std::string& pFile) {
         Raise(err::kFileIO, "cannot write '" + pFile + "'");
       w.Clear();
     };
-    w.WriteString(kSignature);
+    w.WriteString(DBBinaryFile::kSignature);
     w.Write(Variant(static_cast<int16_t>(1)));
     w.WriteString(hFileName(headerFile_));
     w.Write(Variant::Date(date::Now()));
@@ -341,26 +339,13 @@ void cls_DBStore::hWriteBinary(const std::string& pFile) {
 }
 
 void cls_DBStore::hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows) {
-  std::string data = fileio::ReadRegularFile(pFile);
-  ValueReader r(data);
-  if (r.ReadStringView() != kSignature) Raise(err::kInvalidData, "not a binary database file");
-  int32_t format = CLng(r.Read());
-  if (format != 1) Raise(err::kInvalidData, "unknown binary format " + std::to_string(format));
-  rHeaderName = std::string(r.ReadStringView());
-  r.Read();  // time stamp
-  int32_t count = CLng(r.Read());
-  if (count < 0) Raise(err::kInvalidData, "negative entry count");
+  DBBinaryFile file(pFile);
+  rHeaderName = file.HeaderName();
   rRows.clear();
-  rRows.reserve(static_cast<size_t>(std::min<int32_t>(count, 1 << 24)));
-  for (int32_t i = 0; i < count; ++i) {
-    Variant id = r.Read();
-    double d;
-    Variant num =
-        NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
-    r.Read();  // marker: the content is restored from its text either way
-    rRows.push_back({std::move(num), hEntryFromText(r.ReadStringView())});
-  }
-  if (r.ReadStringView() != "EOF") Raise(err::kInvalidData, "end mark missing");
+  rRows.reserve(static_cast<size_t>(std::min<int32_t>(file.Count(), 1 << 24)));
+  Variant id;
+  std::string_view content;
+  while (file.Next(id, content)) rRows.push_back({std::move(id), hEntryFromText(content)});
 }
 
 void cls_DBStore::hInstallRows(std::vector<DBRow>& rRows, bool pRejectDuplicates) {
