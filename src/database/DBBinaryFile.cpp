@@ -59,9 +59,7 @@ bool DBBinaryFile::hMore() {
   size_t have = window_.size();
   window_.resize(have + std::max(kChunk, have));
   ssize_t n;
-  do {
-    n = ::read(fd_, window_.data() + have, window_.size() - have);
-  } while (n < 0 && errno == EINTR);
+  do { n = ::read(fd_, window_.data() + have, window_.size() - have); } while (n < 0 && errno == EINTR);
   if (n < 0) {
     int e = errno;
     window_.resize(have);

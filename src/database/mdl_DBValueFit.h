@@ -29,9 +29,9 @@ namespace rykel::mdl_DBValueFit {
 enum class Problem { None, NotMember, NotDate, NotWhole, NotNumber, NotYesNo };
 
 struct Result {
-  std::string value;               // what to store (the value as given, or its key / True / False)
+  std::string value;                // what to store (the value as given, or its key / True / False)
   Problem problem = Problem::None;  // why it does not fit
-  std::string member;              // NotMember: the (trimmed) part of the value that names no member
+  std::string member;               // NotMember: the (trimmed) part of the value that names no member
 };
 
 // Checks pValue against pField's type (see the header comment); a blank value is checked as any.
