@@ -43,7 +43,9 @@ void AddDbImportCommand(CLI::App& app) {
   auto* im = dbc->add_subcommand(
       "import", "Add the rows of a CSV, TSV, JSON or JSONL file as entries (a new database when DB does not exist)");
   im->add_option("DB", a.db, "database file (made, with its header beside it, when it does not exist)")->required();
-  im->add_option("FILE", a.file, "data file: a header row naming the columns, then one row per entry")->required();
+  im->add_option("FILE", a.file,
+                 "data file: a header row naming the columns, then one row per entry; - for standard input")
+      ->required();
   im->add_option("--format", a.options.format,
                  "csv, tsv, json (an array of objects) or jsonl (an object per line); default: by FILE's "
                  "extension, else csv")

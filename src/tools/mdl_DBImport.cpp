@@ -160,7 +160,7 @@ int32_t InferType(const std::vector<std::string>& pValues) {
 Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOptions) {
   DBImportReader reader(pFile, hSettings(pFile, pOptions));
   Result result;
-  auto where = [&](int64_t line) { return pFile + ":" + std::to_string(line) + ": "; };
+  auto where = [&](int64_t line) { return reader.Name() + ":" + std::to_string(line) + ": "; };
   const bool twoPasses = pOptions.create;
   auto progress = [&](int64_t pass) -> DBImportReader::ProgressFn {
     if (!pOptions.progress) return {};
@@ -242,7 +242,8 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
         bad, progress(twoPasses ? 1 : 0));
     resolve(1);  // a CSV without rows still maps (or makes) its columns
     for (size_t m = 0; m < mapUsed.size(); ++m)
-      if (!mapUsed[m]) Raise(err::kInvalidCall, "map " + pOptions.map[m].first + ": no such column in " + pFile);
+      if (!mapUsed[m])
+        Raise(err::kInvalidCall, "map " + pOptions.map[m].first + ": no such column in " + reader.Name());
   } catch (...) {
     for (const auto& id : result.fieldsCreated) rDB.FIELDREMOVE(id);
     rDB.FIELDSCHANGED_LET(fieldsChangedBefore);

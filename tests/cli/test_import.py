@@ -89,6 +89,20 @@ class ImportTest(unittest.TestCase):
         self.assertIn("ORT=Köln\tNAME=Müller", run("db", "show", db).stdout)
         self.assertEqual(run("db", "import", db, self.write("x.csv", "A\n1\n"), "--map", "A").returncode, 2)
 
+    def test_standard_input_is_read_like_a_file(self):
+        db = os.path.join(self.dir.name, "in.ry-dbb")
+        r = subprocess.run([CLI, "db", "import", db, "-", "--quiet"], input="Name,Alter\nAnna,7\nBen,8\n",
+                           capture_output=True, text=True)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("2 entries imported", r.stdout)
+        self.assertIn("NAME=Ben\tALTER=8", run("db", "show", db).stdout)
+        before = self.digest(db)
+        r = subprocess.run([CLI, "db", "import", db, "-", "--format", "jsonl"], input='{"Name": "C"}\n{"Alter": "x"}\n',
+                           capture_output=True, text=True)
+        self.assertEqual((r.returncode, r.stderr.strip()),
+                         (2, "rykel db import: standard input:2: ALTER: 'x' is not a whole number"))
+        self.assertEqual(self.digest(db), before)
+
 
 if __name__ == "__main__":
     unittest.main()
