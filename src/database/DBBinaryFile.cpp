@@ -8,7 +8,9 @@
 
 #include "database/DBEntryTable.h"
 #include "frame/Convert.h"
+#include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "frame/Text.h"
 #include "frame/ValueReader.h"
 
 namespace rykel {
@@ -88,6 +90,40 @@ bool DBBinaryFile::Next(Variant& rID, std::string_view& rContent) {
   double d;
   rID = NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
   return true;
+}
+
+void DBBinaryWriter::hFlush() {
+  // a failed write is raised by the atomic writer that owns the stream, with the system's reason
+  if (!w_.Data().empty() && std::fwrite(w_.Data().data(), 1, w_.Data().size(), out_) != w_.Data().size())
+    Raise(err::kFileIO, "cannot write '" + file_ + "'");
+  w_.Clear();
+}
+
+void DBBinaryWriter::Begin(std::string_view pHeaderName, int32_t pCount) {
+  w_.WriteString(DBBinaryFile::kSignature);
+  w_.Write(Variant(static_cast<int16_t>(1)));
+  w_.WriteString(pHeaderName);
+  w_.Write(Variant::Date(date::Now()));
+  w_.Write(Variant(pCount));
+  announced_ = pCount;
+  begun_ = true;
+}
+
+void DBBinaryWriter::Record(const Variant& pID, bool pNumeric, std::string_view pContent) {
+  if (pNumeric) w_.Write(pID);
+  else w_.WriteString(text::Replace(CStr(pID), ".", "_"));
+  w_.WriteBool(pContent.find("\r\n") != std::string_view::npos);
+  w_.WriteString(pContent);
+  ++written_;
+  if (w_.Data().size() > (1u << 20)) hFlush();
+}
+
+void DBBinaryWriter::End() {
+  w_.WriteString("EOF");
+  hFlush();
+  if (written_ != announced_)
+    Raise(err::kInvalidData, "'" + file_ + "': " + std::to_string(written_) + " records written, " +
+                                 std::to_string(announced_) + " announced");
 }
 
 }  // namespace rykel

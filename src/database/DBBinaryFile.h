@@ -20,10 +20,12 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
 #include "frame/FileIO.h"
+#include "frame/ValueWriter.h"
 #include "frame/Variant.h"
 
 namespace rykel {
@@ -64,6 +66,29 @@ class DBBinaryFile {
   std::string headerName_;
   int32_t count_ = 0;
   int32_t read_ = 0;  // records read so far
+};
+
+// Writes the binary form to a stream, one record at a time: Begin, Record for each entry, End.
+class DBBinaryWriter {
+ public:
+  // pFile names the file in messages.
+  DBBinaryWriter(std::FILE* pOut, std::string pFile) : out_(pOut), file_(std::move(pFile)) {}
+  // The part before the records: the header file's name and the number of records to come.
+  void Begin(std::string_view pHeaderName, int32_t pCount);
+  // One record: the id (in a text table written as text, "." as "_") and the entry's serialized text.
+  void Record(const Variant& pID, bool pNumeric, std::string_view pContent);
+  // The end mark. Raises 57 when writing fails, and kInvalidData when the records written are
+  // not as many as Begin announced (the file would not read back).
+  void End();
+  bool Begun() const { return begun_; }
+
+ private:
+  void hFlush();
+  std::FILE* out_;
+  std::string file_;
+  ValueWriter w_;
+  bool begun_ = false;
+  int32_t announced_ = 0, written_ = 0;
 };
 
 }  // namespace rykel

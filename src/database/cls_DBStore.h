@@ -128,6 +128,8 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
   // through the notifier, raises when pRaiseErrors, and returns false.
   bool DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false,
               const StructurePtr& pSettings = nullptr);
+  // True for a file name of the binary form (ending ".RY-DBB" or "RY-DBB.TMP", any case).
+  static bool ISBINARYNAME(std::string_view pFile);
   bool DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false);
   // The message of the last failed DBOPEN ("" after a success).
   std::string DBOPENERROR_GET() const { return openError_; }

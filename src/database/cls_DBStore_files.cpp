@@ -19,7 +19,6 @@
 #include "frame/Random.h"
 #include "frame/Text.h"
 #include "frame/ValueReader.h"
-#include "frame/ValueWriter.h"
 #include "frame/mdl_Global.h"
 #include "frame/mdl_Limits.h"
 
@@ -100,6 +99,8 @@ bool cls_DBStore::DBCLEAR() {
     return true;
   });
 }
+
+bool cls_DBStore::ISBINARYNAME(std::string_view pFile) { return hIsBinaryName(pFile); }
 
 bool cls_DBStore::DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile, bool pRaiseErrors) {
   return Guard(kClass, "DBOPENREADONLY", [&] {
@@ -313,28 +314,10 @@ void cls_DBStore::hWriteBinary(const std::string& pFile) {
   const auto& all = entries_.Entries();
   bool numeric = entries_.Numeric();
   fileio::WriteFileAtomicStream(pFile, [&](std::FILE* f) {
-    ValueWriter w;
-    auto flush = [&] {
-      // a failed write is raised by the atomic writer, with the system's reason
-      if (!w.Data().empty() && std::fwrite(w.Data().data(), 1, w.Data().size(), f) != w.Data().size())
-        Raise(err::kFileIO, "cannot write '" + pFile + "'");
-      w.Clear();
-    };
-    w.WriteString(DBBinaryFile::kSignature);
-    w.Write(Variant(static_cast<int16_t>(1)));
-    w.WriteString(hFileName(headerFile_));
-    w.Write(Variant::Date(date::Now()));
-    w.Write(Variant(static_cast<int32_t>(all.size())));
-    for (const auto& e : all) {
-      if (numeric) w.Write(e.id);
-      else w.WriteString(text::Replace(CStr(e.id), ".", "_"));
-      std::string content = hEntryText(e.data);
-      w.WriteBool(content.find("\r\n") != std::string::npos);
-      w.WriteString(content);
-      if (w.Data().size() > (1u << 20)) flush();
-    }
-    w.WriteString("EOF");
-    flush();
+    DBBinaryWriter w(f, pFile);
+    w.Begin(hFileName(headerFile_), static_cast<int32_t>(all.size()));
+    for (const auto& e : all) w.Record(e.id, numeric, hEntryText(e.data));
+    w.End();
   });
 }
 

@@ -170,9 +170,12 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
 
   // A first pass over the file learns the type of each column's values.
   std::vector<TypeGuess> guesses;
+  int64_t rows = -1;
   if (pOptions.create) {
+    rows = 0;
     reader.Read(
         [&](int64_t, std::vector<std::string>& values) {
+          ++rows;
           if (guesses.size() < reader.Columns().size()) guesses.resize(reader.Columns().size());
           for (size_t c = 0; c < values.size(); ++c) guesses[c].Add(values[c]);
         },
@@ -237,7 +240,12 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
             if (!problem.empty()) return bad(line, problem);
             data->ITEMBYID_LET(f.ID, f.VALUECONVERT(fitted));
           }
-          staged.push_back(std::move(data));
+          if (pOptions.sink) {
+            pOptions.sink(data, rows);
+            ++result.imported;
+          } else {
+            staged.push_back(std::move(data));
+          }
         },
         bad, progress(twoPasses ? 1 : 0));
     resolve(1);  // a CSV without rows still maps (or makes) its columns
@@ -249,6 +257,7 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
     rDB.FIELDSCHANGED_LET(fieldsChangedBefore);
     throw;
   }
+  if (pOptions.sink) return result;
   for (auto& data : staged) rDB.ENTRYADD(rDB.ENTRYFREEID(), data);
   result.imported = static_cast<int64_t>(staged.size());
   if (!staged.empty()) rDB.ENTRYCHANGED_LET(true);

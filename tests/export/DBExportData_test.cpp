@@ -167,7 +167,8 @@ TEST(DBExportData, StreamedDatabaseExportsWhatTheLoadedOneDoes) {
   std::string file = dir / "data.ry-dbb";
   auto db = hData();
   for (int i = 4; i <= 3000; ++i) db->ENTRYFIELD_LET(i, "NOTE", std::string(static_cast<size_t>(i % 700), 'x'));
-  ASSERT_TRUE(db->EXPORTDB(1, Variant(file)));  // the binary form, records past one read window
+  db->ENTRYFIELD_LET(2000, "NOTE", std::string(600000, 'y'));  // one record larger than a read window
+  ASSERT_TRUE(db->EXPORTDB(1, Variant(file)));                 // the binary form, records across read windows
   auto loaded = std::make_shared<cls_DB>(), streamed = std::make_shared<cls_DB>();
   ASSERT_TRUE(loaded->DBOPEN(file, file + ".header"));
   auto settings = cls_Structure::New();
