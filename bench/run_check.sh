@@ -4,13 +4,7 @@
 # table_subscript.html), the demo's templates in one pass, and a 1 MB template of the W2 rows in
 # nested conditions written once in each language. Both sides in process, medians of repeated runs;
 # then `rykel check` as a program (start included) on the demo's templates and the 1 MB file.
-set -euo pipefail
-cd "$(dirname "$0")/.."
-PY=/usr/bin/python3
-PEERS=../../shared/peers
-[ -d "$PEERS" ] || PEERS=/work/shared/peers
-OUT=build/bench
-mkdir -p "$OUT"
+source "$(dirname "$0")/common.sh"
 # The 1 MB templates: groups of 20 sections of 20 rows (no KEL text holds more than 100 commands).
 $PY - "$OUT/check_1mb.kel" "$OUT/check_1mb.html" <<'PYEOF'
 import sys
@@ -34,20 +28,18 @@ KEL_W2_DIR=bench/kel_w2 KEL_CHECK_BIG="$OUT/check_1mb.kel" RYKEL_QUIET=1 \
 $PY - "$PEERS/w2" "$OUT" <<'PYEOF'
 import glob, json, os, statistics, subprocess, sys, time
 import jinja2
+from pairing import gbench, timed
 peer, out = sys.argv[1], sys.argv[2]
 env = jinja2.Environment(autoescape=False)
 def parse_us(source, rounds):
-    times = []
-    for _ in range(rounds):
-        t0 = time.perf_counter_ns(); env.parse(source); times.append((time.perf_counter_ns() - t0) / 1e3)
-    return statistics.median(times)
+    return timed(lambda: env.parse(source), rounds) * 1e3
 w2 = open(os.path.join(peer, "templates", "table_subscript.html"), encoding="utf-8").read()
 big = open(os.path.join(out, "check_1mb.html"), encoding="utf-8").read()
 jinja_w2 = parse_us(w2, 501)
 jinja_big = parse_us(big, 5)
-res = json.load(open(os.path.join(out, "check.json")))["benchmarks"]
+res = gbench(os.path.join(out, "check.json"))
 def median_us(name):
-    b = [b for b in res if b["name"] == name + "_median"][0]
+    b = res[name]
     scale = {"ns": 1e-3, "us": 1, "ms": 1e3}[b["time_unit"]]
     return b["real_time"] * scale
 kel_w2, kel_demo, kel_big = median_us("CHECK_W2"), median_us("CHECK_Demo"), median_us("CHECK_Big")

@@ -9,13 +9,7 @@
 # Also prints commands per second for a flat 100-command template and the 1 MB text rate.
 # KEL protects <style> sections: their braces come out as "[[" "]]", so those two marks are mapped
 # back before the outputs are compared.
-set -euo pipefail
-cd "$(dirname "$0")/.."
-PY=/usr/bin/python3
-PEERS=../../shared/peers
-[ -d "$PEERS" ] || PEERS=/work/shared/peers
-OUT=build/bench
-mkdir -p "$OUT"
+source "$(dirname "$0")/common.sh"
 [ -f "$OUT/w2_rows.json" ] || $PY "$PEERS/w2/gen_w2.py" "$OUT/w2_rows.json"
 $PY - "$OUT/w2_rows.json" "$OUT/w2_rows.tsv" <<'PYEOF'
 import json, sys
@@ -35,6 +29,7 @@ fi
 $PY - "$PEERS/w2" "$OUT" "$CT_MS" <<'PYEOF'
 import json, os, statistics, sys, time
 import jinja2
+from pairing import gbench, timed
 peer, out, ct = sys.argv[1], sys.argv[2], sys.argv[3]
 rows = json.load(open(os.path.join(out, "w2_rows.json"), encoding="utf-8"))
 env = jinja2.Environment(loader=jinja2.FileSystemLoader(os.path.join(peer, "templates")), autoescape=False)
@@ -50,17 +45,14 @@ jinja_cpu = statistics.median(cpu)
 env_esc = jinja2.Environment(loader=jinja2.FileSystemLoader(os.path.join(peer, "templates")), autoescape=True)
 t_esc = env_esc.get_template("table_subscript.html")
 ref_esc = t_esc.render(ctx)
-times = []
-for _ in range(5):
-    t0 = time.perf_counter_ns(); s = t_esc.render(ctx); times.append((time.perf_counter_ns() - t0) / 1e6)
-jinja_esc_ms = statistics.median(times)
+jinja_esc_ms = timed(lambda: t_esc.render(ctx))
 kel_out = open(os.path.join(out, "w2_kel.html"), encoding="utf-8").read()
 same = kel_out.replace("[[", "{").replace("]]", "}") == ref
 kel_esc = open(os.path.join(out, "w2_kel_escaped.html"), encoding="utf-8").read()
 same_esc = kel_esc.replace("[[", "{").replace("]]", "}").replace("&quot;", "&#34;") == ref_esc
-res = json.load(open(os.path.join(out, "kel.json")))["benchmarks"]
+res = gbench(os.path.join(out, "kel.json"))
 def median(name, key="real_time"):
-    return [b for b in res if b["name"].startswith(name) and b.get("aggregate_name") == "median"][0][key]
+    return res[name][key]
 kel_ms = median("KEL_W2")
 print(f"W2 page, same HTML output: {same}")
 kel_cpu = median("KEL_W2", "cpu_time")

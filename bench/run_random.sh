@@ -1,22 +1,18 @@
 #!/usr/bin/env bash
 # Random person records side by side: ours (bench_random) and @faker-js/faker with the German
 # locale (peers/node/bench_w4.mjs), 1,000,000 records each, median of 3 runs; prints ours/faker.
-set -euo pipefail
-cd "$(dirname "$0")/.."
-build=${BUILD:-build}
-peers=${PEERS:-../../shared/peers}
-[ -d "$peers" ] || peers=/work/shared/peers
+source "$(dirname "$0")/common.sh"
 runs=3
 
-ours_json=$("$build/bench/bench_random" --benchmark_filter='PersonRecords' \
+ours_json=$("$OUT/bench_random" --benchmark_filter='PersonRecords' \
   --benchmark_repetitions=$runs --benchmark_report_aggregates_only=true --benchmark_format=json 2>/dev/null)
 
 if [ ! -d "$peers/node/node_modules" ]; then
-  (cd "$peers/node" && npm ci --silent >/dev/null)
+  (cd "$PEERS/node" && npm ci --silent >/dev/null)
 fi
-faker_line=$(cd "$peers" && node node/bench_w4.mjs 1000000 $runs)
+faker_line=$(cd "$PEERS" && node node/bench_w4.mjs 1000000 $runs)
 
-/usr/bin/python3 - "$ours_json" "$faker_line" <<'PY'
+$PY - "$ours_json" "$faker_line" <<'PY'
 import json, re, sys
 ours = json.loads(sys.argv[1])
 faker = re.search(r"median (\d+(?:\.\d+)?) ms", sys.argv[2])

@@ -4,10 +4,8 @@
 # script with SQLite and Jinja2 making the same page from the same entries. Both are whole program
 # runs (start-up, opening the data, the view, the HTML), timed in one run, median of 7; checks that
 # both pages list the same entries in the same order and prints the ratio.
-set -euo pipefail
-cd "$(dirname "$0")/.."
-PY=/usr/bin/python3
-OUT=build/bench/report
+source "$(dirname "$0")/common.sh"
+OUT=$OUT/report
 mkdir -p "$OUT"
 [ -f "$OUT/contacts.ry-dbb" ] || PYTHONPATH=build/python $PY examples/python/contacts.py "$OUT" 10000 >/dev/null
 # The peer's copy of the entries (made once, not timed).
@@ -51,15 +49,11 @@ ours = ["build/rykel", "render", "--db", os.path.join(out, "contacts.ry-dbb"), "
         "-v", "field=ORT", "-v", "cond=IN Bremen,Hamburg,Oldenburg,Osnabrück", "-v", "sort=NACHNAME",
         "-v", "then=VORNAME", "-v", "title=Kontakte im Norden", "examples/report/pages/report.kel"]
 peer = ["/usr/bin/python3", os.path.join(out, "peer_report.py"), os.path.join(out, "contacts.sqlite")]
-def timed(cmd):
-    times, page = [], ""
-    for _ in range(7):
-        t0 = time.perf_counter()
-        page = subprocess.run(cmd, capture_output=True, text=True, check=True).stdout
-        times.append((time.perf_counter() - t0) * 1000)
-    return statistics.median(times), page
-ours_ms, ours_page = timed(ours)
-peer_ms, peer_page = timed(peer)
+from pairing import timed
+def page(cmd):
+    return subprocess.run(cmd, capture_output=True, text=True, check=True).stdout
+ours_ms, ours_page = timed(lambda: page(ours), 7), page(ours)
+peer_ms, peer_page = timed(lambda: page(peer), 7), page(peer)
 row = re.compile(r'<td class="nr">\d+</td><td><b>([^<]*)</b></td><td>([^<]*)</td>')
 a, b = row.findall(ours_page), row.findall(peer_page)
 # SQLite orders by bytes, the database by German sort texts (umlauts folded): so the two pages are

@@ -4,13 +4,12 @@
 # cores), side by side with a Jinja2 static-site loop (one process, the templates compiled once,
 # each page rendered and written to its file). Checks that a page comes out the same on both sides
 # and prints pages per second, the speed-up of -j N and ours/Jinja2.
-set -euo pipefail
-cd "$(dirname "$0")/.."
+source "$(dirname "$0")/common.sh"
 pages=${RYKEL_SITE_PAGES:-10000}
 jobs=$(nproc)
-out=build/bench/site
+out=$OUT/site
 rm -rf "$out" && mkdir -p "$out"
-/usr/bin/python3 - "$out" "$pages" <<'PY'
+$PY - "$out" "$pages" <<'PY'
 import json, os, sys
 out, pages = sys.argv[1], int(sys.argv[2])
 team = [{"NAME": f"Person {i}", "CITY": ["Kiel", "Bremen", "Köln"][i % 3]} for i in range(20)]
@@ -35,9 +34,10 @@ for n in range(pages):
         f'{{% set title = "Seite {n}" %}}{{% include "inc/header.html" %}}<ul>{{% for p in team %}}<li>{{{{ p.NAME }}}}, '
         '{{ p.CITY }}</li>{% endfor %}</ul>\n{% include "inc/footer.html" %}')
 PY
-/usr/bin/python3 - "$out" "$pages" "$jobs" build/rykel <<'PY'
+$PY - "$out" "$pages" "$jobs" build/rykel <<'PY'
 import json, os, subprocess, sys, time
 import jinja2
+from pairing import process
 out, pages, jobs, rykel = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4]
 
 def best(f, runs=3):
@@ -47,7 +47,7 @@ def best(f, runs=3):
     return min(times)
 
 def ours(j):
-    subprocess.run([rykel, "build", f"{out}/kel", f"{out}/kel_out", "-j", str(j), "--clean", "--quiet"], check=True)
+    process([rykel, "build", f"{out}/kel", f"{out}/kel_out", "-j", str(j), "--clean", "--quiet"])
 
 def jinja():
     env = jinja2.Environment(loader=jinja2.FileSystemLoader(f"{out}/jinja"), autoescape=False, keep_trailing_newline=True)

@@ -17,6 +17,23 @@
 
 namespace rykel {
 
+// The build folder rykel_tests lives in, and the source folder that build was configured from (read
+// from its CMakeCache.txt), so that no path is compiled into the tests.
+inline const std::string& BinaryDir() {
+  static const std::string dir = std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
+  return dir;
+}
+inline const std::string& SourceDir() {
+  static const std::string dir = [] {
+    std::ifstream cache(BinaryDir() + "/CMakeCache.txt");
+    const std::string key = "CMAKE_HOME_DIRECTORY:INTERNAL=";
+    for (std::string line; std::getline(cache, line);)
+      if (line.starts_with(key)) return line.substr(key.size());
+    return std::string(".");
+  }();
+  return dir;
+}
+
 // Ids as one text "1,2,3", for comparing whole id lists.
 template <class List>
 std::string Ids(const List& ids) {

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "../TestSupport.h"
 #include "frame/Convert.h"
 #include "frame/mdl_Limits.h"
 #include "host/cls_DB.h"
@@ -72,7 +73,7 @@ std::string Work(int t, const fs::path& dir) {
 }
 
 TEST(Threads, EachThreadWorksOnItsOwnObjects) {
-  const fs::path dir = fs::path(RYKEL_BINARY_DIR) / "threads_test";
+  const fs::path dir = fs::path(BinaryDir()) / "threads_test";
   fs::remove_all(dir);
   fs::create_directories(dir);
   { std::ofstream(dir / "part.kel") << "part {VAR:T}"; }

@@ -112,7 +112,7 @@ TEST(mdl_Limits, SerializedDepthBoundsBothTextForms) {
 
 TEST(mdl_Limits, InputSizeBoundsEveryReader) {
   LimitsReset reset;
-  const fs::path dir = fs::path(RYKEL_BINARY_DIR) / "limits_test";
+  const fs::path dir = fs::path(BinaryDir()) / "limits_test";
   fs::remove_all(dir);
   fs::create_directories(dir);
   auto big = cls_Structure::New();

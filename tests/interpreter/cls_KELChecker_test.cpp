@@ -32,7 +32,7 @@ std::string hFindings(cls_KEL& k, std::string_view pText, std::string_view pFile
 }
 
 TEST(cls_KELChecker, EachBrokenTemplateGivesItsFinding) {
-  const fs::path dir = fs::path(RYKEL_SOURCE_DIR) / "tests/check/broken";
+  const fs::path dir = fs::path(SourceDir()) / "tests/check/broken";
   int files = 0;
   for (const auto& e : fs::directory_iterator(dir)) {
     if (e.path().extension() != ".kel") continue;
@@ -46,7 +46,7 @@ TEST(cls_KELChecker, EachBrokenTemplateGivesItsFinding) {
 }
 
 TEST(cls_KELChecker, ExamplesDemoAndBenchmarkTemplatesAreClean) {
-  const fs::path src(RYKEL_SOURCE_DIR);
+  const fs::path src(SourceDir());
   // Each folder as the demo and the benchmarks render it: -d with the folder.
   int files = 0;
   for (const char* folder : {"examples/site", "examples/report", "bench/kel_w2", "tests/interpreter/cases"}) {

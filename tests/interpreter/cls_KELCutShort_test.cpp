@@ -11,6 +11,7 @@
 #include "interpreter/cls_KELTokenizer.h"
 
 #include "../CaseTable.h"
+#include "../TestSupport.h"
 
 namespace rykel {
 namespace {
@@ -32,7 +33,7 @@ std::string Repeat(const std::string& s, int n) {
 }
 
 TEST(cls_KELCutShort, ListedAtThePlaceWhereThePageWasCut) {
-  const fs::path dir = fs::path(RYKEL_BINARY_DIR) / "kel_cut_short";
+  const fs::path dir = fs::path(BinaryDir()) / "kel_cut_short";
   fs::remove_all(dir);
   fs::create_directories(dir);
   std::ofstream(dir / "quote.kel") << "one\ntwo\n  ab {VAR a 'x}";
@@ -81,7 +82,7 @@ TEST(cls_KELCutShort, ListedAtThePlaceWhereThePageWasCut) {
 }
 
 TEST(cls_KELCutShort, MasterOfAMissingFileKeepsThePage) {
-  const fs::path dir = fs::path(RYKEL_BINARY_DIR) / "kel_master_missing";
+  const fs::path dir = fs::path(BinaryDir()) / "kel_master_missing";
   fs::remove_all(dir);
   fs::create_directories(dir / "inc");
   std::ofstream(dir / "inc" / "frame.kel") << "<m>{VAR:CONTENT}</m>";

@@ -49,13 +49,13 @@ std::vector<Example> Examples(const std::string& doc) {
 }
 
 TEST(cls_KELDocs, ReferenceExamples) {
-  auto examples = Examples(ReadAll(std::filesystem::path(RYKEL_SOURCE_DIR) / "docs/KEL.md"));
+  auto examples = Examples(ReadAll(std::filesystem::path(SourceDir()) / "docs/KEL.md"));
   ASSERT_GE(examples.size(), 18u);
   for (const auto& e : examples) {
     // As `rykel render -d examples` runs them: with the DB module, finding examples/data/.
     cls_KEL k;
     k.MODULES->ADD(std::make_shared<mod_KELDB>());
-    k.DIRECTORIES->ADD(std::string(RYKEL_SOURCE_DIR) + "/examples/");
+    k.DIRECTORIES->ADD(std::string(SourceDir()) + "/examples/");
     EXPECT_EQ(k.PROCESS(e.templ, nullptr), e.expected) << "docs/KEL.md line " << e.line;
   }
 }
@@ -63,7 +63,7 @@ TEST(cls_KELDocs, ReferenceExamples) {
 TEST(cls_KELDocs, CaseFolders) {
   namespace fs = std::filesystem;
   int n = 0;
-  for (const auto& dir : fs::directory_iterator(fs::path(RYKEL_SOURCE_DIR) / "tests/interpreter/cases")) {
+  for (const auto& dir : fs::directory_iterator(fs::path(SourceDir()) / "tests/interpreter/cases")) {
     cls_KEL k;
     k.DIRECTORIES->ADD(dir.path().string());
     std::string out = k.PROCESS(ReadAll(dir.path() / "template.kel"), nullptr);

@@ -18,7 +18,7 @@ struct Trap {
 
 // The "kel" examples between the guide's markers, each with the "text" block after it.
 std::vector<Trap> hTraps() {
-  std::string doc = ReadAll(std::filesystem::path(RYKEL_SOURCE_DIR) / "docs/KEL.md");
+  std::string doc = ReadAll(std::filesystem::path(SourceDir()) / "docs/KEL.md");
   size_t from = doc.find("<!-- help kel: begin -->"), to = doc.find("<!-- help kel: end -->");
   EXPECT_NE(from, std::string::npos);
   EXPECT_NE(to, std::string::npos);

@@ -19,6 +19,7 @@
 #include "modules/mod_KELDB.h"
 
 #include "../CaseTable.h"
+#include "../TestSupport.h"
 
 namespace rykel {
 namespace {
@@ -83,7 +84,7 @@ TEST(cls_KELLimits, StepsBoundNestedLoopsAndBlocksThatCallBlocks) {
 }
 
 TEST(cls_KELLimits, IncludesStayInsideTheirFolderThroughLinks) {
-  const fs::path root = fs::path(RYKEL_BINARY_DIR) / "kel_limits_confined";
+  const fs::path root = fs::path(BinaryDir()) / "kel_limits_confined";
   fs::remove_all(root);
   fs::create_directories(root / "site" / "inc");
   fs::create_directories(root / "private");
@@ -147,7 +148,7 @@ TEST(cls_KELLimits, JoinedAndStoredTextsStayWithinValueMax) {
 // The name is swapped between a file inside the folder and a link to an outside file while a
 // confined template includes it again and again: it must never deliver the outside file.
 TEST(cls_KELLimits, ConfinedIncludeReadsTheFileItChecked) {
-  const fs::path root = fs::path(RYKEL_BINARY_DIR) / "kel_limits_swap";
+  const fs::path root = fs::path(BinaryDir()) / "kel_limits_swap";
   fs::remove_all(root);
   fs::create_directories(root / "site");
   fs::create_directories(root / "private");
@@ -187,7 +188,7 @@ TEST(cls_KELLimits, ConfinedIncludeReadsTheFileItChecked) {
 // A database file names its header; a confined template that opens it reaches no file outside
 // DIRECTORIES through that name, and cannot tell an outside file from a missing one.
 TEST(cls_KELLimits, DatabaseHeadersAreConfinedLikeIncludes) {
-  const fs::path root = fs::path(RYKEL_BINARY_DIR) / "kel_limits_dbheader";
+  const fs::path root = fs::path(BinaryDir()) / "kel_limits_dbheader";
   fs::remove_all(root);
   fs::create_directories(root / "site");
   fs::create_directories(root / "private");

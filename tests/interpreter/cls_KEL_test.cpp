@@ -12,6 +12,7 @@
 #include "interpreter/cls_KELDecoder.h"
 #include "interpreter/cls_KELModules.h"
 
+#include "../TestSupport.h"
 #include "RenderTable.h"
 
 namespace rykel {
@@ -303,7 +304,7 @@ TEST(cls_KEL, NestingBounds) {
 
 TEST(cls_KEL, IncludeAndLocate) {
   namespace fs = std::filesystem;
-  fs::path dir = fs::path(RYKEL_BINARY_DIR) / "kel_include_test";
+  fs::path dir = fs::path(BinaryDir()) / "kel_include_test";
   fs::remove_all(dir);
   fs::create_directories(dir / "inc");
   fs::create_directories(dir / "pages");

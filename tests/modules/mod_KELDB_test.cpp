@@ -14,6 +14,7 @@
 #include "interpreter/cls_KELModules.h"
 
 #include "../CaseTable.h"
+#include "../TestSupport.h"
 
 namespace rykel {
 namespace {
@@ -24,7 +25,7 @@ struct DBKel {
   std::shared_ptr<mod_KELDB> db = std::make_shared<mod_KELDB>();
   DBKel() {
     k->MODULES->ADD(db);
-    k->DIRECTORIES->ADD(std::string(RYKEL_SOURCE_DIR) + "/examples/");
+    k->DIRECTORIES->ADD(std::string(SourceDir()) + "/examples/");
   }
   std::string Run(std::string_view t) { return k->PROCESS(t, nullptr); }
   int Errors() { return k->ERRORLIST->COUNT(); }
@@ -143,7 +144,7 @@ TEST(mod_KELDB, HostDatabasesAndHtmlTexts) {
 // quotes, script protection ("[[$...$]]") and the marks the interpreter itself uses for data.
 TEST(mod_KELDB, ValuesAreDataNeverCode) {
   namespace fs = std::filesystem;
-  const fs::path secret = fs::path(RYKEL_BINARY_DIR) / "keldb_data_secret.kel";
+  const fs::path secret = fs::path(BinaryDir()) / "keldb_data_secret.kel";
   std::ofstream(secret) << "SECRET";
   const std::string mark = "\xEE\x80\x80";  // the lead of a data mark (U+E000)
   std::vector<std::string> values = {
