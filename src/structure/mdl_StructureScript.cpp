@@ -266,9 +266,16 @@ void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Var
 // A new empty sub-structure under the part (replacing what was there).
 int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep, size_t line,
                     int64_t* rBudget) {
-  StructurePtr h = m.CONVERT(m.Alloc());
-  hAssignPart(m, node, p, Variant(h), line, rBudget);
-  int32_t id = h->SID_GET();
+  const int32_t id = m.Alloc();
+  StructurePtr h = m.CONVERT(id);  // holds the reference Alloc gave
+  const ItemName name = p.index < 0 ? m.NAME(p.name) : ItemName{};
+  if (p.index < 0 && m.FindSlot(node, name) < 0) {
+    // a new name: the slot after the last item takes a reference of its own
+    m.AddRef(id);
+    m.AppendItem(node, name.atom, Variant(), id);
+  } else {
+    hAssignPart(m, node, p, Variant(h), line, rBudget);
+  }
   keep.push_back(std::move(h));
   return id;
 }
