@@ -19,6 +19,7 @@ $build = best(5, function () use ($n, $flat, &$kept) {
 $m1 = memory_get_usage();
 $read = best(5, function () use ($n, $flat, &$kept) {
   $s = 0; for ($i = 0; $i < $n; $i++) $s += $kept[$flat[$i]];
+  if ($s != $n * ($n - 1) / 2) fwrite(STDERR, "wrong sum $s\n");
 });
 printf("flat_build %.6f %.1f\nflat_read %.6f\n", $build, ($m1 - $m0) / $n, $read);
 $kept = null;
@@ -30,6 +31,7 @@ $build = best(5, function () use ($n, $paths, &$kept) {
 $m1 = memory_get_usage();
 $read = best(5, function () use ($n, $paths, &$kept) {
   $s = 0; for ($i = 0; $i < $n; $i++) { $p = $paths[$i]; $s += $kept[$p[0]][$p[1]][$p[2]]; }
+  if ($s != $n * ($n - 1) / 2) fwrite(STDERR, "wrong sum $s\n");
 });
 printf("paths_build %.6f %.1f\npaths_read %.6f\n", $build, ($m1 - $m0) / $n, $read);
 // 1,000,000 small arrays

@@ -39,8 +39,10 @@ void BindStructure(pyb::module_& m) {
       .def("VALUEBOUND_LET", &M::VALUEBOUND_LET, arg("pID"), arg("pValue"))
       .def("OBJECTBOUND_GET", &M::OBJECTBOUND_GET, arg("pID"))
       .def("OBJECTBOUND_SET", &M::OBJECTBOUND_SET, arg("pID"), arg("pObject"))
-      .def("ITEM_GET", &M::ITEM_GET, arg("pID"), arg("pKey"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
-      .def("ITEM_LET", &M::ITEM_LET, arg("pID"), arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
+      .def("ITEM_GET", pyb::overload_cast<int32_t, const Variant&, const Variant&, bool>(&M::ITEM_GET), arg("pID"),
+           arg("pKey"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
+      .def("ITEM_LET", pyb::overload_cast<int32_t, const Variant&, const Variant&, bool>(&M::ITEM_LET), arg("pID"),
+           arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
       .def("ITEM_SET", &M::ITEM_SET, arg("pID"), arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
       .def("BASE", &M::BASE, arg("pID"))
       .def("MAX", &M::MAX, arg("pID"))
@@ -58,7 +60,7 @@ void BindStructure(pyb::module_& m) {
           },
           arg("pID"), arg("pKey"), arg("pKeyType"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
       .def("DEFAULT", &M::DEFAULT, arg("pID"), arg("pKey"), arg("pValue"))
-      .def("EXISTS_GET", &M::EXISTS_GET, arg("pID"), arg("pKey"))
+      .def("EXISTS_GET", pyb::overload_cast<int32_t, const Variant&>(&M::EXISTS_GET), arg("pID"), arg("pKey"))
       .def("EXISTSVALUE_GET", &M::EXISTSVALUE_GET, arg("pID"), arg("pValue"))
       .def("ITEMINDEX_GET", &M::ITEMINDEX_GET, arg("pID"), arg("pKey"))
       .def("ID_GET", &M::ID_GET, arg("pID"), arg("pIndex"))
@@ -184,12 +186,14 @@ void BindStructure(pyb::module_& m) {
       .def("OBJECTBOUND_SET", &S::OBJECTBOUND_SET, arg("pObject"))
       .def("SCHEMACLEAR", &S::SCHEMACLEAR)
       .def("SCHEMASET", &S::SCHEMASET, arg("pI2S"), arg("pS2I"))
-      .def("ITEM_GET", &S::ITEM_GET, arg("pKey"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
+      .def("ITEM_GET", pyb::overload_cast<const Variant&, const Variant&, bool>(&S::ITEM_GET), arg("pKey"),
+           arg("pDefault") = Variant(), arg("pForceIndex") = false)
       .def(
           "ItemGetDirect_GET",
           [](S& s, const std::string& k, int t, const Variant& d, bool f) { return s.ItemGetDirect_GET(k, t, d, f); },
           arg("pKey"), arg("pKeyType"), arg("pDefault") = Variant(), arg("pForceIndex") = false)
-      .def("ITEM_LET", &S::ITEM_LET, arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
+      .def("ITEM_LET", pyb::overload_cast<const Variant&, const Variant&, bool>(&S::ITEM_LET), arg("pKey"),
+           arg("pValue"), arg("pForceIndex") = false)
       .def("ITEM_SET", &S::ITEM_SET, arg("pKey"), arg("pValue"), arg("pForceIndex") = false)
       .def("DEFAULT", &S::DEFAULT, arg("pKey"), arg("pValue"))
       .def("BASE", &S::BASE)
@@ -200,7 +204,7 @@ void BindStructure(pyb::module_& m) {
           "FIND", [](S& s, const std::string& n) { return s.FIND(n); }, arg("pName"))
       .def("CLEAR", &S::CLEAR)
       .def("REMOVE", &S::REMOVE, arg("pKey"))
-      .def("EXISTS_GET", &S::EXISTS_GET, arg("pKey"))
+      .def("EXISTS_GET", pyb::overload_cast<const Variant&>(&S::EXISTS_GET), arg("pKey"))
       .def("EXISTSVALUE_GET", &S::EXISTSVALUE_GET, arg("pValue"))
       .def("ITEMINDEX_GET", &S::ITEMINDEX_GET, arg("pKey"))
       .def("ID_GET", &S::ID_GET, arg("pIndex"))

@@ -2,6 +2,7 @@
 
 #include "frame/Error.h"
 #include "frame/mdl_Global.h"
+#include "structure/HandlePool.h"
 #include "structure/mdl_GlobalManager.h"
 
 namespace rykel {
@@ -17,7 +18,20 @@ cls_Structure::cls_Structure(AttachTag, std::shared_ptr<cls_StructureManager> pM
 }
 
 StructurePtr cls_Structure::Attach(std::shared_ptr<cls_StructureManager> pManager, int32_t pID) {
-  return std::make_shared<cls_Structure>(AttachTag{}, std::move(pManager), pID);
+  HandlePool* pool = &pManager->Pool();
+  return std::allocate_shared<cls_Structure>(HandleAllocator<cls_Structure>(pool), AttachTag{}, std::move(pManager),
+                                             pID);
+}
+
+StructurePtr cls_Structure::New() {
+  const std::shared_ptr<cls_StructureManager>& m = mdl_Global::SMAN_GET();
+  const int32_t id = m->Alloc();
+  try {
+    return std::allocate_shared<cls_Structure>(HandleAllocator<cls_Structure>(&m->Pool()), AttachTag{}, m, id);
+  } catch (...) {
+    m->Release(id);
+    throw;
+  }
 }
 
 cls_Structure::~cls_Structure() {

@@ -31,7 +31,9 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
 
   // A handle on an existing node of the manager, taking over a reference the caller holds.
   static StructurePtr Attach(std::shared_ptr<cls_StructureManager> pManager, int32_t pID);
-  static StructurePtr New() { return std::make_shared<cls_Structure>(); }
+  // A handle on a fresh empty node of the thread's manager (as the default constructor, but the
+  // handle's memory comes from the manager's pool).
+  static StructurePtr New();
 
   // ---- the handle ------------------------------------------------------------------------------
   const std::shared_ptr<cls_StructureManager>& MANAGER_GET() const { return MANAGER; }
@@ -77,6 +79,11 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
     MANAGER->ITEM_SET(SID, pKey, pValue, pForceIndex);
   }
   void DEFAULT(const Variant& pKey, const Variant& pValue) { MANAGER->DEFAULT(SID, pKey, pValue); }
+  // Interned names (see ItemName): made once, then read and written without handling text.
+  ItemName NAME(std::string_view pName) const { return MANAGER->NAME(pName); }
+  Variant ITEM_GET(ItemName pName, const Variant& pDefault = {}) { return MANAGER->ITEM_GET(SID, pName, pDefault); }
+  void ITEM_LET(ItemName pName, const Variant& pValue) { MANAGER->ITEM_LET(SID, pName, pValue); }
+  bool EXISTS_GET(ItemName pName) { return MANAGER->EXISTS_GET(SID, pName); }
   int32_t BASE() const { return MANAGER->BASE(SID); }
   int32_t MAX() const { return MANAGER->MAX(SID); }
   int32_t COUNT() const { return MANAGER->COUNT(SID); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <unordered_set>
 
@@ -19,34 +20,56 @@ constexpr const char* kClass = "cls_StructureManager";
 constexpr size_t kIndexMinSlots = 33;  // nodes up to this size are scanned, bigger ones indexed
 static_assert(sizeof(cls_StructureManager::Item) == 24, "an item is a value, a name atom and a child id");
 
-// Keys are upper-cased once; already upper-case ASCII keys are used as they are, short ASCII
-// keys are upper-cased on the stack.
+// Keys are upper-cased once per call; already upper-case ASCII keys are used as they are, short
+// ASCII keys are upper-cased on the stack. Eight bytes are checked at a time.
 struct UpperKey {
   std::string_view view;
   std::string buf;
   char small[48];
+  static constexpr uint64_t kOnes = 0x0101010101010101ull, kHigh = 0x8080808080808080ull;
+  // High bit set in each byte of w (all bytes below 0x80) that is a lower-case ASCII letter.
+  static uint64_t hLowerMask(uint64_t w) {
+    return (w + kOnes * (0x80 - 'a')) & ~(w + kOnes * (0x80 - 'z' - 1)) & kHigh;
+  }
   explicit UpperKey(std::string_view s) {
+    const char* p = s.data();
+    const size_t n = s.size();
     size_t i = 0;
-    for (; i < s.size(); ++i) {
-      unsigned char c = static_cast<unsigned char>(s[i]);
-      if ((c >= 'a' && c <= 'z') || c >= 0x80) break;
+    uint64_t lower = 0, high = 0;
+    for (; i + 8 <= n; i += 8) {
+      uint64_t w;
+      std::memcpy(&w, p + i, 8);
+      high |= w & kHigh;
+      lower |= hLowerMask(w & ~kHigh);
     }
-    if (i == s.size()) {
+    for (; i < n; ++i) {
+      const unsigned char c = static_cast<unsigned char>(p[i]);
+      high |= c & 0x80;
+      lower |= (c >= 'a' && c <= 'z');
+    }
+    if (!lower && !high) {
       view = s;
       return;
     }
-    if (s.size() <= sizeof small && text::IsAscii(s)) {
-      for (size_t k = 0; k < s.size(); ++k) {
-        char c = s[k];
+    if (!high && n <= sizeof small) {
+      for (size_t k = 0; k < n; ++k) {
+        const char c = p[k];
         small[k] = (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c;
       }
-      view = std::string_view(small, s.size());
+      view = std::string_view(small, n);
       return;
     }
     buf = text::UCase(s);
     view = buf;
   }
 };
+
+// The length of a path's first part: up to the first "." or the end.
+inline size_t hPartLength(std::string_view s) {
+  size_t i = 0;
+  while (i < s.size() && s[i] != '.') ++i;
+  return i;
+}
 
 bool hIsNumberKey(const Variant& k) { return k.isNumber(); }
 
@@ -140,12 +163,12 @@ struct cls_StructureManager::Extra {
   std::unique_ptr<NameIndex> index;
 };
 
-cls_StructureManager::cls_StructureManager() {
+cls_StructureManager::cls_StructureManager() : pool_(new HandlePool) {
   nodes_.resize(1);
   free_.assign(101, 0);
 }
 
-cls_StructureManager::~cls_StructureManager() = default;
+cls_StructureManager::~cls_StructureManager() { pool_->Disown(); }
 
 // ---- node store ------------------------------------------------------------------------------
 
@@ -160,6 +183,13 @@ bool cls_StructureManager::Valid(int32_t pID) const {
 }
 
 int32_t cls_StructureManager::Alloc() {
+  if (freeCount_ > 0 && free_[freeCount_] != 0) [[likely]] {  // a free id: nothing can fail
+    const int32_t id = free_[freeCount_];
+    free_[freeCount_] = 0;
+    --freeCount_;
+    hLive(id);
+    return id;
+  }
   return Guard(kClass, "Alloc", [&] {
     int32_t id = 0;
     if (freeCount_ > 0) {
@@ -187,13 +217,17 @@ int32_t cls_StructureManager::Alloc() {
       }
       for (int32_t k = id + 1; k <= newUpper; ++k) free_[++freeCount_] = k;
     }
-    Node& node = nodes_[id];
-    node.refs = 1;
-    node.items.clear();  // slot 0 is implied until something is written
-    node.unused = 0;
-    node.live = true;
+    hLive(id);
     return id;
   });
+}
+
+void cls_StructureManager::hLive(int32_t id) {
+  Node& node = nodes_[id];
+  node.refs = 1;
+  node.items.clear();  // slot 0 is implied until something is written
+  node.unused = 0;
+  node.live = true;
 }
 
 void cls_StructureManager::AddRef(int32_t pID) {
@@ -203,15 +237,15 @@ void cls_StructureManager::AddRef(int32_t pID) {
 
 void cls_StructureManager::Release(int32_t pID) {
   if (terminated_) return;
-  GuardVoid(kClass, "Release", [&] {
-    if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size())
-      Raise(err::kOutOfRange, "Subscript out of range (node " + std::to_string(pID) + ")");
-    Node& n = nodes_[pID];
-    if (n.refs <= 0) return;
-    n.refs = static_cast<int16_t>(n.refs - 1);
-    if (n.refs >= 1) return;
-    hFree(pID);
-  });
+  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size()) [[unlikely]] {
+    GuardVoid(kClass, "Release", [&] { hBadNode(pID); });
+    return;
+  }
+  Node& n = nodes_[pID];
+  if (n.refs <= 0) return;
+  n.refs = static_cast<int16_t>(n.refs - 1);
+  if (n.refs >= 1) return;
+  GuardVoid(kClass, "Release", [&] { hFree(pID); });
 }
 
 // Frees a node whose count reached zero, and depth first in index order every sub-structure
@@ -413,10 +447,14 @@ int32_t cls_StructureManager::hScan(const Node& n, uint32_t atom) const {
 }
 
 int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) {
+  if (atom == 0) return -1;
+  return hFindSlot(pID, atom, names_.HashOf(atom));
+}
+
+int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom, uint32_t hash) {
   Node& n = hNode(pID);
   if (atom == 0) return -1;
-  if (NameIndex* ix = hIndexOf(n))
-    return ix->Find(names_.HashOf(atom), [&](int32_t s) { return n.items[s].name == atom; });
+  if (NameIndex* ix = hIndexOf(n)) return ix->Find(hash, [&](int32_t s) { return n.items[s].name == atom; });
   return hScan(n, atom);
 }
 
@@ -429,8 +467,9 @@ int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_
   return atom ? hScan(n, atom) : -1;
 }
 
-void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot) {
-  if (atom && n.extra && n.extra->index) n.extra->index->Insert(names_.HashOf(atom), atom, slot, n.items);
+void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot, const uint32_t* pHash) {
+  if (atom && n.extra && n.extra->index)
+    n.extra->index->Insert(pHash ? *pHash : names_.HashOf(atom), atom, slot, n.items);
 }
 
 void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
@@ -483,7 +522,7 @@ Variant cls_StructureManager::hValueOf(const Item& it) {
   return it.value;
 }
 
-void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue) {
+void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue, const uint32_t* pHash) {
   int32_t newChild = 0;
   if (pValue.isObject()) {
     if (auto s = pValue.as<cls_Structure>()) {
@@ -494,7 +533,7 @@ void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pVal
   }
   Node& n = hNode(pID);
   if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
-  hFill(n, slot, newChild ? Variant() : Variant(pValue), newChild);
+  hFill(n, slot, newChild ? Variant() : Variant(pValue), newChild, pHash);
 }
 
 // ---- slot writing ----------------------------------------------------------------------------
@@ -513,6 +552,24 @@ bool cls_StructureManager::IndexText(std::string_view s, int64_t& out) {
 }
 
 int32_t cls_StructureManager::FindSlot(int32_t pID, uint32_t pAtom) { return hFindSlot(pID, pAtom); }
+int32_t cls_StructureManager::FindSlot(int32_t pID, ItemName pName) { return hFindSlot(pID, pName.atom, pName.hash); }
+
+void cls_StructureManager::MoveSlots(int32_t pFrom, int32_t pTo) {
+  Node& f = hNode(pFrom);
+  Node& t = hNode(pTo);
+  t.items.swap(f.items);
+  f.items.clear();  // slot 0 is implied
+  t.unused = f.unused;
+  f.unused = 0;
+  while (t.items.size() > 1 && !t.items.back().used) {  // as if written item by item
+    t.items.pop_back();
+    --t.unused;
+  }
+  t.flags |= static_cast<uint8_t>((f.flags & kHasZero) | kChanged);
+  f.flags = static_cast<uint8_t>((f.flags & ~kHasZero) | kChanged);
+  hDropIndex(f);  // both name indexes are rebuilt on the next lookup
+  hDropIndex(t);
+}
 
 int32_t cls_StructureManager::SlotFor(int32_t pID, uint32_t pAtom) {
   const int32_t slot = pAtom ? hFindSlot(pID, pAtom) : -1;
@@ -591,9 +648,9 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
   int32_t node = pID;
   std::string_view rest = upper;
   for (;;) {
-    size_t dot = rest.find('.');
-    std::string_view part = rest.substr(0, dot);
-    bool last = dot == std::string_view::npos;
+    const size_t len = hPartLength(rest);
+    const std::string_view part = rest.substr(0, len);
+    const bool last = len == rest.size();
     if (part == "COUNT") return Variant(COUNT(node));
     int64_t idx;
     if (last && pForceIndex && IndexText(part, idx)) return hGetIndex(node, idx, pDefault);
@@ -603,7 +660,7 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
     if (last) return hValueOf(it);
     if (!it.isStruct) return pDefault;
     node = it.child;
-    rest = rest.substr(dot + 1);
+    rest = rest.substr(len + 1);
   }
 }
 
@@ -628,6 +685,42 @@ Variant cls_StructureManager::ItemGetDirect_GET(int32_t pID, std::string_view pK
     if (pKeyType == 1 && IndexText(pKeyUpper, idx)) return hGetIndex(pID, idx, pDefault);
     return hGet(pID, pKeyUpper, pForceIndex, pDefault);
   });
+}
+
+// ---- items by interned name ------------------------------------------------------------------
+
+ItemName cls_StructureManager::NAME(std::string_view pName) {
+  return Guard(kClass, "NAME", [&] {
+    UpperKey k(pName);
+    const uint32_t hash = NameTable::Hash(k.view);
+    return ItemName{names_.Intern(k.view, hash), hash};
+  });
+}
+
+Variant cls_StructureManager::ITEM_GET(int32_t pID, ItemName pName, const Variant& pDefault) {
+  return Guard(kClass, "ITEM.GET", [&]() -> Variant {
+    const int32_t slot = hFindSlot(pID, pName.atom, pName.hash);
+    return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
+  });
+}
+
+void cls_StructureManager::ITEM_LET(int32_t pID, ItemName pName, const Variant& pValue) {
+  GuardVoid(kClass, "ITEM.LET", [&] {
+    Node& n = hNode(pID);
+    n.flags |= kChanged;
+    if (!pName.atom) {
+      ADD(pID, pValue);
+      return;
+    }
+    int32_t slot = hFindSlot(pID, pName.atom, pName.hash);
+    if (slot >= 0 && (n.flags & kDefaultMode)) return;
+    if (slot < 0) slot = hNewSlot(n, pName.atom);
+    hStore(pID, slot, pValue, &pName.hash);
+  });
+}
+
+bool cls_StructureManager::EXISTS_GET(int32_t pID, ItemName pName) {
+  return Guard(kClass, "EXISTS.GET", [&] { return hFindSlot(pID, pName.atom, pName.hash) >= 0; });
 }
 
 // ---- items: writing --------------------------------------------------------------------------
@@ -661,9 +754,9 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     Node* n = &hNode(node);
     n->flags |= kChanged;
     const bool dm = asDefault || (n->flags & kDefaultMode);
-    size_t dot = rest.find('.');
-    std::string_view part = rest.substr(0, dot);
-    const bool last = dot == std::string_view::npos;
+    const size_t len = hPartLength(rest);
+    const std::string_view part = rest.substr(0, len);
+    const bool last = len == rest.size();
     int64_t idx;
     if (last && pForceIndex && IndexText(part, idx)) {
       if (asDefault) {
@@ -684,20 +777,20 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     // a name new to the table cannot be in any node yet: no search needed
     const size_t known = names_.Count();
     uint32_t atom = names_.Intern(part, hash);
-    int32_t slot = names_.Count() > known ? -1 : hFindSlot(node, atom);
+    int32_t slot = names_.Count() > known ? -1 : hFindSlot(node, atom, hash);
     if (slot >= 0 && last && dm) return;  // a default never overwrites
     if (slot < 0) slot = hNewSlot(*n, atom);
     if (last) {
-      hStore(node, slot, pValue);
+      hStore(node, slot, pValue, &hash);
       return;
     }
     if (!n->items[slot].used || !n->items[slot].isStruct) {
       int32_t child = Alloc();  // may move the node table
       n = &hNode(node);
-      hFill(*n, slot, Variant(), child);
+      hFill(*n, slot, Variant(), child, &hash);
     }
     node = n->items[slot].child;
-    rest = rest.substr(dot + 1);
+    rest = rest.substr(len + 1);
     asDefault = dm;
   }
 }
@@ -805,14 +898,16 @@ int32_t cls_StructureManager::hWalk(int32_t pID, std::string_view upper, int32_t
   rNode = pID;
   std::string_view rest = upper;
   for (;;) {
-    size_t dot = rest.find('.');
-    uint32_t atom = names_.Find(rest.substr(0, dot));
-    int32_t slot = atom ? hFindSlot(rNode, atom) : -1;
-    if (slot < 0 || dot == std::string_view::npos) return slot;
+    const size_t len = hPartLength(rest);
+    const std::string_view part = rest.substr(0, len);
+    const uint32_t hash = NameTable::Hash(part);
+    const uint32_t atom = names_.Find(part, hash);
+    int32_t slot = atom ? hFindSlot(rNode, atom, hash) : -1;
+    if (slot < 0 || len == rest.size()) return slot;
     const Item& it = nodes_[rNode].items[slot];
     if (!it.isStruct) return -1;
     rNode = it.child;
-    rest = rest.substr(dot + 1);
+    rest = rest.substr(len + 1);
   }
 }
 

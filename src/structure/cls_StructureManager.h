@@ -29,12 +29,22 @@
 
 #include "frame/Object.h"
 #include "frame/Variant.h"
+#include "structure/HandlePool.h"
 #include "structure/NameTable.h"
 
 namespace rykel {
 
 class cls_Structure;
 using StructurePtr = std::shared_ptr<cls_Structure>;
+
+// An item name interned in one manager: the upper-cased name's atom and hash, made once by
+// cls_StructureManager::NAME and passed instead of the text where the same name is read or
+// written many times (field names, fixed setting names). The name is whole: dots are part of it,
+// never a path. Only valid with the manager that made it (the thread's manager).
+struct ItemName {
+  uint32_t atom = 0;  // 0: the empty name
+  uint32_t hash = 0;
+};
 
 class cls_StructureManager : public Object, public std::enable_shared_from_this<cls_StructureManager> {
  public:
@@ -79,6 +89,8 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void hHandleCreated() { ++handles_; }
   void hHandleEnded() { --handles_; }
   size_t BytesUsed() const;  // approximate heap bytes of nodes, items and names
+  // Where the memory of this manager's handles comes from (cls_Structure::New, Ref, CONVERT).
+  HandlePool& Pool() { return *pool_; }
 
   // ---- flags and bound values ----------------------------------------------------------------
   bool DEFAULTMODE_GET(int32_t pID) const { return hFlag(pID, kDefaultMode); }
@@ -118,6 +130,14 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void ITEM_SET(int32_t pID, const Variant& pKey, const Variant& pValue, bool pForceIndex = false) {
     ITEM_LET(pID, pKey, pValue, pForceIndex);
   }
+  // The interned form of a name (upper-cased, dots part of the name). An empty name gives atom 0.
+  ItemName NAME(std::string_view pName);
+  // By interned name, as ITEMBYID_GET / ITEMBYID_LET / EXISTSBYID_GET: no text is upper-cased,
+  // hashed or split on the way. ITEM_LET with the empty name appends like ADD; in DEFAULTMODE an
+  // existing item is never overwritten.
+  Variant ITEM_GET(int32_t pID, ItemName pName, const Variant& pDefault = {});
+  void ITEM_LET(int32_t pID, ItemName pName, const Variant& pValue);
+  bool EXISTS_GET(int32_t pID, ItemName pName);
   // ITEM_LET with DEFAULTMODE on for the duration: writes only what does not exist yet.
   void DEFAULT(int32_t pID, const Variant& pKey, const Variant& pValue);
 
@@ -302,6 +322,7 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   uint8_t Flags(int32_t pID) const;
   // The first used slot named by the atom (0 never names one), or -1. Never interns.
   int32_t FindSlot(int32_t pID, uint32_t pAtom);
+  int32_t FindSlot(int32_t pID, ItemName pName);
 
   // ---- slot writing, for the readers and the tree operations -------------------------------------
   // The only way code outside this class changes slots. A written slot is used and holds either a
@@ -333,6 +354,10 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   // REQUIRES the caller to know that no used slot of the node carries the name yet (readers that
   // build fresh nodes). Raises 9 past 2^31 - 1 slots. Returns the new index.
   int32_t AppendItem(int32_t pID, uint32_t pAtom, Variant&& pValue, int32_t pChild = 0);
+  // Moves every slot of pFrom, with HASZERO, into pTo, which REQUIRES no slots yet (a fresh or
+  // emptied node); pFrom is left empty. Names, values and sub-structures (with the references
+  // their slots own) travel as they are. Sets CHANGED on both.
+  void MoveSlots(int32_t pFrom, int32_t pTo);
   // Room for pSlots more slots without moving the node's slot table (a reader's hint).
   void ReserveSlots(int32_t pID, size_t pSlots);
   // Sets all flag bits at once (readers restoring a written node, copies).
@@ -374,11 +399,13 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void hFlagLet(int32_t pID, uint8_t f, bool v);
   Extra& hExtra(Node& n);
   int32_t hFindSlot(int32_t pID, uint32_t atom);
+  int32_t hFindSlot(int32_t pID, uint32_t atom, uint32_t hash);  // hash: the name's NameTable::Hash
   // The first used slot named pUpper (hash: NameTable::Hash of it), or -1; never interns.
   int32_t hFindName(Node& n, std::string_view pUpper, uint32_t hash);
   int32_t hScan(const Node& n, uint32_t atom) const;
   NameIndex* hIndexOf(Node& n);
-  void hIndexInsert(Node& n, uint32_t atom, int32_t slot);
+  // pHash: the name's hash when the caller has it (saves reading it from the name table).
+  void hIndexInsert(Node& n, uint32_t atom, int32_t slot, const uint32_t* pHash = nullptr);
   void hIndexErase(Node& n, uint32_t atom, int32_t slot);
   Variant hValueOf(const Item& it);
   Variant hGet(int32_t pID, std::string_view upper, bool pForceIndex, const Variant& pDefault);
@@ -386,8 +413,8 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex);
   void hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex);
   // The one place a slot is filled: value or child (REQUIRES slot <= MAX), see "slot writing".
-  void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild);
-  void hStore(int32_t pID, int32_t slot, const Variant& pValue);
+  void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild, const uint32_t* pHash = nullptr);
+  void hStore(int32_t pID, int32_t slot, const Variant& pValue, const uint32_t* pHash = nullptr);
   void hDropIndex(Node& n);
   void hAfterReorder(Node& n);
   // A fresh slot for a new name: the last unused slot, else one past MAX; named already.
@@ -398,6 +425,7 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   int32_t hWalk(int32_t pID, std::string_view upper, int32_t& rNode);
   int32_t hLastUnused(const Node& n) const;
   void hFree(int32_t pID);
+  void hLive(int32_t id);  // a node leaves the free list: one reference, no slots
   void hPushFree(int32_t id);
 
   std::vector<Node> nodes_;    // upper bound = size() - 1
@@ -405,6 +433,7 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   int32_t freeCount_ = 0;
   int32_t handles_ = 0;
   NameTable names_;
+  HandlePool* pool_;  // ends with the last handle, which may outlive the manager
   bool terminated_ = false;
   struct Timing {
     int64_t calls = 0;
@@ -445,13 +474,14 @@ inline const std::vector<cls_StructureManager::Item>& cls_StructureManager::Item
   return n.items.empty() ? kSlotZeroOnly : n.items;
 }
 
-inline void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild) {
+inline void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild,
+                                        const uint32_t* pHash) {
   Item& it = n.items[slot];
   const int32_t oldChild = it.isStruct ? it.child : 0;  // unused slots hold nothing
   if (!it.used) {
     it.used = true;
     if (slot >= 1) --n.unused;
-    if (it.name && n.extra) hIndexInsert(n, it.name, slot);
+    if (it.name && n.extra) hIndexInsert(n, it.name, slot, pHash);
   }
   it.isStruct = pChild != 0;
   it.child = pChild;

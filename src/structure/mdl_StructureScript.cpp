@@ -23,12 +23,15 @@ constexpr int32_t kMaxIndexGap = 1024;  // a "[i]" name may skip at most this ma
 
 bool hIsBlank(char c) { return c == ' ' || c == '\t'; }
 
-// Offset of the first line break at or after from (npos when none). A plain loop: find_first_of
-// with a set of characters calls memchr once per character of the text.
+// Offset of the first line break at or after from (npos when none): the first "\n", unless a "\r"
+// comes before it. Two vectorised scans instead of a test of every byte against both.
 size_t hLineEnd(std::string_view s, size_t from = 0) {
-  for (size_t i = from; i < s.size(); ++i)
-    if (s[i] == '\r' || s[i] == '\n') return i;
-  return std::string_view::npos;
+  if (from >= s.size()) return std::string_view::npos;
+  const char* p = s.data() + from;
+  const auto* nl = static_cast<const char*>(std::memchr(p, '\n', s.size() - from));
+  const size_t upTo = nl ? static_cast<size_t>(nl - p) : s.size() - from;
+  if (const auto* cr = static_cast<const char*>(std::memchr(p, '\r', upTo))) return from + (cr - p);
+  return nl ? from + upTo : std::string_view::npos;
 }
 
 std::string_view hTrimWs(std::string_view s) {
@@ -243,8 +246,10 @@ void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Var
   if (p.index < 0) {
     // A new name goes after the last item, not into an unused slot below it: the writer lists
     // items in slot order, so this keeps a written node's order when it is read back.
-    if (!m.EXISTSBYID_GET(node, p.name)) m.ITEMDIRECT_LET(node, m.MAX(node) + 1, p.name, value);
-    else m.ITEMBYID_LET(node, p.name, value);
+    const ItemName name = m.NAME(p.name);
+    if (m.FindSlot(node, name) >= 0) m.ITEM_LET(node, name, value);
+    else if (value.isObject()) m.ITEMDIRECT_LET(node, m.MAX(node) + 1, p.name, value);
+    else m.AppendItem(node, name.atom, Variant(value));
     return;
   }
   if (p.index > static_cast<int64_t>(m.MAX(node)) + kMaxIndexGap)
@@ -261,9 +266,16 @@ void hAssignPart(cls_StructureManager& m, int32_t node, const Part& p, const Var
 // A new empty sub-structure under the part (replacing what was there).
 int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep, size_t line,
                     int64_t* rBudget) {
-  StructurePtr h = m.CONVERT(m.Alloc());
-  hAssignPart(m, node, p, Variant(h), line, rBudget);
-  int32_t id = h->SID_GET();
+  const int32_t id = m.Alloc();
+  StructurePtr h = m.CONVERT(id);  // holds the reference Alloc gave
+  const ItemName name = p.index < 0 ? m.NAME(p.name) : ItemName{};
+  if (p.index < 0 && m.FindSlot(node, name) < 0) {
+    // a new name: the slot after the last item takes a reference of its own
+    m.AddRef(id);
+    m.AppendItem(node, name.atom, Variant(), id);
+  } else {
+    hAssignPart(m, node, p, Variant(h), line, rBudget);
+  }
   keep.push_back(std::move(h));
   return id;
 }
@@ -271,8 +283,8 @@ int32_t hNewChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::v
 // The sub-structure under the part, created when missing or a scalar.
 int32_t hChildOf(cls_StructureManager& m, int32_t node, const Part& p, std::vector<StructurePtr>& keep, size_t line,
                  int64_t* rBudget) {
-  Variant v =
-      p.index >= 0 ? m.ITEM_GET(node, Variant(static_cast<int32_t>(p.index)), {}, true) : m.ITEMBYID_GET(node, p.name);
+  Variant v = p.index >= 0 ? m.ITEM_GET(node, Variant(static_cast<int32_t>(p.index)), {}, true)
+                           : m.ITEM_GET(node, m.NAME(p.name));
   if (auto h = v.as<cls_Structure>()) {
     int32_t id = h->SID_GET();
     keep.push_back(std::move(h));
@@ -352,6 +364,15 @@ class Parser {
   // Splits a bare name at single dots; ".." is a literal dot; "[i]" parts are indexes.
   void hSplitName(std::string_view s, std::vector<Part>& parts) {
     if (s.empty()) hFail("empty name");
+    // the usual name: one part, no dot, bracket or character that needs a closer look
+    if (s[0] != '[' && !hIsBlank(s.back())) {
+      size_t i = 0;
+      while (i < s.size() && s[i] != '.' && s[i] != '"' && s[i] != '}' && static_cast<unsigned char>(s[i]) >= 0x20) ++i;
+      if (i == s.size()) {
+        parts.emplace_back().name.assign(s);
+        return;
+      }
+    }
     Part cur;
     for (size_t i = 0; i < s.size(); ++i) {
       char c = s[i];
@@ -697,17 +718,7 @@ void Empty(cls_StructureManager& m, int32_t pID) {
   m.CHANGED_LET(pID, true);
 }
 
-void MoveContent(cls_StructureManager& m, int32_t pFrom, int32_t pTo) {
-  if (m.HASZERO_GET(pFrom)) m.HASZERO_LET(pTo, true);
-  const size_t n = m.Items(pFrom).size();
-  for (size_t i = m.HASZERO_GET(pFrom) ? 0 : 1; i < n; ++i) {
-    const auto& it = m.Items(pFrom)[i];
-    if (!it.used) continue;
-    Variant v = it.isStruct ? Variant(m.Ref(it.child)) : it.value;
-    std::string name(m.Names().Name(it.name));
-    m.ITEMDIRECT_LET(pTo, static_cast<int32_t>(i), name, v);
-  }
-}
+void MoveContent(cls_StructureManager& m, int32_t pFrom, int32_t pTo) { m.MoveSlots(pFrom, pTo); }
 
 }  // namespace mdl_StructureScript
 

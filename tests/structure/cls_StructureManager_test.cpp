@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <thread>
+#include <vector>
 
 #include "frame/Convert.h"
 #include "frame/Error.h"
@@ -261,6 +263,58 @@ TEST(StructureItems, BigNodesFindNamesByHash) {
   EXPECT_EQ(CLng(s->ITEM_GET("K50")), 50);
   s->ITEM_LET("k99", 99);
   EXPECT_EQ(s->ITEMINDEX_GET("K99"), 5);  // the highest unused slot is reused first
+}
+
+TEST(StructureItems, InternedNamesAgreeWithTextKeys) {
+  // small (scanned) and big (indexed) nodes, mixed case, a dotted name, the empty name
+  for (int size : {3, 100}) {
+    auto s = cls_Structure::New();
+    for (int i = 1; i <= size; ++i) s->ITEM_LET("k" + std::to_string(i), i);
+    const ItemName k2 = s->NAME("k2"), big = s->NAME("K2"), dotted = s->NAME("a.b"), fresh = s->NAME("fresh");
+    EXPECT_EQ(k2.atom, big.atom);
+    EXPECT_EQ(CLng(s->ITEM_GET(k2)), 2);
+    EXPECT_EQ(s->ITEM_GET(fresh, "d").str(), "d");  // interned, but held by no item
+    EXPECT_FALSE(s->EXISTS_GET(fresh));
+    s->ITEM_LET(fresh, "new");
+    s->ITEM_LET(k2, 22);
+    EXPECT_EQ(s->ITEM_GET("FRESH").str(), "new");
+    EXPECT_EQ(CLng(s->ITEM_GET("K2")), 22);
+    EXPECT_EQ(s->ITEMINDEX_GET("FRESH"), size + 1);
+    s->ITEM_LET(dotted, 1);  // one name, dots included: no path
+    EXPECT_EQ(CLng(s->ITEMBYID_GET("A.B")), 1);
+    EXPECT_FALSE(s->EXISTS_GET("A"));
+    s->DEFAULTMODE_LET(true);
+    s->ITEM_LET(k2, -1);  // a default never overwrites
+    EXPECT_EQ(CLng(s->ITEM_GET(k2)), 22);
+    s->DEFAULTMODE_LET(false);
+    s->ITEM_LET(s->NAME(""), "appended");
+    EXPECT_EQ(s->ITEM_GET(s->MAX()).str(), "appended");
+    s->REMOVE("K2");
+    EXPECT_FALSE(s->EXISTS_GET(k2));
+  }
+}
+
+TEST(StructureHandle, PooledHandlesOutliveTheirThread) {
+  // a handle made on a thread that has ended still ends cleanly (its pool stays until then)
+  StructurePtr kept;
+  std::thread([&] {
+    std::vector<StructurePtr> many;
+    for (int i = 0; i < 1000; ++i) many.push_back(cls_Structure::New());
+    kept = many[500];
+    kept->ITEM_LET("a.b", 1);
+  }).join();
+  EXPECT_EQ(kept->COUNT(), 1);
+  kept.reset();
+  // blocks come back and are reused; handles from New, Ref and sub-structure reads mix freely
+  auto s = cls_Structure::New();
+  s->ITEM_LET("x.y", 1);
+  const int32_t before = s->MANAGER_GET()->HandleCount();
+  for (int i = 0; i < 3; ++i) {
+    auto sub = s->ITEM_GET("X").as<cls_Structure>();
+    auto again = sub->Ref();
+    EXPECT_TRUE(again->IDENTICAL(*sub));
+  }
+  EXPECT_EQ(s->MANAGER_GET()->HandleCount(), before);
 }
 
 TEST(StructureItems, ChildIdsBeyondSixteenBits) {
