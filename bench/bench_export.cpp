@@ -3,6 +3,7 @@
 //   bench_export xlsx OUT.xlsx [rows]   the built-in workbook writer (EXPORTEXCEL), one run
 //   bench_export htm OUT.htm [rows]     the HTML table (EXPORTFILE "HTM"), one run
 //   bench_export calc OUT.xlsx [rows]   EXPORTEXCEL through LibreOffice Calc, one run
+//   bench_export db OUT.ry-dbb [rows]   saves the rows as a database file (for `rykel db export`)
 // Prints "fill_ms=<building the database> export_ms=<the export> export_mib=<peak memory the
 // export added>" so run_export.sh can time the process as a whole (under /usr/bin/time -v) and
 // the export alone. The export's own memory is the peak resident size during the export (the
@@ -54,7 +55,7 @@ double hMs(std::chrono::steady_clock::time_point since) {
 
 int main(int argc, char** argv) {
   if (argc < 3) {
-    std::fprintf(stderr, "usage: %s xlsx|htm OUT [rows]\n", argv[0]);
+    std::fprintf(stderr, "usage: %s xlsx|htm|calc|db OUT [rows]\n", argv[0]);
     return 2;
   }
   std::string mode = argv[1], out = argv[2];
@@ -85,6 +86,11 @@ int main(int argc, char** argv) {
     db->ENTRYADD(Variant(static_cast<int>(i)), e);
   }
   double fill = hMs(t0);
+  if (mode == "db") {
+    db->hTargetFile(out, out + ".header");
+    db->ENTRYCHANGED_LET(true);
+    return db->HEADERSAVE(out + ".header") && db->DBSAVE() ? 0 : 1;
+  }
   if (std::FILE* f = std::fopen("/proc/self/clear_refs", "w")) {
     std::fputs("5", f);  // resets the peak resident size
     std::fclose(f);

@@ -21,7 +21,8 @@ std::string ReadInput(const std::string& path);
 // Opens a database file (read-only unless pWrite) and silences the library's message boxes, which
 // a command that reports its own failures does not want (SetNotifier({}) brings them back). A file
 // that cannot be opened ends the command with the open error as its one message (exit 1).
-DBPtr OpenDatabase(const std::string& pPath, bool pWrite = false);
+// pStream opens a binary file read-only for one pass over its entries (the setting "STREAM").
+DBPtr OpenDatabase(const std::string& pPath, bool pWrite = false, bool pStream = false);
 
 // Ends the command with a usage error "unknown field X; fields: A, B" unless pDB has the field
 // pName. A leading "&" (sort by display text) is allowed; "_" and "." are the same in names.

@@ -3,44 +3,12 @@
 #include <cmath>
 
 #include "CommandFailure.h"
-#include "frame/Convert.h"
-#include "frame/DateTime.h"
+#include "database/mdl_DBValueFit.h"
 #include "frame/Text.h"
 
 namespace rykel::cli {
 
 namespace {
-
-// "True", "False", or "" for a word that is neither.
-std::string hYesNo(std::string_view pText) {
-  std::string word = text::UCase(text::Trim(pText));
-  for (const char* w : {"TRUE", "JA", "YES", "WAHR", "J", "Y", "T", "X", "1", "-1"})
-    if (word == w) return "True";
-  for (const char* w : {"FALSE", "NEIN", "NO", "FALSCH", "N", "F", "0"})
-    if (word == w) return "False";
-  return {};
-}
-
-// A date with a day: the time-only form the date reader also knows is no date.
-bool hIsDate(std::string_view pText) {
-  double d;
-  std::string_view s = text::Trim(pText);
-  size_t dateEnd = s.find(' ');
-  std::string_view datePart = s.substr(0, dateEnd);
-  return datePart.find_first_of("-.") != std::string_view::npos && date::Parse(s, d);
-}
-
-// The member's key, found by key or by display text (case-blind, as a user types it); nullptr
-// when the value names no member.
-const std::string* hMemberKey(const cls_DBField& pField, std::string_view pValue) {
-  std::string_view v = text::Trim(pValue);
-  const auto& members = pField.MembersParsed();
-  for (const auto& m : members)
-    if (m.value == v) return &m.value;
-  for (const auto& m : members)
-    if (text::UCase(m.text) == text::UCase(v)) return &m.value;
-  return nullptr;
-}
 
 std::string hMemberList(const cls_DBField& pField) {
   std::string list;
@@ -52,46 +20,25 @@ std::string hMemberList(const cls_DBField& pField) {
 }  // namespace
 
 FittedValue FitValue(const cls_DBField& pField, std::string_view pValue) {
-  FittedValue out{std::string(pValue), {}};
-  if (text::Trim(pValue).empty()) return out;
+  if (text::Trim(pValue).empty()) return {std::string(pValue), {}};
+  using mdl_DBValueFit::Problem;
+  mdl_DBValueFit::Result fit = mdl_DBValueFit::FIT(pField, pValue);
+  FittedValue out{std::move(fit.value), {}};
   const std::string type = cls_DBField::TYPETEXT(pField.TYPE);
-  bool choice = pField.TYPE == ID_DBFieldType_Enum || pField.TYPE == ID_DBFieldType_EnumNumeric ||
-                pField.TYPE == ID_DBFieldType_EnumMulti;
-  if (choice && !pField.MembersParsed().empty()) {
-    std::vector<std::string> picked =
-        pField.TYPE == ID_DBFieldType_EnumMulti ? text::Split(pValue, ",") : std::vector<std::string>{out.value};
-    out.value.clear();
-    for (const auto& p : picked) {
-      const std::string* key = hMemberKey(pField, p);
-      if (!key) {
-        out.problem = (picked.size() > 1 ? "holds '" + std::string(text::Trim(p)) + "', which is" : "is") +
-                      " not a member of the " + type + " field (" + hMemberList(pField) + ")";
-        return out;
-      }
-      out.value += (out.value.empty() ? "" : ",") + *key;
+  switch (fit.problem) {
+    case Problem::None: break;
+    case Problem::NotMember: {
+      bool several = pField.TYPE == ID_DBFieldType_EnumMulti && pValue.find(',') != std::string_view::npos;
+      out.problem = (several ? "holds '" + fit.member + "', which is" : std::string("is")) + " not a member of the " +
+                    type + " field (" + hMemberList(pField) + ")";
+      break;
     }
-    return out;
-  }
-  double d;
-  switch (pField.TYPE) {
-    case ID_DBFieldType_Date:
-      if (!hIsDate(pValue)) out.problem = "is not a " + type + " (a date that exists: yyyy-mm-dd or d.m.yyyy)";
+    case Problem::NotDate: out.problem = "is not a " + type + " (a date that exists: yyyy-mm-dd or d.m.yyyy)"; break;
+    case Problem::NotWhole: out.problem = "is not a " + type + " (a whole number)"; break;
+    case Problem::NotNumber: out.problem = "is not a " + type + " (a number)"; break;
+    case Problem::NotYesNo:
+      out.problem = "is not a " + type + " (a yes/no word: true, false, ja, nein, yes, no, 1, 0)";
       break;
-    case ID_DBFieldType_Long:
-    case ID_DBFieldType_EnumNumeric:
-    case ID_DBFieldType_ReferenceNumeric:
-      if (!ParseNumber(pValue, d) || !std::isfinite(d) || d != std::trunc(d))
-        out.problem = "is not a " + type + " (a whole number)";
-      break;
-    case ID_DBFieldType_Double:
-      if (!ParseNumber(pValue, d) || !std::isfinite(d)) out.problem = "is not a " + type + " (a number)";
-      break;
-    case ID_DBFieldType_Boolean:
-      out.value = hYesNo(pValue);
-      if (out.value.empty())
-        out.problem = "is not a " + type + " (a yes/no word: true, false, ja, nein, yes, no, 1, 0)";
-      break;
-    default: break;
   }
   return out;
 }

@@ -17,18 +17,8 @@ struct FittedValue {
   std::string problem;  // "" when the value fits, else worded to follow "'value' ": "is not a DATE"
 };
 
-// Checks pValue against pField's type. Every value fits when empty (it clears the field). Per type:
-//   DATE              a date that exists: yyyy-mm-dd or d.m.yyyy, optionally with a time of day
-//   LONG, ENUMNUMERIC and REFERENCENUMERIC keys
-//                     a whole number
-//   DOUBLE            a number ("1.5", "1,5", "-2E3")
-//   BOOL              a yes/no word (any case): true false ja nein yes no wahr falsch j n y t f x
-//                     1 0 -1; stored as True or False (the library's own truth conversion would
-//                     read "nein" as true)
-//   ENUM, ENUMNUMERIC a member's key or display text, stored as the key (a field without members
-//                     takes any value)
-//   ENUMMULTI         a "," list of such members, stored as their keys joined with ","
-//   STRING, STRUCT, REFERENCE   anything
+// Checks pValue against pField's type (the rules: database/mdl_DBValueFit.h). Every value fits
+// when blank (it clears the field).
 FittedValue FitValue(const rykel::cls_DBField& pField, std::string_view pValue);
 
 // FitValue's value, or the end of the command with the usage error "FIELD: 'value' is not a

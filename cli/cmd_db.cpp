@@ -88,13 +88,16 @@ void hOpenForWriting(cls_DB& rDB, const std::string& pPath, const std::string& p
 
 }  // namespace
 
-DBPtr OpenDatabase(const std::string& pPath, bool pWrite) {
+DBPtr OpenDatabase(const std::string& pPath, bool pWrite, bool pStream) {
   // The open error is this command's one message; the library's message box would repeat it with
   // the database's internals. The box stays quiet for the rest of the command, which reports its
   // own failures.
   SetNotifier([](const Notification&) { return std::string("OK"); });
   auto db = std::make_shared<cls_DB>();
-  if (!db->DBOPENREADONLY(pPath, "", false)) Fail(kExitError, db->DBOPENERROR_GET());
+  auto settings = cls_Structure::New();
+  settings->ITEM_LET("READONLY", true);
+  if (pStream) settings->ITEM_LET("STREAM", true);
+  if (!db->DBOPEN(pPath, "", false, settings)) Fail(kExitError, db->DBOPENERROR_GET());
   if (pWrite) {
     db->DBCLOSE();
     hOpenForWriting(*db, pPath, "");

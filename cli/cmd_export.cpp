@@ -65,7 +65,12 @@ void AddDbExportCommand(CLI::App& app) {
   AddSortOptions(*ex, a.filter, true, true);
   ex->add_flag("--quiet", a.quiet, "no progress bar");
   ex->callback([] {
-    auto db = OpenDatabase(a.db);
+    std::string format = text::UCase(a.format);
+    // Every entry in table order is read from the file as the export goes, so the database is
+    // never held whole; a filter, a sort, sheets by value or a database copy need it in memory.
+    bool stream = a.filter.conditions.empty() && a.filter.sort.empty() && a.filter.then.empty() && a.sheetsBy.empty() &&
+                  format != "DB";
+    auto db = OpenDatabase(a.db, false, stream);
     SetNotifier([](const Notification& n) {
       ReportFailure("rykel db export", n.text);
       return std::string("OK");
@@ -83,12 +88,14 @@ void AddDbExportCommand(CLI::App& app) {
     // xls, a password or a named office program take the LibreOffice path of EXPORTEXCEL.
     if (!a.password.empty()) settings->ITEM_LET("EXCEL.PASSWORD", a.password);
     if (!a.office.empty()) settings->ITEM_LET("EXCEL.PROGRAM", a.office);
-    std::string format = text::UCase(a.format);
     if (format == "XLS" || format == "XLSX") settings->ITEM_LET("FORMAT", format);
     Variant view = a.view;
     if (!a.view.empty() && a.view.find_first_not_of("0123456789") == std::string::npos)
       view = a.view.size() <= 9 ? std::stoi(a.view) : -1;  // a number past any view's is no view
-    if (!db->VIEW(view)) FailUsage("--view: no view '" + a.view + "'");
+    auto shown = db->VIEW(view);
+    if (!shown) FailUsage("--view: no view '" + a.view + "'");
+    if (db->DBSTREAMED_GET() && !(shown->FILTERS.empty() && shown->SORTFIELD.empty() && shown->SORTFIELD2.empty()))
+      db = OpenDatabase(a.db);  // the view's own filter or sort needs every entry at hand
     // Filter and sort as `rykel db filter` does, on top of the view's own filter; without them
     // the view's filter and sort decide.
     cls_DB::IDList ids;

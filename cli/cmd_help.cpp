@@ -68,7 +68,9 @@ constexpr HelpTopic kTopics[] = {
      "db import reads CSV, TSV, JSON or JSONL: a new database takes its fields and their types from\n"
      "the columns; into an existing one columns map by field name, display name or --map COL=FIELD.\n"
      "A bad row stops it with FILE:LINE and the database unchanged; --skip-bad imports the rest.\n"
+     "FILE - reads standard input; one record or JSONL line holds at most IMPORT.LINE.MAX bytes (16 MiB).\n"
      "  rykel db import people.ry-dbb people.csv       rykel db import people.ry-dbb old.tsv --encoding cp1252\n"
+     "  gunzip -c people.csv.gz | rykel db import people.ry-dbb -\n"
      "See docs/API.md (cls_DB) and docs/KEL.md (the DB module).\n"},
     {"query", "Queries, filters and sorting",
      "A condition is an operator and a value: < > <= >= <> BEGINS ENDS CONTAINS CONTAINSWORD\n"

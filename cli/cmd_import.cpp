@@ -10,7 +10,9 @@
 
 #include "Commands.h"
 #include "Progress.h"
+#include "database/DBBinaryFile.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "frame/Notifier.h"
 #include "host/cls_DB.h"
 #include "tools/mdl_DBImport.h"
@@ -43,7 +45,9 @@ void AddDbImportCommand(CLI::App& app) {
   auto* im = dbc->add_subcommand(
       "import", "Add the rows of a CSV, TSV, JSON or JSONL file as entries (a new database when DB does not exist)");
   im->add_option("DB", a.db, "database file (made, with its header beside it, when it does not exist)")->required();
-  im->add_option("FILE", a.file, "data file: a header row naming the columns, then one row per entry")->required();
+  im->add_option("FILE", a.file,
+                 "data file: a header row naming the columns, then one row per entry; - for standard input")
+      ->required();
   im->add_option("--format", a.options.format,
                  "csv, tsv, json (an array of objects) or jsonl (an object per line); default: by FILE's "
                  "extension, else csv")
@@ -94,8 +98,28 @@ void AddDbImportCommand(CLI::App& app) {
         bar->Step(done);
       };
     mdl_DBImport::Result r;
+    // A new database in the binary form gets its rows written to the file as they are read, so
+    // no row is held; the file appears whole, or not at all, when the write is renamed into place.
+    // (Skipped rows would leave fewer records than the count the file starts with.)
+    bool direct = isNew && !a.options.skipBad && cls_DBStore::ISBINARYNAME(a.db);
     try {
-      r = mdl_DBImport::Import(*db, a.file, a.options);
+      if (direct) {
+        fileio::WriteFileAtomicStream(a.db, [&](std::FILE* out) {
+          DBBinaryWriter writer(out, a.db);
+          size_t slash = newHeader.rfind('/');
+          std::string headerName = slash == std::string::npos ? newHeader : newHeader.substr(slash + 1);
+          int32_t id = 0;
+          a.options.sink = [&](const StructurePtr& pEntry, int64_t pRows) {
+            if (!writer.Begun()) writer.Begin(headerName, static_cast<int32_t>(pRows));
+            writer.Record(Variant(++id), true, pEntry->SERIALIZE());
+          };
+          r = mdl_DBImport::Import(*db, a.file, a.options);
+          if (!writer.Begun()) writer.Begin(headerName, 0);
+          writer.End();
+        });
+      } else {
+        r = mdl_DBImport::Import(*db, a.file, a.options);
+      }
     } catch (const Error& e) {
       if (bar && ::isatty(STDERR_FILENO)) std::fprintf(stderr, "\n");
       if (isNew) {  // nothing of the database the import was to make stays behind
@@ -108,7 +132,7 @@ void AddDbImportCommand(CLI::App& app) {
     }
     if (!r.fieldsCreated.empty() && !db->HEADERSAVE(db->HEADERFILE_GET()))
       Fail(kExitError, "cannot write the header " + db->HEADERFILE_GET());
-    if (isNew) db->ENTRYCHANGED_LET(true);  // an empty file still makes the database file
+    if (isNew && !direct) db->ENTRYCHANGED_LET(true);  // an empty file still makes the database file
     if (db->ENTRYCHANGED_GET() && !db->DBSAVE())
       Fail(kExitError, "cannot save '" + db->DBFILE_GET() + "': " + db->DBSAVEERROR_GET());
     for (const auto& p : r.problems) std::fprintf(stderr, "skipped %s\n", p.c_str());

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "database/DBBinaryFile.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Random.h"
@@ -54,6 +55,14 @@ Variant hSlotValue(const cls_Structure& pData, uint32_t pAtom, const cls_DBField
     if (it.used && it.name == pAtom) return it.isStruct ? Variant(m.Ref(it.child)) : hTyped(pField, it.value);
   }
   return Variant();
+}
+
+// The reader's fields of an entry (all Empty for none).
+void hReadValues(const cls_Structure* pData, const cls_DBStore::EntryReader& pReader, std::vector<Variant>& rValues) {
+  rValues.assign(pReader.fields.size(), Variant());
+  if (!pData) return;
+  for (size_t i = 0; i < pReader.fields.size(); ++i)
+    if (pReader.atoms[i]) rValues[i] = hSlotValue(*pData, pReader.atoms[i], *pReader.fields[i]);
 }
 
 }  // namespace
@@ -610,11 +619,63 @@ void cls_DBStore::ENTRYVALUES(int32_t pPosition, const EntryReader& pReader, std
   rValues.assign(pReader.fields.size(), Variant());
   const auto& all = entries_.Entries();
   if (pPosition < 0 || static_cast<size_t>(pPosition) >= all.size()) return;
-  const auto& data = all[static_cast<size_t>(pPosition)].data;
-  if (!data) return;
-  for (size_t i = 0; i < pReader.fields.size(); ++i) {
-    if (pReader.atoms[i]) rValues[i] = hSlotValue(*data, pReader.atoms[i], *pReader.fields[i]);
+  hReadValues(all[static_cast<size_t>(pPosition)].data.get(), pReader, rValues);
+}
+
+namespace {
+
+// The entries of the table, by position.
+class TableCursor : public cls_DBStore::EntryCursor {
+ public:
+  TableCursor(const std::vector<DBEntryTable::Entry>& pAll, const cls_DBStore::EntryReader& pReader)
+      : all_(pAll), reader_(pReader) {}
+  int64_t Count() const override { return static_cast<int64_t>(all_.size()); }
+  bool Next(Variant& rID, std::vector<Variant>& rValues) override {
+    if (next_ >= all_.size()) return false;
+    const auto& e = all_[next_++];
+    rID = e.id;
+    hReadValues(e.data.get(), reader_, rValues);
+    return true;
   }
+
+ private:
+  const std::vector<DBEntryTable::Entry>& all_;
+  cls_DBStore::EntryReader reader_;
+  size_t next_ = 0;
+};
+
+// The records of a binary database file, each decoded into one structure that is refilled.
+class FileCursor : public cls_DBStore::EntryCursor {
+ public:
+  FileCursor(const std::string& pFile, const cls_DBStore::EntryReader& pReader)
+      : file_(pFile), reader_(pReader), entry_(cls_Structure::New()) {}
+  int64_t Count() const override { return file_.Count(); }
+  bool Next(Variant& rID, std::vector<Variant>& rValues) override {
+    std::string_view content;
+    if (!file_.Next(rID, content)) return false;
+    entry_->UNSERIALIZE(content);
+    hReadValues(entry_.get(), reader_, rValues);
+    return true;
+  }
+
+ private:
+  DBBinaryFile file_;
+  cls_DBStore::EntryReader reader_;
+  StructurePtr entry_;
+};
+
+}  // namespace
+
+std::unique_ptr<cls_DBStore::EntryCursor> cls_DBStore::ENTRYCURSOR(const EntryReader& pReader) {
+  if (streamed_) {
+    // The entries are yet to be read, so their field names may not have been met yet.
+    EntryReader reader = pReader;
+    auto& names = mdl_Global::SMAN_GET()->Names();
+    for (size_t i = 0; i < reader.fields.size(); ++i)
+      if (reader.fields[i] && !reader.atoms[i]) reader.atoms[i] = names.Intern(text::UCase(reader.fields[i]->ID));
+    return std::make_unique<FileCursor>(dbFile_, reader);
+  }
+  return std::make_unique<TableCursor>(entries_.Entries(), pReader);
 }
 
 // ---- text forms --------------------------------------------------------------------------------

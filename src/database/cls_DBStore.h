@@ -109,12 +109,18 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
   // The database file's path with ".cache" appended; set by DBOPEN.
   std::string CACHEFILE_GET() const { return cacheFile_; }  // ""
   bool DBREADONLY_GET() const { return readOnly_; }         // false
+  // Opened with "STREAM": the entries stay in the file (see DBOPEN).
+  bool DBSTREAMED_GET() const { return streamed_; }  // false
 
   // ---- files ---------------------------------------------------------------------------------
   // Opens database file pDBFile with header file pHeaderFile (either may be ""). Settings may
   // hold "READONLY"; "LOCK" true holds the database file's exclusive lock (see DBSAVE) from here
   // until DBCLOSE/DBCLEAR, so that no cooperating writer changes the file in between; "LOCKWAIT"
-  // is how many seconds a lock is waited for (default 30). A folder, FIFO or device is refused
+  // is how many seconds a lock is waited for (default 30). "STREAM" true opens a binary database
+  // file for one pass over its entries without loading them (read-only): the entry table stays
+  // empty, ENTRYCOUNT gives the file's count, and ENTRYCURSOR (so every export of all entries in
+  // table order) reads them from the file as it goes; ids that appear twice are not detected
+  // then. Files in the structure form are loaded as usual. A folder, FIFO or device is refused
   // ("DB file 'f' is not a regular file"); a binary file that holds one id twice is invalid.
   // Opening the open file again is true and reloads nothing; when another database is open, it is
   // closed first, and when its changes cannot be saved the open fails ("The open database 'f'
@@ -122,6 +128,8 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
   // through the notifier, raises when pRaiseErrors, and returns false.
   bool DBOPEN(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false,
               const StructurePtr& pSettings = nullptr);
+  // True for a file name of the binary form (ending ".RY-DBB" or "RY-DBB.TMP", any case).
+  static bool ISBINARYNAME(std::string_view pFile);
   bool DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile = "", bool pRaiseErrors = false);
   // The message of the last failed DBOPEN ("" after a success).
   std::string DBOPENERROR_GET() const { return openError_; }
@@ -212,7 +220,7 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
   // given). Creates the entry when absent. Raises 5 for a WRITEONCE field that holds a value.
   void ENTRYFIELD_LET(const Variant& pID, const Variant& pField, const Variant& pValue);
   bool ENTRYREMOVE(const Variant& pID);
-  int32_t ENTRYCOUNT() const { return entries_.Count(); }
+  int32_t ENTRYCOUNT() const { return streamed_ ? streamCount_ : entries_.Count(); }
   void ENTRYCLEAR();
   // Rebuilds every index (and drops the value columns).
   void ENTRYREINDEX();
@@ -246,6 +254,19 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
   // The values of the entry at a position (ENTRYIDAT order), one per reader field; all Empty for
   // a position out of range.
   void ENTRYVALUES(int32_t pPosition, const EntryReader& pReader, std::vector<Variant>& rValues);
+  // One pass over every entry in table order, reading the reader's fields (typed as ENTRYVALUES
+  // types them) of one entry at a time: from the entry table, or from the file of a database
+  // opened with "STREAM", where each entry is decoded in turn and none is kept. The cursor stays
+  // valid while the database is neither changed nor closed; it raises what reading the file raises.
+  class EntryCursor {
+   public:
+    virtual ~EntryCursor() = default;
+    // The number of entries the pass visits.
+    virtual int64_t Count() const = 0;
+    // The next entry's id and values; false after the last.
+    virtual bool Next(Variant& rID, std::vector<Variant>& rValues) = 0;
+  };
+  std::unique_ptr<EntryCursor> ENTRYCURSOR(const EntryReader& pReader);
   // Bumped by every entry change; a column is valid while it matches.
   uint64_t ENTRYGENERATION() const { return generation_; }
 
@@ -318,7 +339,9 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
   ObjectPtr kel_;
   StructurePtr headerLocations_;
   bool entryChanged_ = false, opened_ = false, readOnly_ = false, fieldsChanged_ = false;
-  bool rebuilding_ = false;  // inside hFieldDynamicRebuild: storing the rendered values starts no other
+  bool rebuilding_ = false;
+  bool streamed_ = false;    // opened with "STREAM": the entries are read from dbFile_ by ENTRYCURSOR
+  int32_t streamCount_ = 0;  // inside hFieldDynamicRebuild: storing the rendered values starts no other
   int32_t version_ = 7;
   std::string dbFile_, headerFile_, cacheFile_, openError_, checkReport_, saveError_;
   fileio::FileLock lock_;    // held from DBOPEN to DBCLEAR with the setting "LOCK"

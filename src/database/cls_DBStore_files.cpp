@@ -1,25 +1,13 @@
 // cls_DBStore: the database files (open, save, close, clear), the whole-database structure, the
 // one-string form, copying, merging and the index check.
 //
-// Binary form of the database file, values of the sequential value writer (frame/ValueWriter.h)
-// one after the other:
-//   file    := signature format header-name timestamp count record* end
-//   signature := String "Morvandil KEL DB Binary"
-//   format  := Integer 1
-//   header-name := String      (file name part of the header file)
-//   timestamp := Date          (when the file was written)
-//   count   := Long            (number of records)
-//   record  := id marker content
-//   id      := the id value in a numeric database; else String, the id with "." written "_"
-//   marker  := Boolean         (true when content holds a CR LF)
-//   content := String          (the entry's structure, serialized)
-//   end     := String "EOF"
-// On reading, every id becomes the number its text begins with.
+// The binary form of the database file is read by DBBinaryFile (the form is written down there).
 #include <sys/stat.h>
 
 #include <atomic>
 #include <cmath>
 
+#include "database/DBBinaryFile.h"
 #include "database/DBEntryText.h"
 #include "database/DBStructureFile.h"
 #include "database/cls_DBStore.h"
@@ -31,7 +19,6 @@
 #include "frame/Random.h"
 #include "frame/Text.h"
 #include "frame/ValueReader.h"
-#include "frame/ValueWriter.h"
 #include "frame/mdl_Global.h"
 #include "frame/mdl_Limits.h"
 
@@ -40,7 +27,6 @@ namespace rykel {
 namespace {
 
 constexpr const char* kClass = "cls_DB";  // the error source hosts see
-constexpr std::string_view kSignature = "Morvandil KEL DB Binary";
 constexpr std::string_view kDefaultHeader = "info.header";
 
 // A failure while opening: the message that the report shows.
@@ -97,6 +83,8 @@ bool cls_DBStore::DBCLEAR() {
     headerFile_.clear();
     cacheFile_.clear();
     readOnly_ = false;
+    streamed_ = false;
+    streamCount_ = 0;
     lock_.Release();
     stamp_ = {};
     saveError_.clear();
@@ -111,6 +99,8 @@ bool cls_DBStore::DBCLEAR() {
     return true;
   });
 }
+
+bool cls_DBStore::ISBINARYNAME(std::string_view pFile) { return hIsBinaryName(pFile); }
 
 bool cls_DBStore::DBOPENREADONLY(const std::string& pDBFile, const std::string& pHeaderFile, bool pRaiseErrors) {
   return Guard(kClass, "DBOPENREADONLY", [&] {
@@ -145,7 +135,8 @@ bool cls_DBStore::hLocateHeader(const std::string& pName, std::string& rPath) {
 bool cls_DBStore::hOpen(const std::string& pDBFile, const std::string& pHeaderFile, const StructurePtr& pSettings) {
   const std::string& D = pDBFile;
   const std::string& H = pHeaderFile;
-  bool readOnly = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("READONLY", false));
+  bool stream = pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("STREAM", false)) && hIsBinaryName(pDBFile);
+  bool readOnly = stream || (pSettings && mdl_Global::hCBool(pSettings->ITEM_GET("READONLY", false)));
   bool isNew = false, reindex = false;
   try {
     // A folder, FIFO or device is never taken for a database (reading a FIFO would wait for ever,
@@ -202,9 +193,17 @@ bool cls_DBStore::hOpen(const std::string& pDBFile, const std::string& pHeaderFi
       std::vector<DBRow> rows;
       if (!empty) {
         try {
-          hReadBinary(dbFile_, headerName, rows);
+          if (stream) {
+            // Only the part before the records: ENTRYCURSOR reads them.
+            DBBinaryFile file(dbFile_);
+            headerName = file.HeaderName();
+            streamCount_ = file.Count();
+          } else {
+            hReadBinary(dbFile_, headerName, rows);
+          }
         } catch (const Error& e) { readFail(e); }
       }
+      streamed_ = stream;
       // The header first: it decides whether ids are numbers or texts.
       if (!headerGiven) locateAndLoad(headerName);
       try {
@@ -315,52 +314,21 @@ void cls_DBStore::hWriteBinary(const std::string& pFile) {
   const auto& all = entries_.Entries();
   bool numeric = entries_.Numeric();
   fileio::WriteFileAtomicStream(pFile, [&](std::FILE* f) {
-    ValueWriter w;
-    auto flush = [&] {
-      // a failed write is raised by the atomic writer, with the system's reason
-      if (!w.Data().empty() && std::fwrite(w.Data().data(), 1, w.Data().size(), f) != w.Data().size())
-        Raise(err::kFileIO, "cannot write '" + pFile + "'");
-      w.Clear();
-    };
-    w.WriteString(kSignature);
-    w.Write(Variant(static_cast<int16_t>(1)));
-    w.WriteString(hFileName(headerFile_));
-    w.Write(Variant::Date(date::Now()));
-    w.Write(Variant(static_cast<int32_t>(all.size())));
-    for (const auto& e : all) {
-      if (numeric) w.Write(e.id);
-      else w.WriteString(text::Replace(CStr(e.id), ".", "_"));
-      std::string content = hEntryText(e.data);
-      w.WriteBool(content.find("\r\n") != std::string::npos);
-      w.WriteString(content);
-      if (w.Data().size() > (1u << 20)) flush();
-    }
-    w.WriteString("EOF");
-    flush();
+    DBBinaryWriter w(f, pFile);
+    w.Begin(hFileName(headerFile_), static_cast<int32_t>(all.size()));
+    for (const auto& e : all) w.Record(e.id, numeric, hEntryText(e.data));
+    w.End();
   });
 }
 
 void cls_DBStore::hReadBinary(const std::string& pFile, std::string& rHeaderName, std::vector<DBRow>& rRows) {
-  std::string data = fileio::ReadRegularFile(pFile);
-  ValueReader r(data);
-  if (r.ReadStringView() != kSignature) Raise(err::kInvalidData, "not a binary database file");
-  int32_t format = CLng(r.Read());
-  if (format != 1) Raise(err::kInvalidData, "unknown binary format " + std::to_string(format));
-  rHeaderName = std::string(r.ReadStringView());
-  r.Read();  // time stamp
-  int32_t count = CLng(r.Read());
-  if (count < 0) Raise(err::kInvalidData, "negative entry count");
+  DBBinaryFile file(pFile);
+  rHeaderName = file.HeaderName();
   rRows.clear();
-  rRows.reserve(static_cast<size_t>(std::min<int32_t>(count, 1 << 24)));
-  for (int32_t i = 0; i < count; ++i) {
-    Variant id = r.Read();
-    double d;
-    Variant num =
-        NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
-    r.Read();  // marker: the content is restored from its text either way
-    rRows.push_back({std::move(num), hEntryFromText(r.ReadStringView())});
-  }
-  if (r.ReadStringView() != "EOF") Raise(err::kInvalidData, "end mark missing");
+  rRows.reserve(static_cast<size_t>(std::min<int32_t>(file.Count(), 1 << 24)));
+  Variant id;
+  std::string_view content;
+  while (file.Next(id, content)) rRows.push_back({std::move(id), hEntryFromText(content)});
 }
 
 void cls_DBStore::hInstallRows(std::vector<DBRow>& rRows, bool pRejectDuplicates) {

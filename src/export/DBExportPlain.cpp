@@ -8,6 +8,7 @@
 #include "database/enm_DBFieldType.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
 #include "structure/cls_Structure.h"
@@ -130,8 +131,13 @@ PlainWalk::PlainWalk(cls_DBStore& rDB, const Variant& pView, const cls_DBStore::
 }
 
 const std::vector<PlainCell>& PlainWalk::ROW(int64_t pRow, Variant& rID) {
-  rID = walk_.IDS()[static_cast<size_t>(pRow)];
-  db_.ENTRYVALUES(walk_.INORDER() ? static_cast<int32_t>(pRow) : db_.ENTRYPOSITION(rID), reader_, values_);
+  if (walk_.INORDER()) {
+    if (!cursor_) cursor_ = db_.ENTRYCURSOR(reader_);
+    if (!cursor_->Next(rID, values_)) Raise(err::kInvalidData, "the database has fewer entries than it counts");
+  } else {
+    rID = walk_.IDS()[static_cast<size_t>(pRow)];
+    db_.ENTRYVALUES(db_.ENTRYPOSITION(rID), reader_, values_);
+  }
   for (size_t i = 0; i < fields_.size(); ++i) PlainOf(values_[i], fields_[i]->TYPE, cells_[i]);
   const auto& progress = db_.EXPORTPROGRESS_GET();
   int64_t total = ROWS();

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -42,8 +43,10 @@ class PlainWalk {
   // Raises kInvalidCall when the view does not exist. Settings as EXPORTFILE's ("NOOSD").
   PlainWalk(cls_DBStore& rDB, const Variant& pView, const cls_DBStore::IDList& pIDs, const StructurePtr& pSettings);
   const std::vector<DBFieldPtr>& FIELDS() const { return fields_; }
-  int64_t ROWS() const { return static_cast<int64_t>(walk_.IDS().size()); }
+  int64_t ROWS() const { return walk_.TABLE().rows; }
   // The cells of the i-th entry (0-based) and its id; reports progress every so many rows.
+  // REQUIRES: called for the rows 0, 1, 2, ... in turn (every entry in table order is read in one
+  // pass through ENTRYCURSOR).
   const std::vector<PlainCell>& ROW(int64_t pRow, Variant& rID);
 
  private:
@@ -52,6 +55,7 @@ class PlainWalk {
   bool quiet_ = false;
   std::vector<DBFieldPtr> fields_;
   cls_DBStore::EntryReader reader_;
+  std::unique_ptr<cls_DBStore::EntryCursor> cursor_;  // every entry in table order
   std::vector<Variant> values_;
   std::vector<PlainCell> cells_;
 };

@@ -32,6 +32,9 @@ bool hShaped(std::string_view s, std::string_view pattern) {
 
 bool hIsRuleTrue(const Variant& v) { return !v.isEmpty() && mdl_Global::hCBool(v); }
 
+constexpr const char* kStreamedMessage =
+    "the database is opened for streaming (STREAM): only all its entries in table order can be exported";
+
 }  // namespace
 
 std::string cls_DBExport::hColorText(int32_t pColor) {
@@ -48,9 +51,9 @@ cls_DBExport::cls_DBExport(cls_DBStore& pDB, const Variant& pView, const cls_DBS
   // Without a list the view's filter and sort decide; a view with neither exports every entry
   // in table order, which the walk reads by position.
   allInOrder_ = !pIDs && view_->FILTERS.empty() && view_->SORTFIELD.empty() && view_->SORTFIELD2.empty();
+  if (db_.DBSTREAMED_GET() && !allInOrder_) Raise(err::kInvalidCall, kStreamedMessage);
   if (pIDs) ids_ = *pIDs;
-  else if (allInOrder_) ids_ = db_.ENTRYALL_IDS();
-  else ids_ = mdl_DBQuery::ENTRYFILTER(db_, Variant(view_->ID), nullptr);
+  else if (!allInOrder_) ids_ = mdl_DBQuery::ENTRYFILTER(db_, Variant(view_->ID), nullptr);
   StructurePtr s = pSettings ? pSettings : cls_Structure::New();
   table_.settings = s;
   index_ = hIsRuleTrue(s->ITEM_GET("INDEX"));
@@ -62,7 +65,7 @@ cls_DBExport::cls_DBExport(cls_DBStore& pDB, const Variant& pView, const cls_DBS
                           ? CStr(color)
                           : hColorText(color.isEmpty() ? kDefaultTitleColor : CLng(color));
   table_.stamp = date::Now();
-  table_.rows = static_cast<int64_t>(ids_.size());
+  table_.rows = allInOrder_ ? db_.ENTRYCOUNT() : static_cast<int64_t>(ids_.size());
 
   if (index_) table_.columns.push_back({"Nr.", kIndexWidth, nullptr, 0, 0, false, ExportAlign::Right});
   auto addColumn = [&](const DBFieldPtr& f, int32_t width, bool showValues, int32_t mode) {
@@ -203,11 +206,10 @@ void cls_DBExport::hFormatRow(ExportRow& rRow) {
   styles_.emplace_back(rRow.bold, rRow.textColor, rRow.backColor);
 }
 
-void cls_DBExport::hFill(ExportRow& rRow, const Variant& pID, int32_t pPos, int64_t pNumber, bool pNumberTexts) {
+void cls_DBExport::hFill(ExportRow& rRow, const Variant& pID, int64_t pNumber, bool pNumberTexts) {
   rRow.id = pID;
   rRow.number = pNumber;
   rRow.cells.resize(table_.columns.size());
-  db_.ENTRYVALUES(pPos, reader_, values_);
   for (size_t c = 0; c < table_.columns.size(); ++c) {
     const ExportColumn& col = table_.columns[c];
     ExportCell& cell = rRow.cells[c];
@@ -225,8 +227,17 @@ void cls_DBExport::hFill(ExportRow& rRow, const Variant& pID, int32_t pPos, int6
 
 ExportRow cls_DBExport::ROW(const Variant& pID, int64_t pNumber) {
   ExportRow row;
-  hFill(row, pID, db_.ENTRYPOSITION(pID), pNumber, true);
+  db_.ENTRYVALUES(db_.ENTRYPOSITION(pID), reader_, values_);
+  hFill(row, pID, pNumber, true);
   return row;
+}
+
+const std::vector<Variant>& cls_DBExport::IDS() {
+  if (allInOrder_ && static_cast<int64_t>(ids_.size()) != table_.rows) {
+    if (db_.DBSTREAMED_GET()) Raise(err::kInvalidCall, kStreamedMessage);
+    ids_ = db_.ENTRYALL_IDS();
+  }
+  return ids_;
 }
 
 std::string cls_DBExport::CELLTEXT(size_t pColumn, const Variant& pID) {
@@ -247,10 +258,18 @@ void cls_DBExport::WALK(const std::vector<ExportSink*>& pSinks) {
   const auto& progress = db_.EXPORTPROGRESS_GET();
   int64_t total = table_.rows;
   ExportRow row;  // one row refilled, so its texts keep their capacity
+  std::unique_ptr<cls_DBStore::EntryCursor> cursor;
+  if (allInOrder_) cursor = db_.ENTRYCURSOR(reader_);
+  Variant id;
   for (int64_t i = 0; i < total; ++i) {
     db_.DEBUGTRACK_LET("EXPORT-ROW", static_cast<int32_t>(i + 1), static_cast<int32_t>(total));
-    const Variant& id = ids_[static_cast<size_t>(i)];
-    hFill(row, id, allInOrder_ ? static_cast<int32_t>(i) : db_.ENTRYPOSITION(id), i + 1, numberTexts);
+    if (!cursor) {
+      id = ids_[static_cast<size_t>(i)];
+      db_.ENTRYVALUES(db_.ENTRYPOSITION(id), reader_, values_);
+    } else if (!cursor->Next(id, values_)) {
+      break;
+    }
+    hFill(row, id, i + 1, numberTexts);
     for (auto* s : pSinks) s->ROW(row);
     if (!quiet_ && progress && ((i + 1) % kProgressStep == 0 || i + 1 == total)) progress(i + 1, total);
   }

@@ -21,7 +21,8 @@
 // the rows that ENTRYQUERY with the same field and condition returns; a rule without a
 // condition marks every row.
 //
-// Values come straight from the entry table, each entry's fields read in one pass (ENTRYREADER, ENTRYVALUES);
+// Values come straight from the entry table (or, every entry in table order, through ENTRYCURSOR, which
+// also reads a database opened with "STREAM" from its file), each entry's fields read in one pass;
 // no per-cell field lookup and no whole-column copies. Sinks that write typed numbers and dates (the workbook)
 // say so through NUMBERTEXTS() and are spared the display text of those cells.
 //
@@ -97,8 +98,11 @@ class cls_DBExport {
   cls_DBExport(cls_DBStore& pDB, const Variant& pView, const cls_DBStore::IDList& pIDs, const StructurePtr& pSettings);
 
   const ExportTable& TABLE() const { return table_; }
-  const std::vector<Variant>& IDS() const { return ids_; }
-  // True when IDS() are every entry in table order, so that an id's position is its index.
+  // The ids of the entries to export, in order. For every entry in table order the list is made
+  // on first call (WALK does without it); raises kInvalidCall for a database opened with
+  // "STREAM", whose entries stay in its file.
+  const std::vector<Variant>& IDS();
+  // True when the export is every entry in table order: WALK then reads them through ENTRYCURSOR.
   bool INORDER() const { return allInOrder_; }
   const DBViewPtr& VIEW() const { return view_; }
   // One row, as the sinks get it.
@@ -122,15 +126,16 @@ class cls_DBExport {
     cls_DBCondition cond;
   };
   void hReadRules();
-  void hFill(ExportRow& rRow, const Variant& pID, int32_t pPos, int64_t pNumber, bool pNumberTexts);
+  // Fills the row from values_, which holds the entry's values.
+  void hFill(ExportRow& rRow, const Variant& pID, int64_t pNumber, bool pNumberTexts);
   void hCell(ExportCell& rCell, const ExportColumn& pColumn, const Variant& pID, const Variant& pValue,
              bool pNumberTexts);
   void hFormatRow(ExportRow& rRow);
 
   cls_DBStore& db_;
   DBViewPtr view_;
-  std::vector<Variant> ids_;
-  bool allInOrder_ = false;  // ids_ are every entry in table order, so an id's position is its index
+  std::vector<Variant> ids_;  // made on first need when allInOrder_
+  bool allInOrder_ = false;   // every entry in table order
   ExportTable table_;
   bool index_ = false, quiet_ = false;
   std::vector<Rule> rules_;

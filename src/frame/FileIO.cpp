@@ -155,7 +155,7 @@ std::string ReadOpened(int fd, const std::string& pFile) {
   return hReadAndClose(fd, st, pFile);
 }
 
-std::string ReadRegularFile(const std::string& pFile, FileStamp* rStamp) {
+int OpenRegularFile(const std::string& pFile, FileStamp* rStamp) {
   // O_NONBLOCK: opening a FIFO must not wait for a writer.
   int fd = hOpenForRead(pFile, O_NONBLOCK);
   struct stat st {};
@@ -165,6 +165,13 @@ std::string ReadRegularFile(const std::string& pFile, FileStamp* rStamp) {
   }
   ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
   if (rStamp) *rStamp = hStamp(st);
+  return fd;
+}
+
+std::string ReadRegularFile(const std::string& pFile, FileStamp* rStamp) {
+  int fd = OpenRegularFile(pFile, rStamp);
+  struct stat st {};
+  ::fstat(fd, &st);
   return hReadAndClose(fd, st, pFile);
 }
 

@@ -48,6 +48,9 @@ std::string ReadOpened(int fd, const std::string& pFile);
 // The same for a file that must be a regular file (a FIFO, device or folder raises 75 "'f' is not
 // a regular file" without blocking); rStamp, when given, gets the stamp of exactly what was read.
 std::string ReadRegularFile(const std::string& pFile, FileStamp* rStamp = nullptr);
+// The same file opened for reading piece by piece (the same errors and confinement; no size
+// bound, as nothing is held whole). Returns the descriptor, which the caller closes.
+int OpenRegularFile(const std::string& pFile, FileStamp* rStamp = nullptr);
 // Raises 75 "<pWhat> 'f' is not a regular file" when pFile exists (links followed) and is a
 // folder, FIFO, device or socket; a missing file passes.
 void RequireRegularFile(const std::string& pFile, std::string_view pWhat);

@@ -21,6 +21,7 @@ constexpr std::array<Definition, kLimitCount> kDefinitions{{
     {"STRUCTURE.DEPTH.MAX", 1000, 5000},
     {"SERIALIZED.DEPTH.MAX", 100, 5000},
     {"INPUT.SIZE.MAX", int64_t{1} << 30, int64_t{1} << 40},
+    {"IMPORT.LINE.MAX", int64_t{1} << 24, int64_t{1} << 40},
 }};
 
 std::array<std::atomic<int64_t>, kLimitCount>& hValues() {

@@ -8,6 +8,8 @@
 //                                     writing; the serialized form's own rule is 100)
 //   INPUT.SIZE.MAX        1073741824  bytes of one text read: a file (LOAD, DBOPEN, INCLUDE, ...)
 //                                     or a text handed to PARSE, UNSERIALIZE or PROCESS
+//   IMPORT.LINE.MAX       16777216    bytes of one record of a CSV or TSV file, or one line of a
+//                                     JSONL file, that the database import reads
 //
 // The depths are capped at 5000 (deeper recursion would risk the thread's stack). The template
 // interpreter has its own per-interpreter settings (SYS.COMMANDS.MAX, SYS.NESTING.MAX,
@@ -26,7 +28,7 @@
 namespace rykel {
 namespace mdl_Limits {
 
-enum Limit : int { kStructureDepth = 0, kSerializedDepth, kInputSize, kLimitCount };
+enum Limit : int { kStructureDepth = 0, kSerializedDepth, kInputSize, kImportLine, kLimitCount };
 
 // The current value of a limit (for the code that enforces it).
 int64_t Get(Limit pLimit);

@@ -10,6 +10,7 @@
 
 #include "frame/Error.h"
 #include "frame/Text.h"
+#include "frame/mdl_Limits.h"
 
 namespace rykel {
 
@@ -96,14 +97,21 @@ bool hFromCp1252(std::string& rText, std::string& rProblem) {
   return true;
 }
 
+// "the record is longer than IMPORT.LINE.MAX (n bytes)".
+std::string hTooLong(const char* pWhat, size_t pMax) {
+  return std::string("the ") + pWhat + " is longer than IMPORT.LINE.MAX (" + std::to_string(pMax) + " bytes)";
+}
+
 // One CSV record into rValues; false at the end of the file. rProblem names a flaw that spoils
 // only this record (the rest of its line is skipped); an unclosed quote raises pFail.
 // record -> value { DELIM value } (CRLF | LF | CR | EOF)
 // value  -> '"' { char | '""' } '"' | { char but DELIM, '"', CR, LF }
+// A record longer than pMax bytes raises pFail too.
 template <class FailFn>
-bool hCsvRecord(DBImportReader::Source& s, char delim, std::vector<std::string>& rValues, int64_t& rLine,
+bool hCsvRecord(DBImportReader::Source& s, char delim, size_t pMax, std::vector<std::string>& rValues, int64_t& rLine,
                 std::string& rProblem, const FailFn& pFail) {
-  size_t n = 0;  // values of this record; the strings of rValues are reused for their capacity
+  size_t n = 0;     // values of this record; the strings of rValues are reused for their capacity
+  size_t used = 0;  // bytes of the values before the current one
   rProblem.clear();
   int c;
   for (;;) {  // blank lines hold no record
@@ -115,7 +123,11 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, std::vector<std::string>&
   auto skipLine = [&] {
     while (c != '\n' && c != '\r' && c != EOF) c = s.Get();
   };
+  auto bound = [&](const std::string& cur) {
+    if (used + cur.size() > pMax) pFail(rLine, hTooLong("record", pMax));
+  };
   auto next = [&]() -> std::string& {
+    if (n > 0) used += rValues[n - 1].size() + 1;
     if (n == rValues.size()) rValues.emplace_back();
     std::string& v = rValues[n++];
     v.clear();
@@ -134,6 +146,7 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, std::vector<std::string>&
           s.Get();
         }
         cur += static_cast<char>(c);
+        bound(cur);
       }
       c = s.Get();
       if (c != delim && c != '\n' && c != '\r' && c != EOF) {
@@ -160,6 +173,7 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, std::vector<std::string>&
         }
         cur.append(s.buf, s.pos, end - s.pos);
         s.pos = end;
+        bound(cur);
         c = s.Get();
       }
     }
@@ -216,6 +230,23 @@ struct SourceIt {
 }  // namespace
 
 DBImportReader::DBImportReader(const std::string& pFile, Settings pSettings) : file_(pFile), settings_(pSettings) {
+  if (pFile == "-") {
+    // Standard input is read once, into a temporary file, so that it can be read twice (the
+    // types of new fields are learnt in a pass of their own) without being held in memory.
+    file_ = "standard input";
+    fp_ = std::tmpfile();
+    if (!fp_)
+      Raise(err::kFileIO, std::string("cannot make a temporary file for standard input: ") + std::strerror(errno));
+    std::string buf(1 << 16, '\0');
+    for (size_t n; (n = std::fread(buf.data(), 1, buf.size(), stdin)) > 0;) {
+      if (std::fwrite(buf.data(), 1, n, fp_) != n)
+        Raise(err::kFileIO, std::string("cannot keep standard input in a temporary file: ") + std::strerror(errno));
+      size_ += static_cast<int64_t>(n);
+    }
+    if (std::ferror(stdin) || std::fflush(fp_) != 0)
+      Raise(err::kFileIO, std::string("cannot read standard input: ") + std::strerror(errno));
+    return;
+  }
   struct stat st {};
   if (::stat(pFile.c_str(), &st) != 0) Raise(err::kFileNotFound, "File '" + pFile + "' not found");
   if (!S_ISREG(st.st_mode)) Raise(err::kInvalidData, "'" + pFile + "' is not a regular file");
@@ -279,10 +310,11 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
     }
     return true;
   };
-  if (!hCsvRecord(s, settings_.delimiter, values, line, problem, fail)) hFail(1, "no header row");
+  const auto max = static_cast<size_t>(mdl_Limits::Get(mdl_Limits::kImportLine));
+  if (!hCsvRecord(s, settings_.delimiter, max, values, line, problem, fail)) hFail(1, "no header row");
   if (!problem.empty() || !decode(values)) hFail(line, "header row: " + problem);
   columns_ = values;
-  while (hCsvRecord(s, settings_.delimiter, values, line, problem, fail)) {
+  while (hCsvRecord(s, settings_.delimiter, max, values, line, problem, fail)) {
     if (!problem.empty() || !decode(values)) {
       pBad(line, problem);
     } else if (values.size() != columns_.size()) {
@@ -321,10 +353,14 @@ void DBImportReader::hReadJsonl(const RowFn& pRow, const BadFn& pBad) {
   std::unordered_map<std::string, size_t> index;
   std::vector<std::string> values;
   std::string lineText, problem;
+  const auto max = static_cast<size_t>(mdl_Limits::Get(mdl_Limits::kImportLine));
   while (!s.AtEnd()) {
     int64_t line = s.line;
     lineText.clear();
-    for (int c = s.Get(); c != EOF && c != '\n' && c != '\r'; c = s.Get()) lineText += static_cast<char>(c);
+    for (int c = s.Get(); c != EOF && c != '\n' && c != '\r'; c = s.Get()) {
+      lineText += static_cast<char>(c);
+      if (lineText.size() > max) hFail(line, hTooLong("line", max));
+    }
     if (lineText.find_first_not_of(" \t") == std::string::npos) continue;
     Json row;
     try {

@@ -11,6 +11,9 @@
 // null as no value; an object or array as a value is a bad row.
 //
 // Row values are text; "" means no value. Lines count from 1; a row's line is the line it starts on.
+// A CSV record, or a JSONL line, longer than IMPORT.LINE.MAX bytes (frame/mdl_Limits.h) stops the
+// reading: "FILE:LINE: the record is longer than IMPORT.LINE.MAX (16777216 bytes)" ("the line" for
+// JSONL).
 #pragma once
 
 #include <cstdint>
@@ -37,7 +40,8 @@ class DBImportReader {
   // Bytes read so far, of pTotal.
   using ProgressFn = std::function<void(int64_t pDone, int64_t pTotal)>;
 
-  // Opens pFile; raises 53 when it cannot be opened and 1000 when it is not a regular file.
+  // Opens pFile ("-" for standard input); raises 53 when it cannot be opened and 1000 when it is
+  // not a regular file.
   DBImportReader(const std::string& pFile, Settings pSettings);
   ~DBImportReader();
   DBImportReader(const DBImportReader&) = delete;
@@ -48,6 +52,8 @@ class DBImportReader {
   // ends the reading (an unclosed quote, malformed JSON) raises 1000 "FILE:LINE: message"; a bad
   // row goes to pBad and the reading goes on at the next row.
   void Read(const RowFn& pRow, const BadFn& pBad, const ProgressFn& pProgress = {});
+  // The name messages give the file: its path, or "standard input".
+  const std::string& Name() const { return file_; }
   // The columns found so far.
   const std::vector<std::string>& Columns() const { return columns_; }
 

@@ -4,8 +4,8 @@
 #include <climits>
 #include <cmath>
 
+#include "database/mdl_DBValueFit.h"
 #include "frame/Convert.h"
-#include "frame/DateTime.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "tools/DBImportReader.h"
@@ -15,25 +15,6 @@ namespace rykel::mdl_DBImport {
 namespace {
 
 constexpr const char* kClass = "cls_DB";
-
-// "True" / "False" for a yes/no word (any case), "" for any other text. pStrict (type inference)
-// takes the words only; a value for a BOOL field may also be a letter or 1/0/-1.
-std::string hYesNo(std::string_view pText, bool pStrict) {
-  std::string word = text::UCase(text::Trim(pText));
-  for (const char* w : {"TRUE", "JA", "YES", "WAHR", "J", "Y", "T", "X", "1", "-1"})
-    if (word == w && (!pStrict || (word.size() > 1 && word != "-1"))) return "True";
-  for (const char* w : {"FALSE", "NEIN", "NO", "FALSCH", "N", "F", "0"})
-    if (word == w && (!pStrict || word.size() > 1)) return "False";
-  return {};
-}
-
-// A date with a day (the reader's time-only form is no date); never a number such as "1.5".
-bool hIsDate(std::string_view pText) {
-  double d;
-  std::string_view s = text::Trim(pText);
-  std::string_view day = s.substr(0, s.find(' '));
-  return day.find_first_of("-.") != std::string_view::npos && date::Parse(s, d);
-}
 
 // Digits with an optional "-", and (pDecimal) one "." or "," between digits. A leading zero
 // before another digit ("0421", "007.5") marks an identifier, not a number.
@@ -70,8 +51,8 @@ struct TypeGuess {
     // A whole number past 32 bits (a phone or account number) keeps the column text.
     if (isDouble && !whole && !(hIsNumber(v, true) && v.find_first_of(".,") != std::string_view::npos))
       isDouble = false;
-    if (isDate && !hIsDate(v)) isDate = false;
-    if (isBool && hYesNo(v, true).empty()) isBool = false;
+    if (isDate && !mdl_DBValueFit::ISDATE(v)) isDate = false;
+    if (isBool && mdl_DBValueFit::YESNO(v, true).empty()) isBool = false;
   }
   int32_t Type() const {
     if (!any) return ID_DBFieldType_String;
@@ -85,53 +66,19 @@ struct TypeGuess {
 
 // The value to store for the field, or "" with rProblem set when it does not fit the field's type.
 std::string hFit(const cls_DBField& pField, const std::string& pValue, std::string& rProblem) {
-  const auto& members = pField.MembersParsed();
-  if (DBFieldTypeIsChoice(pField.TYPE) && !members.empty()) {
-    std::vector<std::string> picked =
-        pField.TYPE == ID_DBFieldType_EnumMulti ? text::Split(pValue, ",") : std::vector<std::string>{pValue};
-    std::string keys;
-    for (const auto& p : picked) {
-      std::string_view v = text::Trim(p);
-      const std::string* key = nullptr;
-      for (const auto& m : members)
-        if (m.value == v) key = &m.value;
-      for (size_t i = 0; !key && i < members.size(); ++i)
-        if (text::UCase(members[i].text) == text::UCase(v)) key = &members[i].value;
-      if (!key) {
-        rProblem = "'" + std::string(v) + "' is not a member of " + pField.ID;
-        return {};
-      }
-      keys += (keys.empty() ? "" : ",") + *key;
-    }
-    return keys;
-  }
-  double d;
+  using mdl_DBValueFit::Problem;
+  mdl_DBValueFit::Result fit = mdl_DBValueFit::FIT(pField, pValue);
   const char* want = nullptr;
-  switch (pField.TYPE) {
-    case ID_DBFieldType_Date:
-      if (!hIsDate(pValue)) want = "a date (yyyy-mm-dd or d.m.yyyy)";
-      break;
-    case ID_DBFieldType_Long:
-    case ID_DBFieldType_EnumNumeric:
-    case ID_DBFieldType_ReferenceNumeric:
-      if (!ParseNumber(pValue, d) || !std::isfinite(d) || d != std::trunc(d)) want = "a whole number";
-      break;
-    case ID_DBFieldType_Double:
-      if (!ParseNumber(pValue, d) || !std::isfinite(d)) want = "a number";
-      break;
-    case ID_DBFieldType_Boolean: {
-      std::string yn = hYesNo(pValue, false);
-      if (yn.empty()) want = "a yes/no word";
-      else return yn;
-      break;
-    }
-    default: break;
+  switch (fit.problem) {
+    case Problem::None: return std::move(fit.value);
+    case Problem::NotMember: rProblem = "'" + fit.member + "' is not a member of " + pField.ID; return {};
+    case Problem::NotDate: want = "a date (yyyy-mm-dd or d.m.yyyy)"; break;
+    case Problem::NotWhole: want = "a whole number"; break;
+    case Problem::NotNumber: want = "a number"; break;
+    case Problem::NotYesNo: want = "a yes/no word"; break;
   }
-  if (want) {
-    rProblem = pField.ID + ": '" + pValue + "' is not " + want;
-    return {};
-  }
-  return pValue;
+  rProblem = pField.ID + ": '" + pValue + "' is not " + want;
+  return {};
 }
 
 // Field names compare upper-cased with "_" as ".".
@@ -213,7 +160,7 @@ int32_t InferType(const std::vector<std::string>& pValues) {
 Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOptions) {
   DBImportReader reader(pFile, hSettings(pFile, pOptions));
   Result result;
-  auto where = [&](int64_t line) { return pFile + ":" + std::to_string(line) + ": "; };
+  auto where = [&](int64_t line) { return reader.Name() + ":" + std::to_string(line) + ": "; };
   const bool twoPasses = pOptions.create;
   auto progress = [&](int64_t pass) -> DBImportReader::ProgressFn {
     if (!pOptions.progress) return {};
@@ -223,9 +170,12 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
 
   // A first pass over the file learns the type of each column's values.
   std::vector<TypeGuess> guesses;
+  int64_t rows = -1;
   if (pOptions.create) {
+    rows = 0;
     reader.Read(
         [&](int64_t, std::vector<std::string>& values) {
+          ++rows;
           if (guesses.size() < reader.Columns().size()) guesses.resize(reader.Columns().size());
           for (size_t c = 0; c < values.size(); ++c) guesses[c].Add(values[c]);
         },
@@ -290,17 +240,24 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
             if (!problem.empty()) return bad(line, problem);
             data->ITEMBYID_LET(f.ID, f.VALUECONVERT(fitted));
           }
-          staged.push_back(std::move(data));
+          if (pOptions.sink) {
+            pOptions.sink(data, rows);
+            ++result.imported;
+          } else {
+            staged.push_back(std::move(data));
+          }
         },
         bad, progress(twoPasses ? 1 : 0));
     resolve(1);  // a CSV without rows still maps (or makes) its columns
     for (size_t m = 0; m < mapUsed.size(); ++m)
-      if (!mapUsed[m]) Raise(err::kInvalidCall, "map " + pOptions.map[m].first + ": no such column in " + pFile);
+      if (!mapUsed[m])
+        Raise(err::kInvalidCall, "map " + pOptions.map[m].first + ": no such column in " + reader.Name());
   } catch (...) {
     for (const auto& id : result.fieldsCreated) rDB.FIELDREMOVE(id);
     rDB.FIELDSCHANGED_LET(fieldsChangedBefore);
     throw;
   }
+  if (pOptions.sink) return result;
   for (auto& data : staged) rDB.ENTRYADD(rDB.ENTRYFREEID(), data);
   result.imported = static_cast<int64_t>(staged.size());
   if (!staged.empty()) rDB.ENTRYCHANGED_LET(true);

@@ -45,6 +45,12 @@ struct Options {
   bool create = false;                                          // make fields for unmapped columns
   bool skipBad = false;                                         // leave bad rows out instead of failing
   std::function<void(int64_t pDone, int64_t pTotal)> progress;  // bytes read of the file's size
+  // When set, each row's entry goes here as soon as it is read, in file order, instead of into the
+  // database (nothing is kept aside); a later failure still raises, and what the sink did with the
+  // rows before is its caller's to take back (the program writes them to the temporary file of an
+  // atomic write). pRows: with create, the rows the first pass read (so, unless skipBad, the rows
+  // the sink gets when the import succeeds); else -1.
+  std::function<void(const StructurePtr& pEntry, int64_t pRows)> sink;
 };
 
 struct Result {

@@ -79,3 +79,14 @@ class ImportTest(ScratchTest):
         self.assertIn("ORT=Köln\tNAME=Müller", run("db", "show", db).stdout)
         self.assertEqual(run("db", "import", db, self.write("x.csv", "A\n1\n"), "--map", "A").returncode, 2)
 
+    def test_standard_input_is_read_like_a_file(self):
+        db = os.path.join(self.dir.name, "in.ry-dbb")
+        r = run("db", "import", db, "-", "--quiet", stdin="Name,Alter\nAnna,7\nBen,8\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("2 entries imported", r.stdout)
+        self.assertIn("NAME=Ben\tALTER=8", run("db", "show", db).stdout)
+        before = self.digest(db)
+        r = run("db", "import", db, "-", "--format", "jsonl", stdin='{"Name": "C"}\n{"Alter": "x"}\n')
+        self.assertEqual((r.returncode, r.stderr.strip()),
+                         (2, "rykel db import: standard input:2: ALTER: 'x' is not a whole number"))
+        self.assertEqual(self.digest(db), before)

@@ -144,4 +144,36 @@ TEST(DBExportData, FailuresNameTheCauseAndLeaveTheTargetAlone) {
   }
 }
 
+TEST(DBExportData, StreamedDatabaseExportsWhatTheLoadedOneDoes) {
+  TempDir dir;
+  QuietNotices quiet;
+  std::string file = dir / "data.ry-dbb";
+  auto db = hData();
+  for (int i = 4; i <= 3000; ++i) db->ENTRYFIELD_LET(i, "NOTE", std::string(static_cast<size_t>(i % 700), 'x'));
+  db->ENTRYFIELD_LET(2000, "NOTE", std::string(600000, 'y'));  // one record larger than a read window
+  ASSERT_TRUE(db->EXPORTDB(1, Variant(file)));                 // the binary form, records across read windows
+  auto loaded = std::make_shared<cls_DB>(), streamed = std::make_shared<cls_DB>();
+  ASSERT_TRUE(loaded->DBOPEN(file, file + ".header"));
+  auto settings = cls_Structure::New();
+  settings->ITEM_LET("STREAM", true);
+  ASSERT_TRUE(streamed->DBOPEN(file, file + ".header", false, settings));
+  EXPECT_TRUE(streamed->DBSTREAMED_GET() && streamed->DBREADONLY_GET());
+  EXPECT_EQ(streamed->ENTRYCOUNT(), 3000);
+  using F = mdl_DBExport::TextFormat;
+  for (F f : {F::Csv, F::Json}) EXPECT_EQ(hText(*streamed, f), hText(*loaded, f));
+  ASSERT_TRUE(streamed->EXPORTFILE(1, dir / "s.htm", "HTM") && loaded->EXPORTFILE(1, dir / "l.htm", "HTM"));
+  EXPECT_EQ(ReadAll(dir / "s.htm"), ReadAll(dir / "l.htm"));
+  // What needs the entries at hand says so instead of exporting none.
+  auto [number, message] = Failure([&] { hText(*streamed, F::Csv, std::vector<Variant>{2}); });
+  EXPECT_EQ(number, err::kInvalidCall);
+  EXPECT_NE(message.find("opened for streaming"), std::string::npos) << message;
+  EXPECT_EQ(FailureNumber([&] { streamed->EXPORTDB(1, Variant(dir / "copy.ry-dbb")); }), err::kInvalidCall);
+  // A file cut short fails the walk with a read error, not with a short export.
+  std::string data = ReadAll(file);
+  fileio::WriteFileAtomic(file, std::string_view(data).substr(0, data.size() / 2));
+  auto cut = std::make_shared<cls_DB>();
+  ASSERT_TRUE(cut->DBOPEN(file, file + ".header", false, settings));
+  EXPECT_EQ(FailureNumber([&] { hText(*cut, F::Csv); }), err::kInputPastEnd);
+}
+
 }  // namespace rykel

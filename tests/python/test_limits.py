@@ -9,7 +9,7 @@ class LimitsTest(unittest.TestCase):
 
     def test_limits_by_name_and_their_errors(self):
         L = rykel.mdl_Limits
-        self.assertEqual(L.LIMITS(), ["STRUCTURE.DEPTH.MAX", "SERIALIZED.DEPTH.MAX", "INPUT.SIZE.MAX"])
+        self.assertEqual(L.LIMITS(), ["STRUCTURE.DEPTH.MAX", "SERIALIZED.DEPTH.MAX", "INPUT.SIZE.MAX", "IMPORT.LINE.MAX"])
         self.assertEqual(L.LIMIT_GET("structure.depth.max"), 1000)
         with self.assertRaises(rykel.Error) as caught:
             L.LIMIT_LET("NO.SUCH", 1)

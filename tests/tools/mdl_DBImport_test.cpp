@@ -10,6 +10,7 @@
 
 #include "TestSupport.h"
 #include "frame/Convert.h"
+#include "frame/mdl_Limits.h"
 
 namespace rykel {
 namespace {
@@ -122,6 +123,21 @@ TEST(DBImport, BadRowsNameTheirLineAndChangeNothing) {
     EXPECT_EQ(db.ENTRYCOUNT(), 1) << c.name;
     EXPECT_FALSE(db.ENTRYCHANGED_GET()) << c.name;
   }
+  // A record or JSONL line past IMPORT.LINE.MAX stops the reading at its line, also in quotes.
+  mdl_Limits::LIMIT_LET("IMPORT.LINE.MAX", 8);
+  for (auto [name, bytes, message] : {std::tuple{"long.csv", "A,B\n1,2\n1234,5678\n", "long.csv:3: the record is"},
+                                      std::tuple{"q.csv", "A,B\n\"1\n2\n3\n4\n5\",1\n", "q.csv:2: the record is"},
+                                      std::tuple{"long.jsonl", "{}\n{\"A\": 12}\n", "long.jsonl:2: the line is"}}) {
+    cls_DBStore db;
+    db.FIELDCREATE("A", ID_DBFieldType_Long);
+    db.FIELDCREATE("B", ID_DBFieldType_Long);
+    auto [number, text] =
+        Failure([&, name = name, bytes = bytes] { mdl_DBImport::Import(db, hWrite(dir, name, bytes), {}); });
+    EXPECT_EQ(number, 1000);
+    EXPECT_EQ(text.rfind(dir / message, 0), 0u) << text;
+    EXPECT_NE(text.find("longer than IMPORT.LINE.MAX (8 bytes)"), std::string::npos) << text;
+  }
+  mdl_Limits::RESET();
   // With create, the fields made for a file that then fails are taken back.
   cls_DBStore db;
   mdl_DBImport::Options o;

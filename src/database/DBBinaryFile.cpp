@@ -1,0 +1,129 @@
+#include "database/DBBinaryFile.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "database/DBEntryTable.h"
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Error.h"
+#include "frame/Text.h"
+#include "frame/ValueReader.h"
+
+namespace rykel {
+
+namespace {
+constexpr size_t kChunk = 256 * 1024;  // bytes read at a time; a larger record widens the window
+}  // namespace
+
+template <class Fn>
+auto DBBinaryFile::hParse(const Fn& pRead) {
+  for (;;) {
+    ValueReader r(std::string_view(window_).substr(pos_));
+    try {
+      auto result = pRead(r);
+      pos_ += r.Position();
+      return result;
+    } catch (const Error& e) {
+      if (e.number != err::kInputPastEnd || !hMore()) throw;
+    }
+  }
+}
+
+DBBinaryFile::DBBinaryFile(const std::string& pFile, fileio::FileStamp* rStamp) : file_(pFile) {
+  fd_ = fileio::OpenRegularFile(pFile, rStamp);
+  try {
+    hParse([&](ValueReader& r) {
+      if (r.ReadStringView() != kSignature) Raise(err::kInvalidData, "not a binary database file");
+      int32_t format = CLng(r.Read());
+      if (format != 1) Raise(err::kInvalidData, "unknown binary format " + std::to_string(format));
+      headerName_ = std::string(r.ReadStringView());
+      r.Read();  // time stamp
+      count_ = CLng(r.Read());
+      return 0;
+    });
+    if (count_ < 0) Raise(err::kInvalidData, "negative entry count");
+  } catch (...) {
+    ::close(fd_);
+    throw;
+  }
+}
+
+DBBinaryFile::~DBBinaryFile() { ::close(fd_); }
+
+bool DBBinaryFile::hMore() {
+  if (atEnd_) return false;
+  window_.erase(0, pos_);
+  pos_ = 0;
+  size_t have = window_.size();
+  window_.resize(have + std::max(kChunk, have));
+  ssize_t n;
+  do { n = ::read(fd_, window_.data() + have, window_.size() - have); } while (n < 0 && errno == EINTR);
+  if (n < 0) {
+    int e = errno;
+    window_.resize(have);
+    Raise(err::kFileIO, "cannot read '" + file_ + "': " + std::strerror(e));
+  }
+  window_.resize(have + static_cast<size_t>(n));
+  if (n == 0) atEnd_ = true;
+  return n > 0;
+}
+
+bool DBBinaryFile::Next(Variant& rID, std::string_view& rContent) {
+  if (read_ > count_) return false;
+  if (read_ == count_) {
+    ++read_;
+    if (hParse([](ValueReader& r) { return r.ReadStringView(); }) != "EOF")
+      Raise(err::kInvalidData, "end mark missing");
+    return false;
+  }
+  ++read_;
+  Variant id;
+  rContent = hParse([&](ValueReader& r) {
+    id = r.Read();
+    r.Read();  // marker: the content is restored from its text either way
+    return r.ReadStringView();
+  });
+  double d;
+  rID = NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
+  return true;
+}
+
+void DBBinaryWriter::hFlush() {
+  // a failed write is raised by the atomic writer that owns the stream, with the system's reason
+  if (!w_.Data().empty() && std::fwrite(w_.Data().data(), 1, w_.Data().size(), out_) != w_.Data().size())
+    Raise(err::kFileIO, "cannot write '" + file_ + "'");
+  w_.Clear();
+}
+
+void DBBinaryWriter::Begin(std::string_view pHeaderName, int32_t pCount) {
+  w_.WriteString(DBBinaryFile::kSignature);
+  w_.Write(Variant(static_cast<int16_t>(1)));
+  w_.WriteString(pHeaderName);
+  w_.Write(Variant::Date(date::Now()));
+  w_.Write(Variant(pCount));
+  announced_ = pCount;
+  begun_ = true;
+}
+
+void DBBinaryWriter::Record(const Variant& pID, bool pNumeric, std::string_view pContent) {
+  if (pNumeric) w_.Write(pID);
+  else w_.WriteString(text::Replace(CStr(pID), ".", "_"));
+  w_.WriteBool(pContent.find("\r\n") != std::string_view::npos);
+  w_.WriteString(pContent);
+  ++written_;
+  if (w_.Data().size() > (1u << 20)) hFlush();
+}
+
+void DBBinaryWriter::End() {
+  w_.WriteString("EOF");
+  hFlush();
+  if (written_ != announced_)
+    Raise(err::kInvalidData, "'" + file_ + "': " + std::to_string(written_) + " records written, " +
+                                 std::to_string(announced_) + " announced");
+}
+
+}  // namespace rykel

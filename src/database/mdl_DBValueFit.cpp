@@ -1,0 +1,72 @@
+#include "database/mdl_DBValueFit.h"
+
+#include <cmath>
+
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "frame/Text.h"
+
+namespace rykel::mdl_DBValueFit {
+
+std::string YESNO(std::string_view pText, bool pStrict) {
+  std::string word = text::UCase(text::Trim(pText));
+  for (const char* w : {"TRUE", "JA", "YES", "WAHR", "J", "Y", "T", "X", "1", "-1"})
+    if (word == w && (!pStrict || (word.size() > 1 && word != "-1"))) return "True";
+  for (const char* w : {"FALSE", "NEIN", "NO", "FALSCH", "N", "F", "0"})
+    if (word == w && (!pStrict || word.size() > 1)) return "False";
+  return {};
+}
+
+bool ISDATE(std::string_view pText) {
+  double d;
+  std::string_view s = text::Trim(pText);
+  std::string_view day = s.substr(0, s.find(' '));
+  return day.find_first_of("-.") != std::string_view::npos && date::Parse(s, d);
+}
+
+Result FIT(const cls_DBField& pField, std::string_view pValue) {
+  Result out{std::string(pValue), Problem::None, {}};
+  const auto& members = pField.MembersParsed();
+  if (DBFieldTypeIsChoice(pField.TYPE) && !members.empty()) {
+    std::vector<std::string> picked =
+        pField.TYPE == ID_DBFieldType_EnumMulti ? text::Split(pValue, ",") : std::vector<std::string>{out.value};
+    out.value.clear();
+    for (const auto& p : picked) {
+      std::string_view v = text::Trim(p);
+      const std::string* key = nullptr;
+      for (const auto& m : members)
+        if (m.value == v) key = &m.value;
+      for (size_t i = 0; !key && i < members.size(); ++i)
+        if (text::UCase(members[i].text) == text::UCase(v)) key = &members[i].value;
+      if (!key) {
+        out.problem = Problem::NotMember;
+        out.member = std::string(v);
+        return out;
+      }
+      out.value += (out.value.empty() ? "" : ",") + *key;
+    }
+    return out;
+  }
+  double d;
+  switch (pField.TYPE) {
+    case ID_DBFieldType_Date:
+      if (!ISDATE(pValue)) out.problem = Problem::NotDate;
+      break;
+    case ID_DBFieldType_Long:
+    case ID_DBFieldType_EnumNumeric:
+    case ID_DBFieldType_ReferenceNumeric:
+      if (!ParseNumber(pValue, d) || !std::isfinite(d) || d != std::trunc(d)) out.problem = Problem::NotWhole;
+      break;
+    case ID_DBFieldType_Double:
+      if (!ParseNumber(pValue, d) || !std::isfinite(d)) out.problem = Problem::NotNumber;
+      break;
+    case ID_DBFieldType_Boolean:
+      out.value = YESNO(pValue);
+      if (out.value.empty()) out.problem = Problem::NotYesNo;
+      break;
+    default: break;
+  }
+  return out;
+}
+
+}  // namespace rykel::mdl_DBValueFit
