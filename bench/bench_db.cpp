@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string>
 
+#include "W3Rows.h"
 #include "frame/DateTime.h"
 #include "frame/Text.h"
 #include "host/cls_DB.h"
@@ -24,36 +25,9 @@ std::string hDir() {
 // Builds the database from the CSV once and saves it in both forms.
 DBPtr hSource() {
   static DBPtr db = [] {
-    auto d = std::make_shared<cls_DB>();
-    d->FIELDCREATE("FIRSTNAME");
-    d->FIELDCREATE("LASTNAME");
-    d->FIELDCREATE("STREET");
-    d->FIELDCREATE("PLZ");
-    d->FIELDCREATE("CITY");
-    d->FIELDCREATE("BIRTHDATE", ID_DBFieldType_Date);
-    d->FIELDCREATE("SCORE", ID_DBFieldType_Double);
-    d->FIELDCREATE("ACTIVE", ID_DBFieldType_Boolean);
-    d->HEADERSAVE(hDir() + "/w3.header");
     const char* file = std::getenv("RYKEL_W3_FILE");
-    std::ifstream in(file ? file : "build/bench/w3.csv");
-    std::string line;
-    std::getline(in, line);
-    while (std::getline(in, line)) {
-      auto cells = text::Split(line, ",");
-      if (cells.size() != 9) continue;
-      auto entry = cls_Structure::New();
-      entry->ITEMBYID_LET("FIRSTNAME", cells[1]);
-      entry->ITEMBYID_LET("LASTNAME", cells[2]);
-      entry->ITEMBYID_LET("STREET", cells[3]);
-      entry->ITEMBYID_LET("PLZ", cells[4]);
-      entry->ITEMBYID_LET("CITY", cells[5]);
-      double date = 0;
-      date::Parse(cells[6], date);
-      entry->ITEMBYID_LET("BIRTHDATE", Variant::Date(date));
-      entry->ITEMBYID_LET("SCORE", std::atof(cells[7].c_str()));
-      entry->ITEMBYID_LET("ACTIVE", cells[8] == "1");
-      d->ENTRYADD(std::atoi(cells[0].c_str()), entry);
-    }
+    auto d = bench::W3Database(file ? file : "build/bench/w3.csv");
+    d->HEADERSAVE(hDir() + "/w3.header");
     return d;
   }();
   return db;

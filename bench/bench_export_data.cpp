@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "W3Rows.h"
 #include "frame/DateTime.h"
 #include "host/cls_DB.h"
 
@@ -37,20 +38,6 @@ double hMs(std::chrono::steady_clock::time_point since) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - since).count();
 }
 
-// The generator quotes no W3 cell but a street never holds a comma; a quoted cell is read whole.
-std::vector<std::string> hSplitCsv(const std::string& line) {
-  std::vector<std::string> out;
-  std::string cur;
-  bool quoted = false;
-  for (char c : line) {
-    if (c == '"') quoted = !quoted;
-    else if (c == ',' && !quoted) out.push_back(std::move(cur)), cur.clear();
-    else cur += c;
-  }
-  out.push_back(cur);
-  return out;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -59,29 +46,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   auto t0 = std::chrono::steady_clock::now();
-  auto db = std::make_shared<cls_DB>();
-  const char* names[] = {"ID", "FIRSTNAME", "LASTNAME", "STREET", "PLZ", "CITY", "BIRTHDATE", "SCORE", "ACTIVE"};
-  const int32_t types[] = {ID_DBFieldType_Long,   ID_DBFieldType_String, ID_DBFieldType_String,
-                           ID_DBFieldType_String, ID_DBFieldType_String, ID_DBFieldType_String,
-                           ID_DBFieldType_Date,   ID_DBFieldType_Double, ID_DBFieldType_Boolean};
-  for (int f = 0; f < 9; ++f) db->FIELDCREATE(names[f], types[f]);
-  std::ifstream in(argv[1]);
-  std::string line;
-  std::getline(in, line);
-  while (std::getline(in, line)) {
-    auto v = hSplitCsv(line);
-    if (v.size() != 9) continue;
-    long id = std::stol(v[0]);
-    auto s = cls_Structure::New();
-    s->ITEM_LET("ID", Variant(id));
-    for (int f = 1; f < 6; ++f) s->ITEM_LET(names[f], v[static_cast<size_t>(f)]);
-    double day = 0;
-    date::Parse(v[6], day);
-    s->ITEM_LET("BIRTHDATE", Variant::Date(day));
-    s->ITEM_LET("SCORE", std::stod(v[7]));
-    s->ITEM_LET("ACTIVE", v[8] == "1");
-    db->ENTRYADD(Variant(id), s);
-  }
+  auto db = bench::W3Database(argv[1], true);
   double load = hMs(t0);
   if (argc > 3) {
     std::string file = argv[3], header = file + ".header";

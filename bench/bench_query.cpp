@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "W3Rows.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "host/cls_DB.h"
@@ -41,19 +42,6 @@ size_t hSql(sqlite3* db, const std::string& q) {
   return ids.size();
 }
 
-std::vector<std::string> hSplitCsv(const std::string& line) {
-  std::vector<std::string> out;
-  std::string cur;
-  bool quoted = false;
-  for (char c : line) {
-    if (c == '"') quoted = !quoted;
-    else if (c == ',' && !quoted) out.push_back(std::move(cur)), cur.clear();
-    else cur += c;
-  }
-  out.push_back(cur);
-  return out;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -61,13 +49,6 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: bench_query W3.csv\n");
     return 2;
   }
-  auto db = std::make_shared<cls_DB>();
-  const char* names[] = {"FIRSTNAME", "LASTNAME", "STREET", "PLZ", "CITY", "BIRTHDATE", "SCORE", "ACTIVE"};
-  const int32_t types[] = {ID_DBFieldType_String, ID_DBFieldType_String, ID_DBFieldType_String, ID_DBFieldType_String,
-                           ID_DBFieldType_String, ID_DBFieldType_Date,   ID_DBFieldType_Double, ID_DBFieldType_Boolean};
-  for (int f = 0; f < 8; ++f) db->FIELDCREATE(names[f], types[f]);
-  db->FIELD("PLZ")->INDEXED = true;
-
   sqlite3* sql = nullptr;
   sqlite3_open(":memory:", &sql);
   sqlite3_exec(sql,
@@ -77,28 +58,16 @@ int main(int argc, char** argv) {
   sqlite3_stmt* ins = nullptr;
   sqlite3_prepare_v2(sql, "INSERT INTO person VALUES (?,?,?,?,?,?,?,?,?)", -1, &ins, nullptr);
 
-  std::ifstream in(argv[1]);
-  std::string line;
-  std::getline(in, line);
-  while (std::getline(in, line)) {
-    auto v = hSplitCsv(line);
-    if (v.size() != 9) continue;
-    int64_t id = std::stoll(v[0]);
-    auto s = cls_Structure::New();
-    for (int f = 0; f < 5; ++f) s->ITEM_LET(names[f], v[static_cast<size_t>(f) + 1]);
-    double day = 0;
-    date::Parse(v[6], day);
-    s->ITEM_LET("BIRTHDATE", Variant::Date(day));
-    s->ITEM_LET("SCORE", std::stod(v[7]));
-    s->ITEM_LET("ACTIVE", v[8] == "1");
-    db->ENTRYADD(Variant(static_cast<long>(id)), s);
-    sqlite3_bind_int64(ins, 1, id);
+  auto db = bench::W3Database(argv[1], false, [&](const std::vector<std::string>& v) {
+    sqlite3_bind_int64(ins, 1, std::stoll(v[0]));
     for (int f = 1; f <= 6; ++f) sqlite3_bind_text(ins, f + 1, v[static_cast<size_t>(f)].c_str(), -1, SQLITE_TRANSIENT);
     sqlite3_bind_double(ins, 8, std::stod(v[7]));
     sqlite3_bind_int(ins, 9, v[8] == "1");
     sqlite3_step(ins);
     sqlite3_reset(ins);
-  }
+  });
+  db->FIELD("PLZ")->INDEXED = true;
+  db->ENTRYREINDEX();
   sqlite3_finalize(ins);
   sqlite3_exec(sql, "COMMIT", nullptr, nullptr, nullptr);
   std::string plz = CStr(db->ENTRYFIELD_GET(1, "PLZ"));

@@ -24,3 +24,15 @@ w1_ser() {
   [ -s "$file" ] || php "$PEERS/w1/gen_w1.php" "$file" 2>/dev/null
   echo "$file"
 }
+
+# run NAME CMD...: one whole-process run under /usr/bin/time; prints "NAME seconds peak_kb" and
+# keeps the program's stdout in $OUT/NAME.out.
+run() {
+  local name=$1; shift
+  /usr/bin/time -v "$@" >"$OUT/$name.out" 2>"$OUT/$name.time"
+  local wall rss
+  wall=$(sed -n 's/.*Elapsed (wall clock) time (h:mm:ss or m:ss): //p' "$OUT/$name.time" |
+         awk -F: '{ s = 0; for (i = 1; i <= NF; i++) s = s * 60 + $i; print s }')
+  rss=$(sed -n 's/.*Maximum resident set size (kbytes): //p' "$OUT/$name.time")
+  echo "$name $wall $rss"
+}

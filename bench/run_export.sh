@@ -8,39 +8,24 @@
 # the C program holds no data). Then the HTML path on the same rows. Every program runs
 # RYKEL_BENCH_REPEAT times (default 3), interleaved, and the fastest run counts, so a busy machine
 # skews the ratios less. RYKEL_W5_ROWS picks a smaller run.
-set -euo pipefail
-cd "$(dirname "$0")/.."
-peers=${RYKEL_PEERS:-/work/shared/peers}
+source "$(dirname "$0")/common.sh"
 rows=${RYKEL_W5_ROWS:-100000}
 repeat=${RYKEL_BENCH_REPEAT:-3}
-out=build/bench
-mkdir -p "$out"
-gcc -O2 -o "$out/xlsx_c" "$peers/w5/xlsx_c.c" $(pkg-config --cflags --libs xlsxwriter)
-
-# run NAME CMD...: prints "NAME seconds rss_kb" and keeps the program's stdout in $out/NAME.out
-run() {
-  local name=$1; shift
-  /usr/bin/time -v "$@" >"$out/$name.out" 2>"$out/$name.time"
-  local wall rss
-  wall=$(sed -n 's/.*Elapsed (wall clock) time (h:mm:ss or m:ss): //p' "$out/$name.time" |
-         awk -F: '{ s = 0; for (i = 1; i <= NF; i++) s = s * 60 + $i; print s }')
-  rss=$(sed -n 's/.*Maximum resident set size (kbytes): //p' "$out/$name.time")
-  echo "$name $wall $rss"
-}
+gcc -O2 -o "$OUT/xlsx_c" "$PEERS/w5/xlsx_c.c" $(pkg-config --cflags --libs xlsxwriter)
 
 # The same rows as a database file, for `rykel db export` as a whole process (it streams the
 # entries from the file into the writer).
-build/bench/bench_export db "$out/w5.ry-dbb" "$rows"
+build/bench/bench_export db "$OUT/w5.ry-dbb" "$rows"
 
 # Our runs also print "export_ms=... export_mib=...": kept per run next to the time.
 for ((i = 0; i < repeat; i++)); do
-  run rykel_program build/rykel db export "$out/w5.ry-dbb" --format xlsx --out "$out/w5_program.xlsx" --quiet
-  echo "$(run rykel_xlsx build/bench/bench_export xlsx "$out/w5_rykel.xlsx" "$rows") $(cat "$out/rykel_xlsx.out")"
-  run c_normal "$out/xlsx_c" "$out/w5_c_normal.xlsx" normal "$rows"
-  run c_constant "$out/xlsx_c" "$out/w5_c_constant.xlsx" constant "$rows"
-  run openpyxl /usr/bin/python3 "$peers/w5/xlsx_openpyxl.py" "$out/w5_openpyxl.xlsx" "$rows"
-  echo "$(run rykel_htm build/bench/bench_export htm "$out/w5_rykel.htm" "$rows") $(cat "$out/rykel_htm.out")"
-done >"$out/export_runs.txt"
+  run rykel_program build/rykel db export "$OUT/w5.ry-dbb" --format xlsx --out "$OUT/w5_program.xlsx" --quiet
+  echo "$(run rykel_xlsx build/bench/bench_export xlsx "$OUT/w5_rykel.xlsx" "$rows") $(cat "$OUT/rykel_xlsx.out")"
+  run c_normal "$OUT/xlsx_c" "$OUT/w5_c_normal.xlsx" normal "$rows"
+  run c_constant "$OUT/xlsx_c" "$OUT/w5_c_constant.xlsx" constant "$rows"
+  run openpyxl $PY "$PEERS/w5/xlsx_openpyxl.py" "$OUT/w5_openpyxl.xlsx" "$rows"
+  echo "$(run rykel_htm build/bench/bench_export htm "$OUT/w5_rykel.htm" "$rows") $(cat "$OUT/rykel_htm.out")"
+done >"$OUT/export_runs.txt"
 
 awk -v rows="$rows" -v repeat="$repeat" '
   {
@@ -63,13 +48,13 @@ awk -v rows="$rows" -v repeat="$repeat" '
            m["rykel_xlsx"] / m["c_constant"], m["rykel_xlsx"] / m["openpyxl"]
     printf "memory the export added / C constant peak: %.2f\n", own / m["c_constant"]
     printf "HTML path time / xlsx path time: %.2f\n", t["rykel_htm"] / t["rykel_xlsx"]
-  }' "$out/export_runs.txt"
+  }' "$OUT/export_runs.txt"
 
 # The LibreOffice Calc path of EXPORTEXCEL on the same rows (office start, transfer, formatting and
 # the office's own .xlsx writer) against the built-in writer above.
 if command -v soffice >/dev/null; then
-  run rykel_calc build/bench/bench_export calc "$out/w5_calc.xlsx" "$rows" >"$out/export_calc.txt"
-  awk -v rows="$rows" -v co="$(cat "$out/rykel_calc.out")" -v xo="$(cat "$out/rykel_xlsx.out")" '
+  run rykel_calc build/bench/bench_export calc "$OUT/w5_calc.xlsx" "$rows" >"$OUT/export_calc.txt"
+  awk -v rows="$rows" -v co="$(cat "$OUT/rykel_calc.out")" -v xo="$(cat "$OUT/rykel_xlsx.out")" '
     FNR == NR { t[$1] = $2; m[$1] = $3 / 1024; next }
     { t[$1] = $2; m[$1] = $3 / 1024 }
     END {
@@ -78,7 +63,7 @@ if command -v soffice >/dev/null; then
       printf "%-28s %8.2f %10.1f   (%s)\n", "rykel_calc", t["rykel_calc"], m["rykel_calc"], co
       printf "time ratio Calc path / built-in writer: whole process %.2f   export alone %.2f\n",
              t["rykel_calc"] / t["rykel_xlsx"], c[4] / x[4]
-    }' "$out/export_runs.txt" "$out/export_calc.txt"
+    }' "$OUT/export_runs.txt" "$OUT/export_calc.txt"
 else
   echo "LibreOffice Calc is not installed: the Calc path is not timed (scripts/setup installs it)"
 fi

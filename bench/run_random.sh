@@ -7,7 +7,7 @@ runs=3
 ours_json=$("$OUT/bench_random" --benchmark_filter='PersonRecords' \
   --benchmark_repetitions=$runs --benchmark_report_aggregates_only=true --benchmark_format=json 2>/dev/null)
 
-if [ ! -d "$peers/node/node_modules" ]; then
+if [ ! -d "$PEERS/node/node_modules" ]; then
   (cd "$PEERS/node" && npm ci --silent >/dev/null)
 fi
 faker_line=$(cd "$PEERS" && node node/bench_w4.mjs 1000000 $runs)
