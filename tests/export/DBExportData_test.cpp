@@ -39,11 +39,20 @@ std::string hText(cls_DBStore& db, mdl_DBExport::TextFormat f, const cls_DBStore
   char* data = nullptr;
   size_t size = 0;
   std::FILE* out = ::open_memstream(&data, &size);
-  mdl_DBExport::EXPORTTEXT(db, out, f, 1, ids);
-  std::fclose(out);
-  std::string s(data, size);
-  std::free(data);
-  return s;
+  // closed and freed also when the export raises
+  auto done = [&] {
+    std::fclose(out);
+    std::string s(data, size);
+    std::free(data);
+    return s;
+  };
+  try {
+    mdl_DBExport::EXPORTTEXT(db, out, f, 1, ids);
+  } catch (...) {
+    done();
+    throw;
+  }
+  return done();
 }
 
 }  // namespace
