@@ -133,7 +133,8 @@ fs::path cls_Site::hPageFile(const std::string& pPage) const {
   const fs::path pages = fs::path(root_) / "pages";
   fs::path file = pages / (page + ".kel");
   std::error_code ec;
-  if (fs::is_directory(pages / page, ec)) file = pages / page / "index.kel";
+  // a folder's page is its index, unless a page of the folder's name sits beside it
+  if (!fs::is_regular_file(file, ec) && fs::is_directory(pages / page, ec)) file = pages / page / "index.kel";
   if (!fs::is_regular_file(file, ec)) Raise(err::kFileNotFound, "page '" + pPage + "' not found");
   // a link may not lead out of the site
   auto inside = fs::weakly_canonical(file, ec).string(), top = fs::weakly_canonical(root_, ec).string() + "/";

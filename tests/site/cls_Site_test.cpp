@@ -52,6 +52,12 @@ TEST(Site, PagesRenderWithIncludesDataAndVariablesInsideTheSiteOnly) {
   vars->ITEM_LET("team", Variant(team));
   EXPECT_EQ(site.RENDER("index", vars).html, "<h1>Kopf</h1><p>x<y</p>");
   EXPECT_EQ(site.RENDER("sub/deep.kel").html, "deep <h1>Kopf</h1>");
+  Write(s.root / "pages/sub/index.kel", "I");
+  EXPECT_EQ(site.RENDER("sub").html, "I");
+  Write(s.root / "pages/sub.kel", "S");  // the page of that name comes before the folder's index
+  EXPECT_EQ(site.RENDER("sub").html, "S");
+  fs::remove(s.root / "pages/sub.kel");
+  fs::remove(s.root / "pages/sub/index.kel");
 
   auto broken = site.RENDER("broken");
   ASSERT_EQ(broken.errors.size(), 2u);
