@@ -43,13 +43,10 @@ bool hAssign(cls_Structure& s, const std::string& a, bool pJson) {
 // starts so, else the script form.
 StructurePtr hReadStructure(const std::string& pFile) {
   std::string content = ReadInput(pFile);
-  std::string_view start(content);
-  if (start.starts_with("\xEF\xBB\xBF")) start.remove_prefix(3);
-  start.remove_prefix(std::min(start.size(), start.find_first_not_of(" \t\r\n")));
-  if (IsJsonFile(pFile) || mdl_StructureJson::LooksLikeJson(start))
-    return JsonToStruct(content, pFile == "-" ? "<stdin>" : pFile);
+  const auto form = mdl_StructureJson::FormOf(content, pFile);
+  if (form == mdl_StructureJson::FileForm::Json) return JsonToStruct(content, pFile == "-" ? "<stdin>" : pFile);
   auto value = cls_Structure::New();
-  if (content.starts_with("a:") || content.starts_with("O:") || content.starts_with("QS")) value->UNSERIALIZE(content);
+  if (form == mdl_StructureJson::FileForm::Serialized) value->UNSERIALIZE(content);
   else value->PARSE(content);
   return value;
 }

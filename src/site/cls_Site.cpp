@@ -28,17 +28,13 @@ constexpr const char* kManifest = ".rykel-build";
 
 bool hIsKel(const fs::path& p) { return text::UCase(p.extension().string()) == ".KEL"; }
 
-// A structure file of data/: JSON by its name or its first character, serialized text when it
-// starts so, else the script form.
+// A structure file of data/, in the form mdl_StructureJson::FormOf tells.
 StructurePtr hReadData(const fs::path& pFile) {
   std::string content = fileio::ReadFile(pFile.string());
-  std::string_view start(content);
-  if (start.starts_with("\xEF\xBB\xBF")) start.remove_prefix(3);
-  start.remove_prefix(std::min(start.size(), start.find_first_not_of(" \t\r\n")));
-  if (text::UCase(pFile.extension().string()) == ".JSON" || mdl_StructureJson::LooksLikeJson(start))
-    return mdl_StructureJson::Read(content);
+  const auto form = mdl_StructureJson::FormOf(content, pFile.string());
+  if (form == mdl_StructureJson::FileForm::Json) return mdl_StructureJson::Read(content);
   auto value = cls_Structure::New();
-  if (start.starts_with("a:") || start.starts_with("O:")) value->UNSERIALIZE(content);
+  if (form == mdl_StructureJson::FileForm::Serialized) value->UNSERIALIZE(content);
   else value->PARSE(content);
   return value;
 }

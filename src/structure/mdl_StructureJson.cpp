@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -252,6 +253,16 @@ bool LooksLikeJson(std::string_view v) {
   if (v[0] == '{') return rest[0] == '"' || rest[0] == '}';
   return std::string_view("\"{[]-0123456789").find(rest[0]) != std::string_view::npos || rest.starts_with("true") ||
          rest.starts_with("false") || rest.starts_with("null");
+}
+
+FileForm FormOf(std::string_view pText, std::string_view pName) {
+  std::string_view start = pText;
+  if (start.starts_with("\xEF\xBB\xBF")) start.remove_prefix(3);
+  start.remove_prefix(std::min(start.size(), start.find_first_not_of(" \t\r\n")));
+  const bool jsonName = pName.size() > 5 && text::UCase(pName.substr(pName.size() - 5)) == ".JSON";
+  if (jsonName || LooksLikeJson(start)) return FileForm::Json;
+  if (start.starts_with("a:") || start.starts_with("O:") || start.starts_with("QS")) return FileForm::Serialized;
+  return FileForm::Script;
 }
 
 std::string IndexKey(int32_t pIndex) { return "[" + std::to_string(pIndex) + "]"; }

@@ -61,6 +61,11 @@ std::string IndexKey(int32_t pIndex);
 // then a JSON value's first character. Template text such as "{COMMENT}" or "[draft]" does not,
 // and neither does the script form (it starts with a name).
 bool LooksLikeJson(std::string_view pText);
+// The form of a structure file's text: JSON when pName ends in ".json" (any case) or the text
+// starts as JSON after a byte order mark and blanks; serialized text when it starts "a:", "O:" or
+// "QS"; else the script form.
+enum class FileForm { Json, Serialized, Script };
+FileForm FormOf(std::string_view pText, std::string_view pName);
 // A JSON string literal of the text, quotes included, written as the structures' strings are.
 std::string Quote(std::string_view pText);
 

@@ -3,10 +3,10 @@ CSV conversion. A missing office and passwords: cls_DBExportCalc_test.cpp and th
 import datetime
 import os
 import shutil
-import tempfile
 import unittest
 
 import rykel
+from support import ScratchTest
 from test_export import soffice_csv
 
 try:
@@ -42,14 +42,7 @@ def contacts():
 
 @unittest.skipIf(OFFICE is None, NO_OFFICE)
 @unittest.skipIf(openpyxl is None, "python3-openpyxl is not installed")
-class CalcWorkbookTest(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
+class CalcWorkbookTest(ScratchTest):
     def test_sheets_title_header_cells_and_filter(self):
         out = self.path("kontakte.xlsx")
         settings = {"EXCEL.USEPROGRAM": True, "TITLE.SHOW": True, "TITLE.TEXT": "Kontakte",

@@ -7,6 +7,7 @@ import tempfile
 import unittest
 
 import rykel
+from support import ScratchTest
 
 try:
     import openpyxl
@@ -41,14 +42,7 @@ def people():
 
 
 @unittest.skipIf(openpyxl is None, "openpyxl is not installed")
-class WorkbookTest(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
+class WorkbookTest(ScratchTest):
     def test_sheets_header_panes_filter_and_values(self):
         # In constant-memory mode (from 50,000 rows, or asked for) a row can no longer be touched
         # once a later one was started: band, header, panes, filter and widths must still arrive.

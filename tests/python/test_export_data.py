@@ -3,10 +3,10 @@ import datetime
 import json
 import os
 import sqlite3
-import tempfile
 import unittest
 
 import rykel
+from support import ScratchTest
 
 
 def sample():
@@ -29,14 +29,7 @@ def sample():
     return db
 
 
-class ExportDataTest(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
+class ExportDataTest(ScratchTest):
     def test_sqlite_reads_back_field_by_field(self):
         out = self.path("p.sqlite")
         self.assertTrue(sample().EXPORT("sqlite", out))
