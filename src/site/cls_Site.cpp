@@ -111,6 +111,7 @@ cls_Site::cls_Site(std::string pRoot) : root_(std::move(pRoot)) {
   std::error_code ec;
   if (!fs::is_directory(fs::path(root_) / "pages", ec))
     Raise(err::kPathNotFound, "'" + root_ + "' is no site: it has no folder pages/");
+  realRoot_ = fs::weakly_canonical(root_, ec).string() + "/";
 }
 
 void cls_Site::DBADD(const std::string& pName, const std::string& pFile) {
@@ -133,8 +134,8 @@ fs::path cls_Site::hPageFile(const std::string& pPage) const {
   if (!fs::is_regular_file(file, ec) && fs::is_directory(pages / page, ec)) file = pages / page / "index.kel";
   if (!fs::is_regular_file(file, ec)) Raise(err::kFileNotFound, "page '" + pPage + "' not found");
   // a link may not lead out of the site
-  auto inside = fs::weakly_canonical(file, ec).string(), top = fs::weakly_canonical(root_, ec).string() + "/";
-  if (!inside.starts_with(top)) Raise(err::kFileNotFound, "page '" + pPage + "' not found");
+  if (!fs::weakly_canonical(file, ec).string().starts_with(realRoot_))
+    Raise(err::kFileNotFound, "page '" + pPage + "' not found");
   return file;
 }
 
