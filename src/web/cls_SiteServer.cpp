@@ -242,6 +242,12 @@ void cls_SiteServer::Impl::Configure() {
   http->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
   http->set_payload_max_length(static_cast<size_t>(options.requestMax));
   http->set_keep_alive_timeout(2);
+  // SO_REUSEADDR only: the library's default also sets SO_REUSEPORT, which would let a second
+  // server share a port that is taken instead of failing
+  http->set_socket_options([](socket_t sock) {
+    int yes = 1;
+    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  });
   http->set_read_timeout(10);
   http->set_write_timeout(10);
   http->set_pre_routing_handler([](const httplib::Request&, httplib::Response&) {
