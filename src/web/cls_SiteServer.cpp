@@ -116,8 +116,8 @@ struct cls_SiteServer::Impl {
       last = {generation, text};
     }
     if (!text.empty() && text.back() == '\n') text.pop_back();
-    Log("page " + pPage + ": " + std::to_string(pErrors.size()) + (pErrors.size() == 1 ? " error" : " errors") +
-        "\n" + text);
+    Log("page " + pPage + ": " + std::to_string(pErrors.size()) + (pErrors.size() == 1 ? " error" : " errors") + "\n" +
+        text);
   }
 
   WebResponse Page(const WebRequest& pRequest, const std::string& pPage) {
@@ -189,9 +189,9 @@ WebResponse cls_SiteServer::HANDLE(const WebRequest& pRequest) {
       case mdl_WebPaths::Target::Kind::kNone: break;
     }
     return hStatus(404, "No page or file at " + pRequest.path + ".");
-  } catch (const Error& e) {
-    return hStatus(500, e.description);
-  } catch (const std::exception& e) { return hStatus(500, e.what()); }
+  } catch (const Error& e) { return hStatus(500, e.description); } catch (const std::exception& e) {
+    return hStatus(500, e.what());
+  }
 }
 
 // A change listener: "retry", then comments until the site changes ("event: reload") or the time
@@ -242,6 +242,9 @@ void cls_SiteServer::Impl::Configure() {
   http->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
   http->set_payload_max_length(static_cast<size_t>(options.requestMax));
   http->set_keep_alive_timeout(2);
+  // headers and body go out in separate writes: without this a keep-alive client waits for the
+  // delayed acknowledgement (40 ms) on every request
+  http->set_tcp_nodelay(true);
   // SO_REUSEADDR only: the library's default also sets SO_REUSEPORT, which would let a second
   // server share a port that is taken instead of failing
   http->set_socket_options([](socket_t sock) {
@@ -266,8 +269,8 @@ void cls_SiteServer::Impl::Configure() {
   // the library's own answers (a bad request line, a body past the limit) get a small page too
   http->set_error_handler(httplib::Server::HandlerWithResponse([](const httplib::Request&, httplib::Response& res) {
     if (!res.body.empty() || res.content_length_ > 0) return httplib::Server::HandlerResponse::Unhandled;
-    const std::string text = res.status == 413 ? "The request is larger than the server takes."
-                                               : "The server could not read the request.";
+    const std::string text =
+        res.status == 413 ? "The request is larger than the server takes." : "The server could not read the request.";
     res.set_content(mdl_WebOverlay::STATUSPAGE(res.status, hReason(res.status), text), "text/html; charset=utf-8");
     return httplib::Server::HandlerResponse::Handled;
   }));

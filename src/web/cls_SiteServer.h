@@ -37,10 +37,10 @@ class cls_SiteServer {
   static constexpr int64_t REQUESTMAX = int64_t{1} << 20;
 
   struct Options {
-    std::string host = "127.0.0.1";  // the address to listen on
-    int32_t port = 0;                // 0: a free port (PORT tells which)
-    bool write = false;              // mounted handlers may change data (the browser's forms)
-    bool live = true;                // reload script in every page, the site watched for changes
+    std::string host = "127.0.0.1";   // the address to listen on
+    int32_t port = 0;                 // 0: a free port (PORT tells which)
+    bool write = false;               // mounted handlers may change data (the browser's forms)
+    bool live = true;                 // reload script in every page, the site watched for changes
     int64_t requestMax = REQUESTMAX;  // bytes of one request body
     int32_t watchMs = 300;            // how often the watcher looks at the site
     LogSink log;                      // null: standard error

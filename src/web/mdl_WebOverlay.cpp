@@ -30,9 +30,7 @@ std::string hSourceLine(const std::string& pFile, const std::string& pRoot, int3
     std::string text;
     try {
       text = fileio::ReadOpened(fd, candidate.string());
-    } catch (...) {
-      continue;
-    }
+    } catch (...) { continue; }
     size_t start = 0;
     for (int32_t n = 1; n < pLine && start != std::string::npos; ++n) {
       start = text.find('\n', start);
