@@ -76,7 +76,10 @@ ErrorPlace PLACE(const std::string& pLine, const std::string& pRoot) {
     if (c2 == std::string::npos || c2 == 0) continue;
     const size_t c1 = pLine.rfind(':', c2 - 1);
     if (c1 == std::string::npos || c1 == 0) continue;
-    if (!hNumber(pLine, c1 + 1, c2, p.line) || !hNumber(pLine, c2 + 1, sep, p.column)) continue;
+    int32_t line = 0, column = 0;
+    if (!hNumber(pLine, c1 + 1, c2, line) || !hNumber(pLine, c2 + 1, sep, column)) continue;
+    p.line = line;
+    p.column = column;
     p.where = pLine.substr(0, sep);
     p.message = pLine.substr(sep + 2);
     p.source = hSourceLine(pLine.substr(0, c1), pRoot, p.line);

@@ -1,13 +1,16 @@
 """rykel serve over HTTP: pages, variables, files, paths that lead out, limits, the error overlay,
 live reload, bad requests and a clean stop."""
+import http.client
 import os
 import re
 import signal
 import socket
 import subprocess
+import sys
 import threading
 import time
 import unittest
+import urllib.parse
 
 import support
 from support import CLI, ServeTest
@@ -103,7 +106,7 @@ class ServeTestCase(ServeTest):
 
     def test_a_change_sends_the_reload_event(self):
         since = re.search(rb"since=(\d+)", self.get("/team")[2]).group(1).decode()
-        c = __import__("http.client").client.HTTPConnection("127.0.0.1", self.port, timeout=20)
+        c = http.client.HTTPConnection("127.0.0.1", self.port, timeout=20)
         c.request("GET", "/_rykel/events?since=" + since)
         r = c.getresponse()
         self.assertEqual((r.status, r.getheader("Content-Type")), (200, "text/event-stream"))
@@ -116,7 +119,7 @@ class ServeTestCase(ServeTest):
         self.assertEqual(lines[1], b"event: reload\n", lines)
         self.assertIn(b"edited", self.get("/team")[2])
         # a listener that asks since an older generation is told at once
-        c = __import__("http.client").client.HTTPConnection("127.0.0.1", self.port, timeout=5)
+        c = http.client.HTTPConnection("127.0.0.1", self.port, timeout=5)
         c.request("GET", "/_rykel/events?since=" + since)
         self.assertIn(b"event: reload", c.getresponse().read())
         c.close()
@@ -143,11 +146,58 @@ class ServeProcessTest(unittest.TestCase):
                 self.assertEqual(p.returncode, 0, err)
                 self.assertLess(time.monotonic() - started, 10)
                 self.assertTrue(err.endswith("Stopped.\n"), err)
+            # an open change listener does not hold the stop up
+            p = subprocess.Popen([CLI, "serve", "-d", tmp, "--port", "0"], stdout=subprocess.PIPE,
+                                 stderr=subprocess.DEVNULL, text=True)
+            port = int(p.stdout.readline().rsplit(":", 1)[1].strip("/\n"))
+            c = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
+            c.request("GET", "/_rykel/events")
+            self.assertEqual(c.getresponse().readline(), b"retry: 1000\n")
+            started = time.monotonic()
+            p.send_signal(signal.SIGINT)
+            self.assertEqual(p.wait(timeout=20), 0)
+            self.assertLess(time.monotonic() - started, 10)
+            p.stdout.close()
+            c.close()
             for args, message in ((["-d", os.path.join(tmp, "pages")], "is no site"),
                                   (["-d", tmp, "--db", "nope.ry-dbb"], "DB file 'nope.ry-dbb' does not exist")):
                 r = subprocess.run([CLI, "serve", *args], capture_output=True, text=True, timeout=20)
                 self.assertEqual(r.returncode, 1)
                 self.assertIn(message, r.stderr)
+
+
+    def test_the_demo_report_served_as_rendered(self):
+        root = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
+        report = os.path.join(root, "examples", "report")
+        tmp = support.tempfile.TemporaryDirectory()
+        self.addCleanup(tmp.cleanup)
+        made = subprocess.run([sys.executable, os.path.join(root, "examples", "python", "contacts.py"), tmp.name, "300"],
+                              capture_output=True, text=True, timeout=60)
+        self.assertEqual(made.returncode, 0, made.stderr)
+        db = os.path.join(tmp.name, "contacts.ry-dbb")
+        view = {"field": "ORT", "cond": "IN Bremen,Hamburg,Köln", "sort": "NACHNAME", "then": "VORNAME",
+                "title": "Nord & Süd"}
+        rendered = subprocess.run([CLI, "render", "--db", db, "-d", report, *sum((["-v", f"{k}={v}"] for k, v in view.items()), []),
+                                   os.path.join(report, "pages", "report.kel")], capture_output=True, text=True, timeout=60)
+        self.assertEqual(rendered.returncode, 0, rendered.stderr)
+        p = subprocess.Popen([CLI, "serve", "-d", report, "--db", db, "--port", "0"], stdout=subprocess.PIPE,
+                             stderr=subprocess.DEVNULL, text=True)
+        try:
+            port = int(p.stdout.readline().rsplit(":", 1)[1].strip("/\n"))
+            c = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
+            c.request("GET", "/report?" + urllib.parse.urlencode(view))
+            r = c.getresponse()
+            served = r.read().decode()
+            c.close()
+        finally:
+            p.terminate()
+            p.wait(timeout=20)
+            p.stdout.close()
+        self.assertEqual(r.status, 200)
+        served = re.sub(r'\n<script id="rykel-reload">.*</script>\n', "", served)
+        stamp = re.compile(r"Stand \d\d\.\d\d\.\d{4} \d\d:\d\d")
+        self.assertIn('<tr><td class="nr">', served)
+        self.assertEqual(stamp.sub("", served), stamp.sub("", rendered.stdout))
 
 
 if __name__ == "__main__":
