@@ -166,6 +166,21 @@ class ServeProcessTest(unittest.TestCase):
                 self.assertIn(message, r.stderr)
 
 
+    def test_in_process_from_python(self):
+        import rykel
+        with support.tempfile.TemporaryDirectory() as tmp:
+            support.make_site(tmp, {"pages/index.kel": "Hallo {VAR:name}"})
+            with rykel.cls_SiteServer(rykel.cls_Site(tmp), pLog=False) as server:
+                self.assertTrue(server.RUNNING())
+                self.assertEqual(server.URL(), f"http://127.0.0.1:{server.PORT()}/")
+                c = http.client.HTTPConnection("127.0.0.1", server.PORT(), timeout=10)
+                c.request("GET", "/?name=Ada")
+                self.assertTrue(c.getresponse().read().startswith(b"Hallo Ada\n<script"))
+                c.close()
+                with self.assertRaisesRegex(Exception, "cannot listen on 127.0.0.1:%d" % server.PORT()):
+                    rykel.cls_SiteServer(rykel.cls_Site(tmp), pPort=server.PORT(), pLog=False).START()
+            self.assertFalse(server.RUNNING())
+
     def test_the_demo_report_served_as_rendered(self):
         root = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
         report = os.path.join(root, "examples", "report")
