@@ -1,11 +1,10 @@
 // The pure parts of the web layer: error lines taken apart for the overlay (file names and messages
-// with colons, lines past the end), the snippet put before </body>, and the watcher's generations.
+// with colons, lines past the end, links that lead out) and the snippet put before </body>.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 
-#include "web/cls_SiteWatcher.h"
 #include "web/mdl_WebOverlay.h"
 
 #include "../CaseTable.h"
@@ -21,7 +20,6 @@ TEST(WebOverlay, PlacesLinesAndInjection) {
   fs::create_directories(dir.path / "pages");
   std::ofstream(dir.path / "pages/a:b.kel") << "one\n\tx {IF 1}\r\nthree";
   std::ofstream(dir.path / "outside.kel") << "secret\nsecret";
-  fs::create_directories(dir.path / "site");
   fs::create_symlink(dir.path / "outside.kel", dir.path / "pages/link.kel");
   const std::string root = (dir.path / "pages").string();
   struct Row {
@@ -33,7 +31,6 @@ TEST(WebOverlay, PlacesLinesAndInjection) {
   };
   static const Row kRows[] = {
       {"a:b.kel:2:4: IF: needs 2", "a:b.kel:2:4", "IF: needs 2", "\tx {IF 1}", 2, 4},
-      {"a:b.kel:3:1: last line", "a:b.kel:3:1", "last line", "three", 3, 1},
       {"a:b.kel:9:1: past the end", "a:b.kel:9:1", "past the end", "", 9, 1},
       {"link.kel:1:1: a link that leads out", "link.kel:1:1", "a link that leads out", "", 1, 1},
       {"Too many errors: more than 5", "", "Too many errors: more than 5", "", 0, 0},
@@ -58,23 +55,6 @@ TEST(WebOverlay, PlacesLinesAndInjection) {
   EXPECT_EQ(mdl_WebOverlay::INJECT("</body><p></body>", "S"), "</body><p>S</body>");
   EXPECT_EQ(mdl_WebOverlay::INJECT("<p>ö", "S"), "<p>öS");
   EXPECT_EQ(mdl_WebOverlay::INJECT("", "S"), "S");
-}
-
-TEST(WebOverlay, WatcherCountsChangesAndStops) {
-  TempDir dir;
-  std::ofstream(dir.path / "a.kel") << "a";
-  cls_SiteWatcher w(dir.path.string(), std::chrono::milliseconds(20));
-  w.START();
-  EXPECT_EQ(w.WAIT(0, std::chrono::milliseconds(100)), 0u);  // nothing changed
-  std::ofstream(dir.path / ".git") << "hidden files do not count";
-  EXPECT_EQ(w.WAIT(0, std::chrono::milliseconds(150)), 0u);
-  std::ofstream(dir.path / "a.kel") << "changed size";
-  EXPECT_EQ(w.WAIT(0, std::chrono::seconds(10)), 1u);
-  fs::remove(dir.path / "a.kel");
-  EXPECT_EQ(w.WAIT(1, std::chrono::seconds(10)), 2u);
-  w.STOP();
-  EXPECT_TRUE(w.STOPPED());
-  EXPECT_EQ(w.WAIT(2, std::chrono::seconds(10)), 2u);  // returns at once once stopped
 }
 
 }  // namespace

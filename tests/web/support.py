@@ -13,13 +13,11 @@ PAGES = {
     "pages/index.kel": "<html><body><h1>Start</h1>{INCLUDE inc/footer}</body></html>",
     "pages/team/index.kel": "<p>team index</p>",
     "pages/hello.kel": "<p>Hallo {VAR:name}, {TEXT:HTML VAR:name}</p>",
-    "pages/list.kel": "<ul>{FOR i 1 100 1 {<li>Eintrag {VAR:i}</li>}}</ul>",
     "pages/bad.kel": "<p>one</p>\n<p>two</p>\n<p><b>{IF (1 == 1)}</b></p>\n",
     "pages/loop.kel": "{WHILE (1 == 1) {x}}",
     "pages/notes.txt": "plain notes",
     "inc/footer.kel": "<footer>fuss</footer>",
     "static/app.css": "body { color: red }",
-    "static/app.js": "console.log(1)",
     "static/img/dot.png": "\x89PNG",
     "static/docs/index.html": "<p>docs</p>",
     "site.css": "h1 {}",
@@ -34,6 +32,29 @@ def make_site(root, files=PAGES):
         os.makedirs(os.path.dirname(path), exist_ok=True)
         with open(path, "w", encoding="latin-1") as f:
             f.write(text)
+
+
+def serve(*args, stderr=subprocess.DEVNULL):
+    """`rykel serve --port 0 ARGS` started: (process, port), after checking its start line."""
+    proc = subprocess.Popen([CLI, "serve", "--port", "0", *args], stdout=subprocess.PIPE, stderr=stderr, text=True)
+    line = proc.stdout.readline()
+    proc.stdout.close()
+    m = re.fullmatch(r"Serving (.*) at http://127\.0\.0\.1:(\d+)/\n", line)
+    if not m:
+        proc.kill()
+        raise AssertionError("no start line: " + repr(line))
+    return proc, int(m.group(2))
+
+
+def fetch(port, path, method="GET", body=None, headers=None):
+    """(status, content type, body as bytes) of one request."""
+    c = http.client.HTTPConnection("127.0.0.1", port, timeout=10)
+    try:
+        c.request(method, path, body=body, headers=headers or {})
+        r = c.getresponse()
+        return r.status, r.getheader("Content-Type"), r.read()
+    finally:
+        c.close()
 
 
 class ServeTest(unittest.TestCase):
@@ -53,33 +74,18 @@ class ServeTest(unittest.TestCase):
         os.symlink(cls.outside, os.path.join(cls.site, "static", "link.txt"))
         os.symlink(os.path.dirname(cls.outside), os.path.join(cls.site, "static", "up"))
         cls.log = open(os.path.join(cls.tmp.name, "log"), "w+")
-        cls.proc = subprocess.Popen([CLI, "serve", "-d", cls.site, "--port", "0", *cls.extra_args],
-                                    stdout=subprocess.PIPE, stderr=cls.log, text=True)
-        cls.start_line = cls.proc.stdout.readline()
-        m = re.fullmatch(r"Serving (.*) at http://127\.0\.0\.1:(\d+)/\n", cls.start_line)
-        if not m:
-            cls.proc.kill()
-            raise AssertionError("no start line: " + repr(cls.start_line))
-        cls.port = int(m.group(2))
+        cls.proc, cls.port = serve("-d", cls.site, *cls.extra_args, stderr=cls.log)
 
     @classmethod
     def tearDownClass(cls):
         if cls.proc.poll() is None:
             cls.proc.kill()
             cls.proc.wait()
-        cls.proc.stdout.close()
         cls.log.close()
         cls.tmp.cleanup()
 
     def get(self, path, method="GET", body=None, headers=None):
-        """(status, content type, body as bytes) of one request."""
-        c = http.client.HTTPConnection("127.0.0.1", self.port, timeout=10)
-        try:
-            c.request(method, path, body=body, headers=headers or {})
-            r = c.getresponse()
-            return r.status, r.getheader("Content-Type"), r.read()
-        finally:
-            c.close()
+        return fetch(self.port, path, method, body, headers)
 
     def log_text(self, settle=0.2):
         time.sleep(settle)

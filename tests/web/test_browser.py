@@ -3,12 +3,11 @@ its template reloads the open page, a broken template shows the overlay with the
 RYKEL_SCREENSHOTS=1 saves the overlay's screenshot as docs/serve.png."""
 import os
 import shutil
-import subprocess
 import tempfile
 import time
 import unittest
 
-from support import CLI
+from support import serve
 
 try:
     from selenium import webdriver
@@ -38,14 +37,10 @@ class BrowserTest(unittest.TestCase):
         self.addCleanup(tmp.cleanup)
         self.site = os.path.join(tmp.name, "site")
         shutil.copytree(os.path.join(ROOT, "examples", "site"), self.site)
-        log = open(os.path.join(tmp.name, "log"), "w")
-        self.addCleanup(log.close)
-        self.server = subprocess.Popen([CLI, "serve", "-d", self.site, "--port", "0"], stdout=subprocess.PIPE,
-                                       stderr=log, text=True)
+        self.server, port = serve("-d", self.site)
         self.addCleanup(self.server.wait)
         self.addCleanup(self.server.terminate)
-        self.url = self.server.stdout.readline().split(" at ")[1].strip()
-        self.server.stdout.close()
+        self.url = f"http://127.0.0.1:{port}/"
 
         options = webdriver.ChromeOptions()
         options.binary_location = CHROMIUM

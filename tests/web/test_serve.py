@@ -6,12 +6,10 @@ import re
 import signal
 import socket
 import subprocess
-import sys
-import threading
 import time
 import unittest
-import urllib.parse
 
+import rykel
 import support
 from support import CLI, ServeTest
 
@@ -22,14 +20,10 @@ class ServeTestCase(ServeTest):
     def test_pages_variables_and_files(self):
         for path, status, ctype, needle in (
             ("/", 200, "text/html; charset=utf-8", b"<h1>Start</h1><footer>fuss</footer>"),
-            ("/index.html", 200, "text/html; charset=utf-8", b"<h1>Start</h1>"),
             ("/team", 200, "text/html; charset=utf-8", b"team index"),
-            ("/team/", 200, "text/html; charset=utf-8", b"team index"),
             # raw when output by VAR:, escaped through TEXT:HTML
             ("/hello?name=%3Cb%3EAnna", 200, "text/html; charset=utf-8", b"Hallo <b>Anna, &lt;b&gt;Anna"),
-            ("/list", 200, "text/html; charset=utf-8", b"<li>Eintrag 100</li></ul>"),
             ("/app.css", 200, "text/css; charset=utf-8", b"body { color: red }"),
-            ("/app.js", 200, "text/javascript; charset=utf-8", b"console.log(1)"),
             ("/img/dot.png", 200, "image/png", b"PNG"),
             ("/docs/", 200, "text/html; charset=utf-8", b"<p>docs</p>"),
             ("/notes.txt", 200, "text/plain; charset=utf-8", b"plain notes"),
@@ -43,8 +37,6 @@ class ServeTestCase(ServeTest):
         body = self.get("/")[2]
         self.assertRegex(body, rb'<script id="rykel-reload">.*since=\d+.*</script>\n</body></html>$')
         self.assertEqual(self.get("/app.css")[2], b"body { color: red }")
-        self.assertEqual(self.get("/hello", method="HEAD")[0], 200)
-        self.assertEqual(self.get("/hello", method="DELETE")[0], 405)
 
     def test_nothing_outside_the_site_or_hidden_is_served(self):
         outside = os.path.relpath(self.outside, "/")
@@ -62,7 +54,6 @@ class ServeTestCase(ServeTest):
 
     def test_limits_and_bad_requests_leave_the_server_answering(self):
         self.assertEqual(self.get("/", method="POST", body=b"x" * 2000)[0], 413)
-        self.assertEqual(self.get("/", method="POST", body=b"x" * 10)[0], 405)
         for raw in (b"GARBAGE\r\n\r\n", b"GET / HTTP/1.1\r\nHost: x\r\nContent-Length: -5\r\n\r\n",
                     b"GET /" + b"a" * 20000 + b" HTTP/1.1\r\n\r\n", b"GET / HTTP/1.1\r\n" + b"X: y\r\n" * 200 + b"\r\n",
                     b"\x00\xff\xfe\r\n\r\n", b"GET / HTTP/1.1\r\nHost: x\r\nContent-Length: 10\r\n\r\nabc"):
@@ -71,14 +62,6 @@ class ServeTestCase(ServeTest):
                     s.sendall(raw)
                     s.shutdown(socket.SHUT_WR)
                     s.recv(65536)
-        # many clients at once
-        results = []
-        threads = [threading.Thread(target=lambda: results.append(self.get("/list")[0])) for _ in range(16)]
-        for t in threads:
-            t.start()
-        for t in threads:
-            t.join()
-        self.assertEqual(results, [200] * 16)
         self.assertEqual(self.get("/team")[0], 200)
         self.assertIsNone(self.proc.poll())
         self.assertRegex(self.log_text(), r"POST / 413 \d+ ms\n")
@@ -126,93 +109,31 @@ class ServeTestCase(ServeTest):
 
 
 class ServeProcessTest(unittest.TestCase):
-    def test_start_line_stop_on_signals_and_a_taken_port(self):
-        with support.tempfile.TemporaryDirectory() as tmp:
-            support.make_site(tmp, {"pages/index.kel": "hi"})
-            for sig in (signal.SIGINT, signal.SIGTERM):
-                p = subprocess.Popen([CLI, "serve", "-d", tmp, "--port", "0"], stdout=subprocess.PIPE,
-                                     stderr=subprocess.PIPE, text=True)
-                line = p.stdout.readline()
-                self.assertRegex(line, r"^Serving " + re.escape(tmp) + r" at http://127\.0\.0\.1:\d+/\n$")
-                port = int(line.rsplit(":", 1)[1].strip("/\n"))
-                # a second server on the same port fails with a clear message
-                taken = subprocess.run([CLI, "serve", "-d", tmp, "--port", str(port)], capture_output=True,
-                                       text=True, timeout=20)
-                self.assertEqual(taken.returncode, 1)
-                self.assertIn(f"cannot listen on 127.0.0.1:{port}", taken.stderr)
-                started = time.monotonic()
-                p.send_signal(sig)
-                out, err = p.communicate(timeout=20)
-                self.assertEqual(p.returncode, 0, err)
-                self.assertLess(time.monotonic() - started, 10)
-                self.assertTrue(err.endswith("Stopped.\n"), err)
-            # an open change listener does not hold the stop up
-            p = subprocess.Popen([CLI, "serve", "-d", tmp, "--port", "0"], stdout=subprocess.PIPE,
-                                 stderr=subprocess.DEVNULL, text=True)
-            port = int(p.stdout.readline().rsplit(":", 1)[1].strip("/\n"))
-            c = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
-            c.request("GET", "/_rykel/events")
-            self.assertEqual(c.getresponse().readline(), b"retry: 1000\n")
-            started = time.monotonic()
-            p.send_signal(signal.SIGINT)
-            self.assertEqual(p.wait(timeout=20), 0)
-            self.assertLess(time.monotonic() - started, 10)
-            p.stdout.close()
-            c.close()
-            for args, message in ((["-d", os.path.join(tmp, "pages")], "is no site"),
-                                  (["-d", tmp, "--db", "nope.ry-dbb"], "DB file 'nope.ry-dbb' does not exist")):
-                r = subprocess.run([CLI, "serve", *args], capture_output=True, text=True, timeout=20)
-                self.assertEqual(r.returncode, 1)
-                self.assertIn(message, r.stderr)
-
-
-    def test_in_process_from_python(self):
-        import rykel
+    def test_signals_stop_it_with_a_listener_open_and_start_errors(self):
         with support.tempfile.TemporaryDirectory() as tmp:
             support.make_site(tmp, {"pages/index.kel": "Hallo {VAR:name}"})
+            for sig in (signal.SIGINT, signal.SIGTERM):
+                with open(os.path.join(tmp, "log"), "w+") as log:
+                    p, port = support.serve("-d", tmp, stderr=log)
+                    c = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
+                    c.request("GET", "/_rykel/events")
+                    self.assertEqual(c.getresponse().readline(), b"retry: 1000\n")
+                    started = time.monotonic()
+                    p.send_signal(sig)
+                    self.assertEqual(p.wait(timeout=20), 0)
+                    self.assertLess(time.monotonic() - started, 10)
+                    c.close()
+                    log.seek(0)
+                    self.assertTrue(log.read().endswith("Stopped.\n"))
             with rykel.cls_SiteServer(rykel.cls_Site(tmp), pLog=False) as server:
-                self.assertTrue(server.RUNNING())
-                self.assertEqual(server.URL(), f"http://127.0.0.1:{server.PORT()}/")
-                c = http.client.HTTPConnection("127.0.0.1", server.PORT(), timeout=10)
-                c.request("GET", "/?name=Ada")
-                self.assertTrue(c.getresponse().read().startswith(b"Hallo Ada\n<script"))
-                c.close()
-                with self.assertRaisesRegex(Exception, "cannot listen on 127.0.0.1:%d" % server.PORT()):
-                    rykel.cls_SiteServer(rykel.cls_Site(tmp), pPort=server.PORT(), pLog=False).START()
+                self.assertEqual(support.fetch(server.PORT(), "/?name=Ada")[2][:9], b"Hallo Ada")
+                for args, message in ((["-d", tmp, "--port", str(server.PORT())], f"cannot listen on 127.0.0.1:{server.PORT()}"),
+                                      (["-d", os.path.join(tmp, "pages")], "is no site"),
+                                      (["-d", tmp, "--db", "nope.ry-dbb"], "DB file 'nope.ry-dbb' does not exist")):
+                    r = subprocess.run([CLI, "serve", *args], capture_output=True, text=True, timeout=20)
+                    self.assertEqual(r.returncode, 1)
+                    self.assertIn(message, r.stderr)
             self.assertFalse(server.RUNNING())
-
-    def test_the_demo_report_served_as_rendered(self):
-        root = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
-        report = os.path.join(root, "examples", "report")
-        tmp = support.tempfile.TemporaryDirectory()
-        self.addCleanup(tmp.cleanup)
-        made = subprocess.run([sys.executable, os.path.join(root, "examples", "python", "contacts.py"), tmp.name, "300"],
-                              capture_output=True, text=True, timeout=60)
-        self.assertEqual(made.returncode, 0, made.stderr)
-        db = os.path.join(tmp.name, "contacts.ry-dbb")
-        view = {"field": "ORT", "cond": "IN Bremen,Hamburg,Köln", "sort": "NACHNAME", "then": "VORNAME",
-                "title": "Nord & Süd"}
-        rendered = subprocess.run([CLI, "render", "--db", db, "-d", report, *sum((["-v", f"{k}={v}"] for k, v in view.items()), []),
-                                   os.path.join(report, "pages", "report.kel")], capture_output=True, text=True, timeout=60)
-        self.assertEqual(rendered.returncode, 0, rendered.stderr)
-        p = subprocess.Popen([CLI, "serve", "-d", report, "--db", db, "--port", "0"], stdout=subprocess.PIPE,
-                             stderr=subprocess.DEVNULL, text=True)
-        try:
-            port = int(p.stdout.readline().rsplit(":", 1)[1].strip("/\n"))
-            c = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
-            c.request("GET", "/report?" + urllib.parse.urlencode(view))
-            r = c.getresponse()
-            served = r.read().decode()
-            c.close()
-        finally:
-            p.terminate()
-            p.wait(timeout=20)
-            p.stdout.close()
-        self.assertEqual(r.status, 200)
-        served = re.sub(r'\n<script id="rykel-reload">.*</script>\n', "", served)
-        stamp = re.compile(r"Stand \d\d\.\d\d\.\d{4} \d\d:\d\d")
-        self.assertIn('<tr><td class="nr">', served)
-        self.assertEqual(stamp.sub("", served), stamp.sub("", rendered.stdout))
 
 
 if __name__ == "__main__":
