@@ -214,11 +214,10 @@ VarPath hMakeVarPath(std::string_view name) {
 
 // The direct walk: the variable's slot, nullptr when the walk cannot answer. Valid until the
 // variables change.
-[[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars,
-                                                                         VarPath& p) {
+[[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItemIn(
+    const cls_StructureManager& m, int32_t vars, const std::vector<cls_StructureManager::Item>& items, VarPath& p) {
   if (!p.direct) return nullptr;
   if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
-  const auto& items = m.Items(vars);
   int32_t slot = hSlotIn(m, vars, items, p.headAtom, p.headSlot);
   if (slot < 0) return nullptr;
   p.headSlot = slot;
@@ -233,6 +232,12 @@ VarPath hMakeVarPath(std::string_view name) {
     item = &inside[inner];
   }
   return item;
+}
+
+// hVarItemIn for the variables node vars.
+[[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars,
+                                                                         VarPath& p) {
+  return hVarItemIn(m, vars, m.Items(vars), p);
 }
 
 // The direct walk: true with rValue set when it could answer.
@@ -1214,37 +1219,62 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
   return ExecutePlanned(k, pCmd, pData, nullptr, nullptr);
 }
 
-bool cls_KELExecutor::AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view pBefore, std::string& rOut,
-                                    size_t pOutMax) {
-  if (pPlan.kind != KELPlan::Var && !pPlan.plainIf) return false;
+size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t pCount, std::string_view pText,
+                                      size_t& rPos, std::string& rOut, size_t pOutMax) {
+  cls_KELState& st = k.hState();
+  if (st.depth == 0) return 0;
+  // Nothing runs between the commands answered here: the variables, the bounds and the nesting
+  // stay as they are for the whole run, so they are read once.
   const cls_Structure& vars = *k.VARIABLES;
   const cls_StructureManager& m = *vars.MANAGER_GET();
-  const auto* item = hVarItem(m, vars.SID_GET(), pPlan.var);
-  if (!item) return false;
-  std::string_view text;
-  bool taken = false;
-  if (pPlan.kind == KELPlan::Var) {
-    if (item->isStruct || !item->value.isString()) return false;
-    text = item->value.str();
-  } else {
-    // the condition as hCondition reads a bare name; a Null variable, whose name is then the
-    // value, runs the command
-    if (!item->isStruct && item->value.isNull()) return false;
-    taken = item->isStruct || hTruth(item->value);
-    text = taken ? pPlan.branch[0] : pPlan.branch[1];
+  const int32_t vid = vars.SID_GET();
+  const auto& items = m.Items(vid);
+  // running a command would count a step and a call and enter one level (an IF's condition a second)
+  const int32_t nestMax = 4 * st.run.nestingMax + 100;
+  const bool varFits = st.nest + 1 <= nestMax, ifFits = st.nest + 2 <= nestMax;
+  const int64_t stepsLeft = st.run.stepsMax > st.steps ? st.run.stepsMax - st.steps : 0;
+  const size_t count = static_cast<size_t>(std::min<int64_t>(static_cast<int64_t>(pCount), stepsLeft));
+  size_t pos = rPos, n = 0;
+  const KELPlan* lastVar = nullptr;  // the variable answered last, and its text
+  std::string_view lastValue;
+  for (; n < count; ++n) {
+    const KELSpan& span = pSpans[n];
+    KELPlan* plan = span.plan.get();
+    if (!plan) break;
+    std::string_view value;
+    bool ifTaken = false;
+    if (plan == lastVar) {
+      value = lastValue;  // the same variable again: nothing has changed it
+    } else if (plan->kind == KELPlan::Var) {
+      if (!varFits) break;
+      const auto* item = hVarItemIn(m, vid, items, plan->var);
+      if (!item || item->isStruct || !item->value.isString()) break;
+      value = item->value.str();
+      if (value.find('{') != std::string_view::npos) break;
+      lastVar = plan;
+      lastValue = value;
+    } else {
+      if (!plan->plainIf || !ifFits) break;
+      const auto* item = hVarItemIn(m, vid, items, plan->var);
+      // the condition as hCondition reads a bare name; a Null variable, whose name is then the
+      // value, runs the command
+      if (!item || (!item->isStruct && item->value.isNull())) break;
+      const bool taken = item->isStruct || hTruth(item->value);
+      value = taken ? plan->branch[0] : plan->branch[1];
+      ifTaken = taken || plan->tokens->tokens.size() == 4;
+    }
+    const std::string_view before = pText.substr(pos, span.open - pos);
+    if (rOut.size() + before.size() + value.size() > pOutMax) break;
+    ++st.calls;
+    // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or
+    // when there is an else block
+    if (plan->kind != KELPlan::Var) hChainSet(k, st.calls, ifTaken);
+    rOut.append(before).append(value);
+    pos = span.close + 1;
   }
-  if (rOut.size() + pBefore.size() + text.size() > pOutMax || text.find('{') != std::string_view::npos) return false;
-  cls_KELState& st = k.hState();
-  // running it would count a step and a call and enter one level (an IF's condition a second)
-  const int levels = pPlan.plainIf ? 2 : 1;
-  if (st.depth == 0 || st.steps >= st.run.stepsMax || st.nest + levels > 4 * st.run.nestingMax + 100) return false;
-  ++st.calls;
-  ++st.steps;
-  // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or when
-  // there is an else block
-  if (pPlan.plainIf) hChainSet(k, st.calls, taken || pPlan.tokens->tokens.size() == 4);
-  rOut.append(pBefore).append(text);
-  return true;
+  st.steps += static_cast<int64_t>(n);
+  rPos = pos;
+  return n;
 }
 
 Variant cls_KELExecutor::ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan,

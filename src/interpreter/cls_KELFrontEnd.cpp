@@ -107,12 +107,7 @@ size_t hMatch(std::string_view work, size_t open, char& rUnclosed) {
 // command). A pure function of the text.
 struct Prepared {
   std::string text;
-  struct Span {
-    size_t open, close;
-    char unclosed;
-    std::shared_ptr<KELPlan> plan;  // nullptr: the command is decoded when it runs
-  };
-  std::vector<Span> spans;
+  std::vector<KELSpan> spans;
 };
 
 constexpr size_t kPlansMax = 64;
@@ -311,14 +306,13 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
           // Commands answered from their plans (variables, IFs between plain texts) whose text
           // needs no second scan go straight to the output, one after the other; anything else
           // (and any bound about to be reached) takes the general way.
-          while (!st.run.autoescape && nextSpan < prepared->spans.size() && count < limit && !st.quit) {
-            const auto& sp = prepared->spans[nextSpan];
-            if (!sp.plan || !cls_KELExecutor::AppendPlanned(k, *sp.plan, text.substr(tpos, sp.open - tpos), out,
-                                                            base + st.run.outputMax))
-              break;
-            tpos = sp.close + 1;
-            ++count;
-            ++nextSpan;
+          if (!st.run.autoescape && count < limit && !st.quit) {
+            const size_t answered = cls_KELExecutor::AppendPlanned(
+                k, prepared->spans.data() + nextSpan,
+                std::min(prepared->spans.size() - nextSpan, static_cast<size_t>(limit - count)), text, tpos, out,
+                base + st.run.outputMax);
+            count += static_cast<int32_t>(answered);
+            nextSpan += answered;
           }
           if (nextSpan < prepared->spans.size()) {
             const auto& sp = prepared->spans[nextSpan++];
