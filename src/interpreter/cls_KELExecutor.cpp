@@ -204,7 +204,7 @@ VarPath hMakeVarPath(std::string_view name) {
     end = hint;  // the hint holds the name: only an earlier slot could come first
   else if (size > kScanMax) return -2;
   for (int32_t i = 0; i < end; ++i) {
-    if (!items[i].used || items[i].name != atom) [[likely]]
+    if (items[i].name != atom || !items[i].used) [[likely]]
       continue;
     if (i == 0 && !m.HASZERO_GET(id)) continue;
     return i;
@@ -212,24 +212,41 @@ VarPath hMakeVarPath(std::string_view name) {
   return end < size ? end : -1;
 }
 
+// The head of a path found last in a run of commands that changes nothing (the row of
+// "row.name", "row.city", ...): the next path with the same head starts from its slot.
+struct HeadSeen {
+  uint32_t atom = 0;
+  const cls_StructureManager::Item* item = nullptr;
+  const std::vector<cls_StructureManager::Item>* inside = nullptr;  // its slots, when a structure
+};
+
 // The direct walk: the variable's slot, nullptr when the walk cannot answer. Valid until the
 // variables change.
 [[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItemIn(
-    const cls_StructureManager& m, int32_t vars, const std::vector<cls_StructureManager::Item>& items, VarPath& p) {
+    const cls_StructureManager& m, int32_t vars, const std::vector<cls_StructureManager::Item>& items, VarPath& p,
+    HeadSeen* rSeen = nullptr) {
   if (!p.direct) return nullptr;
   if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
-  int32_t slot = hSlotIn(m, vars, items, p.headAtom, p.headSlot);
-  if (slot < 0) return nullptr;
-  p.headSlot = slot;
-  const auto* item = &items[slot];
+  const cls_StructureManager::Item* item;
+  const std::vector<cls_StructureManager::Item>* inside = nullptr;
+  if (rSeen && rSeen->atom == p.headAtom) {
+    item = rSeen->item;
+    inside = rSeen->inside;
+  } else {
+    int32_t slot = hSlotIn(m, vars, items, p.headAtom, p.headSlot);
+    if (slot < 0) return nullptr;
+    p.headSlot = slot;
+    item = &items[slot];
+    if (rSeen) *rSeen = {p.headAtom, item, item->isStruct ? &m.Items(item->child) : nullptr};
+  }
   if (!p.tail.empty()) {
     if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail, p.tailHash)) return nullptr;
     const int32_t child = item->child;
-    const auto& inside = m.Items(child);
-    int32_t inner = hSlotIn(m, child, inside, p.tailAtom, p.tailSlot);
+    if (!inside) inside = &m.Items(child);
+    int32_t inner = hSlotIn(m, child, *inside, p.tailAtom, p.tailSlot);
     if (inner < 0) return nullptr;
     p.tailSlot = inner;
-    item = &inside[inner];
+    item = &(*inside)[inner];
   }
   return item;
 }
@@ -1237,6 +1254,7 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
   size_t pos = rPos, n = 0;
   const KELPlan* lastVar = nullptr;  // the variable answered last, and its text
   std::string_view lastValue;
+  HeadSeen seen;
   for (; n < count; ++n) {
     const KELSpan& span = pSpans[n];
     KELPlan* plan = span.plan.get();
@@ -1247,7 +1265,7 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
       value = lastValue;  // the same variable again: nothing has changed it
     } else if (plan->kind == KELPlan::Var) {
       if (!varFits) break;
-      const auto* item = hVarItemIn(m, vid, items, plan->var);
+      const auto* item = hVarItemIn(m, vid, items, plan->var, &seen);
       if (!item || item->isStruct || !item->value.isString()) break;
       value = item->value.str();
       if (value.find('{') != std::string_view::npos) break;
@@ -1255,7 +1273,7 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
       lastValue = value;
     } else {
       if (!plan->plainIf || !ifFits) break;
-      const auto* item = hVarItemIn(m, vid, items, plan->var);
+      const auto* item = hVarItemIn(m, vid, items, plan->var, &seen);
       // the condition as hCondition reads a bare name; a Null variable, whose name is then the
       // value, runs the command
       if (!item || (!item->isStruct && item->value.isNull())) break;
