@@ -97,7 +97,7 @@ bool hNumber(const Variant& v, double& d) {
     d = 0;
     return true;
   }
-  if (v.isString()) return IsNumericText(v.str()) && ParseNumber(v.str(), d);
+  if (v.isString()) return ParseNumber(v.str(), d);
   return NumericValue(v, d);
 }
 
@@ -266,7 +266,57 @@ bool hVarDirect(cls_KEL& k, VarPath& p, Variant& rValue) {
   return true;
 }
 
+// A bare name as an operand, by its decoded path: the variable's value, or the name itself when
+// there is none (as hNameValue).
+Variant hPathValue(cls_KEL& k, VarPath& p) {
+  Variant v;
+  if (!hVarDirect(k, p, v)) v = hVariable(k, p.name);
+  return v.isNull() ? Variant(p.name) : v;
+}
+
 struct KELCommand;
+
+// An operand of an expression decoded once: a truth word's text or a constant (a number, a date,
+// a quoted text without a command), or a bare name with its path. Anything else is decoded as it
+// runs.
+struct KELOperand {
+  enum Kind : uint8_t { Runtime, Constant, Name };
+  Kind kind = Runtime;
+  Variant value;  // Constant
+  VarPath var;    // Name
+};
+
+// A list of tokens with its operands decoded, one per token.
+struct KELExpression {
+  std::shared_ptr<const cls_KELTokenizer::Cached> tokens;
+  std::vector<KELOperand> operands;
+};
+
+// The operands as hOperand reads them: truth words, then bare names, then the parameter value
+// where it needs nothing but the text.
+std::vector<KELOperand> hMakeOperands(const std::vector<KELToken>& pTokens) {
+  std::vector<KELOperand> ops(pTokens.size());
+  for (size_t i = 0; i < pTokens.size(); ++i) {
+    const KELToken& t = pTokens[i];
+    KELOperand& op = ops[i];
+    if (t.kind == enm_KELToken::Word && cls_KELDecoder::IsLiteralWord(t.text)) {
+      op.kind = KELOperand::Constant;
+      op.value = Variant(cls_KELDecoder::LITERAL(t.text));
+    } else if (t.kind == enm_KELToken::Word && hIsName(t.text)) {
+      op.kind = KELOperand::Name;
+      op.var = hMakeVarPath(t.text);
+    } else if (t.kind == enm_KELToken::Word || t.kind == enm_KELToken::Quoted) {
+      try {
+        KELParam p = cls_KELDecoder::Classify(t.text);
+        if (p.kind != enm_KELParamKind::QuotedTemplate && p.kind != enm_KELParamKind::Other) {
+          op.kind = KELOperand::Constant;
+          op.value = std::move(p.value);
+        }
+      } catch (const std::exception&) {}  // decoded (and reported) as it runs
+    }
+  }
+  return ops;
+}
 
 }  // namespace
 
@@ -285,12 +335,17 @@ struct KELPlan {
   // the text of each branch (views into tokens), for answering it without running it.
   bool plainIf = false;
   std::string_view branch[2];
+  // The operands of the tokens, for the command's own parameters read as expressions.
+  std::vector<KELOperand> operands;
+  // Per token, for a "(...)" parameter that is an expression: its tokens and operands, so that a
+  // condition, a SWITCH or CASE value or a loop bound is evaluated without decoding it again.
+  std::vector<std::unique_ptr<KELExpression>> expressions;
 };
 
 namespace {
 
 Variant hValue(Ctx& c, const KELToken& t);
-Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
+Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n, KELOperand* ops = nullptr);
 
 // Guards the recursion of commands in commands and expressions in expressions: a bound on the
 // nesting instead of trusting the stack (a text of 100,000 "{" or "(" must not crash).
@@ -301,14 +356,23 @@ struct NestGuard {
   ~NestGuard() { --k.hState().nest; }
 };
 
-// The text of a text of tokens, evaluated as an expression.
-Variant hEvalText(Ctx& c, std::string_view s) {
+// The text of a text of tokens, evaluated as an expression; pKept, when given, holds its tokens.
+Variant hEvalText(Ctx& c, std::string_view s, KELExpression* pKept = nullptr) {
   NestGuard guard(c.k);
   if (!guard.ok) return Variant(c.k.hState().Cut(c.k.ERRORS("Nesting too deep", s)));
+  if (pKept) return hEvalTokens(c, pKept->tokens->tokens.data(), pKept->tokens->tokens.size(), pKept->operands.data());
   // A bare name ("(row.active)") is one word token: its operand value, without the tokenizer.
   if (hIsName(s) && !cls_KELDecoder::IsLiteralWord(s)) return hNameValue(c.k, s);
   auto cached = cls_KELTokenizer::TokenizeCached(s);
   return hEvalTokens(c, cached->tokens.data(), cached->tokens.size());
+}
+
+// The tokens the plan keeps for a parameter of the command it runs; nullptr for another token.
+KELExpression* hKeptExpression(const Ctx& c, const KELToken& t) {
+  if (!c.plan || c.plan->expressions.empty()) return nullptr;
+  const auto& tokens = c.plan->tokens->tokens;
+  if (&t <= tokens.data() || &t >= tokens.data() + tokens.size()) return nullptr;
+  return c.plan->expressions[static_cast<size_t>(&t - tokens.data())].get();
 }
 
 // A block parameter's output, appended to rOut: a "{...}" group is processed as template text.
@@ -336,7 +400,7 @@ std::string hBlock(Ctx& c, const KELToken& t) {
 Variant hValue(Ctx& c, const KELToken& t) {
   cls_KELState::RawScope raw(c.k.hState());  // what a parameter's commands give is its value, not page output
   switch (t.kind) {
-    case enm_KELToken::Parens: return hEvalText(c, hInner(t));
+    case enm_KELToken::Parens: return hEvalText(c, hInner(t), hKeptExpression(c, t));
     case enm_KELToken::Braces: {
       std::string_view inner = hInner(t);
       if (inner.size() >= 1 && inner[0] == '$') return c.k.DECODE(Variant(t.text), c.data);
@@ -370,6 +434,7 @@ struct Expr {
   Ctx& c;
   const KELToken* t;
   size_t n;
+  KELOperand* ops;  // the operands decoded once, one per token; nullptr: none
   size_t i = 0;
   bool unsignNext = false;  // the next operand is a "-5" word whose sign was taken as an operator
 
@@ -395,7 +460,13 @@ struct Expr {
       if (tok.text == "!") return {Variant(hTruth(Primary().v) ? 0 : 1), {}};
       return {hFail(tok.text), {}};
     }
-    return {hOperand(c, tok), tok.kind == enm_KELToken::Word ? tok.text : std::string_view()};
+    const std::string_view name = tok.kind == enm_KELToken::Word ? tok.text : std::string_view();
+    if (ops) {
+      KELOperand& op = ops[i - 1];
+      if (op.kind == KELOperand::Constant) return {op.value, name};
+      if (op.kind == KELOperand::Name) return {hPathValue(c.k, op.var), name};
+    }
+    return {hOperand(c, tok), name};
   }
 
   // expr(level) -> primary { op primary }, taking operators of this level or tighter;
@@ -482,9 +553,14 @@ struct Expr {
   }
 };
 
-Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n) {
+Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n, KELOperand* ops) {
   if (n == 0) return Variant("");
-  Expr e{c, t, n};
+  if (!ops && c.plan && !c.plan->operands.empty()) {
+    // the command's own parameters: the plan has their operands
+    const auto& tokens = c.plan->tokens->tokens;
+    if (t >= tokens.data() && t + n <= tokens.data() + tokens.size()) ops = &c.plan->operands[t - tokens.data()];
+  }
+  Expr e{c, t, n, ops};
   return e.Parse(kLowestLevel).v;
 }
 
@@ -757,15 +833,15 @@ Variant hSwitch(Ctx& c) {
     return Variant("");
   }
   c.k.hState().switches.push_back({value, false});
-  std::string out;
+  CommandOut out(c);
   try {
-    out = hBlock(c, c.params[1]);
+    hBlockAppend(c, c.params[1], out.text);
   } catch (...) {
     c.k.hState().switches.pop_back();
     throw;
   }
   c.k.hState().switches.pop_back();
-  return Variant(out);
+  return out.Value();
 }
 
 cls_KELState::SwitchFrame& hSwitchFrame(cls_KEL& k) {
@@ -777,14 +853,18 @@ Variant hCase(Ctx& c) {
   if (frame.matched) return Variant("");
   if (!hEquals(c, hEvalTokens(c, &c.params[0], 1), frame.value)) return Variant("");
   hSwitchFrame(c.k).matched = true;
-  return Variant(hBlock(c, c.params[1]));
+  CommandOut out(c);
+  hBlockAppend(c, c.params[1], out.text);
+  return out.Value();
 }
 
 Variant hDefault(Ctx& c) {
   auto& frame = hSwitchFrame(c.k);
   if (frame.matched || c.count == 0) return Variant("");
   frame.matched = true;
-  return Variant(hBlock(c, c.params[c.count - 1]));
+  CommandOut out(c);
+  hBlockAppend(c, c.params[c.count - 1], out.text);
+  return out.Value();
 }
 
 // FOR name start end step {block}
@@ -1055,6 +1135,17 @@ std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
         plan->var = hMakeVarPath(inner);
         plan->hasCondition = true;
       }
+    }
+    plan->operands = hMakeOperands(tokens);
+    // The expressions of the parameters ("(i < 10)", "(a + 1)", "(row.city)").
+    for (size_t i = 1; i < tokens.size(); ++i) {
+      if (tokens[i].kind != enm_KELToken::Parens) continue;
+      std::string_view inner = hInner(tokens[i]);
+      if (plan->expressions.empty()) plan->expressions.resize(tokens.size());
+      auto e = std::make_unique<KELExpression>();
+      e->tokens = cls_KELTokenizer::TokenizeCached(inner);
+      e->operands = hMakeOperands(e->tokens->tokens);
+      plan->expressions[i] = std::move(e);
     }
     if (plan->hasCondition && plan->command && plan->command->run == hIf &&
         (tokens.size() == 3 || tokens.size() == 4)) {

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <iterator>
 #include <unordered_map>
@@ -115,18 +116,25 @@ constexpr size_t kPlansMax = 64;
 std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
   struct Kept {
     TextCache<std::shared_ptr<const Prepared>> cache{512};
-    // A loop processes the same block text round after round: that one is compared, not hashed.
-    std::string lastText;
-    std::shared_ptr<const Prepared> last;
+    // A loop processes the same few block texts round after round (its body, an IF's or a
+    // SWITCH's blocks): those are compared, not hashed.
+    struct Recent {
+      std::string text;
+      std::shared_ptr<const Prepared> prepared;
+    };
+    std::array<Recent, 4> recent;
+    size_t next = 0;
   };
   thread_local Kept kept;
-  auto& [cache, lastText, last] = kept;
-  if (last && pText == lastText) return last;
-  if (auto found = cache.Find(pText)) {
-    lastText = pText;
-    last = *found;
-    return last;
-  }
+  for (const auto& r : kept.recent)
+    if (r.prepared && r.text == pText) return r.prepared;
+  auto remember = [&](const std::shared_ptr<const Prepared>& p) {
+    auto& r = kept.recent[kept.next++ % kept.recent.size()];
+    r.text = pText;
+    r.prepared = p;
+    return p;
+  };
+  if (auto found = kept.cache.Find(pText)) return remember(*found);
   auto p = std::make_shared<Prepared>();
   p->text = pText;
   if (p->text.find("<s") != std::string::npos) {
@@ -154,8 +162,8 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
     p->spans.push_back({open, close, unclosed, std::move(plan)});
     pos = close + 1;
   }
-  cache.Put(pText, p);
-  return p;
+  kept.cache.Put(pText, p);
+  return remember(p);
 }
 
 // With autoescape, a variable's text put into the page: HTML-escaped and data. Error texts and
