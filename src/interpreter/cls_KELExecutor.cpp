@@ -9,6 +9,7 @@
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "interpreter/KELNames.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELDecoder.h"
 #include "interpreter/cls_KELFrontEnd.h"
@@ -153,10 +154,9 @@ Variant hNameValue(cls_KEL& k, std::string_view name) {
 // the atoms are checked against the manager's name table before each use (by the hash the table
 // keeps with each atom), and whatever the direct walk cannot answer goes to the general lookup.
 struct VarPath {
-  std::string name;                     // as written
-  std::string head, tail;               // upper-cased parts; tail empty for a plain name
-  uint32_t headHash = 0, tailHash = 0;  // NameTable::Hash of the parts
-  uint32_t headAtom = 0, tailAtom = 0;
+  std::string name;                      // as written
+  std::string head, tail;                // upper-cased parts; tail empty for a plain name
+  ItemName headName, tailName;           // the parts' hashes, and their atoms once found
   int32_t headSlot = -1, tailSlot = -1;  // where the parts were found last (checked before use)
   bool direct = false;
 };
@@ -177,19 +177,9 @@ VarPath hMakeVarPath(std::string_view name) {
     if (p.tail.empty() || p.tail.find('.') != std::string::npos) return p;
   }
   p.direct = !p.head.empty() && p.head != "COUNT" && p.tail != "COUNT";
-  p.headHash = NameTable::Hash(p.head);
-  p.tailHash = NameTable::Hash(p.tail);
+  p.headName.hash = NameTable::Hash(p.head);
+  p.tailName.hash = NameTable::Hash(p.tail);
   return p;
-}
-
-// The atom of an upper-cased part, looked up again unless the one kept is still the table's atom
-// with the part's hash. (A table only grows and never renames an atom: a kept atom goes wrong
-// only with another manager, whose atom with that number would also need the same hash.)
-[[gnu::always_inline]] inline uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part,
-                                             uint32_t hash) {
-  if (rAtom == 0 || rAtom >= names.Count() || names.HashOf(rAtom) != hash) [[unlikely]]
-    rAtom = names.Find(part, hash);
-  return rAtom;
 }
 
 // The first used slot named atom in a small node; -1 when there is none, -2 when the node is too
@@ -226,24 +216,24 @@ struct HeadSeen {
     const cls_StructureManager& m, int32_t vars, const std::vector<cls_StructureManager::Item>& items, VarPath& p,
     HeadSeen* rSeen = nullptr) {
   if (!p.direct) return nullptr;
-  if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
+  if (!KeptAtom(m.Names(), p.headName, p.head)) return nullptr;
   const cls_StructureManager::Item* item;
   const std::vector<cls_StructureManager::Item>* inside = nullptr;
-  if (rSeen && rSeen->atom == p.headAtom) {
+  if (rSeen && rSeen->atom == p.headName.atom) {
     item = rSeen->item;
     inside = rSeen->inside;
   } else {
-    int32_t slot = hSlotIn(m, vars, items, p.headAtom, p.headSlot);
+    int32_t slot = hSlotIn(m, vars, items, p.headName.atom, p.headSlot);
     if (slot < 0) return nullptr;
     p.headSlot = slot;
     item = &items[slot];
-    if (rSeen) *rSeen = {p.headAtom, item, item->isStruct ? &m.Items(item->child) : nullptr};
+    if (rSeen) *rSeen = {p.headName.atom, item, item->isStruct ? &m.Items(item->child) : nullptr};
   }
   if (!p.tail.empty()) {
-    if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail, p.tailHash)) return nullptr;
+    if (!item->isStruct || !KeptAtom(m.Names(), p.tailName, p.tail)) return nullptr;
     const int32_t child = item->child;
     if (!inside) inside = &m.Items(child);
-    int32_t inner = hSlotIn(m, child, *inside, p.tailAtom, p.tailSlot);
+    int32_t inner = hSlotIn(m, child, *inside, p.tailName.atom, p.tailSlot);
     if (inner < 0) return nullptr;
     p.tailSlot = inner;
     item = &(*inside)[inner];
@@ -901,9 +891,9 @@ class LoopBinding {
       : k_(k), manager_(*pManager), upper_(pUpper) {
     inPlace_ = !upper_.empty() && upper_.find('.') == std::string::npos;
     if (inPlace_) {
-      atoms_[0] = manager_.Names().Intern(upper_);
-      atoms_[1] = manager_.Names().Intern(upper_ + "_KEY");
-      atoms_[2] = manager_.Names().Intern(upper_ + "_INDEX");
+      names_[0] = manager_.NAME(upper_);
+      names_[1] = manager_.NAME(upper_ + "_KEY");
+      names_[2] = manager_.NAME(upper_ + "_INDEX");
     }
   }
   // Binds one round: the slot pSlot of the node pNode (manager_'s), its key and position.
@@ -937,15 +927,15 @@ class LoopBinding {
   // The slot of loop variable n: the first used slot with its name (where it was last round,
   // usually), else a fresh one, as ITEM_LET finds it.
   int32_t hSlot(int32_t pVars, int n) {
-    int32_t slot = hSlotIn(manager_, pVars, manager_.Items(pVars), atoms_[n], hints_[n]);
-    if (slot < 0) slot = manager_.SlotFor(pVars, atoms_[n]);
+    int32_t slot = hSlotIn(manager_, pVars, manager_.Items(pVars), names_[n].atom, hints_[n]);
+    if (slot < 0) slot = manager_.SlotFor(pVars, names_[n].atom);
     return hints_[n] = slot;
   }
 
   cls_KEL& k_;
   cls_StructureManager& manager_;
   std::string upper_;
-  uint32_t atoms_[3] = {};
+  ItemName names_[3];
   int32_t hints_[3] = {-1, -1, -1};
   bool inPlace_ = false;
 };
