@@ -266,6 +266,29 @@ Variant hPathValue(cls_KEL& k, VarPath& p) {
 
 struct KELCommand;
 
+// The text of a token read as an operator ("AND" -> "&&"; the sign of a "-5" word, with
+// rSignWord set); false when the token is no operator (the expression ends before it).
+bool hOperatorText(const KELToken& tok, std::string& rText, bool& rSignWord) {
+  rSignWord = false;
+  if (tok.kind == enm_KELToken::Operator) {
+    rText = cls_KELDecoder::LITERAL(tok.text);
+    return true;
+  }
+  if (tok.kind != enm_KELToken::Word) return false;
+  if (cls_KELDecoder::IsLiteralWord(tok.text)) {
+    std::string literal = cls_KELDecoder::LITERAL(tok.text);
+    if (literal != "&&" && literal != "||") return false;
+    rText = std::move(literal);
+    return true;
+  }
+  if (tok.text.size() >= 2 && (tok.text[0] == '-' || tok.text[0] == '+') && hIsDigit(tok.text[1])) {
+    rText = std::string(1, tok.text[0]);
+    rSignWord = true;
+    return true;
+  }
+  return false;
+}
+
 // An operand of an expression decoded once: a truth word's text or a constant (a number, a date,
 // a quoted text without a command), or a bare name with its path. Anything else is decoded as it
 // runs.
@@ -274,6 +297,10 @@ struct KELOperand {
   Kind kind = Runtime;
   Variant value;  // Constant
   VarPath var;    // Name
+  // The token read as an operator (in an operator's place), as hOperatorText reads it.
+  bool isOperator = false, signWord = false;
+  enm_KELOperator op = enm_KELOperator::None;
+  std::string opText;
 };
 
 // A list of tokens with its operands decoded, one per token.
@@ -289,6 +316,8 @@ std::vector<KELOperand> hMakeOperands(const std::vector<KELToken>& pTokens) {
   for (size_t i = 0; i < pTokens.size(); ++i) {
     const KELToken& t = pTokens[i];
     KELOperand& op = ops[i];
+    op.isOperator = hOperatorText(t, op.opText, op.signWord);
+    if (op.isOperator) op.op = cls_KELExecutor::OperatorOf(op.opText);
     if (t.kind == enm_KELToken::Word && cls_KELDecoder::IsLiteralWord(t.text)) {
       op.kind = KELOperand::Constant;
       op.value = Variant(cls_KELDecoder::LITERAL(t.text));
@@ -465,21 +494,21 @@ struct Expr {
     Val lhs = Primary();
     while (i < n) {
       const KELToken& tok = t[i];
-      std::string opText;
+      std::string own;
+      std::string_view opText;
       bool signWord = false;
-      if (tok.kind == enm_KELToken::Operator) {
-        opText = cls_KELDecoder::LITERAL(tok.text);
-      } else if (tok.kind == enm_KELToken::Word && cls_KELDecoder::IsLiteralWord(tok.text) &&
-                 (cls_KELDecoder::LITERAL(tok.text) == "&&" || cls_KELDecoder::LITERAL(tok.text) == "||")) {
-        opText = cls_KELDecoder::LITERAL(tok.text);
-      } else if (tok.kind == enm_KELToken::Word && tok.text.size() >= 2 && (tok.text[0] == '-' || tok.text[0] == '+') &&
-                 hIsDigit(tok.text[1])) {
-        opText = std::string(1, tok.text[0]);
-        signWord = true;
+      enm_KELOperator op;
+      if (ops) {
+        const KELOperand& kept = ops[i];
+        if (!kept.isOperator) break;  // two operands side by side: the expression ends here
+        opText = kept.opText;
+        signWord = kept.signWord;
+        op = kept.op;
       } else {
-        break;  // two operands side by side: the expression ends here
+        if (!hOperatorText(tok, own, signWord)) break;
+        opText = own;
+        op = cls_KELExecutor::OperatorOf(own);
       }
-      enm_KELOperator op = cls_KELExecutor::OperatorOf(opText);
       if (op == enm_KELOperator::None) {
         ++i;
         lhs = {hFail(tok.text), {}};
