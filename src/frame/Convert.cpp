@@ -121,6 +121,13 @@ bool ParseNumber(std::string_view s, double& rOut) {
     rOut = static_cast<double>(v);
     return true;
   }
+  {
+    // after the sign, a number begins with a digit or a separator (no text is built for a word)
+    const size_t first = s[0] == '+' || s[0] == '-' ? 1 : 0;
+    if (first >= s.size()) return false;
+    const char c = s[first];
+    if (!(c >= '0' && c <= '9') && c != '.' && c != ',') return false;
+  }
   std::string buf;
   buf.reserve(s.size());
   size_t i = 0;

@@ -43,6 +43,12 @@ struct Ctx {
   std::string* sink = nullptr;  // the front end's output, when the command may write into it
 };
 
+// The empty text most commands give: one shared text, not a new one per command.
+Variant hNoText() {
+  static const Variant kEmpty("");
+  return kEmpty;
+}
+
 // Where a command that makes text (a loop, an IF's block) puts it: straight into the front end's
 // output when the front end handed it over, else into a text of its own that becomes the value.
 // size() counts only what this command appended.
@@ -53,7 +59,7 @@ struct CommandOut {
   explicit CommandOut(Ctx& c) : text(c.sink ? *c.sink : own), from(text.size()) {}
   size_t size() const { return text.size() - from; }
   // The command's value: its own text, or "" when it wrote into the front end's output.
-  Variant Value() const { return &text == &own ? Variant(own) : Variant(""); }
+  Variant Value() const { return &text == &own ? Variant(own) : hNoText(); }
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -573,7 +579,7 @@ struct Expr {
 };
 
 Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n, KELOperand* ops) {
-  if (n == 0) return Variant("");
+  if (n == 0) return hNoText();
   if (!ops && c.plan && !c.plan->operands.empty()) {
     // the command's own parameters: the plan has their operands
     const auto& tokens = c.plan->tokens->tokens;
@@ -599,6 +605,7 @@ bool hCondition(Ctx& c, const KELToken& t) {
 bool hEquals(Ctx& c, const Variant& a, const Variant& b) {
   double x, y;
   if (hNumber(a, x) && hNumber(b, y)) return x == y;
+  if (a.isString() && b.isString()) return a.str() == b.str();  // the texts, without copies
   return hText(c.k, a) == hText(c.k, b);
 }
 
@@ -700,7 +707,7 @@ Variant hLater(Ctx& c);
 Variant hStruct(Ctx& c);
 Variant hInclude(Ctx& c);
 Variant hDispose(Ctx& c);
-Variant hComment(Ctx&) { return Variant(""); }
+Variant hComment(Ctx&) { return hNoText(); }
 Variant hMute(Ctx& c);
 Variant hNested(Ctx& c);
 Variant hNow(Ctx&) { return Variant::Date(date::Now()); }
@@ -797,7 +804,7 @@ Variant hElseIf(Ctx& c) {
   if (before < 0) return Variant(c.k.ERRORS("ELSEIF without IF", c.text));
   if (before == 1) {
     hChainSet(c.k, c.k.hState().calls, true);
-    return Variant("");
+    return hNoText();
   }
   return hIfLike(c);
 }
@@ -805,7 +812,7 @@ Variant hElseIf(Ctx& c) {
 Variant hElse(Ctx& c) {
   int before = hChainGet(c.k);
   if (before < 0) return Variant(c.k.ERRORS("ELSE without IF", c.text));
-  if (before == 1 || c.count == 0) return Variant("");
+  if (before == 1 || c.count == 0) return hNoText();
   CommandOut out(c);
   hBlockAppend(c, c.params[0], out.text);
   return out.Value();
@@ -849,7 +856,7 @@ Variant hSwitch(Ctx& c) {
   Variant value = hEvalTokens(c, &c.params[0], 1);
   if (c.count == 1) {
     c.k.hState().looseSwitch = {value, false};
-    return Variant("");
+    return hNoText();
   }
   c.k.hState().switches.push_back({value, false});
   CommandOut out(c);
@@ -869,8 +876,8 @@ cls_KELState::SwitchFrame& hSwitchFrame(cls_KEL& k) {
 
 Variant hCase(Ctx& c) {
   auto& frame = hSwitchFrame(c.k);
-  if (frame.matched) return Variant("");
-  if (!hEquals(c, hEvalTokens(c, &c.params[0], 1), frame.value)) return Variant("");
+  if (frame.matched) return hNoText();
+  if (!hEquals(c, hEvalTokens(c, &c.params[0], 1), frame.value)) return hNoText();
   hSwitchFrame(c.k).matched = true;
   CommandOut out(c);
   hBlockAppend(c, c.params[1], out.text);
@@ -879,7 +886,7 @@ Variant hCase(Ctx& c) {
 
 Variant hDefault(Ctx& c) {
   auto& frame = hSwitchFrame(c.k);
-  if (frame.matched || c.count == 0) return Variant("");
+  if (frame.matched || c.count == 0) return hNoText();
   frame.matched = true;
   CommandOut out(c);
   hBlockAppend(c, c.params[c.count - 1], out.text);
@@ -1001,7 +1008,7 @@ Variant hVar(Ctx& c) {
   Variant value = hValue(c, c.params[1]);
   if (hValueOver(c.k, value)) return hValueTooLarge(c.k);
   c.k.VARIABLES->ITEM_LET(Variant(hNameOf(c.params[0])), std::move(value));
-  return Variant("");
+  return hNoText();
 }
 
 // BLOCK name {text}: the text is kept as written and processed where it is used.
@@ -1010,7 +1017,7 @@ Variant hBlockCmd(Ctx& c) {
   std::string_view textOf =
       body.kind == enm_KELToken::Braces || body.kind == enm_KELToken::Quoted ? hInner(body) : body.text;
   c.k.BLOCKS->ITEMBYID_LET(text::UCase(hNameOf(c.params[0])), Variant(textOf));
-  return Variant("");
+  return hNoText();
 }
 
 std::string hDefer(cls_KEL& k, std::string_view cmd) {
@@ -1037,7 +1044,7 @@ Variant hStruct(Ctx& c) {
   StructurePtr s = hParamStruct(rest);
   if (name.empty()) return Variant(s);
   c.k.VARIABLES->ITEM_LET(Variant(name), Variant(s));
-  return Variant("");
+  return hNoText();
 }
 
 Variant hInclude(Ctx& c) { return Variant(cls_KELFrontEnd::Include(c.k, hRest(c), c.data)); }
@@ -1050,20 +1057,20 @@ Variant hDispose(Ctx& c) {
     for (int32_t i = list.BASE(); i <= list.MAX(); ++i)
       if (list.EXISTS_GET(i)) c.k.VARIABLES->REMOVE(list.ITEM_GET(i));
     list.CLEAR();
-    return Variant("");
+    return hNoText();
   }
   for (size_t i = 0; i < c.count; ++i) {
     std::string name = hNameOf(c.params[i]);
     c.k.VARIABLES->REMOVE(Variant(name));
     c.k.DISPOSELIST->ADD(Variant(name));
   }
-  return Variant("");
+  return hNoText();
 }
 
 // MUTE {block} ...: runs the blocks for their effects, yields nothing.
 Variant hMute(Ctx& c) {
   for (size_t i = 0; i < c.count; ++i) hBlock(c, c.params[i]);
-  return Variant("");
+  return hNoText();
 }
 
 // NESTED value: the value's text is processed once more as a template.
@@ -1079,7 +1086,7 @@ Variant hNested(Ctx& c) {
 Variant hMaster(Ctx& c) {
   c.k.hState().master = hRest(c);
   c.k.hState().masterSource = c.k.hState().sources.empty() ? cls_KELState::Source{} : c.k.hState().sources.back();
-  return Variant("");
+  return hNoText();
 }
 
 void hChainSet(cls_KEL& k, int64_t calls, bool taken) {
@@ -1225,7 +1232,7 @@ Variant hRunPlanned(cls_KEL& k, std::string_view s, const StructurePtr& data, KE
 }
 
 Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data, std::string* sink) {
-  if (s.empty()) return Variant("");
+  if (s.empty()) return hNoText();
   if (std::shared_ptr<KELPlan> plan = hPlanFor(s)) return hRunPlanned(k, s, data, *plan, sink);
   return hRunUnplanned(k, s, data, sink);
 }
@@ -1235,7 +1242,7 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data, std::stri
 Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
                    KELPlan* plan, std::string* sink) {
   const auto& tokens = cached.tokens;
-  if (tokens.empty()) return Variant("");
+  if (tokens.empty()) return hNoText();
   Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan, sink};
   const KELToken& word = tokens[0];
   if (word.kind == enm_KELToken::Word) {
