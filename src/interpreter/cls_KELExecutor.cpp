@@ -109,6 +109,7 @@ bool hNumber(const Variant& v, double& d) {
 }
 
 bool hTruth(const Variant& v) {
+  if (v.isBool()) return v.rawBool();
   if (v.isObject()) return static_cast<bool>(v.obj());
   double d;
   if (!v.isString() && NumericValue(v, d)) return d != 0;
