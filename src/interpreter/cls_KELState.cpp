@@ -88,11 +88,14 @@ int32_t hInt(const Variant& v, int32_t pDefault) {
   return d < 1 ? pDefault : (d > 2e9 ? 2000000000 : static_cast<int32_t>(d));
 }
 
-bool hKeptBool(const StructurePtr& pSettings, KeptSetting pSetting, bool pDefault) {
+// pUnder: the settings hold the key's first part (SYS, DEVELOPER); without it the key is not there.
+bool hKeptBool(const StructurePtr& pSettings, KeptSetting pSetting, bool pDefault, bool pUnder) {
+  if (!pUnder) return pDefault;
   return hBool(hSetting(pSettings, kKeptKeys[pSetting], Variant(pDefault), hKeptNames(pSetting)), pDefault);
 }
 
-int32_t hKeptInt(const StructurePtr& pSettings, KeptSetting pSetting, int32_t pDefault) {
+int32_t hKeptInt(const StructurePtr& pSettings, KeptSetting pSetting, int32_t pDefault, bool pUnder) {
+  if (!pUnder) return pDefault;
   return hInt(hSetting(pSettings, kKeptKeys[pSetting], Variant(), hKeptNames(pSetting)), pDefault);
 }
 
@@ -107,20 +110,28 @@ int32_t cls_KELState::SettingInt(const StructurePtr& pSettings, std::string_view
 }
 
 void cls_KELState::ReadSettings(const StructurePtr& pSettings) {
-  run.commandsMax = hKeptInt(pSettings, kCommandsMax, 100);
-  run.nestingMax = hKeptInt(pSettings, kNestingMax, 50);
-  run.outputMax = static_cast<size_t>(hKeptInt(pSettings, kOutputMax, 64 << 20));
-  run.valueMax = std::min(static_cast<size_t>(hKeptInt(pSettings, kValueMax, 16 << 20)), run.outputMax);
-  run.stepsMax = hKeptInt(pSettings, kStepsMax, 10000000);
-  run.errorsMax = hKeptInt(pSettings, kErrorsMax, 10000);
+  // Every key lies under SYS or DEVELOPER: settings without one of them (the usual case for
+  // DEVELOPER, often for both) give its keys' defaults without a lookup each.
+  cls_StructureManager& m = *pSettings->MANAGER_GET();
+  auto holds = [&](std::string_view pPart) {
+    const uint32_t atom = m.Names().Find(pPart);
+    return atom && m.FindSlot(pSettings->SID_GET(), atom) >= 0;
+  };
+  const bool sys = holds("SYS"), developer = holds("DEVELOPER");
+  run.commandsMax = hKeptInt(pSettings, kCommandsMax, 100, sys);
+  run.nestingMax = hKeptInt(pSettings, kNestingMax, 50, sys);
+  run.outputMax = static_cast<size_t>(hKeptInt(pSettings, kOutputMax, 64 << 20, sys));
+  run.valueMax = std::min(static_cast<size_t>(hKeptInt(pSettings, kValueMax, 16 << 20, sys)), run.outputMax);
+  run.stepsMax = hKeptInt(pSettings, kStepsMax, 10000000, sys);
+  run.errorsMax = hKeptInt(pSettings, kErrorsMax, 10000, sys);
   steps = 0;
   errorsListed = 0;
   cutShort = false;
-  run.html = hKeptBool(pSettings, kHtml, false);
-  run.debug = hKeptBool(pSettings, kDebug, false);
-  run.noexec = hKeptBool(pSettings, kNoExec, false);
-  run.confined = hKeptBool(pSettings, kConfined, false);
-  run.autoescape = hKeptBool(pSettings, kAutoescape, false);
+  run.html = hKeptBool(pSettings, kHtml, false, sys);
+  run.debug = hKeptBool(pSettings, kDebug, false, developer);
+  run.noexec = hKeptBool(pSettings, kNoExec, false, sys);
+  run.confined = hKeptBool(pSettings, kConfined, false, sys);
+  run.autoescape = hKeptBool(pSettings, kAutoescape, false, sys);
 }
 
 void cls_KELState::ShowCalls(const StructurePtr& pRecursions) {
