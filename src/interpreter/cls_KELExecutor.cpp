@@ -933,24 +933,26 @@ class LoopBinding {
       names_[2] = manager_.NAME(upper_ + "_INDEX");
     }
   }
-  // Binds one round: the slot pSlot of the node pNode (manager_'s), its key and position.
-  void Bind(int32_t pNode, int32_t pSlot, int32_t pPosition) {
-    const auto& item = manager_.Items(pNode)[pSlot];
+  // Binds one round: pItem, the slot pSlot of the structure walked (manager_'s), its key and position.
+  void Bind(const cls_StructureManager::Item& pItem, int32_t pSlot, int32_t pPosition) {
+    const auto& item = pItem;
     const auto& vars = k_.VARIABLES;
     const int32_t vid = vars->SID_GET();
     if (inPlace_ && vars->MANAGER_GET().get() == &manager_ &&
         !(manager_.Flags(vid) & cls_StructureManager::kDefaultMode)) [[likely]] {
       const uint32_t keyAtom = item.name;
+      // The variables' slots, read once: storing into a slot never moves them; a new slot may.
+      const std::vector<cls_StructureManager::Item>* slots = &manager_.Items(vid);
       if (item.isStruct) {
         const int32_t child = item.child;
         manager_.AddRef(child);  // the variable's own reference; the one it held is released
-        manager_.SetChild(vid, hSlot(vid, 0), child);
+        manager_.SetChild(vid, hSlot(vid, slots, 0), child);
       } else {
         Variant value = item.value;  // the slot table may move while the variable is stored
-        manager_.SetValue(vid, hSlot(vid, 0), std::move(value));
+        manager_.SetValue(vid, hSlot(vid, slots, 0), std::move(value));
       }
-      manager_.SetValue(vid, hSlot(vid, 1), keyAtom ? Variant(manager_.Names().Name(keyAtom)) : Variant(pSlot));
-      manager_.SetValue(vid, hSlot(vid, 2), Variant(pPosition));
+      manager_.SetValue(vid, hSlot(vid, slots, 1), keyAtom ? Variant(manager_.Names().Name(keyAtom)) : Variant(pSlot));
+      manager_.SetValue(vid, hSlot(vid, slots, 2), Variant(pPosition));
       return;
     }
     Variant value = item.isStruct ? Variant(manager_.Ref(item.child)) : item.value;
@@ -963,9 +965,12 @@ class LoopBinding {
  private:
   // The slot of loop variable n: the first used slot with its name (where it was last round,
   // usually), else a fresh one, as ITEM_LET finds it.
-  int32_t hSlot(int32_t pVars, int n) {
-    int32_t slot = hSlotIn(manager_, pVars, manager_.Items(pVars), names_[n].atom, hints_[n]);
-    if (slot < 0) slot = manager_.SlotFor(pVars, names_[n].atom);
+  int32_t hSlot(int32_t pVars, const std::vector<cls_StructureManager::Item>*& rSlots, int n) {
+    int32_t slot = hSlotIn(manager_, pVars, *rSlots, names_[n].atom, hints_[n]);
+    if (slot < 0) {
+      slot = manager_.SlotFor(pVars, names_[n].atom);
+      rSlots = &manager_.Items(pVars);
+    }
     return hints_[n] = slot;
   }
 
@@ -992,12 +997,10 @@ Variant hIterate(Ctx& c) {
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
     if (c.k.hState().quit) break;
-    {
-      const auto& slots = manager->Items(sid);
-      if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
-    }
+    const auto& slots = manager->Items(sid);
+    if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
     if (hStepOver(c.k, out.text)) break;
-    binding.Bind(sid, i, ++position);
+    binding.Bind(slots[i], i, ++position);
     hBlockAppend(c, c.params[2], out.text);
     if (hOutputFull(c, out)) break;
   }

@@ -45,6 +45,10 @@ TEST(cls_KELRuns, PagesGiveWhatRunningEachCommandGives) {
       {"", 0, "{FOR i 1 4 1 {{SWITCH (i) {{CASE 1 {one}}{CASE '2' {two}}{DEFAULT {d}}}}}}|{SWITCH (y) {{CASE z {zz}}}}",
        "onetwodd|zz", 0, 19},
       {"", 0, "{SWITCH (x) {{CASE 1 {{VAR:br}}}}}{SWITCH x}{CASE 1 {loose}}{DEFAULT {no}}", "zloose", 0, 7},
+      // the loop variables removed in each round: the next round binds them in new slots
+      {"", 0,
+       "{ITERATE r VAR:row {[{VAR:r_key}={VAR:r}:{VAR:r_index}]{DISPOSE r_key r r_index}{VAR w (w + r)}}}{VAR:w}",
+       "[A=1:1][B=2:2][ON=1:3]0rrr", 0, 18},
       {"", 0, "{WHILE (w < 3) {{VAR w (w + 1)}{VAR:w}}}{DO {{VAR w (w - 1)}} UNTIL (w = 0)}{VAR:w}", "1230", 0, 12},
   };
   for (const Case& c : cases) {
