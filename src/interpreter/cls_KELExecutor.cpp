@@ -346,9 +346,10 @@ std::vector<KELOperand> hMakeOperands(const std::vector<KELToken>& pTokens) {
 
 }  // namespace
 
-// What a command text decodes to, kept by the text: the tokens, the command word's handler and,
-// for a condition written as a bare name ("(row.active)"), that name. "VAR:name" alone is only the
-// name. Variables are never kept: each use looks them up again.
+// What a command text decodes to, kept by the text: the tokens, the command word's handler, for a
+// condition written as a bare name ("(row.active)") that name, and the parameters read as
+// expressions with their operands decoded. "VAR:name" alone is only the name. Variables are never
+// kept: each use looks them up again.
 struct KELPlan {
   enum Kind : uint8_t { Var, Early, Tokens };
   std::string text;

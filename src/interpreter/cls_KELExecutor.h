@@ -17,7 +17,8 @@ namespace rykel {
 
 class cls_KEL;
 // A command text decoded once: its tokens, its command word's handler, its variable paths as name
-// atoms. Known only to the executor; the front end keeps one with each command of a prepared text.
+// atoms, its parameters' expressions with their operands and operators. Known only to the executor; the front end keeps
+// one with each command of a prepared text.
 struct KELPlan;
 
 // A command of a prepared template text: the "{" that begins it, the "}" that ends it (the text's
