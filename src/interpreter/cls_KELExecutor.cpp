@@ -361,6 +361,9 @@ struct KELPlan {
   // An IF on a bare name whose blocks are plain text (no command, no script or style section):
   // the text of each branch (views into tokens), for answering it without running it.
   bool plainIf = false;
+  // A CASE on a constant ("CASE 'Berlin' {B}") or a DEFAULT whose block is plain text: its block
+  // in branch[0], for answering it without running it.
+  bool plainCase = false, plainDefault = false;
   std::string_view branch[2];
   // The operands of the tokens, for the command's own parameters read as expressions.
   std::vector<KELOperand> operands;
@@ -604,11 +607,11 @@ bool hCondition(Ctx& c, const KELToken& t) {
   return hTruth(hEvalTokens(c, &t, 1));
 }
 
-bool hEquals(Ctx& c, const Variant& a, const Variant& b) {
+bool hEquals(cls_KEL& k, const Variant& a, const Variant& b) {
   double x, y;
   if (hNumber(a, x) && hNumber(b, y)) return x == y;
   if (a.isString() && b.isString()) return a.str() == b.str();  // the texts, without copies
-  return hText(c.k, a) == hText(c.k, b);
+  return hText(k, a) == hText(k, b);
 }
 
 int32_t hLoopMax(cls_KEL& k) {
@@ -879,7 +882,7 @@ cls_KELState::SwitchFrame& hSwitchFrame(cls_KEL& k) {
 Variant hCase(Ctx& c) {
   auto& frame = hSwitchFrame(c.k);
   if (frame.matched) return hNoText();
-  if (!hEquals(c, hEvalTokens(c, &c.params[0], 1), frame.value)) return hNoText();
+  if (!hEquals(c.k, hEvalTokens(c, &c.params[0], 1), frame.value)) return hNoText();
   hSwitchFrame(c.k).matched = true;
   CommandOut out(c);
   hBlockAppend(c, c.params[1], out.text);
@@ -1189,6 +1192,16 @@ std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
         plan->branch[i - 2] = inner;
       }
     }
+    if (plan->command && (plan->command->run == hCase || plan->command->run == hDefault) && tokens.size() >= 2) {
+      const KELToken& block = tokens.back();
+      std::string_view inner = hInner(block);
+      const bool plain = block.kind == enm_KELToken::Braces && inner.find('{') == std::string_view::npos &&
+                         inner.find("<s") == std::string_view::npos;
+      plan->branch[0] = inner;
+      if (plan->command->run == hCase)
+        plan->plainCase = plain && tokens.size() == 3 && plan->operands[1].kind == KELOperand::Constant;
+      else plan->plainDefault = plain;
+    }
   }
   entry = plan;
   return plan;
@@ -1382,7 +1395,8 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
     KELPlan* plan = span.plan.get();
     if (!plan) break;
     std::string_view value;
-    bool ifTaken = false;
+    bool ifTaken = false, caseTaken = false;
+    cls_KELState::SwitchFrame* switchFrame = nullptr;
     if (plan == lastVar) {
       value = lastValue;  // the same variable again: nothing has changed it
     } else if (plan->kind == KELPlan::Var) {
@@ -1393,6 +1407,14 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
       if (value.find('{') != std::string_view::npos) break;
       lastVar = plan;
       lastValue = value;
+    } else if (plan->plainCase || plan->plainDefault) {
+      if (!varFits) break;
+      // as hCase and hDefault: the first that matches the SWITCH's value (a DEFAULT always does)
+      // gives its block, the others nothing
+      switchFrame = &hSwitchFrame(k);
+      caseTaken =
+          !switchFrame->matched && (plan->plainDefault || hEquals(k, plan->operands[1].value, switchFrame->value));
+      value = caseTaken ? plan->branch[0] : std::string_view();
     } else {
       if (!plan->plainIf || !ifFits) break;
       const auto* item = hVarItemIn(m, vid, items, plan->var, &seen);
@@ -1408,7 +1430,8 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
     ++st.calls;
     // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or
     // when there is an else block
-    if (plan->kind != KELPlan::Var) hChainSet(k, st.calls, ifTaken);
+    if (plan->plainIf) hChainSet(k, st.calls, ifTaken);
+    if (caseTaken) switchFrame->matched = true;
     rOut.append(before).append(value);
     pos = span.close + 1;
   }

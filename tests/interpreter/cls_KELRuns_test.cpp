@@ -49,6 +49,16 @@ TEST(cls_KELRuns, PagesGiveWhatRunningEachCommandGives) {
       {"", 0,
        "{ITERATE r VAR:row {[{VAR:r_key}={VAR:r}:{VAR:r_index}]{DISPOSE r_key r r_index}{VAR w (w + r)}}}{VAR:w}",
        "[A=1:1][B=2:2][ON=1:3]0rrr", 0, 18},
+      // CASE and DEFAULT with plain blocks, beside ones that must run (a block with a command, a
+      // wrong count), nested and loose
+      {"", 0,
+       "{SWITCH (x) {{DEFAULT {d}}{CASE 1 {one}}{DEFAULT {e}}}}{SWITCH 1.0 {{CASE '1' {n}}{CASE x {x}}}}"
+       "{SWITCH y {{CASE 1 {a} {b}}{CASE z {{VAR:y}}}{CASE z {again}}}}",
+       "dnERR:---CASE requires 2 parameters, 3 were given!: CASE 1 (a) (b)---z", 1, 12},
+      {"", 0,
+       "{SWITCH (y) {{CASE 'Z' {upper}}{CASE z {{SWITCH (x) {{CASE 2 {two}}{DEFAULT {in}}}}}}{DEFAULT {out}}}}"
+       "{SWITCH x}{CASE 2 {a}}{DEFAULT}{CASE 1 {b}}{DEFAULT {c}}",
+       "inb", 0, 12},
       {"", 0, "{WHILE (w < 3) {{VAR w (w + 1)}{VAR:w}}}{DO {{VAR w (w - 1)}} UNTIL (w = 0)}{VAR:w}", "1230", 0, 12},
   };
   for (const Case& c : cases) {
