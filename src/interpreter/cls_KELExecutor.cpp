@@ -364,6 +364,8 @@ struct KELPlan {
   // A CASE on a constant ("CASE 'Berlin' {B}") or a DEFAULT whose block is plain text: its block
   // in branch[0], for answering it without running it.
   bool plainCase = false, plainDefault = false;
+  // An ELSE whose block is plain text (in branch[0]).
+  bool plainElse = false;
   std::string_view branch[2];
   // The operands of the tokens, for the command's own parameters read as expressions.
   std::vector<KELOperand> operands;
@@ -1192,6 +1194,12 @@ std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
         plan->branch[i - 2] = inner;
       }
     }
+    if (plan->command && plan->command->run == hElse && tokens.size() >= 2) {
+      std::string_view inner = hInner(tokens[1]);
+      plan->plainElse = tokens[1].kind == enm_KELToken::Braces && inner.find('{') == std::string_view::npos &&
+                        inner.find("<s") == std::string_view::npos;
+      plan->branch[0] = inner;
+    }
     if (plan->command && (plan->command->run == hCase || plan->command->run == hDefault) && tokens.size() >= 2) {
       const KELToken& block = tokens.back();
       std::string_view inner = hInner(block);
@@ -1395,7 +1403,7 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
     KELPlan* plan = span.plan.get();
     if (!plan) break;
     std::string_view value;
-    bool ifTaken = false, caseTaken = false;
+    bool ifTaken = false, caseTaken = false, elseRead = false;
     cls_KELState::SwitchFrame* switchFrame = nullptr;
     if (plan == lastVar) {
       value = lastValue;  // the same variable again: nothing has changed it
@@ -1407,6 +1415,12 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
       if (value.find('{') != std::string_view::npos) break;
       lastVar = plan;
       lastValue = value;
+    } else if (plan->plainElse) {
+      // as hElse: the IF chain record left by the command just before; without one the ELSE runs
+      // (and reports itself)
+      if (!varFits || st.chainAt != st.calls + 1) break;
+      value = st.chainTaken ? std::string_view() : plan->branch[0];
+      elseRead = true;
     } else if (plan->plainCase || plan->plainDefault) {
       if (!varFits) break;
       // as hCase and hDefault: the first that matches the SWITCH's value (a DEFAULT always does)
@@ -1432,6 +1446,7 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
     // when there is an else block
     if (plan->plainIf) hChainSet(k, st.calls, ifTaken);
     if (caseTaken) switchFrame->matched = true;
+    if (elseRead) st.chainAt = 0;  // the record is read once
     rOut.append(before).append(value);
     pos = span.close + 1;
   }

@@ -59,6 +59,11 @@ TEST(cls_KELRuns, PagesGiveWhatRunningEachCommandGives) {
        "{SWITCH (y) {{CASE 'Z' {upper}}{CASE z {{SWITCH (x) {{CASE 2 {two}}{DEFAULT {in}}}}}}{DEFAULT {out}}}}"
        "{SWITCH x}{CASE 2 {a}}{DEFAULT}{CASE 1 {b}}{DEFAULT {c}}",
        "inb", 0, 12},
+      // an ELSE reads the chain record once, whether the IF before it ran or was answered
+      {"", 0,
+       "{IF (x = 2) {a}}{ELSE {b}}{ELSE {c}}{IF (x = 1) {d}}{ELSE {e}}{IF (off) {f}}{ELSE}{IF (on) {g}}{ELSE {h}}{ELSE "
+       "{i}}",
+       "bERR:---ELSE without IF: ELSE (c)---dgERR:---ELSE without IF: ELSE (i)---", 2, 10},
       {"", 0, "{WHILE (w < 3) {{VAR w (w + 1)}{VAR:w}}}{DO {{VAR w (w - 1)}} UNTIL (w = 0)}{VAR:w}", "1230", 0, 12},
   };
   for (const Case& c : cases) {
