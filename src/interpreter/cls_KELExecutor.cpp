@@ -358,9 +358,9 @@ struct KELPlan {
   bool hasCondition = false;
   std::shared_ptr<const cls_KELTokenizer::Cached> tokens;
   const KELCommand* command = nullptr;
-  // An IF on a bare name whose blocks are plain text (no command, no script or style section):
-  // the text of each branch (views into tokens), for answering it without running it.
-  bool plainIf = false;
+  // An IF (or ELSEIF) on a bare name whose blocks are plain text (no command, no script or style
+  // section): the text of each branch (views into tokens), for answering it without running it.
+  bool plainIf = false, elseIf = false;
   // A CASE on a constant ("CASE 'Berlin' {B}") or a DEFAULT whose block is plain text: its block
   // in branch[0], for answering it without running it.
   bool plainCase = false, plainDefault = false;
@@ -1183,9 +1183,10 @@ std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
       e->operands = hMakeOperands(e->tokens->tokens);
       plan->expressions[i] = std::move(e);
     }
-    if (plan->hasCondition && plan->command && plan->command->run == hIf &&
+    if (plan->hasCondition && plan->command && (plan->command->run == hIf || plan->command->run == hElseIf) &&
         (tokens.size() == 3 || tokens.size() == 4)) {
       plan->plainIf = true;
+      plan->elseIf = plan->command->run == hElseIf;
       for (size_t i = 2; i < tokens.size(); ++i) {
         std::string_view inner = hInner(tokens[i]);
         if (tokens[i].kind != enm_KELToken::Braces || inner.find('{') != std::string_view::npos ||
@@ -1431,13 +1432,19 @@ size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t 
       value = caseTaken ? plan->branch[0] : std::string_view();
     } else {
       if (!plan->plainIf || !ifFits) break;
-      const auto* item = hVarItemIn(m, vid, items, plan->var, &seen);
-      // the condition as hCondition reads a bare name; a Null variable, whose name is then the
-      // value, runs the command
-      if (!item || (!item->isStruct && item->value.isNull())) break;
-      const bool taken = item->isStruct || hTruth(item->value);
-      value = taken ? plan->branch[0] : plan->branch[1];
-      ifTaken = taken || plan->tokens->tokens.size() == 4;
+      // an ELSEIF reads the chain record as hElseIf does; without one it runs (and reports itself)
+      if (plan->elseIf && st.chainAt != st.calls + 1) break;
+      if (plan->elseIf && st.chainTaken) {
+        ifTaken = true;  // a branch before it was taken: nothing, and the chain stays taken
+      } else {
+        const auto* item = hVarItemIn(m, vid, items, plan->var, &seen);
+        // the condition as hCondition reads a bare name; a Null variable, whose name is then the
+        // value, runs the command
+        if (!item || (!item->isStruct && item->value.isNull())) break;
+        const bool taken = item->isStruct || hTruth(item->value);
+        value = taken ? plan->branch[0] : plan->branch[1];
+        ifTaken = taken || plan->tokens->tokens.size() == 4;
+      }
     }
     const std::string_view before = pText.substr(pos, span.open - pos);
     if (rOut.size() + before.size() + value.size() > pOutMax) break;

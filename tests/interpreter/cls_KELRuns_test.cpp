@@ -64,6 +64,10 @@ TEST(cls_KELRuns, PagesGiveWhatRunningEachCommandGives) {
        "{IF (x = 2) {a}}{ELSE {b}}{ELSE {c}}{IF (x = 1) {d}}{ELSE {e}}{IF (off) {f}}{ELSE}{IF (on) {g}}{ELSE {h}}{ELSE "
        "{i}}",
        "bERR:---ELSE without IF: ELSE (c)---dgERR:---ELSE without IF: ELSE (i)---", 2, 10},
+      {"", 0,
+       "{IF (off) {a}}{ELSEIF (on) {b} {c}}{ELSEIF (on) {d}}{ELSE {e}}{ELSEIF (on) {f}}{IF (x = 2) {g}}"
+       "{ELSEIF (off) {h}}{ELSEIF (row.on) {i}}{ELSEIF (missing) {j}}{ELSEIF (off) {k} {l}}{ELSE {m}}",
+       "bERR:---ELSEIF without IF: ELSEIF (on) (f)---i", 1, 11},
       {"", 0, "{WHILE (w < 3) {{VAR w (w + 1)}{VAR:w}}}{DO {{VAR w (w - 1)}} UNTIL (w = 0)}{VAR:w}", "1230", 0, 12},
   };
   for (const Case& c : cases) {
