@@ -4,6 +4,10 @@
 //                 render is written to $KEL_W2_OUT when set
 //   KEL_EscapedW2 the same page with autoescape on (every {VAR:x} escaped for HTML); its output goes
 //                 to $KEL_W2_ESCAPED_OUT when set
+//   KEL_IfChain   the W2 rows as a 10,000-round loop with an IF / ELSEIF / ELSE chain on an
+//                 expression per round ($KEL_IFCHAIN_OUT gets the output when set)
+//   KEL_Switch    the same loop with a SWITCH on the city, three CASEs and a DEFAULT
+//                 ($KEL_SWITCH_OUT)
 //   KEL_Flat100   a flat template of 100 variable references (commands per second)
 //   KEL_BigText   1 MB of text with 10 commands (bytes per second)
 #include <benchmark/benchmark.h>
@@ -76,6 +80,37 @@ BENCHMARK(KEL_W2)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
 void KEL_EscapedW2(benchmark::State& state) { hW2(state, true, "KEL_W2_ESCAPED_OUT"); }
 BENCHMARK(KEL_EscapedW2)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+// A loop over the W2 rows; the page's output goes to $pOutEnv when set.
+void hRowsLoop(benchmark::State& state, const std::string& pPage, const char* pOutEnv) {
+  const char* rowsPath = std::getenv("KEL_W2_ROWS");
+  if (!rowsPath) {
+    state.SkipWithError("KEL_W2_ROWS not set");
+    return;
+  }
+  cls_KEL k;
+  k.VARIABLES->ITEM_LET("ROWS", Variant(hRows(rowsPath)));
+  std::string out = k.PROCESS(pPage, nullptr);  // warm-up
+  if (k.ERRORLIST->COUNT() > 0) state.SkipWithError("the page recorded errors");
+  if (const char* o = std::getenv(pOutEnv)) std::ofstream(o, std::ios::binary) << out;
+  for (auto _ : state) benchmark::DoNotOptimize(k.PROCESS(pPage, nullptr));
+}
+
+void KEL_IfChain(benchmark::State& state) {
+  hRowsLoop(state,
+            "{ITERATE row VAR:rows {<td>{IF (row.amount > 50000) {big}}{ELSEIF (row.amount > 10000) {mid}}"
+            "{ELSE {small}}</td>}}",
+            "KEL_IFCHAIN_OUT");
+}
+BENCHMARK(KEL_IfChain)->Unit(benchmark::kMillisecond)->MinTime(1.0);
+
+void KEL_Switch(benchmark::State& state) {
+  hRowsLoop(state,
+            "{ITERATE row VAR:rows {<td>{SWITCH (row.city) {{CASE 'Berlin' {B}}{CASE 'Hamburg' {H}}"
+            "{CASE 'Köln' {K}}{DEFAULT {-}}}}</td>}}",
+            "KEL_SWITCH_OUT");
+}
+BENCHMARK(KEL_Switch)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 
 void KEL_Flat100(benchmark::State& state) {
   cls_KEL k;

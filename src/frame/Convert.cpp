@@ -90,13 +90,22 @@ std::string CStr(const Variant& v) {
 }
 
 bool ParseNumber(std::string_view s, double& rOut) {
-  // Plain digits, the common case (ids, counts), are read straight: up to 15 of them are exact.
-  if (!s.empty() && s.size() <= 15) {
+  // Plain digits, the common case (ids, counts, amounts), are read straight, with at most one
+  // separator between digits (then the decimal one): up to 15 digits are exact, and so is their
+  // quotient by a power of ten up to 10^15, the correctly rounded value strtod would give.
+  if (!s.empty() && s.size() <= 16) {
+    constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
     int64_t v = 0;
-    size_t i = 0;
-    for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i) v = v * 10 + (s[i] - '0');
-    if (i == s.size()) {
-      rOut = static_cast<double>(v);
+    size_t i = 0, sep = std::string_view::npos;
+    for (; i < s.size(); ++i) {
+      const char c = s[i];
+      if (c >= '0' && c <= '9') v = v * 10 + (c - '0');
+      else if ((c == '.' || c == ',') && sep == std::string_view::npos && i > 0 && i + 1 < s.size()) sep = i;
+      else break;
+    }
+    if (i == s.size() && (sep != std::string_view::npos || s.size() <= 15)) {
+      rOut =
+          sep == std::string_view::npos ? static_cast<double>(v) : static_cast<double>(v) / kPowers[s.size() - 1 - sep];
       return true;
     }
   }
@@ -111,6 +120,13 @@ bool ParseNumber(std::string_view s, double& rOut) {
     if (r.ec != std::errc() || r.ptr != s.data() + s.size()) return false;
     rOut = static_cast<double>(v);
     return true;
+  }
+  {
+    // after the sign, a number begins with a digit or a separator (no text is built for a word)
+    const size_t first = s[0] == '+' || s[0] == '-' ? 1 : 0;
+    if (first >= s.size()) return false;
+    const char c = s[first];
+    if (!(c >= '0' && c <= '9') && c != '.' && c != ',') return false;
   }
   std::string buf;
   buf.reserve(s.size());

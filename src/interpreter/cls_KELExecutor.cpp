@@ -9,6 +9,7 @@
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "interpreter/KELNames.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELDecoder.h"
 #include "interpreter/cls_KELFrontEnd.h"
@@ -42,6 +43,12 @@ struct Ctx {
   std::string* sink = nullptr;  // the front end's output, when the command may write into it
 };
 
+// The empty text most commands give: one shared text, not a new one per command.
+Variant hNoText() {
+  static const Variant kEmpty("");
+  return kEmpty;
+}
+
 // Where a command that makes text (a loop, an IF's block) puts it: straight into the front end's
 // output when the front end handed it over, else into a text of its own that becomes the value.
 // size() counts only what this command appended.
@@ -52,7 +59,7 @@ struct CommandOut {
   explicit CommandOut(Ctx& c) : text(c.sink ? *c.sink : own), from(text.size()) {}
   size_t size() const { return text.size() - from; }
   // The command's value: its own text, or "" when it wrote into the front end's output.
-  Variant Value() const { return &text == &own ? Variant(own) : Variant(""); }
+  Variant Value() const { return &text == &own ? Variant(own) : hNoText(); }
 };
 
 bool hIsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -97,11 +104,12 @@ bool hNumber(const Variant& v, double& d) {
     d = 0;
     return true;
   }
-  if (v.isString()) return IsNumericText(v.str()) && ParseNumber(v.str(), d);
+  if (v.isString()) return ParseNumber(v.str(), d);
   return NumericValue(v, d);
 }
 
 bool hTruth(const Variant& v) {
+  if (v.isBool()) return v.rawBool();
   if (v.isObject()) return static_cast<bool>(v.obj());
   double d;
   if (!v.isString() && NumericValue(v, d)) return d != 0;
@@ -153,10 +161,9 @@ Variant hNameValue(cls_KEL& k, std::string_view name) {
 // the atoms are checked against the manager's name table before each use (by the hash the table
 // keeps with each atom), and whatever the direct walk cannot answer goes to the general lookup.
 struct VarPath {
-  std::string name;                     // as written
-  std::string head, tail;               // upper-cased parts; tail empty for a plain name
-  uint32_t headHash = 0, tailHash = 0;  // NameTable::Hash of the parts
-  uint32_t headAtom = 0, tailAtom = 0;
+  std::string name;                      // as written
+  std::string head, tail;                // upper-cased parts; tail empty for a plain name
+  ItemName headName, tailName;           // the parts' hashes, and their atoms once found
   int32_t headSlot = -1, tailSlot = -1;  // where the parts were found last (checked before use)
   bool direct = false;
 };
@@ -177,19 +184,9 @@ VarPath hMakeVarPath(std::string_view name) {
     if (p.tail.empty() || p.tail.find('.') != std::string::npos) return p;
   }
   p.direct = !p.head.empty() && p.head != "COUNT" && p.tail != "COUNT";
-  p.headHash = NameTable::Hash(p.head);
-  p.tailHash = NameTable::Hash(p.tail);
+  p.headName.hash = NameTable::Hash(p.head);
+  p.tailName.hash = NameTable::Hash(p.tail);
   return p;
-}
-
-// The atom of an upper-cased part, looked up again unless the one kept is still the table's atom
-// with the part's hash. (A table only grows and never renames an atom: a kept atom goes wrong
-// only with another manager, whose atom with that number would also need the same hash.)
-[[gnu::always_inline]] inline uint32_t hAtom(const NameTable& names, uint32_t& rAtom, std::string_view part,
-                                             uint32_t hash) {
-  if (rAtom == 0 || rAtom >= names.Count() || names.HashOf(rAtom) != hash) [[unlikely]]
-    rAtom = names.Find(part, hash);
-  return rAtom;
 }
 
 // The first used slot named atom in a small node; -1 when there is none, -2 when the node is too
@@ -204,7 +201,7 @@ VarPath hMakeVarPath(std::string_view name) {
     end = hint;  // the hint holds the name: only an earlier slot could come first
   else if (size > kScanMax) return -2;
   for (int32_t i = 0; i < end; ++i) {
-    if (!items[i].used || items[i].name != atom) [[likely]]
+    if (items[i].name != atom || !items[i].used) [[likely]]
       continue;
     if (i == 0 && !m.HASZERO_GET(id)) continue;
     return i;
@@ -212,27 +209,49 @@ VarPath hMakeVarPath(std::string_view name) {
   return end < size ? end : -1;
 }
 
+// The head of a path found last in a run of commands that changes nothing (the row of
+// "row.name", "row.city", ...): the next path with the same head starts from its slot.
+struct HeadSeen {
+  uint32_t atom = 0;
+  const cls_StructureManager::Item* item = nullptr;
+  const std::vector<cls_StructureManager::Item>* inside = nullptr;  // its slots, when a structure
+};
+
 // The direct walk: the variable's slot, nullptr when the walk cannot answer. Valid until the
 // variables change.
-[[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars,
-                                                                         VarPath& p) {
+[[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItemIn(
+    const cls_StructureManager& m, int32_t vars, const std::vector<cls_StructureManager::Item>& items, VarPath& p,
+    HeadSeen* rSeen = nullptr) {
   if (!p.direct) return nullptr;
-  if (!hAtom(m.Names(), p.headAtom, p.head, p.headHash)) return nullptr;
-  const auto& items = m.Items(vars);
-  int32_t slot = hSlotIn(m, vars, items, p.headAtom, p.headSlot);
-  if (slot < 0) return nullptr;
-  p.headSlot = slot;
-  const auto* item = &items[slot];
+  if (!KeptAtom(m.Names(), p.headName, p.head)) return nullptr;
+  const cls_StructureManager::Item* item;
+  const std::vector<cls_StructureManager::Item>* inside = nullptr;
+  if (rSeen && rSeen->atom == p.headName.atom) {
+    item = rSeen->item;
+    inside = rSeen->inside;
+  } else {
+    int32_t slot = hSlotIn(m, vars, items, p.headName.atom, p.headSlot);
+    if (slot < 0) return nullptr;
+    p.headSlot = slot;
+    item = &items[slot];
+    if (rSeen) *rSeen = {p.headName.atom, item, item->isStruct ? &m.Items(item->child) : nullptr};
+  }
   if (!p.tail.empty()) {
-    if (!item->isStruct || !hAtom(m.Names(), p.tailAtom, p.tail, p.tailHash)) return nullptr;
+    if (!item->isStruct || !KeptAtom(m.Names(), p.tailName, p.tail)) return nullptr;
     const int32_t child = item->child;
-    const auto& inside = m.Items(child);
-    int32_t inner = hSlotIn(m, child, inside, p.tailAtom, p.tailSlot);
+    if (!inside) inside = &m.Items(child);
+    int32_t inner = hSlotIn(m, child, *inside, p.tailName.atom, p.tailSlot);
     if (inner < 0) return nullptr;
     p.tailSlot = inner;
-    item = &inside[inner];
+    item = &(*inside)[inner];
   }
   return item;
+}
+
+// hVarItemIn for the variables node vars.
+[[gnu::always_inline]] inline const cls_StructureManager::Item* hVarItem(const cls_StructureManager& m, int32_t vars,
+                                                                         VarPath& p) {
+  return hVarItemIn(m, vars, m.Items(vars), p);
 }
 
 // The direct walk: true with rValue set when it could answer.
@@ -244,13 +263,93 @@ bool hVarDirect(cls_KEL& k, VarPath& p, Variant& rValue) {
   return true;
 }
 
+// A bare name as an operand, by its decoded path: the variable's value, or the name itself when
+// there is none (as hNameValue).
+Variant hPathValue(cls_KEL& k, VarPath& p) {
+  Variant v;
+  if (!hVarDirect(k, p, v)) v = hVariable(k, p.name);
+  return v.isNull() ? Variant(p.name) : v;
+}
+
 struct KELCommand;
+
+// The text of a token read as an operator ("AND" -> "&&"; the sign of a "-5" word, with
+// rSignWord set); false when the token is no operator (the expression ends before it).
+bool hOperatorText(const KELToken& tok, std::string& rText, bool& rSignWord) {
+  rSignWord = false;
+  if (tok.kind == enm_KELToken::Operator) {
+    rText = cls_KELDecoder::LITERAL(tok.text);
+    return true;
+  }
+  if (tok.kind != enm_KELToken::Word) return false;
+  if (cls_KELDecoder::IsLiteralWord(tok.text)) {
+    std::string literal = cls_KELDecoder::LITERAL(tok.text);
+    if (literal != "&&" && literal != "||") return false;
+    rText = std::move(literal);
+    return true;
+  }
+  if (tok.text.size() >= 2 && (tok.text[0] == '-' || tok.text[0] == '+') && hIsDigit(tok.text[1])) {
+    rText = std::string(1, tok.text[0]);
+    rSignWord = true;
+    return true;
+  }
+  return false;
+}
+
+// An operand of an expression decoded once: a truth word's text or a constant (a number, a date,
+// a quoted text without a command), or a bare name with its path. Anything else is decoded as it
+// runs.
+struct KELOperand {
+  enum Kind : uint8_t { Runtime, Constant, Name };
+  Kind kind = Runtime;
+  Variant value;  // Constant
+  VarPath var;    // Name
+  // The token read as an operator (in an operator's place), as hOperatorText reads it.
+  bool isOperator = false, signWord = false;
+  enm_KELOperator op = enm_KELOperator::None;
+  std::string opText;
+};
+
+// A list of tokens with its operands decoded, one per token.
+struct KELExpression {
+  std::shared_ptr<const cls_KELTokenizer::Cached> tokens;
+  std::vector<KELOperand> operands;
+};
+
+// The operands as hOperand reads them: truth words, then bare names, then the parameter value
+// where it needs nothing but the text.
+std::vector<KELOperand> hMakeOperands(const std::vector<KELToken>& pTokens) {
+  std::vector<KELOperand> ops(pTokens.size());
+  for (size_t i = 0; i < pTokens.size(); ++i) {
+    const KELToken& t = pTokens[i];
+    KELOperand& op = ops[i];
+    op.isOperator = hOperatorText(t, op.opText, op.signWord);
+    if (op.isOperator) op.op = cls_KELExecutor::OperatorOf(op.opText);
+    if (t.kind == enm_KELToken::Word && cls_KELDecoder::IsLiteralWord(t.text)) {
+      op.kind = KELOperand::Constant;
+      op.value = Variant(cls_KELDecoder::LITERAL(t.text));
+    } else if (t.kind == enm_KELToken::Word && hIsName(t.text)) {
+      op.kind = KELOperand::Name;
+      op.var = hMakeVarPath(t.text);
+    } else if (t.kind == enm_KELToken::Word || t.kind == enm_KELToken::Quoted) {
+      try {
+        KELParam p = cls_KELDecoder::Classify(t.text);
+        if (p.kind != enm_KELParamKind::QuotedTemplate && p.kind != enm_KELParamKind::Other) {
+          op.kind = KELOperand::Constant;
+          op.value = std::move(p.value);
+        }
+      } catch (const std::exception&) {}  // decoded (and reported) as it runs
+    }
+  }
+  return ops;
+}
 
 }  // namespace
 
-// What a command text decodes to, kept by the text: the tokens, the command word's handler and,
-// for a condition written as a bare name ("(row.active)"), that name. "VAR:name" alone is only the
-// name. Variables are never kept: each use looks them up again.
+// What a command text decodes to, kept by the text: the tokens, the command word's handler, for a
+// condition written as a bare name ("(row.active)") that name, and the parameters read as
+// expressions with their operands decoded. "VAR:name" alone is only the name. Variables are never
+// kept: each use looks them up again.
 struct KELPlan {
   enum Kind : uint8_t { Var, Early, Tokens };
   std::string text;
@@ -259,16 +358,26 @@ struct KELPlan {
   bool hasCondition = false;
   std::shared_ptr<const cls_KELTokenizer::Cached> tokens;
   const KELCommand* command = nullptr;
-  // An IF on a bare name whose blocks are plain text (no command, no script or style section):
-  // the text of each branch (views into tokens), for answering it without running it.
-  bool plainIf = false;
+  // An IF (or ELSEIF) on a bare name whose blocks are plain text (no command, no script or style
+  // section): the text of each branch (views into tokens), for answering it without running it.
+  bool plainIf = false, elseIf = false;
+  // A CASE on a constant ("CASE 'Berlin' {B}") or a DEFAULT whose block is plain text: its block
+  // in branch[0], for answering it without running it.
+  bool plainCase = false, plainDefault = false;
+  // An ELSE whose block is plain text (in branch[0]).
+  bool plainElse = false;
   std::string_view branch[2];
+  // The operands of the tokens, for the command's own parameters read as expressions.
+  std::vector<KELOperand> operands;
+  // Per token, for a "(...)" parameter that is an expression: its tokens and operands, so that a
+  // condition, a SWITCH or CASE value or a loop bound is evaluated without decoding it again.
+  std::vector<std::unique_ptr<KELExpression>> expressions;
 };
 
 namespace {
 
 Variant hValue(Ctx& c, const KELToken& t);
-Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n);
+Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n, KELOperand* ops = nullptr);
 
 // Guards the recursion of commands in commands and expressions in expressions: a bound on the
 // nesting instead of trusting the stack (a text of 100,000 "{" or "(" must not crash).
@@ -279,14 +388,23 @@ struct NestGuard {
   ~NestGuard() { --k.hState().nest; }
 };
 
-// The text of a text of tokens, evaluated as an expression.
-Variant hEvalText(Ctx& c, std::string_view s) {
+// The text of a text of tokens, evaluated as an expression; pKept, when given, holds its tokens.
+Variant hEvalText(Ctx& c, std::string_view s, KELExpression* pKept = nullptr) {
   NestGuard guard(c.k);
   if (!guard.ok) return Variant(c.k.hState().Cut(c.k.ERRORS("Nesting too deep", s)));
+  if (pKept) return hEvalTokens(c, pKept->tokens->tokens.data(), pKept->tokens->tokens.size(), pKept->operands.data());
   // A bare name ("(row.active)") is one word token: its operand value, without the tokenizer.
   if (hIsName(s) && !cls_KELDecoder::IsLiteralWord(s)) return hNameValue(c.k, s);
   auto cached = cls_KELTokenizer::TokenizeCached(s);
   return hEvalTokens(c, cached->tokens.data(), cached->tokens.size());
+}
+
+// The tokens the plan keeps for a parameter of the command it runs; nullptr for another token.
+KELExpression* hKeptExpression(const Ctx& c, const KELToken& t) {
+  if (!c.plan || c.plan->expressions.empty()) return nullptr;
+  const auto& tokens = c.plan->tokens->tokens;
+  if (&t <= tokens.data() || &t >= tokens.data() + tokens.size()) return nullptr;
+  return c.plan->expressions[static_cast<size_t>(&t - tokens.data())].get();
 }
 
 // A block parameter's output, appended to rOut: a "{...}" group is processed as template text.
@@ -314,7 +432,7 @@ std::string hBlock(Ctx& c, const KELToken& t) {
 Variant hValue(Ctx& c, const KELToken& t) {
   cls_KELState::RawScope raw(c.k.hState());  // what a parameter's commands give is its value, not page output
   switch (t.kind) {
-    case enm_KELToken::Parens: return hEvalText(c, hInner(t));
+    case enm_KELToken::Parens: return hEvalText(c, hInner(t), hKeptExpression(c, t));
     case enm_KELToken::Braces: {
       std::string_view inner = hInner(t);
       if (inner.size() >= 1 && inner[0] == '$') return c.k.DECODE(Variant(t.text), c.data);
@@ -348,6 +466,7 @@ struct Expr {
   Ctx& c;
   const KELToken* t;
   size_t n;
+  KELOperand* ops;  // the operands decoded once, one per token; nullptr: none
   size_t i = 0;
   bool unsignNext = false;  // the next operand is a "-5" word whose sign was taken as an operator
 
@@ -373,7 +492,13 @@ struct Expr {
       if (tok.text == "!") return {Variant(hTruth(Primary().v) ? 0 : 1), {}};
       return {hFail(tok.text), {}};
     }
-    return {hOperand(c, tok), tok.kind == enm_KELToken::Word ? tok.text : std::string_view()};
+    const std::string_view name = tok.kind == enm_KELToken::Word ? tok.text : std::string_view();
+    if (ops) {
+      KELOperand& op = ops[i - 1];
+      if (op.kind == KELOperand::Constant) return {op.value, name};
+      if (op.kind == KELOperand::Name) return {hPathValue(c.k, op.var), name};
+    }
+    return {hOperand(c, tok), name};
   }
 
   // expr(level) -> primary { op primary }, taking operators of this level or tighter;
@@ -382,21 +507,21 @@ struct Expr {
     Val lhs = Primary();
     while (i < n) {
       const KELToken& tok = t[i];
-      std::string opText;
+      std::string own;
+      std::string_view opText;
       bool signWord = false;
-      if (tok.kind == enm_KELToken::Operator) {
-        opText = cls_KELDecoder::LITERAL(tok.text);
-      } else if (tok.kind == enm_KELToken::Word && cls_KELDecoder::IsLiteralWord(tok.text) &&
-                 (cls_KELDecoder::LITERAL(tok.text) == "&&" || cls_KELDecoder::LITERAL(tok.text) == "||")) {
-        opText = cls_KELDecoder::LITERAL(tok.text);
-      } else if (tok.kind == enm_KELToken::Word && tok.text.size() >= 2 && (tok.text[0] == '-' || tok.text[0] == '+') &&
-                 hIsDigit(tok.text[1])) {
-        opText = std::string(1, tok.text[0]);
-        signWord = true;
+      enm_KELOperator op;
+      if (ops) {
+        const KELOperand& kept = ops[i];
+        if (!kept.isOperator) break;  // two operands side by side: the expression ends here
+        opText = kept.opText;
+        signWord = kept.signWord;
+        op = kept.op;
       } else {
-        break;  // two operands side by side: the expression ends here
+        if (!hOperatorText(tok, own, signWord)) break;
+        opText = own;
+        op = cls_KELExecutor::OperatorOf(own);
       }
-      enm_KELOperator op = cls_KELExecutor::OperatorOf(opText);
       if (op == enm_KELOperator::None) {
         ++i;
         lhs = {hFail(tok.text), {}};
@@ -460,9 +585,14 @@ struct Expr {
   }
 };
 
-Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n) {
-  if (n == 0) return Variant("");
-  Expr e{c, t, n};
+Variant hEvalTokens(Ctx& c, const KELToken* t, size_t n, KELOperand* ops) {
+  if (n == 0) return hNoText();
+  if (!ops && c.plan && !c.plan->operands.empty()) {
+    // the command's own parameters: the plan has their operands
+    const auto& tokens = c.plan->tokens->tokens;
+    if (t >= tokens.data() && t + n <= tokens.data() + tokens.size()) ops = &c.plan->operands[t - tokens.data()];
+  }
+  Expr e{c, t, n, ops};
   return e.Parse(kLowestLevel).v;
 }
 
@@ -479,10 +609,11 @@ bool hCondition(Ctx& c, const KELToken& t) {
   return hTruth(hEvalTokens(c, &t, 1));
 }
 
-bool hEquals(Ctx& c, const Variant& a, const Variant& b) {
+bool hEquals(cls_KEL& k, const Variant& a, const Variant& b) {
   double x, y;
   if (hNumber(a, x) && hNumber(b, y)) return x == y;
-  return hText(c.k, a) == hText(c.k, b);
+  if (a.isString() && b.isString()) return a.str() == b.str();  // the texts, without copies
+  return hText(k, a) == hText(k, b);
 }
 
 int32_t hLoopMax(cls_KEL& k) {
@@ -583,7 +714,7 @@ Variant hLater(Ctx& c);
 Variant hStruct(Ctx& c);
 Variant hInclude(Ctx& c);
 Variant hDispose(Ctx& c);
-Variant hComment(Ctx&) { return Variant(""); }
+Variant hComment(Ctx&) { return hNoText(); }
 Variant hMute(Ctx& c);
 Variant hNested(Ctx& c);
 Variant hNow(Ctx&) { return Variant::Date(date::Now()); }
@@ -680,7 +811,7 @@ Variant hElseIf(Ctx& c) {
   if (before < 0) return Variant(c.k.ERRORS("ELSEIF without IF", c.text));
   if (before == 1) {
     hChainSet(c.k, c.k.hState().calls, true);
-    return Variant("");
+    return hNoText();
   }
   return hIfLike(c);
 }
@@ -688,7 +819,7 @@ Variant hElseIf(Ctx& c) {
 Variant hElse(Ctx& c) {
   int before = hChainGet(c.k);
   if (before < 0) return Variant(c.k.ERRORS("ELSE without IF", c.text));
-  if (before == 1 || c.count == 0) return Variant("");
+  if (before == 1 || c.count == 0) return hNoText();
   CommandOut out(c);
   hBlockAppend(c, c.params[0], out.text);
   return out.Value();
@@ -732,18 +863,18 @@ Variant hSwitch(Ctx& c) {
   Variant value = hEvalTokens(c, &c.params[0], 1);
   if (c.count == 1) {
     c.k.hState().looseSwitch = {value, false};
-    return Variant("");
+    return hNoText();
   }
   c.k.hState().switches.push_back({value, false});
-  std::string out;
+  CommandOut out(c);
   try {
-    out = hBlock(c, c.params[1]);
+    hBlockAppend(c, c.params[1], out.text);
   } catch (...) {
     c.k.hState().switches.pop_back();
     throw;
   }
   c.k.hState().switches.pop_back();
-  return Variant(out);
+  return out.Value();
 }
 
 cls_KELState::SwitchFrame& hSwitchFrame(cls_KEL& k) {
@@ -752,17 +883,21 @@ cls_KELState::SwitchFrame& hSwitchFrame(cls_KEL& k) {
 
 Variant hCase(Ctx& c) {
   auto& frame = hSwitchFrame(c.k);
-  if (frame.matched) return Variant("");
-  if (!hEquals(c, hEvalTokens(c, &c.params[0], 1), frame.value)) return Variant("");
+  if (frame.matched) return hNoText();
+  if (!hEquals(c.k, hEvalTokens(c, &c.params[0], 1), frame.value)) return hNoText();
   hSwitchFrame(c.k).matched = true;
-  return Variant(hBlock(c, c.params[1]));
+  CommandOut out(c);
+  hBlockAppend(c, c.params[1], out.text);
+  return out.Value();
 }
 
 Variant hDefault(Ctx& c) {
   auto& frame = hSwitchFrame(c.k);
-  if (frame.matched || c.count == 0) return Variant("");
+  if (frame.matched || c.count == 0) return hNoText();
   frame.matched = true;
-  return Variant(hBlock(c, c.params[c.count - 1]));
+  CommandOut out(c);
+  hBlockAppend(c, c.params[c.count - 1], out.text);
+  return out.Value();
 }
 
 // FOR name start end step {block}
@@ -799,29 +934,31 @@ class LoopBinding {
       : k_(k), manager_(*pManager), upper_(pUpper) {
     inPlace_ = !upper_.empty() && upper_.find('.') == std::string::npos;
     if (inPlace_) {
-      atoms_[0] = manager_.Names().Intern(upper_);
-      atoms_[1] = manager_.Names().Intern(upper_ + "_KEY");
-      atoms_[2] = manager_.Names().Intern(upper_ + "_INDEX");
+      names_[0] = manager_.NAME(upper_);
+      names_[1] = manager_.NAME(upper_ + "_KEY");
+      names_[2] = manager_.NAME(upper_ + "_INDEX");
     }
   }
-  // Binds one round: the slot pSlot of the node pNode (manager_'s), its key and position.
-  void Bind(int32_t pNode, int32_t pSlot, int32_t pPosition) {
-    const auto& item = manager_.Items(pNode)[pSlot];
+  // Binds one round: pItem, the slot pSlot of the structure walked (manager_'s), its key and position.
+  void Bind(const cls_StructureManager::Item& pItem, int32_t pSlot, int32_t pPosition) {
+    const auto& item = pItem;
     const auto& vars = k_.VARIABLES;
     const int32_t vid = vars->SID_GET();
     if (inPlace_ && vars->MANAGER_GET().get() == &manager_ &&
         !(manager_.Flags(vid) & cls_StructureManager::kDefaultMode)) [[likely]] {
       const uint32_t keyAtom = item.name;
+      // The variables' slots, read once: storing into a slot never moves them; a new slot may.
+      const std::vector<cls_StructureManager::Item>* slots = &manager_.Items(vid);
       if (item.isStruct) {
         const int32_t child = item.child;
         manager_.AddRef(child);  // the variable's own reference; the one it held is released
-        manager_.SetChild(vid, hSlot(vid, 0), child);
+        manager_.SetChild(vid, hSlot(vid, slots, 0), child);
       } else {
         Variant value = item.value;  // the slot table may move while the variable is stored
-        manager_.SetValue(vid, hSlot(vid, 0), std::move(value));
+        manager_.SetValue(vid, hSlot(vid, slots, 0), std::move(value));
       }
-      manager_.SetValue(vid, hSlot(vid, 1), keyAtom ? Variant(manager_.Names().Name(keyAtom)) : Variant(pSlot));
-      manager_.SetValue(vid, hSlot(vid, 2), Variant(pPosition));
+      manager_.SetValue(vid, hSlot(vid, slots, 1), keyAtom ? Variant(manager_.Names().Name(keyAtom)) : Variant(pSlot));
+      manager_.SetValue(vid, hSlot(vid, slots, 2), Variant(pPosition));
       return;
     }
     Variant value = item.isStruct ? Variant(manager_.Ref(item.child)) : item.value;
@@ -834,16 +971,19 @@ class LoopBinding {
  private:
   // The slot of loop variable n: the first used slot with its name (where it was last round,
   // usually), else a fresh one, as ITEM_LET finds it.
-  int32_t hSlot(int32_t pVars, int n) {
-    int32_t slot = hSlotIn(manager_, pVars, manager_.Items(pVars), atoms_[n], hints_[n]);
-    if (slot < 0) slot = manager_.SlotFor(pVars, atoms_[n]);
+  int32_t hSlot(int32_t pVars, const std::vector<cls_StructureManager::Item>*& rSlots, int n) {
+    int32_t slot = hSlotIn(manager_, pVars, *rSlots, names_[n].atom, hints_[n]);
+    if (slot < 0) {
+      slot = manager_.SlotFor(pVars, names_[n].atom);
+      rSlots = &manager_.Items(pVars);
+    }
     return hints_[n] = slot;
   }
 
   cls_KEL& k_;
   cls_StructureManager& manager_;
   std::string upper_;
-  uint32_t atoms_[3] = {};
+  ItemName names_[3];
   int32_t hints_[3] = {-1, -1, -1};
   bool inPlace_ = false;
 };
@@ -863,12 +1003,10 @@ Variant hIterate(Ctx& c) {
   int32_t position = 0;
   for (int32_t i = s->BASE(); i <= s->MAX(); ++i) {
     if (c.k.hState().quit) break;
-    {
-      const auto& slots = manager->Items(sid);
-      if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
-    }
+    const auto& slots = manager->Items(sid);
+    if (static_cast<size_t>(i) >= slots.size() || !slots[i].used) continue;
     if (hStepOver(c.k, out.text)) break;
-    binding.Bind(sid, i, ++position);
+    binding.Bind(slots[i], i, ++position);
     hBlockAppend(c, c.params[2], out.text);
     if (hOutputFull(c, out)) break;
   }
@@ -880,7 +1018,7 @@ Variant hVar(Ctx& c) {
   Variant value = hValue(c, c.params[1]);
   if (hValueOver(c.k, value)) return hValueTooLarge(c.k);
   c.k.VARIABLES->ITEM_LET(Variant(hNameOf(c.params[0])), std::move(value));
-  return Variant("");
+  return hNoText();
 }
 
 // BLOCK name {text}: the text is kept as written and processed where it is used.
@@ -889,7 +1027,7 @@ Variant hBlockCmd(Ctx& c) {
   std::string_view textOf =
       body.kind == enm_KELToken::Braces || body.kind == enm_KELToken::Quoted ? hInner(body) : body.text;
   c.k.BLOCKS->ITEMBYID_LET(text::UCase(hNameOf(c.params[0])), Variant(textOf));
-  return Variant("");
+  return hNoText();
 }
 
 std::string hDefer(cls_KEL& k, std::string_view cmd) {
@@ -916,7 +1054,7 @@ Variant hStruct(Ctx& c) {
   StructurePtr s = hParamStruct(rest);
   if (name.empty()) return Variant(s);
   c.k.VARIABLES->ITEM_LET(Variant(name), Variant(s));
-  return Variant("");
+  return hNoText();
 }
 
 Variant hInclude(Ctx& c) { return Variant(cls_KELFrontEnd::Include(c.k, hRest(c), c.data)); }
@@ -929,20 +1067,20 @@ Variant hDispose(Ctx& c) {
     for (int32_t i = list.BASE(); i <= list.MAX(); ++i)
       if (list.EXISTS_GET(i)) c.k.VARIABLES->REMOVE(list.ITEM_GET(i));
     list.CLEAR();
-    return Variant("");
+    return hNoText();
   }
   for (size_t i = 0; i < c.count; ++i) {
     std::string name = hNameOf(c.params[i]);
     c.k.VARIABLES->REMOVE(Variant(name));
     c.k.DISPOSELIST->ADD(Variant(name));
   }
-  return Variant("");
+  return hNoText();
 }
 
 // MUTE {block} ...: runs the blocks for their effects, yields nothing.
 Variant hMute(Ctx& c) {
   for (size_t i = 0; i < c.count; ++i) hBlock(c, c.params[i]);
-  return Variant("");
+  return hNoText();
 }
 
 // NESTED value: the value's text is processed once more as a template.
@@ -958,7 +1096,7 @@ Variant hNested(Ctx& c) {
 Variant hMaster(Ctx& c) {
   c.k.hState().master = hRest(c);
   c.k.hState().masterSource = c.k.hState().sources.empty() ? cls_KELState::Source{} : c.k.hState().sources.back();
-  return Variant("");
+  return hNoText();
 }
 
 void hChainSet(cls_KEL& k, int64_t calls, bool taken) {
@@ -1034,9 +1172,21 @@ std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
         plan->hasCondition = true;
       }
     }
-    if (plan->hasCondition && plan->command && plan->command->run == hIf &&
+    plan->operands = hMakeOperands(tokens);
+    // The expressions of the parameters ("(i < 10)", "(a + 1)", "(row.city)").
+    for (size_t i = 1; i < tokens.size(); ++i) {
+      if (tokens[i].kind != enm_KELToken::Parens) continue;
+      std::string_view inner = hInner(tokens[i]);
+      if (plan->expressions.empty()) plan->expressions.resize(tokens.size());
+      auto e = std::make_unique<KELExpression>();
+      e->tokens = cls_KELTokenizer::TokenizeCached(inner);
+      e->operands = hMakeOperands(e->tokens->tokens);
+      plan->expressions[i] = std::move(e);
+    }
+    if (plan->hasCondition && plan->command && (plan->command->run == hIf || plan->command->run == hElseIf) &&
         (tokens.size() == 3 || tokens.size() == 4)) {
       plan->plainIf = true;
+      plan->elseIf = plan->command->run == hElseIf;
       for (size_t i = 2; i < tokens.size(); ++i) {
         std::string_view inner = hInner(tokens[i]);
         if (tokens[i].kind != enm_KELToken::Braces || inner.find('{') != std::string_view::npos ||
@@ -1044,6 +1194,22 @@ std::shared_ptr<KELPlan> hPlanFor(std::string_view s) {
           plan->plainIf = false;
         plan->branch[i - 2] = inner;
       }
+    }
+    if (plan->command && plan->command->run == hElse && tokens.size() >= 2) {
+      std::string_view inner = hInner(tokens[1]);
+      plan->plainElse = tokens[1].kind == enm_KELToken::Braces && inner.find('{') == std::string_view::npos &&
+                        inner.find("<s") == std::string_view::npos;
+      plan->branch[0] = inner;
+    }
+    if (plan->command && (plan->command->run == hCase || plan->command->run == hDefault) && tokens.size() >= 2) {
+      const KELToken& block = tokens.back();
+      std::string_view inner = hInner(block);
+      const bool plain = block.kind == enm_KELToken::Braces && inner.find('{') == std::string_view::npos &&
+                         inner.find("<s") == std::string_view::npos;
+      plan->branch[0] = inner;
+      if (plan->command->run == hCase)
+        plan->plainCase = plain && tokens.size() == 3 && plan->operands[1].kind == KELOperand::Constant;
+      else plan->plainDefault = plain;
     }
   }
   entry = plan;
@@ -1093,7 +1259,7 @@ Variant hRunPlanned(cls_KEL& k, std::string_view s, const StructurePtr& data, KE
 }
 
 Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data, std::string* sink) {
-  if (s.empty()) return Variant("");
+  if (s.empty()) return hNoText();
   if (std::shared_ptr<KELPlan> plan = hPlanFor(s)) return hRunPlanned(k, s, data, *plan, sink);
   return hRunUnplanned(k, s, data, sink);
 }
@@ -1103,7 +1269,7 @@ Variant hRun(cls_KEL& k, std::string_view s, const StructurePtr& data, std::stri
 Variant hRunTokens(cls_KEL& k, std::string_view s, const StructurePtr& data, const cls_KELTokenizer::Cached& cached,
                    KELPlan* plan, std::string* sink) {
   const auto& tokens = cached.tokens;
-  if (tokens.empty()) return Variant("");
+  if (tokens.empty()) return hNoText();
   Ctx c{k, data, cached.text, tokens.data() + 1, tokens.size() - 1, plan, sink};
   const KELToken& word = tokens[0];
   if (word.kind == enm_KELToken::Word) {
@@ -1214,37 +1380,86 @@ Variant cls_KELExecutor::Execute(cls_KEL& k, std::string_view pCmd, const Struct
   return ExecutePlanned(k, pCmd, pData, nullptr, nullptr);
 }
 
-bool cls_KELExecutor::AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view pBefore, std::string& rOut,
-                                    size_t pOutMax) {
-  if (pPlan.kind != KELPlan::Var && !pPlan.plainIf) return false;
+size_t cls_KELExecutor::AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t pCount, std::string_view pText,
+                                      size_t& rPos, std::string& rOut, size_t pOutMax) {
+  cls_KELState& st = k.hState();
+  if (st.depth == 0) return 0;
+  // Nothing runs between the commands answered here: the variables, the bounds and the nesting
+  // stay as they are for the whole run, so they are read once.
   const cls_Structure& vars = *k.VARIABLES;
   const cls_StructureManager& m = *vars.MANAGER_GET();
-  const auto* item = hVarItem(m, vars.SID_GET(), pPlan.var);
-  if (!item) return false;
-  std::string_view text;
-  bool taken = false;
-  if (pPlan.kind == KELPlan::Var) {
-    if (item->isStruct || !item->value.isString()) return false;
-    text = item->value.str();
-  } else {
-    // the condition as hCondition reads a bare name; a Null variable, whose name is then the
-    // value, runs the command
-    if (!item->isStruct && item->value.isNull()) return false;
-    taken = item->isStruct || hTruth(item->value);
-    text = taken ? pPlan.branch[0] : pPlan.branch[1];
+  const int32_t vid = vars.SID_GET();
+  const auto& items = m.Items(vid);
+  // running a command would count a step and a call and enter one level (an IF's condition a second)
+  const int32_t nestMax = 4 * st.run.nestingMax + 100;
+  const bool varFits = st.nest + 1 <= nestMax, ifFits = st.nest + 2 <= nestMax;
+  const int64_t stepsLeft = st.run.stepsMax > st.steps ? st.run.stepsMax - st.steps : 0;
+  const size_t count = static_cast<size_t>(std::min<int64_t>(static_cast<int64_t>(pCount), stepsLeft));
+  size_t pos = rPos, n = 0;
+  const KELPlan* lastVar = nullptr;  // the variable answered last, and its text
+  std::string_view lastValue;
+  HeadSeen seen;
+  for (; n < count; ++n) {
+    const KELSpan& span = pSpans[n];
+    KELPlan* plan = span.plan.get();
+    if (!plan) break;
+    std::string_view value;
+    bool ifTaken = false, caseTaken = false, elseRead = false;
+    cls_KELState::SwitchFrame* switchFrame = nullptr;
+    if (plan == lastVar) {
+      value = lastValue;  // the same variable again: nothing has changed it
+    } else if (plan->kind == KELPlan::Var) {
+      if (!varFits) break;
+      const auto* item = hVarItemIn(m, vid, items, plan->var, &seen);
+      if (!item || item->isStruct || !item->value.isString()) break;
+      value = item->value.str();
+      if (value.find('{') != std::string_view::npos) break;
+      lastVar = plan;
+      lastValue = value;
+    } else if (plan->plainElse) {
+      // as hElse: the IF chain record left by the command just before; without one the ELSE runs
+      // (and reports itself)
+      if (!varFits || st.chainAt != st.calls + 1) break;
+      value = st.chainTaken ? std::string_view() : plan->branch[0];
+      elseRead = true;
+    } else if (plan->plainCase || plan->plainDefault) {
+      if (!varFits) break;
+      // as hCase and hDefault: the first that matches the SWITCH's value (a DEFAULT always does)
+      // gives its block, the others nothing
+      switchFrame = &hSwitchFrame(k);
+      caseTaken =
+          !switchFrame->matched && (plan->plainDefault || hEquals(k, plan->operands[1].value, switchFrame->value));
+      value = caseTaken ? plan->branch[0] : std::string_view();
+    } else {
+      if (!plan->plainIf || !ifFits) break;
+      // an ELSEIF reads the chain record as hElseIf does; without one it runs (and reports itself)
+      if (plan->elseIf && st.chainAt != st.calls + 1) break;
+      if (plan->elseIf && st.chainTaken) {
+        ifTaken = true;  // a branch before it was taken: nothing, and the chain stays taken
+      } else {
+        const auto* item = hVarItemIn(m, vid, items, plan->var, &seen);
+        // the condition as hCondition reads a bare name; a Null variable, whose name is then the
+        // value, runs the command
+        if (!item || (!item->isStruct && item->value.isNull())) break;
+        const bool taken = item->isStruct || hTruth(item->value);
+        value = taken ? plan->branch[0] : plan->branch[1];
+        ifTaken = taken || plan->tokens->tokens.size() == 4;
+      }
+    }
+    const std::string_view before = pText.substr(pos, span.open - pos);
+    if (rOut.size() + before.size() + value.size() > pOutMax) break;
+    ++st.calls;
+    // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or
+    // when there is an else block
+    if (plan->plainIf) hChainSet(k, st.calls, ifTaken);
+    if (caseTaken) switchFrame->matched = true;
+    if (elseRead) st.chainAt = 0;  // the record is read once
+    rOut.append(before).append(value);
+    pos = span.close + 1;
   }
-  if (rOut.size() + pBefore.size() + text.size() > pOutMax || text.find('{') != std::string_view::npos) return false;
-  cls_KELState& st = k.hState();
-  // running it would count a step and a call and enter one level (an IF's condition a second)
-  const int levels = pPlan.plainIf ? 2 : 1;
-  if (st.depth == 0 || st.steps >= st.run.stepsMax || st.nest + levels > 4 * st.run.nestingMax + 100) return false;
-  ++st.calls;
-  ++st.steps;
-  // the IF chain record, as hIfLike leaves it: a branch was taken when the condition held or when
-  // there is an else block
-  if (pPlan.plainIf) hChainSet(k, st.calls, taken || pPlan.tokens->tokens.size() == 4);
-  rOut.append(pBefore).append(text);
-  return true;
+  st.steps += static_cast<int64_t>(n);
+  rPos = pos;
+  return n;
 }
 
 Variant cls_KELExecutor::ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan,

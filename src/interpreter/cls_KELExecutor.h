@@ -17,8 +17,17 @@ namespace rykel {
 
 class cls_KEL;
 // A command text decoded once: its tokens, its command word's handler, its variable paths as name
-// atoms. Known only to the executor; the front end keeps one with each command of a prepared text.
+// atoms, its parameters' expressions with their operands and operators. Known only to the executor; the front end keeps
+// one with each command of a prepared text.
 struct KELPlan;
+
+// A command of a prepared template text: the "{" that begins it, the "}" that ends it (the text's
+// size when none does), the quote left open when it has one (0 otherwise), and its plan.
+struct KELSpan {
+  size_t open, close;
+  char unclosed;
+  std::shared_ptr<KELPlan> plan;  // nullptr: the command is decoded when it runs
+};
 
 // The operators in binding order; the position in the list (1..14) is the operator's number.
 // ORDER: kOperators in cls_KELExecutor.cpp follows this enum.
@@ -58,13 +67,16 @@ class cls_KELExecutor {
   // everything output before the command.
   static Variant ExecutePlanned(cls_KEL& k, std::string_view pCmd, const StructurePtr& pData, KELPlan* pPlan,
                                 std::string* pSink = nullptr);
-  // Answers a planned command without running it, inside a PROCESS, when its text needs no second
-  // scan: a "VAR:name" whose variable holds a text, or an IF on a bare name ("(row.active)") whose
-  // blocks are plain text. Appends pBefore and the text to rOut and records the command as running
-  // it would have (counts, an IF's chain record). False, with nothing appended or recorded, when
-  // the command must run: another kind, a value of another kind, a text holding "{", rOut growing
-  // past pOutMax, or a bound to be reported.
-  static bool AppendPlanned(cls_KEL& k, KELPlan& pPlan, std::string_view pBefore, std::string& rOut, size_t pOutMax);
+  // Answers planned commands without running them, inside a PROCESS, when their text needs no
+  // second scan: a "VAR:name" whose variable holds a text, or an IF on a bare name ("(row.active)")
+  // whose blocks are plain text. Takes the commands pSpans[0..pCount) of the prepared text pText
+  // one after the other, from rPos (where the text not yet output begins): appends the text
+  // before each and its answer to rOut, records it as running it would have (counts, an IF's
+  // chain record) and moves rPos past it. Stops at the first command that must run: another kind,
+  // a value of another kind, a text holding "{", rOut growing past pOutMax, or a bound to be
+  // reported; that one and the text before it are left alone. The number of commands answered.
+  static size_t AppendPlanned(cls_KEL& k, const KELSpan* pSpans, size_t pCount, std::string_view pText, size_t& rPos,
+                              std::string& rOut, size_t pOutMax);
   // True when the command text is a variable reference, "VAR:name" or "DATA:name" (what the
   // autoescape setting escapes).
   static bool IsVariableOutput(std::string_view pCmd);

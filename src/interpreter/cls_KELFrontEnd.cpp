@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <iterator>
 #include <unordered_map>
@@ -107,12 +108,7 @@ size_t hMatch(std::string_view work, size_t open, char& rUnclosed) {
 // command). A pure function of the text.
 struct Prepared {
   std::string text;
-  struct Span {
-    size_t open, close;
-    char unclosed;
-    std::shared_ptr<KELPlan> plan;  // nullptr: the command is decoded when it runs
-  };
-  std::vector<Span> spans;
+  std::vector<KELSpan> spans;
 };
 
 constexpr size_t kPlansMax = 64;
@@ -120,18 +116,25 @@ constexpr size_t kPlansMax = 64;
 std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
   struct Kept {
     TextCache<std::shared_ptr<const Prepared>> cache{512};
-    // A loop processes the same block text round after round: that one is compared, not hashed.
-    std::string lastText;
-    std::shared_ptr<const Prepared> last;
+    // A loop processes the same few block texts round after round (its body, an IF's or a
+    // SWITCH's blocks): those are compared, not hashed.
+    struct Recent {
+      std::string text;
+      std::shared_ptr<const Prepared> prepared;
+    };
+    std::array<Recent, 4> recent;
+    size_t next = 0;
   };
   thread_local Kept kept;
-  auto& [cache, lastText, last] = kept;
-  if (last && pText == lastText) return last;
-  if (auto found = cache.Find(pText)) {
-    lastText = pText;
-    last = *found;
-    return last;
-  }
+  for (const auto& r : kept.recent)
+    if (r.prepared && r.text == pText) return r.prepared;
+  auto remember = [&](const std::shared_ptr<const Prepared>& p) {
+    auto& r = kept.recent[kept.next++ % kept.recent.size()];
+    r.text = pText;
+    r.prepared = p;
+    return p;
+  };
+  if (auto found = kept.cache.Find(pText)) return remember(*found);
   auto p = std::make_shared<Prepared>();
   p->text = pText;
   if (p->text.find("<s") != std::string::npos) {
@@ -159,8 +162,8 @@ std::shared_ptr<const Prepared> hPrepare(std::string_view pText) {
     p->spans.push_back({open, close, unclosed, std::move(plan)});
     pos = close + 1;
   }
-  cache.Put(pText, p);
-  return p;
+  kept.cache.Put(pText, p);
+  return remember(p);
 }
 
 // With autoescape, a variable's text put into the page: HTML-escaped and data. Error texts and
@@ -311,14 +314,13 @@ void cls_KELFrontEnd::ProcessAppend(cls_KEL& k, std::string_view pText, const St
           // Commands answered from their plans (variables, IFs between plain texts) whose text
           // needs no second scan go straight to the output, one after the other; anything else
           // (and any bound about to be reached) takes the general way.
-          while (!st.run.autoescape && nextSpan < prepared->spans.size() && count < limit && !st.quit) {
-            const auto& sp = prepared->spans[nextSpan];
-            if (!sp.plan || !cls_KELExecutor::AppendPlanned(k, *sp.plan, text.substr(tpos, sp.open - tpos), out,
-                                                            base + st.run.outputMax))
-              break;
-            tpos = sp.close + 1;
-            ++count;
-            ++nextSpan;
+          if (!st.run.autoescape && count < limit && !st.quit) {
+            const size_t answered = cls_KELExecutor::AppendPlanned(
+                k, prepared->spans.data() + nextSpan,
+                std::min(prepared->spans.size() - nextSpan, static_cast<size_t>(limit - count)), text, tpos, out,
+                base + st.run.outputMax);
+            count += static_cast<int32_t>(answered);
+            nextSpan += answered;
           }
           if (nextSpan < prepared->spans.size()) {
             const auto& sp = prepared->spans[nextSpan++];
