@@ -1,0 +1,79 @@
+#include "web/DBBrowserApi.h"
+
+#include <nlohmann/json.hpp>
+
+#include "frame/Convert.h"
+#include "frame/DateTime.h"
+#include "structure/cls_Structure.h"
+
+namespace rykel::DBBrowserApi {
+
+namespace {
+
+using nlohmann::json;
+
+json hValue(const Variant& pValue) {
+  switch (pValue.type()) {
+    case VarType::Empty:
+    case VarType::Null: return nullptr;
+    case VarType::Boolean: return CBool(pValue);
+    case VarType::Integer:
+    case VarType::Long: return CLng(pValue);
+    case VarType::Single:
+    case VarType::Double:
+    case VarType::Currency: return CDbl(pValue);
+    case VarType::Date: {
+      std::string iso = date::ToIso(pValue.rawDouble());
+      return iso.ends_with(" 00:00:00") ? iso.substr(0, 10) : iso;
+    }
+    default: return CStr(pValue);
+  }
+}
+
+json hEntry(cls_DB& rDB, const Variant& pID) {
+  json fields = json::object();
+  for (int32_t f = 1; f <= rDB.FIELDS(); ++f) fields[rDB.FIELD(f)->ID] = hValue(rDB.ENTRYFIELD_GET(pID, f));
+  return {{"id", hValue(pID)}, {"fields", std::move(fields)}};
+}
+
+// Text that is not valid UTF-8 is written with replacement characters rather than refused.
+std::string hDump(const json& pValue) { return pValue.dump(-1, ' ', false, json::error_handler_t::replace); }
+
+}  // namespace
+
+std::string Index(const std::vector<DBBrowserPages::Summary>& pDatabases) {
+  json out = json::array();
+  for (const auto& d : pDatabases)
+    out.push_back(d.problem.empty() ? json{{"name", d.name}, {"entries", d.entries}, {"fields", d.fields}}
+                                    : json{{"name", d.name}, {"error", d.problem}});
+  return hDump(out);
+}
+
+std::string Rows(cls_DB& rDB, const DBViewQuery& pQuery) {
+  const cls_DB::IdList all = pQuery.Ids(rDB);
+  json rows = json::array();
+  for (const auto& id : pQuery.Page(all)) rows.push_back(hEntry(rDB, id));
+  return hDump({{"total", all.size()}, {"page", pQuery.page}, {"size", pQuery.size}, {"rows", std::move(rows)}});
+}
+
+std::string Facets(cls_DB& rDB, const DBViewQuery& pQuery, const std::string& pField) {
+  // Without a condition the facets count every entry, which the field's index may answer alone.
+  std::optional<cls_DB::IdList> list;
+  if (pQuery.Narrows()) list = pQuery.Ids(rDB);
+  size_t total = list ? list->size() : static_cast<size_t>(rDB.ENTRYCOUNT());
+  auto choices = rDB.FIELDFACETS(Variant(pField), list);
+  json out = json::array();
+  for (int32_t i = choices->BASE(); i <= choices->MAX(); ++i) {
+    auto c = choices->ITEM_GET(Variant(i), {}, true).as<cls_Structure>();
+    out.push_back({{"label", CStr(c->ITEMBYID_GET("LABEL"))},
+                    {"condition", CStr(c->ITEMBYID_GET("CONDITION"))},
+                    {"count", CLng(c->ITEMBYID_GET("COUNT"))}});
+  }
+  return hDump({{"field", rDB.FIELD(Variant(pField))->ID}, {"total", total}, {"choices", std::move(out)}});
+}
+
+std::string Entry(cls_DB& rDB, const Variant& pID) { return hDump(hEntry(rDB, pID)); }
+
+std::string Failure(const std::string& pMessage) { return hDump({{"error", pMessage}}); }
+
+}  // namespace rykel::DBBrowserApi

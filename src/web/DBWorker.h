@@ -1,0 +1,64 @@
+// DBWorker: one database of the browser, kept open on a thread of its own. Structures (and so a
+// database's entries) belong to the thread that made them, while the server answers requests on a
+// pool of threads; every request's work on the database is therefore handed to the database's
+// thread and waited for. Requests for one database take turns; databases work side by side.
+//
+// The database is opened read-only on first use and kept; before each job the file's size, time
+// and inode are compared with those seen at the open, and a file that changed on disk (a write of
+// the browser, `rykel db set`, another program) is opened again.
+//
+//   DBWorker w("kunden", "kunden.ry-dbb");
+//   int n = 0;  w.Run([&](cls_DB& db) { n = db.ENTRYCOUNT(); });
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <sys/types.h>
+#include <thread>
+
+#include "host/cls_DB.h"
+#include "web/WebFailure.h"
+
+namespace rykel {
+
+class DBWorker {
+ public:
+  DBWorker(std::string pName, std::string pFile);
+  // Finishes the jobs handed in, then closes the database on its thread.
+  ~DBWorker();
+  DBWorker(const DBWorker&) = delete;
+  DBWorker& operator=(const DBWorker&) = delete;
+
+  const std::string& Name() const { return name_; }
+  const std::string& File() const { return file_; }
+
+  // Runs pJob on the database's thread with the open database and waits for it; what the job
+  // throws is thrown here. A database that cannot be opened throws WebFailure 500 with the open
+  // error. REQUIRES: pJob keeps no structure of the database past its end (they are the thread's).
+  void Run(const std::function<void(cls_DB&)>& pJob);
+
+ private:
+  struct Stamp {
+    off_t size = -1;
+    long long mtimeNs = 0;
+    ino_t inode = 0;
+    bool operator==(const Stamp&) const = default;
+  };
+  static Stamp hStamp(const std::string& pFile);
+  void hLoop();
+  cls_DB& hOpen();
+
+  std::string name_, file_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::deque<std::function<void()>> jobs_;
+  bool stop_ = false;
+  DBPtr db_;  // made, used and dropped on thread_ only
+  Stamp stamp_;
+  std::thread thread_;
+};
+
+}  // namespace rykel
