@@ -18,5 +18,6 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindKELDB(m);
   rykel::py::BindLimits(m);
   rykel::py::BindSite(m);
+  rykel::py::BindDBWeb(m);
   rykel::py::AcceptNoneForDefaults(m);
 }

@@ -66,8 +66,8 @@ std::string Facets(cls_DB& rDB, const DBViewQuery& pQuery, const std::string& pF
   for (int32_t i = choices->BASE(); i <= choices->MAX(); ++i) {
     auto c = choices->ITEM_GET(Variant(i), {}, true).as<cls_Structure>();
     out.push_back({{"label", CStr(c->ITEMBYID_GET("LABEL"))},
-                    {"condition", CStr(c->ITEMBYID_GET("CONDITION"))},
-                    {"count", CLng(c->ITEMBYID_GET("COUNT"))}});
+                   {"condition", CStr(c->ITEMBYID_GET("CONDITION"))},
+                   {"count", CLng(c->ITEMBYID_GET("COUNT"))}});
   }
   return hDump({{"field", rDB.FIELD(Variant(pField))->ID}, {"total", total}, {"choices", std::move(out)}});
 }

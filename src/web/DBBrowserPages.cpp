@@ -28,9 +28,9 @@ constexpr const char* kStyle =
 std::string hE(std::string_view pText) { return text::HtmlEscapeText(pText); }
 
 std::string hPage(const std::string& pTitle, const std::string& pBody) {
-  return "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>" + hE(pTitle) +
-         "</title><style>" + kStyle + "</style></head><body><header><a href=\"/_db/\">Databases</a> / " + hE(pTitle) +
-         "</header>\n" + pBody + "</body></html>\n";
+  return "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>" + hE(pTitle) + "</title><style>" +
+         kStyle + "</style></head><body><header><a href=\"/_db/\">Databases</a> / " + hE(pTitle) + "</header>\n" +
+         pBody + "</body></html>\n";
 }
 
 std::string hDbPath(const Context& pContext) { return "/_db/" + text::UrlEncode(pContext.name); }
@@ -66,7 +66,8 @@ std::string hFacets(cls_DB& rDB, const DBViewQuery& pQuery, const cls_DB::IdList
                std::erase_if(q.chosen, [&](const auto& c) { return c.first == id; });
                std::erase_if(q.typed, [&](const auto& c) { return c.first == id; });
                q.page = 1;
-             })) + "\">&times; " + hE(chosen) + "</a></li>";
+             })) +
+             "\">&times; " + hE(chosen) + "</a></li>";
     auto choices = rDB.FIELDFACETS(Variant(id), pIds);
     int32_t shown = 0;
     for (int32_t i = choices->BASE(); i <= choices->MAX(); ++i) {
@@ -114,8 +115,9 @@ std::vector<std::string> FacetFields(const cls_DB& pDB, const DBViewQuery& pQuer
 }
 
 std::string Index(const std::vector<Summary>& pDatabases) {
-  std::string body = "<main><table id=\"databases\"><thead><tr><th>Database</th><th>Entries</th><th>Fields</th>"
-                     "<th>File</th></tr></thead><tbody>";
+  std::string body =
+      "<main><table id=\"databases\"><thead><tr><th>Database</th><th>Entries</th><th>Fields</th>"
+      "<th>File</th></tr></thead><tbody>";
   for (const auto& d : pDatabases) {
     body += "<tr data-name=\"" + hE(d.name) + "\"><td><a href=\"/_db/" + hE(text::UrlEncode(d.name)) + "\">" +
             hE(d.name) + "</a></td>";
@@ -133,9 +135,10 @@ std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuer
   const cls_DB::IdList page = pQuery.Page(all);
   const int32_t pages = std::max<int32_t>(1, static_cast<int32_t>((all.size() + pQuery.size - 1) / pQuery.size));
   std::string body = "<main>" + hFacets(rDB, pQuery, all) + "<section id=\"view\">";
-  body += "<form id=\"view-form\" method=\"get\"><input id=\"search\" name=\"search\" type=\"search\" "
-          "placeholder=\"Search\" value=\"" +
-          hE(pQuery.search) + "\">";
+  body +=
+      "<form id=\"view-form\" method=\"get\"><input id=\"search\" name=\"search\" type=\"search\" "
+      "placeholder=\"Search\" value=\"" +
+      hE(pQuery.search) + "\">";
   for (const auto& [name, value] : pQuery.Params([](DBViewQuery& q) {
          q.typed.clear();
          q.search.clear();
@@ -188,7 +191,8 @@ std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuer
   for (const char* format : {"xlsx", "htm", "pdf", "csv", "json"}) {
     std::string link = pQuery.Link([](DBViewQuery& q) { q.page = 1; });
     link += (link.empty() ? "?" : "&") + std::string("export=") + format;
-    body += " <a class=\"export\" id=\"export-" + std::string(format) + "\" href=\"" + hE(link) + "\">" + format + "</a>";
+    body +=
+        " <a class=\"export\" id=\"export-" + std::string(format) + "\" href=\"" + hE(link) + "\">" + format + "</a>";
   }
   body += "</div>";
   if (pContext.writable)
@@ -212,7 +216,8 @@ std::string Entry(cls_DB& rDB, const Context& pContext, const Variant& pID) {
     body += "<h3>Edit</h3><form id=\"edit-form\" method=\"post\" action=\"" + action + "\">" +
             hHidden("token", pContext.token) + hHidden("action", "save") + hValueInputs(rDB, &pID) +
             "<button>Save</button></form><form id=\"delete-form\" method=\"post\" action=\"" + action + "\">" +
-            hHidden("token", pContext.token) + hHidden("action", "delete") + "<button>Delete this entry</button></form>";
+            hHidden("token", pContext.token) + hHidden("action", "delete") +
+            "<button>Delete this entry</button></form>";
   }
   return hPage(pContext.name + " / " + idText, body + "</section></main>");
 }

@@ -15,7 +15,7 @@ namespace rykel::DBBrowserPages {
 
 // What a page needs besides the database: where it is mounted and whether it takes writes.
 struct Context {
-  std::string name;   // the database's name under /_db/
+  std::string name;  // the database's name under /_db/
   bool writable = false;
   std::string token;  // put into every form that posts
 };

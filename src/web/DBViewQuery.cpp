@@ -97,9 +97,7 @@ cls_DB::IdList DBViewQuery::Ids(cls_DB& rDB) const {
   if (!text::Trim(search).empty()) {
     try {
       ids = rDB.ENTRYSEARCH(search, ids);
-    } catch (const Error& e) {
-      throw WebFailure{400, "search: " + e.description};
-    }
+    } catch (const Error& e) { throw WebFailure{400, "search: " + e.description}; }
   }
   if (!sort.empty()) return rDB.ENTRYSORTADVANCED(sort, desc, "", ids);
   return ids ? std::move(*ids) : rDB.ENTRYALL_IDS();

@@ -30,9 +30,7 @@ void DBWorker::Run(const std::function<void(cls_DB&)>& pJob) {
       try {
         pJob(hOpen());
         done.set_value();
-      } catch (...) {
-        done.set_exception(std::current_exception());
-      }
+      } catch (...) { done.set_exception(std::current_exception()); }
     });
   }
   wake_.notify_one();

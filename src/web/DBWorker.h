@@ -11,12 +11,12 @@
 //   int n = 0;  w.Run([&](cls_DB& db) { n = db.ENTRYCOUNT(); });
 #pragma once
 
+#include <sys/types.h>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
-#include <sys/types.h>
 #include <thread>
 
 #include "host/cls_DB.h"

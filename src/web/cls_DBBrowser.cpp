@@ -160,9 +160,7 @@ void cls_DBBrowser::hRoute(const WebRequest& pRequest, WebResponse& rResponse, b
           s.entries = db.ENTRYCOUNT();
           s.fields = db.FIELDS();
         });
-      } catch (const WebFailure& f) {
-        s.problem = f.message;
-      }
+      } catch (const WebFailure& f) { s.problem = f.message; }
       list.push_back(std::move(s));
     }
     rResponse.body = pApi ? DBBrowserApi::Index(list) : DBBrowserPages::Index(list);

@@ -152,7 +152,8 @@ TEST(DBBrowser, FacetsCountTheNarrowedEntriesAndTheirLinksNarrow) {
   // The table's sidebar offers the choice fields' facets; a choice's link narrows the rows and
   // the counts.
   auto page = b.Get("/_db/people", {{"f.AGE", ">= 30"}});
-  EXPECT_NE(page.body.find("<a class=\"choice\" href=\"?f.AGE=%3E%3D%2030&amp;c.CITY=CONTAINS%20Bonn\""), std::string::npos);
+  EXPECT_NE(page.body.find("<a class=\"choice\" href=\"?f.AGE=%3E%3D%2030&amp;c.CITY=CONTAINS%20Bonn\""),
+            std::string::npos);
   page = b.Get("/_db/people", {{"f.AGE", ">= 30"}, {"c.CITY", "CONTAINS Bonn"}});
   EXPECT_NE(page.body.find("<span id=\"count\">1</span> of 5 entries"), std::string::npos);
   EXPECT_NE(page.body.find("<tr data-id=\"5\">"), std::string::npos);

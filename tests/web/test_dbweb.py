@@ -1,0 +1,75 @@
+"""The database browser from a Python host: rykel.cls_DBBrowser answers (status, type, body)
+for the host's own server, writes need the token, and the xlsx export holds the view's rows."""
+import io
+import json
+import os
+import tempfile
+import unittest
+
+import rykel
+
+try:
+    import openpyxl
+except ImportError:
+    openpyxl = None
+
+
+def make_people(folder):
+    db = rykel.cls_DB()
+    for fid, name in (("NAME", "Name"), ("CITY", "Ort"), ("AGE", "Alter")):
+        db.FIELDCREATE(fid, rykel.ID_DBFieldType_Long if fid == "AGE" else rykel.ID_DBFieldType_String, name)
+    header, path = os.path.join(folder, "people.header"), os.path.join(folder, "people.ry-dbb")
+    db.HEADERSAVE(header)
+    db.DBOPEN(path, header, True)
+    for i, (name, city, age) in enumerate((("Anna", "Kiel", 34), ("Bernd", "Bonn", 28), ("Carla", "Kiel", 52)), 1):
+        db.ENTRYADD(i)
+        for fid, value in (("NAME", name), ("CITY", city), ("AGE", age)):
+            db.ENTRYFIELD_LET(i, fid, value)
+    db.DBCLOSE()
+    return path
+
+
+class DBBrowserTest(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.addCleanup(self.dir.cleanup)
+        self.file = make_people(self.dir.name)
+        self.browser = rykel.cls_DBBrowser()
+        self.browser.DBADD("people", self.file)
+
+    def test_reads_writes_and_exports(self):
+        b = self.browser
+        self.assertIsNone(b.HANDLE("GET", "/index.html"))
+        status, kind, body = b.HANDLE("GET", "/_api/people", {"f.CITY": "kiel", "sort": "AGE", "desc": "1"})
+        self.assertEqual((status, kind), (200, "application/json"))
+        rows = json.loads(body)["rows"]
+        self.assertEqual([r["fields"]["NAME"] for r in rows], ["Carla", "Anna"])
+
+        self.assertEqual(b.HANDLE("POST", "/_db/people/2", [("token", b.TOKEN_GET()), ("v.AGE", "29")])[0], 403)
+        b.WRITABLE = True
+        self.assertEqual(b.HANDLE("POST", "/_db/people/2", [("v.AGE", "29")])[0], 403)
+        status, _, body = b.HANDLE("POST", "/_db/people/2", {"token": b.TOKEN_GET(), "v.AGE": "2x"})
+        self.assertEqual(status, 400)
+        self.assertIn(b"AGE: &#39;2x&#39; is not a LONG", body)
+        status, _, _, headers = b.HANDLE("POST", "/_db/people/2", {"token": b.TOKEN_GET(), "v.AGE": "29"},
+                                         pWithHeaders=True)
+        self.assertEqual((status, headers), (303, [("Location", "/_db/people/2")]))
+        db = rykel.cls_DB()
+        db.DBOPEN(self.file, "", True)
+        self.assertEqual(db.FIELDTEXT_GET(2, "AGE"), "29")
+        db.DBCLOSE()
+
+        status, kind, body = b.HANDLE("GET", "/_db/people", {"f.CITY": "kiel", "sort": "AGE", "desc": "1",
+                                                            "export": "xlsx"})
+        self.assertEqual((status, kind), (200, "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet"))
+        if openpyxl is None:
+            self.skipTest("openpyxl is not installed")
+        sheet = openpyxl.load_workbook(io.BytesIO(body)).active
+        cells = [[c for c in row if c is not None] for row in sheet.iter_rows(values_only=True)]
+        self.assertIn(["Carla", "Kiel", 52], cells)
+        self.assertLess(cells.index(["Carla", "Kiel", 52]), cells.index(["Anna", "Kiel", 34]))
+        self.assertFalse(any("Bernd" in row for row in cells))
+
+
+if __name__ == "__main__":
+    unittest.main()
