@@ -207,6 +207,7 @@ void cls_DBBrowser::hWrite(DBWorker& rWorker, const WebRequest& pRequest, const 
     auto db = std::make_shared<cls_DB>();
     auto settings = cls_Structure::New();
     settings->ITEM_LET("LOCK", true);
+    settings->ITEM_LET("CREATE", false);  // a database removed meanwhile is not made anew
     if (!db->DBOPEN(rWorker.File(), "", false, settings))
       throw WebFailure{500, "cannot open '" + rWorker.Name() + "' for writing: " + db->DBOPENERROR_GET()};
     auto values = hCheckedValues(*db, pRequest);
