@@ -65,12 +65,17 @@ StructurePtr FIELDFACETS(cls_DBStore& rDB, const Variant& pField, const std::opt
   }
   auto out = cls_Structure::New();
   const Variant field(rDB.FIELDFIND(pField));
+  // Choices often share a condition (a field's most used values are offered twice: ranked and in
+  // order); each condition is counted once.
+  std::map<std::string, int32_t> counted;
   for (const auto& [label, condition] : choices) {
     auto row = cls_Structure::New();
     row->ITEMBYID_LET("LABEL", Variant(label));
     row->ITEMBYID_LET("CONDITION", Variant(condition));
-    auto ids = mdl_DBQuery::ENTRYQUERY(rDB, field, "", Variant(condition), pList);
-    row->ITEMBYID_LET("COUNT", Variant(static_cast<int32_t>(ids.size())));
+    auto [at, added] = counted.emplace(condition, 0);
+    if (added)
+      at->second = static_cast<int32_t>(mdl_DBQuery::ENTRYQUERY(rDB, field, "", Variant(condition), pList).size());
+    row->ITEMBYID_LET("COUNT", Variant(at->second));
     out->ADD(Variant(row));
   }
   return out;

@@ -4,7 +4,6 @@
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
-#include "structure/cls_Structure.h"
 
 namespace rykel::DBBrowserApi {
 
@@ -56,20 +55,11 @@ std::string Rows(cls_DB& rDB, const DBViewQuery& pQuery) {
   return hDump({{"total", all.size()}, {"page", pQuery.page}, {"size", pQuery.size}, {"rows", std::move(rows)}});
 }
 
-std::string Facets(cls_DB& rDB, const DBViewQuery& pQuery, const std::string& pField) {
-  // Without a condition the facets count every entry, which the field's index may answer alone.
-  std::optional<cls_DB::IdList> list;
-  if (pQuery.Narrows()) list = pQuery.Ids(rDB);
-  size_t total = list ? list->size() : static_cast<size_t>(rDB.ENTRYCOUNT());
-  auto choices = rDB.FIELDFACETS(Variant(pField), list);
-  json out = json::array();
-  for (int32_t i = choices->BASE(); i <= choices->MAX(); ++i) {
-    auto c = choices->ITEM_GET(Variant(i), {}, true).as<cls_Structure>();
-    out.push_back({{"label", CStr(c->ITEMBYID_GET("LABEL"))},
-                   {"condition", CStr(c->ITEMBYID_GET("CONDITION"))},
-                   {"count", CLng(c->ITEMBYID_GET("COUNT"))}});
-  }
-  return hDump({{"field", rDB.FIELD(Variant(pField))->ID}, {"total", total}, {"choices", std::move(out)}});
+std::string Facets(const std::string& pField, const DBFacets& pFacets) {
+  json choices = json::array();
+  for (const auto& c : pFacets.choices)
+    choices.push_back({{"label", c.label}, {"condition", c.condition}, {"count", c.count}});
+  return hDump({{"field", pField}, {"total", pFacets.total}, {"choices", std::move(choices)}});
 }
 
 std::string Entry(cls_DB& rDB, const Variant& pID) { return hDump(hEntry(rDB, pID)); }

@@ -10,6 +10,7 @@
 #include "host/cls_DB.h"
 #include "web/DBBrowserPages.h"
 #include "web/DBViewQuery.h"
+#include "web/DBWorker.h"
 
 namespace rykel::DBBrowserApi {
 
@@ -17,9 +18,8 @@ namespace rykel::DBBrowserApi {
 std::string Index(const std::vector<DBBrowserPages::Summary>& pDatabases);
 // {"total", "page", "size", "rows": [{"id", "fields": {FIELD: value}}]}: one page of the query.
 std::string Rows(cls_DB& rDB, const DBViewQuery& pQuery);
-// {"field", "total", "choices": [{"label", "condition", "count"}]}: a field's facets, counted in
-// the entries the query keeps. REQUIRES: the field exists.
-std::string Facets(cls_DB& rDB, const DBViewQuery& pQuery, const std::string& pField);
+// {"field", "total", "choices": [{"label", "condition", "count"}]}: a field's facets.
+std::string Facets(const std::string& pField, const DBFacets& pFacets);
 // {"id", "fields": {FIELD: value}}. REQUIRES: the entry exists.
 std::string Entry(cls_DB& rDB, const Variant& pID);
 // {"error": message}

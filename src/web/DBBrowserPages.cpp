@@ -5,7 +5,6 @@
 #include "database/enm_DBFieldType.h"
 #include "frame/Convert.h"
 #include "frame/Text.h"
-#include "structure/cls_Structure.h"
 
 namespace rykel::DBBrowserPages {
 
@@ -55,7 +54,7 @@ std::string hValueInputs(cls_DB& rDB, const Variant* pID) {
   return out + "</table>";
 }
 
-std::string hFacets(cls_DB& rDB, const DBViewQuery& pQuery, const cls_DB::IdList& pIds) {
+std::string hFacets(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuery, const cls_DB::IdList& pIds) {
   std::string out = "<aside id=\"facets\"><h2>Facets</h2>";
   for (const auto& id : FacetFields(rDB, pQuery)) {
     auto field = rDB.FIELD(Variant(id));
@@ -68,24 +67,22 @@ std::string hFacets(cls_DB& rDB, const DBViewQuery& pQuery, const cls_DB::IdList
                q.page = 1;
              })) +
              "\">&times; " + hE(chosen) + "</a></li>";
-    auto choices = rDB.FIELDFACETS(Variant(id), pIds);
+    const DBFacets& facets = pContext.facets(id, [&] { return pQuery.Narrows() ? &pIds : nullptr; });
     int32_t shown = 0;
-    for (int32_t i = choices->BASE(); i <= choices->MAX(); ++i) {
+    for (const auto& c : facets.choices) {
       if (++shown > kMaxFacetChoices) {
-        out += "<li class=\"more\">" + std::to_string(choices->MAX() - i + 1) + " more</li>";
+        out += "<li class=\"more\">" + std::to_string(facets.choices.size() - kMaxFacetChoices) + " more</li>";
         break;
       }
-      auto c = choices->ITEM_GET(Variant(i), {}, true).as<cls_Structure>();
-      std::string condition = CStr(c->ITEMBYID_GET("CONDITION"));
       std::string link = pQuery.Link([&](DBViewQuery& q) {
         std::erase_if(q.typed, [&](const auto& t) { return t.first == id; });
         std::erase_if(q.chosen, [&](const auto& t) { return t.first == id; });
-        q.chosen.emplace_back(id, condition);
+        q.chosen.emplace_back(id, c.condition);
         q.page = 1;
       });
-      out += "<li" + std::string(condition == chosen ? " class=\"chosen\"" : "") + "><a class=\"choice\" href=\"" +
-             hE(link) + "\" data-condition=\"" + hE(condition) + "\">" + hE(CStr(c->ITEMBYID_GET("LABEL"))) +
-             "</a><span class=\"count\">" + hE(CStr(c->ITEMBYID_GET("COUNT"))) + "</span></li>";
+      out += "<li" + std::string(c.condition == chosen ? " class=\"chosen\"" : "") + "><a class=\"choice\" href=\"" +
+             hE(link) + "\" data-condition=\"" + hE(c.condition) + "\">" + hE(c.label) + "</a><span class=\"count\">" +
+             std::to_string(c.count) + "</span></li>";
     }
     out += "</ul></section>";
   }
@@ -134,7 +131,7 @@ std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuer
   const cls_DB::IdList all = pQuery.Ids(rDB);
   const cls_DB::IdList page = pQuery.Page(all);
   const int32_t pages = std::max<int32_t>(1, static_cast<int32_t>((all.size() + pQuery.size - 1) / pQuery.size));
-  std::string body = "<main>" + hFacets(rDB, pQuery, all) + "<section id=\"view\">";
+  std::string body = "<main>" + hFacets(rDB, pContext, pQuery, all) + "<section id=\"view\">";
   body +=
       "<form id=\"view-form\" method=\"get\"><input id=\"search\" name=\"search\" type=\"search\" "
       "placeholder=\"Search\" value=\"" +

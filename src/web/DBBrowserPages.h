@@ -5,11 +5,13 @@
 // .count, #pages, #exports, #entry, #edit-form, #delete-form, #add-form, #total).
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "host/cls_DB.h"
 #include "web/DBViewQuery.h"
+#include "web/DBWorker.h"
 
 namespace rykel::DBBrowserPages {
 
@@ -18,6 +20,8 @@ struct Context {
   std::string name;  // the database's name under /_db/
   bool writable = false;
   std::string token;  // put into every form that posts
+  // A field's facets in the page's view, counted in the given entries when not known already.
+  std::function<const DBFacets&(const std::string& pField, const DBWorker::ListMaker& pList)> facets;
 };
 
 struct Summary {

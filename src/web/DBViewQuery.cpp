@@ -126,6 +126,16 @@ std::vector<std::pair<std::string, std::string>> DBViewQuery::Params(
   return out;
 }
 
+std::string DBViewQuery::Key() const {
+  return Link([](DBViewQuery& q) {
+    q.facets.clear();
+    q.sort.clear();
+    q.desc = false;
+    q.page = 1;
+    q.size = kDefaultPageSize;
+  });
+}
+
 std::string DBViewQuery::Link(const std::function<void(DBViewQuery&)>& pChange) const {
   std::string out;
   for (const auto& [name, value] : Params(pChange))

@@ -5,6 +5,7 @@
 #include <exception>
 #include <future>
 
+#include "frame/Convert.h"
 #include "structure/cls_Structure.h"
 
 namespace rykel {
@@ -53,7 +54,25 @@ cls_DB& DBWorker::hOpen() {
     throw WebFailure{500, "database '" + name_ + "' cannot be opened: " + db->DBOPENERROR_GET()};
   db_ = std::move(db);
   stamp_ = now;
+  facets_.clear();
   return *db_;
+}
+
+const DBFacets& DBWorker::Facets(cls_DB& rDB, const std::string& pField, const std::string& pViewKey,
+                                 const ListMaker& pList) {
+  std::string key = pField + "\n" + pViewKey;
+  if (auto it = facets_.find(key); it != facets_.end()) return it->second;
+  if (facets_.size() >= kMaxCachedFacets) facets_.clear();
+  const cls_DB::IdList* list = pList();
+  DBFacets out;
+  out.total = list ? list->size() : static_cast<size_t>(rDB.ENTRYCOUNT());
+  auto choices = list ? rDB.FIELDFACETS(Variant(pField), *list) : rDB.FIELDFACETS(Variant(pField));
+  for (int32_t i = choices->BASE(); i <= choices->MAX(); ++i) {
+    auto c = choices->ITEM_GET(Variant(i), {}, true).as<cls_Structure>();
+    out.choices.push_back(
+        {CStr(c->ITEMBYID_GET("LABEL")), CStr(c->ITEMBYID_GET("CONDITION")), CLng(c->ITEMBYID_GET("COUNT"))});
+  }
+  return facets_.emplace(std::move(key), std::move(out)).first->second;
 }
 
 void DBWorker::hLoop() {

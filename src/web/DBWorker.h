@@ -15,14 +15,26 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "host/cls_DB.h"
 #include "web/WebFailure.h"
 
 namespace rykel {
+
+// A field's filter choices with the number of entries each keeps, counted in a view's entries.
+struct DBFacets {
+  struct Choice {
+    std::string label, condition;
+    int32_t count = 0;
+  };
+  size_t total = 0;  // entries of the view
+  std::vector<Choice> choices;
+};
 
 class DBWorker {
  public:
@@ -40,6 +52,15 @@ class DBWorker {
   // error. REQUIRES: pJob keeps no structure of the database past its end (they are the thread's).
   void Run(const std::function<void(cls_DB&)>& pJob);
 
+  // The ids of a view's entries, or null for every entry; made only when needed.
+  using ListMaker = std::function<const cls_DB::IdList*()>;
+  // A field's facets in the view pViewKey names (its conditions and search: the same key, the
+  // same entries), counted in pList's entries; kept until the file is opened again, so paging,
+  // sorting and repeated requests do not count anew. At most kMaxCachedFacets are kept.
+  // REQUIRES: called from a job of Run, with its database; the field exists.
+  const DBFacets& Facets(cls_DB& rDB, const std::string& pField, const std::string& pViewKey, const ListMaker& pList);
+  static constexpr size_t kMaxCachedFacets = 256;
+
  private:
   struct Stamp {
     off_t size = -1;
@@ -56,7 +77,8 @@ class DBWorker {
   std::condition_variable wake_;
   std::deque<std::function<void()>> jobs_;
   bool stop_ = false;
-  DBPtr db_;  // made, used and dropped on thread_ only
+  DBPtr db_;                                // made, used and dropped on thread_ only, as facets_
+  std::map<std::string, DBFacets> facets_;  // by field ID, "\n", view key
   Stamp stamp_;
   std::thread thread_;
 };

@@ -174,17 +174,30 @@ void cls_DBBrowser::hRoute(const WebRequest& pRequest, WebResponse& rResponse, b
   }
   if (!pApi && parts.size() == 1)
     if (const std::string* format = pRequest.Param("export")) return hExport(worker, pRequest, *format, rResponse);
-  DBBrowserPages::Context context{parts[0], writable_, token_};
   worker.Run([&](cls_DB& db) {
+    DBBrowserPages::Context context{parts[0], writable_, token_, {}};
+    std::string viewKey;
+    context.facets = [&](const std::string& pField, const DBWorker::ListMaker& pList) -> const DBFacets& {
+      return worker.Facets(db, pField, viewKey, pList);
+    };
     if (parts.size() == 1) {
       DBViewQuery query = DBViewQuery::Read(pRequest, db);
+      viewKey = query.Key();
       rResponse.body = pApi ? DBBrowserApi::Rows(db, query) : DBBrowserPages::Table(db, context, query);
     } else if (parts.size() == 2) {
       Variant id = hEntryID(db, parts[0], parts[1]);
       rResponse.body = pApi ? DBBrowserApi::Entry(db, id) : DBBrowserPages::Entry(db, context, id);
     } else if (pApi && parts.size() == 3 && parts[1] == "facets") {
       hRequireField(db, parts[0], parts[2]);
-      rResponse.body = DBBrowserApi::Facets(db, DBViewQuery::Read(pRequest, db), parts[2]);
+      const std::string field = db.FIELD(Variant(parts[2]))->ID;
+      DBViewQuery query = DBViewQuery::Read(pRequest, db);
+      std::optional<cls_DB::IdList> ids;
+      const DBFacets& facets = worker.Facets(db, field, query.Key(), [&]() -> const cls_DB::IdList* {
+        if (!query.Narrows()) return nullptr;
+        ids = query.Ids(db);
+        return &*ids;
+      });
+      rResponse.body = DBBrowserApi::Facets(field, facets);
     } else {
       throw WebFailure{404, "no such page: " + pRequest.path};
     }
