@@ -209,6 +209,8 @@ TEST(DBBrowser, WritesNeedTheTokenAndFittingValuesAndLandInTheFile) {
   }
   EXPECT_NE(b.Get("/_db/people/1").body.find("id=\"edit-form\""), std::string::npos);
   EXPECT_EQ(json::parse(b.Get("/_api/people/1").body)["fields"]["AGE"], 34);  // opened before the change
+  auto kiel = [&] { return json::parse(b.Get("/_api/people/facets/CITY").body)["choices"][0]["count"]; };
+  EXPECT_EQ(kiel(), 2);  // counted now and kept until the file changes
 
   auto saved = b.Call("POST", "/_db/people/1", {{"token", token}, {"v.AGE", "35"}, {"v.CITY", "bonn"}});
   EXPECT_EQ(saved.status, 303);
@@ -221,6 +223,7 @@ TEST(DBBrowser, WritesNeedTheTokenAndFittingValuesAndLandInTheFile) {
   EXPECT_EQ(file->FIELDTEXT_GET(1, "AGE") + " " + file->FIELDTEXT_GET(1, "CITY"), "35 Bonn");
   // The browser sees the file as it is now.
   EXPECT_EQ(b.RowIds(b.Get("/_api/people", {{"f.CITY", "Bonn"}})), "1,5");
+  EXPECT_EQ(kiel(), 1);  // Anna moved to Bonn
 }
 
 TEST(DBBrowser, ExportsWriteTheCurrentView) {

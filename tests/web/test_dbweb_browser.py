@@ -1,0 +1,182 @@
+"""The database browser in a real browser (headless Chromium through Selenium) on 10,000 random
+contacts: the table renders, a facet click narrows the rows and the counts, a header click sorts,
+the search box finds an entry, and the xlsx export downloads the view's rows. The browser is
+mounted in a small Python host server, as a host would mount it in its own.
+
+RYKEL_SCREENSHOT_DIR, when set, receives serve-db.png (the facet view)."""
+import glob
+import http.server
+import json
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+import urllib.parse
+import urllib.request
+
+import rykel
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+CHROMIUM, DRIVER = "/usr/bin/chromium", "/usr/bin/chromedriver"
+
+try:
+    from selenium import webdriver
+    from selenium.webdriver.chrome.service import Service
+    from selenium.webdriver.common.by import By
+    from selenium.webdriver.support.ui import WebDriverWait
+except ImportError:
+    webdriver = None
+try:
+    import openpyxl
+except ImportError:
+    openpyxl = None
+
+
+def serve(browser):
+    """A threaded HTTP server on a free loopback port that hands every request to the browser."""
+
+    class Handler(http.server.BaseHTTPRequestHandler):
+        def answer(self, method):
+            url = urllib.parse.urlsplit(self.path)
+            params = urllib.parse.parse_qsl(url.query, keep_blank_values=True)
+            if method == "POST":
+                body = self.rfile.read(int(self.headers.get("Content-Length", 0))).decode()
+                params += urllib.parse.parse_qsl(body, keep_blank_values=True)
+            got = browser.HANDLE(method, urllib.parse.unquote(url.path), params, pWithHeaders=True)
+            status, kind, body, headers = got if got else (404, "text/plain", b"not found", [])
+            self.send_response(status)
+            self.send_header("Content-Type", kind)
+            self.send_header("Content-Length", str(len(body)))
+            for name, value in headers:
+                self.send_header(name, value)
+            self.end_headers()
+            self.wfile.write(body)
+
+        def do_GET(self):
+            self.answer("GET")
+
+        def do_POST(self):
+            self.answer("POST")
+
+        def log_message(self, *args):
+            pass
+
+    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    return server
+
+
+@unittest.skipUnless(webdriver and os.path.exists(CHROMIUM) and os.path.exists(DRIVER),
+                     "needs chromium, chromium-driver and python3-selenium (scripts/setup installs them)")
+class BrowserTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.dir = tempfile.mkdtemp()
+        subprocess.run([sys.executable, os.path.join(ROOT, "examples", "python", "contacts.py"), cls.dir, "10000"],
+                       check=True, stdout=subprocess.DEVNULL)
+        cls.browser = rykel.cls_DBBrowser()
+        cls.browser.DBADD("contacts", os.path.join(cls.dir, "contacts.ry-dbb"))
+        cls.server = serve(cls.browser)
+        cls.base = f"http://127.0.0.1:{cls.server.server_address[1]}"
+        options = webdriver.ChromeOptions()
+        options.binary_location = CHROMIUM
+        for arg in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1400,900"):
+            options.add_argument(arg)
+        # The browser and its driver are not ours to instrument: no preloaded sanitizer runtime.
+        env = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
+        cls.driver = webdriver.Chrome(service=Service(DRIVER, env=env), options=options)
+        cls.downloads = os.path.join(cls.dir, "downloads")
+        os.makedirs(cls.downloads)
+        cls.driver.execute_cdp_cmd("Page.setDownloadBehavior", {"behavior": "allow", "downloadPath": cls.downloads})
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.driver.quit()
+        cls.server.shutdown()
+        shutil.rmtree(cls.dir, ignore_errors=True)
+
+    def api(self, path, **params):
+        with urllib.request.urlopen(f"{self.base}{path}?{urllib.parse.urlencode(params)}") as r:
+            return json.load(r)
+
+    def css(self, selector):
+        return self.driver.find_elements(By.CSS_SELECTOR, selector)
+
+    def count(self):
+        return int(self.css("#count")[0].text)
+
+    def row_ids(self):
+        return [int(tr.get_attribute("data-id")) for tr in self.css("#entries tbody tr")]
+
+    def facet_counts(self, field):
+        return {a.text: int(a.find_element(By.XPATH, "following-sibling::span").text)
+                for a in self.css(f'.facet[data-field="{field}"] a.choice')}
+
+    def test_table_facets_sort_search_and_export(self):
+        d = self.driver
+        d.get(f"{self.base}/_db/contacts?facet=ORT")
+        self.assertEqual(self.count(), 10000)
+        self.assertEqual(len(self.row_ids()), 50)
+        self.assertEqual([a.text for a in self.css("a.sort")][:3], ["Vorname", "Nachname", "Straße"])
+        before = self.facet_counts("NACHNAME")
+
+        # A facet click narrows the rows and every field's counts.
+        choice = self.css('.facet[data-field="ORT"] a.choice')[0]
+        condition, label = choice.get_attribute("data-condition"), choice.text
+        wanted = int(choice.find_element(By.XPATH, "following-sibling::span").text)
+        choice.click()
+        WebDriverWait(d, 10).until(lambda _: self.count() == wanted)
+        town = condition.split(" ", 1)[1]
+        self.assertTrue(all(tr.find_elements(By.TAG_NAME, "td")[5].text == town
+                            for tr in self.css("#entries tbody tr")), label)
+        after = self.facet_counts("NACHNAME")
+        self.assertEqual(max(after.values()), wanted)  # the choice "not empty" keeps them all
+        self.assertEqual(max(before.values()), 10000)
+        self.assertTrue(all(after.get(k, 0) <= n for k, n in before.items()))
+        if os.environ.get("RYKEL_SCREENSHOT_DIR"):
+            d.save_screenshot(os.path.join(os.environ["RYKEL_SCREENSHOT_DIR"], "serve-db.png"))
+
+        # A header click sorts the narrowed view; a second one turns the order.
+        self.css('a.sort[data-field="NACHNAME"]')[0].click()
+        WebDriverWait(d, 10).until(lambda _: "sort=NACHNAME" in d.current_url)
+        view = {"c.ORT": condition, "sort": "NACHNAME", "size": 500}
+        by_name = [r["id"] for r in self.api("/_api/contacts", **view)["rows"]]
+        self.assertEqual(self.row_ids(), by_name[:50])
+        self.css('a.sort[data-field="NACHNAME"]')[0].click()
+        WebDriverWait(d, 10).until(lambda _: "desc=1" in d.current_url)
+        self.assertEqual(self.row_ids(), [r["id"] for r in self.api("/_api/contacts", desc=1, **view)["rows"]][:50])
+
+        # The xlsx export of this view holds its rows in its order.
+        self.css("#export-xlsx")[0].click()
+        files = []
+        for _ in range(100):
+            files = [f for f in glob.glob(os.path.join(self.downloads, "*.xlsx"))]
+            if files:
+                break
+            time.sleep(0.1)
+        self.assertEqual([os.path.basename(f) for f in files], ["contacts.xlsx"])
+        if openpyxl is not None:
+            time.sleep(0.3)  # the download's last bytes
+            names = [r["fields"]["NACHNAME"] for r in self.api("/_api/contacts", desc=1, **view)["rows"]]
+            sheet = openpyxl.load_workbook(files[0]).active
+            cells = [row for row in sheet.iter_rows(values_only=True) if any(c is not None for c in row)]
+            column = next(i for i, c in enumerate(cells[0]) if c == "Nachname")
+            self.assertEqual([row[column] for row in cells[1:]][-len(names):], names)
+
+        # The search box finds one entry by its e-mail address.
+        some = self.api("/_api/contacts/1234")["fields"]
+        d.get(f"{self.base}/_db/contacts")
+        box = self.css("#search")[0]
+        box.send_keys(f'"{some["EMAIL"]}" {some["VORNAME"]}')
+        self.css("#apply")[0].click()
+        WebDriverWait(d, 10).until(lambda _: "search=" in d.current_url)
+        self.assertIn(1234, self.row_ids())
+        self.assertEqual(self.count(), len(self.row_ids()))
+
+
+if __name__ == "__main__":
+    unittest.main()
