@@ -31,7 +31,11 @@ json hValue(const Variant& pValue) {
 
 json hEntry(cls_DB& rDB, const Variant& pID) {
   json fields = json::object();
-  for (int32_t f = 1; f <= rDB.FIELDS(); ++f) fields[rDB.FIELD(f)->ID] = hValue(rDB.ENTRYFIELD_GET(pID, f));
+  for (int32_t f = 1; f <= rDB.FIELDS(); ++f) {
+    Variant value = rDB.ENTRYFIELD_GET(pID, f);
+    // A structure field's value is given as its display text.
+    fields[rDB.FIELD(f)->ID] = value.isObject() ? json(rDB.FIELDTEXT_GET(pID, f)) : hValue(value);
+  }
   return {{"id", hValue(pID)}, {"fields", std::move(fields)}};
 }
 

@@ -43,6 +43,14 @@ std::string hToken() {
   return out;
 }
 
+// Compares in a time that does not tell how much of a guess was right.
+bool hSameText(const std::string& pA, const std::string& pB) {
+  if (pA.size() != pB.size()) return false;
+  unsigned char diff = 0;
+  for (size_t i = 0; i < pA.size(); ++i) diff |= static_cast<unsigned char>(pA[i] ^ pB[i]);
+  return diff == 0;
+}
+
 bool hValidName(const std::string& pName) {
   if (pName.empty() || pName.front() == '.') return false;
   for (unsigned char c : pName)
@@ -208,7 +216,8 @@ void cls_DBBrowser::hWrite(DBWorker& rWorker, const WebRequest& pRequest, const 
                            WebResponse& rResponse) {
   if (!writable_) throw WebFailure{403, "this database browser is read-only"};
   const std::string* token = pRequest.Param("token");
-  if (!token || *token != token_) throw WebFailure{403, "the form's token is missing or wrong; reload the page"};
+  if (!token || !hSameText(*token, token_))
+    throw WebFailure{403, "the form's token is missing or wrong; reload the page"};
   const std::string* actionParam = pRequest.Param("action");
   const std::string action = pID.empty() ? "add" : actionParam ? *actionParam : "save";
   if (action != "add" && action != "save" && action != "delete")

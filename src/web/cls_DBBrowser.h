@@ -24,6 +24,7 @@
 //   WebResponse r;    b.HANDLE(WebRequest{"GET", "/_api/kunden", {{"sort", "NAME"}}}, r);
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -60,7 +61,7 @@ class cls_DBBrowser {
 
   mutable std::mutex mutex_;
   std::map<std::string, std::unique_ptr<DBWorker>> workers_;
-  bool writable_ = false;
+  std::atomic<bool> writable_ = false;
   std::string token_;
 };
 
