@@ -140,9 +140,16 @@ std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuer
          q.typed.clear();
          q.search.clear();
          q.page = 1;
+         q.size = DBViewQuery::kDefaultPageSize;
        }))
     body += hHidden(name, value);
-  body += " <button id=\"apply\">Apply</button> <a href=\"" + hE(hDbPath(pContext)) + "\">Reset</a></form>";
+  body += " <select id=\"size\" name=\"size\">";
+  std::vector<int32_t> sizes{20, 50, 100, 200, DBViewQuery::kMaxPageSize};
+  if (std::find(sizes.begin(), sizes.end(), pQuery.size) == sizes.end()) sizes.insert(sizes.begin(), pQuery.size);
+  for (int32_t size : sizes)
+    body += "<option" + std::string(size == pQuery.size ? " selected" : "") + ">" + std::to_string(size) + "</option>";
+  body += "</select> per page <button id=\"apply\">Apply</button> <a href=\"" + hE(hDbPath(pContext)) +
+          "\">Reset</a></form>";
   body += "<p id=\"total\"><span id=\"count\">" + std::to_string(all.size()) + "</span> of " +
           std::to_string(rDB.ENTRYCOUNT()) + " entries</p>";
 
