@@ -52,11 +52,10 @@ std::string Index(const std::vector<DBBrowserPages::Summary>& pDatabases) {
   return hDump(out);
 }
 
-std::string Rows(cls_DB& rDB, const DBViewQuery& pQuery) {
-  const cls_DB::IdList all = pQuery.Ids(rDB);
+std::string Rows(cls_DB& rDB, const DBViewQuery& pQuery, const cls_DB::IdList& pAll) {
   json rows = json::array();
-  for (const auto& id : pQuery.Page(all)) rows.push_back(hEntry(rDB, id));
-  return hDump({{"total", all.size()}, {"page", pQuery.page}, {"size", pQuery.size}, {"rows", std::move(rows)}});
+  for (const auto& id : pQuery.Page(pAll)) rows.push_back(hEntry(rDB, id));
+  return hDump({{"total", pAll.size()}, {"page", pQuery.page}, {"size", pQuery.size}, {"rows", std::move(rows)}});
 }
 
 std::string Facets(const std::string& pField, const DBFacets& pFacets) {

@@ -16,8 +16,9 @@ namespace rykel::DBBrowserApi {
 
 // [{"name", "entries", "fields"}, ...] (an unopenable database: {"name", "error"}).
 std::string Index(const std::vector<DBBrowserPages::Summary>& pDatabases);
-// {"total", "page", "size", "rows": [{"id", "fields": {FIELD: value}}]}: one page of the query.
-std::string Rows(cls_DB& rDB, const DBViewQuery& pQuery);
+// {"total", "page", "size", "rows": [{"id", "fields": {FIELD: value}}]}: the query's page of its
+// entries pAll.
+std::string Rows(cls_DB& rDB, const DBViewQuery& pQuery, const cls_DB::IdList& pAll);
 // {"field", "total", "choices": [{"label", "condition", "count"}]}: a field's facets.
 std::string Facets(const std::string& pField, const DBFacets& pFacets);
 // {"id", "fields": {FIELD: value}}. REQUIRES: the entry exists.

@@ -127,11 +127,10 @@ std::string Index(const std::vector<Summary>& pDatabases) {
   return hPage("Databases", body + "</tbody></table></main>");
 }
 
-std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuery) {
-  const cls_DB::IdList all = pQuery.Ids(rDB);
-  const cls_DB::IdList page = pQuery.Page(all);
-  const int32_t pages = std::max<int32_t>(1, static_cast<int32_t>((all.size() + pQuery.size - 1) / pQuery.size));
-  std::string body = "<main>" + hFacets(rDB, pContext, pQuery, all) + "<section id=\"view\">";
+std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuery, const cls_DB::IdList& pAll) {
+  const cls_DB::IdList page = pQuery.Page(pAll);
+  const int32_t pages = std::max<int32_t>(1, static_cast<int32_t>((pAll.size() + pQuery.size - 1) / pQuery.size));
+  std::string body = "<main>" + hFacets(rDB, pContext, pQuery, pAll) + "<section id=\"view\">";
   body +=
       "<form id=\"view-form\" method=\"get\"><input id=\"search\" name=\"search\" type=\"search\" "
       "placeholder=\"Search\" value=\"" +
@@ -150,7 +149,7 @@ std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuer
     body += "<option" + std::string(size == pQuery.size ? " selected" : "") + ">" + std::to_string(size) + "</option>";
   body += "</select> per page <button id=\"apply\">Apply</button> <a href=\"" + hE(hDbPath(pContext)) +
           "\">Reset</a></form>";
-  body += "<p id=\"total\"><span id=\"count\">" + std::to_string(all.size()) + "</span> of " +
+  body += "<p id=\"total\"><span id=\"count\">" + std::to_string(pAll.size()) + "</span> of " +
           std::to_string(rDB.ENTRYCOUNT()) + " entries</p>";
 
   // Headers sort (a second click turns the order), and each field has its filter input.

@@ -31,8 +31,8 @@ struct Summary {
 
 // /_db/: the databases with their entry and field counts.
 std::string Index(const std::vector<Summary>& pDatabases);
-// /_db/NAME: the table view of the query's page, with facets and exports.
-std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuery);
+// /_db/NAME: the table view of the query's page of its entries pAll, with facets and exports.
+std::string Table(cls_DB& rDB, const Context& pContext, const DBViewQuery& pQuery, const cls_DB::IdList& pAll);
 // /_db/NAME/ID: one entry. REQUIRES: the entry exists.
 std::string Entry(cls_DB& rDB, const Context& pContext, const Variant& pID);
 // A failure's page: the status and the message.

@@ -136,6 +136,14 @@ std::string DBViewQuery::Key() const {
   });
 }
 
+std::string DBViewQuery::OrderKey() const {
+  return Link([](DBViewQuery& q) {
+    q.facets.clear();
+    q.page = 1;
+    q.size = kDefaultPageSize;
+  });
+}
+
 std::string DBViewQuery::Link(const std::function<void(DBViewQuery&)>& pChange) const {
   std::string out;
   for (const auto& [name, value] : Params(pChange))

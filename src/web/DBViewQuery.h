@@ -48,8 +48,10 @@ struct DBViewQuery {
   // ""), for links and forms that keep the view.
   std::vector<std::pair<std::string, std::string>> Params(const std::function<void(DBViewQuery&)>& pChange = {}) const;
   std::string Link(const std::function<void(DBViewQuery&)>& pChange = {}) const;
-  // The same text for queries that keep the same entries (conditions and search; not sort or page).
+  // The same text for queries that keep the same entries (conditions and search; not sort or page),
+  // and for those that keep them in the same order too (and sort).
   std::string Key() const;
+  std::string OrderKey() const;
   // The ids of one page of a list (empty past the end).
   cls_DB::IdList Page(const cls_DB::IdList& pAll) const;
 };

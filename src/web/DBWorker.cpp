@@ -55,6 +55,7 @@ cls_DB& DBWorker::hOpen() {
   db_ = std::move(db);
   stamp_ = now;
   facets_.clear();
+  views_.clear();
   return *db_;
 }
 
@@ -73,6 +74,23 @@ const DBFacets& DBWorker::Facets(cls_DB& rDB, const std::string& pField, const s
         {CStr(c->ITEMBYID_GET("LABEL")), CStr(c->ITEMBYID_GET("CONDITION")), CLng(c->ITEMBYID_GET("COUNT"))});
   }
   return facets_.emplace(std::move(key), std::move(out)).first->second;
+}
+
+const cls_DB::IdList& DBWorker::Ids(cls_DB& rDB, const DBViewQuery& pQuery) {
+  std::string key = pQuery.OrderKey();
+  for (auto it = views_.begin(); it != views_.end(); ++it)
+    if (it->first == key) {
+      if (it != views_.begin()) {
+        auto view = std::move(*it);
+        views_.erase(it);
+        views_.push_front(std::move(view));
+      }
+      return views_.front().second;
+    }
+  cls_DB::IdList ids = pQuery.Ids(rDB);
+  if (views_.size() >= kMaxCachedViews) views_.pop_back();
+  views_.emplace_front(std::move(key), std::move(ids));
+  return views_.front().second;
 }
 
 void DBWorker::hLoop() {

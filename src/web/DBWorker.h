@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "host/cls_DB.h"
+#include "web/DBViewQuery.h"
 #include "web/WebFailure.h"
 
 namespace rykel {
@@ -60,6 +61,11 @@ class DBWorker {
   // REQUIRES: called from a job of Run, with its database; the field exists.
   const DBFacets& Facets(cls_DB& rDB, const std::string& pField, const std::string& pViewKey, const ListMaker& pList);
   static constexpr size_t kMaxCachedFacets = 256;
+  // The ids a view keeps, sorted (DBViewQuery::Ids), kept for the kMaxCachedViews views asked last
+  // until the file is opened again: paging through a view filters and sorts it once. The list
+  // stays valid until the next call. REQUIRES: called from a job of Run, with its database.
+  const cls_DB::IdList& Ids(cls_DB& rDB, const DBViewQuery& pQuery);
+  static constexpr size_t kMaxCachedViews = 4;
 
  private:
   struct Stamp {
@@ -77,8 +83,9 @@ class DBWorker {
   std::condition_variable wake_;
   std::deque<std::function<void()>> jobs_;
   bool stop_ = false;
-  DBPtr db_;                                // made, used and dropped on thread_ only, as facets_
-  std::map<std::string, DBFacets> facets_;  // by field ID, "\n", view key
+  DBPtr db_;                                                  // made, used and dropped on thread_ only, as facets_
+  std::map<std::string, DBFacets> facets_;                    // by field ID, "\n", view key
+  std::deque<std::pair<std::string, cls_DB::IdList>> views_;  // by order key, the last asked first
   Stamp stamp_;
   std::thread thread_;
 };

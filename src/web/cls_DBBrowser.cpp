@@ -191,7 +191,8 @@ void cls_DBBrowser::hRoute(const WebRequest& pRequest, WebResponse& rResponse, b
     if (parts.size() == 1) {
       DBViewQuery query = DBViewQuery::Read(pRequest, db);
       viewKey = query.Key();
-      rResponse.body = pApi ? DBBrowserApi::Rows(db, query) : DBBrowserPages::Table(db, context, query);
+      const cls_DB::IdList& all = worker.Ids(db, query);
+      rResponse.body = pApi ? DBBrowserApi::Rows(db, query, all) : DBBrowserPages::Table(db, context, query, all);
     } else if (parts.size() == 2) {
       Variant id = hEntryID(db, parts[0], parts[1]);
       rResponse.body = pApi ? DBBrowserApi::Entry(db, id) : DBBrowserPages::Entry(db, context, id);
@@ -199,11 +200,8 @@ void cls_DBBrowser::hRoute(const WebRequest& pRequest, WebResponse& rResponse, b
       hRequireField(db, parts[0], parts[2]);
       const std::string field = db.FIELD(Variant(parts[2]))->ID;
       DBViewQuery query = DBViewQuery::Read(pRequest, db);
-      std::optional<cls_DB::IdList> ids;
       const DBFacets& facets = worker.Facets(db, field, query.Key(), [&]() -> const cls_DB::IdList* {
-        if (!query.Narrows()) return nullptr;
-        ids = query.Ids(db);
-        return &*ids;
+        return query.Narrows() ? &worker.Ids(db, query) : nullptr;
       });
       rResponse.body = DBBrowserApi::Facets(field, facets);
     } else {
@@ -266,7 +264,7 @@ void cls_DBBrowser::hExport(DBWorker& rWorker, const WebRequest& pRequest, const
   ::close(fd);
   try {
     rWorker.Run([&](cls_DB& db) {
-      cls_DB::IdList ids = DBViewQuery::Read(pRequest, db).Ids(db);
+      const cls_DB::IdList& ids = rWorker.Ids(db, DBViewQuery::Read(pRequest, db));
       const std::string word = format->word;
       bool ok;
       if (word == "xlsx") {

@@ -211,6 +211,7 @@ TEST(DBBrowser, WritesNeedTheTokenAndFittingValuesAndLandInTheFile) {
   EXPECT_EQ(json::parse(b.Get("/_api/people/1").body)["fields"]["AGE"], 34);  // opened before the change
   auto kiel = [&] { return json::parse(b.Get("/_api/people/facets/CITY").body)["choices"][0]["count"]; };
   EXPECT_EQ(kiel(), 2);  // counted now and kept until the file changes
+  EXPECT_EQ(b.RowIds(b.Get("/_api/people", {{"f.CITY", "Bonn"}})), "2,5");  // kept as well
 
   auto saved = b.Call("POST", "/_db/people/1", {{"token", token}, {"v.AGE", "35"}, {"v.CITY", "bonn"}});
   EXPECT_EQ(saved.status, 303);
