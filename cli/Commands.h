@@ -87,6 +87,8 @@ void AddCheckCommand(CLI::App& app);
 void AddRandomCommands(CLI::App& app);
 // rykel build SITE OUT: a site folder rendered to static files.
 void AddBuildCommand(CLI::App& app);
+// rykel serve: a site folder served over HTTP with live reload.
+void AddServeCommand(CLI::App& app);
 // rykel help [TOPIC] and the manual page.
 void AddHelpCommand(CLI::App& app);
 

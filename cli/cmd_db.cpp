@@ -36,9 +36,10 @@ std::string hDirectory(const std::string& path) {
 
 // Settings of a database opened for a change: its lock is held from the open to the save, so
 // that concurrent commands take turns instead of overwriting each other's entries.
-StructurePtr hWriteSettings() {
+StructurePtr hWriteSettings(bool pCreate = true) {
   auto settings = cls_Structure::New();
   settings->ITEM_LET("LOCK", true);
+  settings->ITEM_LET("CREATE", pCreate);
   return settings;
 }
 
@@ -94,14 +95,11 @@ DBPtr OpenDatabase(const std::string& pPath, bool pWrite, bool pStream) {
   // own failures.
   SetNotifier([](const Notification&) { return std::string("OK"); });
   auto db = std::make_shared<cls_DB>();
-  auto settings = cls_Structure::New();
-  settings->ITEM_LET("READONLY", true);
+  // A command that changes a database works on an existing one: the write open does not create it.
+  auto settings = pWrite ? hWriteSettings(false) : cls_Structure::New();
+  if (!pWrite) settings->ITEM_LET("READONLY", true);
   if (pStream) settings->ITEM_LET("STREAM", true);
   if (!db->DBOPEN(pPath, "", false, settings)) Fail(kExitError, db->DBOPENERROR_GET());
-  if (pWrite) {
-    db->DBCLOSE();
-    hOpenForWriting(*db, pPath, "");
-  }
   return db;
 }
 

@@ -113,6 +113,16 @@ constexpr HelpTopic kTopics[] = {
      "the one-string database form (DBS1:) are each described as grammar in docs/FORMATS.md.\n"
      "  rykel serialized check FILE          rykel db convert people.ry-dbb people.db\n"
      "See docs/FORMATS.md.\n"},
+    {"serve", "Sites: serve and build",
+     "A site folder holds pages/ (pages/x/y.kel is the page /x/y), static/, data/ (structure files, each a\n"
+     "variable) and what the pages include. serve shows it in a browser while you edit: open pages reload\n"
+     "when a file changes, and a page with template errors shows them over its output with the line.\n"
+     "Query parameters are variables (/team?city=Kiel sets city), raw text: escape them with TEXT:HTML.\n"
+     "  rykel serve -d examples/site                       (Serving examples/site at http://127.0.0.1:8080/)\n"
+     "  rykel serve -d site --db MAIN=kunden.ry-dbb --port 0 --open\n"
+     "build writes every page as static HTML, on all cores, skipping pages whose inputs did not change.\n"
+     "  rykel build examples/site public -j 4\n"
+     "See docs/SERVE.md and docs/SITE.md.\n"},
 };
 
 const HelpTopic* hFind(std::string_view name) {

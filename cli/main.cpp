@@ -122,6 +122,7 @@ int main(int argc, char** argv) {
     AddRenderCommand(app);
     AddCheckCommand(app);
     AddBuildCommand(app);
+    AddServeCommand(app);
     AddRandomCommands(app);
     AddHelpCommand(app);
     return hRun(app, argc, argv);

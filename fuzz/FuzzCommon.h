@@ -2,9 +2,14 @@
 // message boxes) and a small database of known entries for the query readers.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "frame/Error.h"
 #include "frame/Notifier.h"
@@ -21,6 +26,18 @@ inline void Quiet() {
     return true;
   }();
   (void)once;
+}
+
+// A temporary folder of this process for targets that read files ("rykel_fuzz_<pName>_XXXXXX").
+inline std::string ScratchFolder(const std::string& pName) {
+  std::string t = (std::filesystem::temp_directory_path() / ("rykel_fuzz_" + pName + "_XXXXXX")).string();
+  return ::mkdtemp(t.data()) ? t : std::string(".");
+}
+
+// Writes pData as the whole file pPath.
+inline void PutFile(const std::string& pPath, std::string_view pData) {
+  std::ofstream out(pPath, std::ios::binary | std::ios::trunc);
+  out.write(pData.data(), static_cast<std::streamsize>(pData.size()));
 }
 
 // Fields of every kind the condition reader converts to, with a few entries of edge values.

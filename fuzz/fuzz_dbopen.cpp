@@ -3,34 +3,13 @@
 // "\n--header--\n" gives the text after it as the header file. Any file must open or fail with
 // false; an opened database must go through its one-string form and read back with as many
 // entries.
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <string_view>
 
 #include "FuzzCommon.h"
-
-namespace {
-namespace fs = std::filesystem;
-
-const std::string& Folder() {
-  static const std::string dir = [] {
-    std::string t = (fs::temp_directory_path() / "rykel_fuzz_db_XXXXXX").string();
-    return ::mkdtemp(t.data()) ? t : std::string(".");
-  }();
-  return dir;
-}
-
-void Put(const std::string& path, std::string_view data) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(data.data(), static_cast<std::streamsize>(data.size()));
-}
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   rykel::fuzz::Quiet();
@@ -42,10 +21,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     header = body.substr(at + kMark.size());
     body = body.substr(0, at);
   }
-  const std::string dbFile = Folder() + (binary ? "/fuzz.RY-DBB" : "/fuzz.db");
-  const std::string headerFile = header.empty() ? std::string() : Folder() + "/info.header";
-  Put(dbFile, body);
-  if (!headerFile.empty()) Put(headerFile, header);
+  static const std::string folder = rykel::fuzz::ScratchFolder("db");
+  const std::string dbFile = folder + (binary ? "/fuzz.RY-DBB" : "/fuzz.db");
+  const std::string headerFile = header.empty() ? std::string() : folder + "/info.header";
+  rykel::fuzz::PutFile(dbFile, body);
+  if (!headerFile.empty()) rykel::fuzz::PutFile(headerFile, header);
   auto db = std::make_shared<rykel::cls_DB>();
   if (!db->DBOPENREADONLY(dbFile, headerFile, false)) return 0;
   const std::string text = db->SERIALIZE();

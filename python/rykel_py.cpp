@@ -19,5 +19,6 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindLimits(m);
   rykel::py::BindSite(m);
   rykel::py::BindDBWeb(m);
+  rykel::py::BindWeb(m);
   rykel::py::AcceptNoneForDefaults(m);
 }

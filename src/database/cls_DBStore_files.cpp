@@ -150,6 +150,8 @@ bool cls_DBStore::hOpen(const std::string& pDBFile, const std::string& pHeaderFi
   if (!H.empty() && !mdl_FileTools::FILEEXISTS(H)) hOpenFail(err::kFileNotFound, "Header '" + H + "' does not exist");
   if (!D.empty() && !mdl_FileTools::FILEEXISTS(D)) {
     if (readOnly) hOpenFail(err::kFileNotFound, "DB file '" + D + "' does not exist (Read-only)");
+    if (pSettings && !mdl_Global::hCBool(pSettings->ITEM_GET("CREATE", true)))
+      hOpenFail(err::kFileNotFound, "DB file '" + D + "' does not exist");
     if (std::FILE* f = std::fopen(D.c_str(), "ab")) std::fclose(f);
     if (!mdl_FileTools::FILEEXISTS(D))
       hOpenFail(err::kPathFileAccess, "DB file '" + D + "' does not exist and cannot be created!");

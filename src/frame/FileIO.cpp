@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <mutex>
 #include <thread>
+#include <unordered_map>
 
 #include "frame/Error.h"
 #include "frame/Text.h"
@@ -213,6 +214,10 @@ class TempFile {
       old_ = st;
       hasOld_ = true;
     }
+    if (::stat(folder_.empty() ? "." : folder_.c_str(), &st) == 0) {
+      folderTime_ = st.st_mtim;  // before this write adds its own file
+      hasFolderTime_ = true;
+    }
     std::string prefix =
         (folder_.empty() ? std::string() : folder_ + "/") + name_ + ".~" + std::to_string(::getpid()) + ".";
     static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
@@ -299,30 +304,56 @@ class TempFile {
   }
 
  private:
-  // Temporary files "<name>.~<pid>[.<random>].tmp" of this target whose process is gone.
+  // Removes the temporary files "<name>.~<pid>[.<random>].tmp" of this target whose writer is gone.
+  // A folder is read once and what it held is remembered with its modification time; while no one
+  // else changed the folder (its time is still the one this process saw after its own last write),
+  // the next write of any file there uses that list. Writing many files into one folder would
+  // otherwise read the whole folder for every file.
   void hRemoveStale() const {
-    DIR* dir = ::opendir(folder_.empty() ? "." : folder_.c_str());
-    if (!dir) return;
-    std::string prefix = name_ + ".~";
-    while (struct dirent* d = ::readdir(dir)) {
-      std::string_view n(d->d_name);
-      if (n.size() <= prefix.size() + 4 || n.substr(0, prefix.size()) != prefix || n.substr(n.size() - 4) != ".tmp")
-        continue;
-      std::string_view rest = n.substr(prefix.size(), n.size() - prefix.size() - 4);
-      size_t digits = 0;
-      while (digits < rest.size() && rest[digits] >= '0' && rest[digits] <= '9') ++digits;
-      if (digits == 0 || digits > 9 || (digits < rest.size() && rest[digits] != '.')) continue;
-      pid_t pid = static_cast<pid_t>(std::stol(std::string(rest.substr(0, digits))));
-      if (pid == ::getpid() || ::kill(pid, 0) == 0 || errno != ESRCH) continue;
-      ::unlinkat(::dirfd(dir), d->d_name, 0);
+    struct Folder {
+      struct timespec time {};
+      std::unordered_map<std::string, std::vector<std::string>> stale;  // target name: its leftovers
+    };
+    static std::mutex lock;
+    static std::unordered_map<std::string, Folder> folders;
+    const char* path = folder_.empty() ? "." : folder_.c_str();
+    std::lock_guard<std::mutex> guard(lock);
+    auto [at, fresh] = folders.try_emplace(folder_);
+    Folder& f = at->second;
+    if (fresh || !hasFolderTime_ || !hSameTime(f.time, folderTime_)) {
+      f.stale.clear();
+      DIR* dir = ::opendir(path);
+      if (!dir) return;
+      while (struct dirent* d = ::readdir(dir)) {
+        std::string_view n(d->d_name);
+        size_t mark = n.rfind(".~");
+        if (mark == std::string_view::npos || n.size() < mark + 7 || n.substr(n.size() - 4) != ".tmp") continue;
+        std::string_view rest = n.substr(mark + 2, n.size() - mark - 6);
+        size_t digits = 0;
+        while (digits < rest.size() && rest[digits] >= '0' && rest[digits] <= '9') ++digits;
+        if (digits == 0 || digits > 9 || (digits < rest.size() && rest[digits] != '.')) continue;
+        pid_t pid = static_cast<pid_t>(std::stol(std::string(rest.substr(0, digits))));
+        if (pid == ::getpid() || ::kill(pid, 0) == 0 || errno != ESRCH) continue;
+        f.stale[std::string(n.substr(0, mark))].emplace_back(n);
+      }
+      ::closedir(dir);
     }
-    ::closedir(dir);
+    if (auto mine = f.stale.find(name_); mine != f.stale.end()) {
+      for (const auto& leftover : mine->second) ::unlink(((folder_.empty() ? "" : folder_ + "/") + leftover).c_str());
+      f.stale.erase(mine);
+    }
+    struct stat now {};
+    if (::stat(path, &now) == 0) f.time = now.st_mtim;
+  }
+  static bool hSameTime(const struct timespec& a, const struct timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
   }
 
   std::string file_, target_, folder_, name_, path_;
   int fd_ = -1;
-  bool hasOld_ = false, committed_ = false;
+  bool hasOld_ = false, committed_ = false, hasFolderTime_ = false;
   struct stat old_ {};
+  struct timespec folderTime_ {};
 };
 
 // A stdio stream over a temporary file: its writes go through TempFile::Write, and the first

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <string>
+#include <unordered_map>
 
 namespace rykel::mdl_Confine {
 
@@ -35,6 +36,30 @@ std::string hRealOfOpen(int fd, const std::string& pPath, const struct stat& st)
   return real;
 }
 
+// The real path of a folder to confine to, remembered per thread: a page's includes open files in
+// the same few folders again and again, and each realpath costs a readlink per part of the path. The
+// folder is checked to be the same one (device and inode, links followed) on every use, so a link
+// that is made to point elsewhere is resolved anew.
+std::string hRealRoot(const std::string& pRoot) {
+  struct Known {
+    std::string real;
+    dev_t dev;
+    ino_t ino;
+  };
+  thread_local std::unordered_map<std::string, Known> known;
+  struct stat st {};
+  if (::stat(pRoot.c_str(), &st) != 0) return std::string();
+  if (auto at = known.find(pRoot); at != known.end() && at->second.dev == st.st_dev && at->second.ino == st.st_ino)
+    return at->second.real;
+  std::string real = hReal(pRoot);
+  struct stat now {};
+  if (real.empty() || ::stat(real.c_str(), &now) != 0 || now.st_dev != st.st_dev || now.st_ino != st.st_ino)
+    return real;  // moved meanwhile: use it once, remember nothing
+  if (known.size() >= 256) known.clear();
+  known[pRoot] = Known{real, st.st_dev, st.st_ino};
+  return real;
+}
+
 bool hUnder(const std::string& real, const std::string& root) {
   if (root.empty()) return false;
   if (root == "/") return true;
@@ -53,7 +78,7 @@ int OPEN(const std::string& pPath, const std::vector<std::string>* pRoots) {
     std::string real = hRealOfOpen(fd, pPath, st);
     ok = false;
     for (const auto& r : *pRoots)
-      if (!real.empty() && hUnder(real, hReal(r))) ok = true;
+      if (!real.empty() && hUnder(real, hRealRoot(r))) ok = true;
   }
   if (ok) {
     int flags = ::fcntl(fd, F_GETFL);

@@ -1,5 +1,7 @@
 #include "site/cls_Site.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -12,6 +14,7 @@
 #include "frame/Error.h"
 #include "frame/FileIO.h"
 #include "frame/Text.h"
+#include "frame/mdl_Confine.h"
 #include "host/cls_DB.h"
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
@@ -95,7 +98,7 @@ class cls_Site::Renderer {
           k->VARIABLES->ITEMBYID_LET(pVariables->ID_GET(i), pVariables->ITEM_GET(i));
     Page page;
     page.html = k->PROCESS(fileio::ReadFile(file.string()), nullptr);
-    page.errors = ERRORLINES(*k, fs::relative(file, site_.root_).string());
+    page.errors = ERRORLINES(*k, file.lexically_relative(site_.root_).string());
     page.cutShort = k->CUTSHORT_GET();
     return page;
   }
@@ -111,7 +114,6 @@ cls_Site::cls_Site(std::string pRoot) : root_(std::move(pRoot)) {
   std::error_code ec;
   if (!fs::is_directory(fs::path(root_) / "pages", ec))
     Raise(err::kPathNotFound, "'" + root_ + "' is no site: it has no folder pages/");
-  realRoot_ = fs::weakly_canonical(root_, ec).string() + "/";
 }
 
 void cls_Site::DBADD(const std::string& pName, const std::string& pFile) {
@@ -133,9 +135,11 @@ fs::path cls_Site::hPageFile(const std::string& pPage) const {
   // a folder's page is its index, unless a page of the folder's name sits beside it
   if (!fs::is_regular_file(file, ec) && fs::is_directory(pages / page, ec)) file = pages / page / "index.kel";
   if (!fs::is_regular_file(file, ec)) Raise(err::kFileNotFound, "page '" + pPage + "' not found");
-  // a link may not lead out of the site
-  if (!fs::weakly_canonical(file, ec).string().starts_with(realRoot_))
-    Raise(err::kFileNotFound, "page '" + pPage + "' not found");
+  // a link may not lead out of the site: the file is judged by what opening it reaches
+  const std::vector<std::string> roots{root_};
+  const int fd = mdl_Confine::OPEN(file.string(), &roots);
+  if (fd < 0) Raise(err::kFileNotFound, "page '" + pPage + "' not found");
+  ::close(fd);
   return file;
 }
 
@@ -146,7 +150,7 @@ std::vector<std::string> cls_Site::PAGES() const {
   for (auto it = fs::recursive_directory_iterator(dir, ec); !ec && it != fs::recursive_directory_iterator();
        it.increment(ec)) {
     if (!it->is_regular_file() || !hIsKel(it->path())) continue;
-    std::string rel = fs::relative(it->path(), dir).string();
+    std::string rel = it->path().lexically_relative(dir).string();
     pages.push_back(rel.substr(0, rel.size() - 4));
   }
   std::sort(pages.begin(), pages.end());
@@ -203,7 +207,7 @@ cls_Site::Report cls_Site::BUILD(const std::string& pOut, int32_t pJobs, bool pC
   std::vector<fs::path> files;
   for (auto it = fs::recursive_directory_iterator(root, ec); !ec && it != fs::recursive_directory_iterator();
        it.increment(ec)) {
-    auto rel = fs::relative(it->path(), root);
+    auto rel = it->path().lexically_relative(root);
     const std::string top = rel.begin()->string();
     if (it->is_directory() && (it->path() == out || top == "pages" || top == "static")) {
       it.disable_recursion_pending();
@@ -276,7 +280,7 @@ cls_Site::Report cls_Site::BUILD(const std::string& pOut, int32_t pJobs, bool pC
   std::vector<std::pair<fs::path, std::string>> copies;
   for (auto it = fs::recursive_directory_iterator(root, ec); !ec && it != fs::recursive_directory_iterator();
        it.increment(ec)) {
-    auto rel = fs::relative(it->path(), root);
+    auto rel = it->path().lexically_relative(root);
     const std::string top = rel.begin()->string();
     if (it->is_directory()) {
       if (it->path() == out || (top != "pages" && top != "static")) it.disable_recursion_pending();
@@ -284,7 +288,7 @@ cls_Site::Report cls_Site::BUILD(const std::string& pOut, int32_t pJobs, bool pC
     }
     if (!it->is_regular_file() || hIsKel(it->path()) || top.starts_with(".")) continue;
     std::string target = rel.string();
-    if (top == "pages" || top == "static") target = fs::relative(it->path(), root / top).string();
+    if (top == "pages" || top == "static") target = it->path().lexically_relative(root / top).string();
     copies.emplace_back(it->path(), target);
   }
   std::string list;

@@ -79,7 +79,6 @@ class cls_Site {
   std::filesystem::path hPageFile(const std::string& pPage) const;
 
   std::string root_;
-  std::string realRoot_;  // the root's real path with a final "/", for telling a link that leads out
   std::vector<std::pair<std::string, std::string>> databases_;  // name, file
 };
 

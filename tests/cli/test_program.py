@@ -43,6 +43,7 @@ class Program(unittest.TestCase):
                 (("db", "new", db, "--field", "X:NOTATYPE"), 2, "rykel db new: expected ID:TYPE with a known type"),
                 (("db", "query", db, "ORT2", "x"), 2, "rykel db query: unknown field ORT2; fields: ORT"),
                 (("db", "show", nope), 1, "rykel db show: DB file '%s' does not exist" % nope),
+                (("db", "add", nope, "ORT=x"), 1, "rykel db add: DB file '%s' does not exist" % nope),
                 (("render", "--db", nope, "-e", "x"), 1, "rykel render: DB file '%s' does not exist" % nope),
                 (("db", "set", db, "7", "ORT=x"), 1, "rykel db set: no entry 7"),
                 (("serialized", "check", nope), 1, "rykel serialized check: File not found: '%s'" % nope),
@@ -52,6 +53,7 @@ class Program(unittest.TestCase):
                 self.assertEqual(r.returncode, code, (args, r.stderr))
                 self.assertEqual(len(r.stderr.splitlines()), 1, (args, r.stderr))
                 self.assertTrue(r.stderr.startswith(message), (args, r.stderr))
+            self.assertFalse(os.path.exists(nope))  # a write command never creates a missing database
             for args in (("--help",), ("db", "query", "--help"), ("--version",)):
                 self.assertEqual(run(*args).returncode, 0, args)
 

@@ -65,7 +65,7 @@ class TestHelp(unittest.TestCase):
     def test_topics_and_manual_page(self):
         listing = run("help").stdout
         topics = re.findall(r"^  (\w+)\s", listing, re.M)
-        self.assertEqual(topics, ["kel", "struct", "db", "query", "export", "random", "formats"])
+        self.assertEqual(topics, ["kel", "struct", "db", "query", "export", "random", "formats", "serve"])
         for t in topics:
             r = run("help", t)
             self.assertEqual(r.returncode, 0, t)

@@ -338,6 +338,11 @@ TEST(cls_DB, OpenMessages) {
   EXPECT_FALSE(db.DBOPENREADONLY(D, ""));
   EXPECT_EQ(db.DBOPENERROR_GET(), "DB file '" + D + "' does not exist (Read-only)");
   EXPECT_FALSE(fs::exists(D));
+  auto existing = cls_Structure::New();
+  existing->ITEM_LET("CREATE", false);  // a write open that must not make the file
+  EXPECT_FALSE(db.DBOPEN(D, "", false, existing));
+  EXPECT_EQ(db.DBOPENERROR_GET(), "DB file '" + D + "' does not exist");
+  EXPECT_FALSE(fs::exists(D));
 
   EXPECT_FALSE(db.DBOPEN(dir / "no/such/dir.db", ""));
   EXPECT_EQ(db.DBOPENERROR_GET(), "DB file '" + (dir / "no/such/dir.db") + "' does not exist and cannot be created!");

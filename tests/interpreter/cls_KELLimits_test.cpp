@@ -106,6 +106,17 @@ TEST(cls_KELLimits, IncludesStayInsideTheirFolderThroughLinks) {
   EXPECT_TRUE(k.LOCATEALL("door/secret.kel").empty());
   // a link that stays inside the folder, and plain files, still work
   EXPECT_EQ(k.PROCESS("{INCLUDE ok}+{INCLUDE inside}", nullptr), "fine+fine");
+  // a folder named through a link is followed anew when the link is made to point elsewhere
+  fs::create_directory_symlink(root / "site", root / "alias");
+  fs::create_directories(root / "private" / "inc");
+  std::ofstream(root / "private" / "inc" / "ok.kel") << "moved";
+  cls_KEL a;
+  a.DIRECTORIES->ADD((root / "alias").string());
+  a.SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
+  EXPECT_EQ(a.PROCESS("{INCLUDE ok}", nullptr), "fine");
+  fs::remove(root / "alias");
+  fs::create_directory_symlink(root / "private", root / "alias");
+  EXPECT_EQ(a.PROCESS("{INCLUDE ok}", nullptr), "moved");
   fs::remove_all(root);
 }
 

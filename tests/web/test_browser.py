@@ -1,0 +1,88 @@
+"""rykel serve in a real browser (headless Chromium through Selenium): the page renders, an edit of
+its template reloads the open page, a broken template shows the overlay with the right line.
+RYKEL_SCREENSHOTS=1 saves the overlay's screenshot as docs/serve.png."""
+import os
+import shutil
+import tempfile
+import time
+import unittest
+
+from support import serve
+
+try:
+    from selenium import webdriver
+    from selenium.webdriver.chrome.service import Service
+    from selenium.webdriver.common.by import By
+    from selenium.webdriver.support.ui import WebDriverWait
+except ImportError:
+    webdriver = None
+
+CHROMIUM, DRIVER = "/usr/bin/chromium", "/usr/bin/chromedriver"
+ROOT = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
+
+
+def missing():
+    if webdriver is None:
+        return "python3-selenium is not installed"
+    for path in (CHROMIUM, DRIVER):
+        if not os.access(path, os.X_OK):
+            return path + " is not installed (scripts/setup installs chromium and chromium-driver)"
+    return None
+
+
+@unittest.skipIf(missing(), missing())
+class BrowserTest(unittest.TestCase):
+    def setUp(self):
+        tmp = tempfile.TemporaryDirectory()
+        self.addCleanup(tmp.cleanup)
+        self.site = os.path.join(tmp.name, "site")
+        shutil.copytree(os.path.join(ROOT, "examples", "site"), self.site)
+        self.server, port = serve("-d", self.site)
+        self.addCleanup(self.server.wait)
+        self.addCleanup(self.server.terminate)
+        self.url = f"http://127.0.0.1:{port}/"
+
+        options = webdriver.ChromeOptions()
+        options.binary_location = CHROMIUM
+        for arg in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1200,800"):
+            options.add_argument(arg)
+        # the sanitizer build preloads its runtime into every program the tests start; not the browser
+        env = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
+        self.driver = webdriver.Chrome(service=Service(DRIVER, env=env), options=options)
+        self.addCleanup(self.driver.quit)
+
+    def edit(self, page, text):
+        with open(os.path.join(self.site, "pages", page), "w", encoding="utf-8") as f:
+            f.write(text)
+
+    def test_render_reload_on_edit_and_the_overlay(self):
+        d = self.driver
+        wait = WebDriverWait(d, 20)
+        d.get(self.url)
+        self.assertEqual(d.find_element(By.TAG_NAME, "h1").text, "Unser Team")
+        self.assertGreater(len(d.find_elements(By.CSS_SELECTOR, "table tr")), 2)
+        # the open page reloads itself after its template changed
+        time.sleep(0.5)
+        with open(os.path.join(self.site, "pages", "index.kel"), encoding="utf-8") as f:
+            team = f.read()
+        self.edit("index.kel", team.replace("{VAR title \"Unser Team\"}", "{VAR title \"Unser neues Team\"}"))
+        wait.until(lambda drv: drv.find_element(By.TAG_NAME, "h1").text == "Unser neues Team")
+        # a broken template: the page's output stays, the overlay names the line
+        self.edit("index.kel", team.replace("<table>", "<table>{IF (members > 3)}", 1))
+        wait.until(lambda drv: drv.find_elements(By.ID, "rykel-overlay"))
+        overlay = d.find_element(By.ID, "rykel-overlay")
+        line = next(n for n, text in enumerate(team.split("\n"), 1) if "<table>" in text)
+        where = overlay.find_element(By.CLASS_NAME, "rykel-where").text
+        self.assertEqual(where, f"pages/index.kel:{line}:8")
+        self.assertIn("IF requires", overlay.text)
+        self.assertIn("<table>{IF (members > 3)}", overlay.find_element(By.CLASS_NAME, "rykel-source").text)
+        self.assertEqual(d.find_element(By.TAG_NAME, "h1").text, "Unser Team")
+        if os.environ.get("RYKEL_SCREENSHOTS"):
+            d.save_screenshot(os.path.join(ROOT, "docs", "serve.png"))
+        # fixed again: the overlay goes away with the next reload
+        self.edit("index.kel", team)
+        wait.until(lambda drv: not drv.find_elements(By.ID, "rykel-overlay"))
+
+
+if __name__ == "__main__":
+    unittest.main()
