@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <memory>
 
 #include "Bindings.h"
 #include "web/cls_DBBrowser.h"
@@ -30,7 +31,7 @@ std::vector<std::pair<std::string, std::string>> hParams(const pyb::object& pPar
 void BindDBWeb(pyb::module_& m) {
   using B = cls_DBBrowser;
   using pyb::arg;
-  pyb::class_<B>(m, "cls_DBBrowser")
+  pyb::class_<B, std::shared_ptr<B>>(m, "cls_DBBrowser")
       .def(pyb::init<>())
       .def("DBADD", &B::DBADD, arg("pName"), arg("pFile"))
       .def("WRITABLE_GET", &B::WRITABLE_GET)

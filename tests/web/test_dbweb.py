@@ -1,5 +1,6 @@
 """The database browser from a Python host: rykel.cls_DBBrowser answers (status, type, body)
-for the host's own server, writes need the token, and the xlsx export holds the view's rows."""
+for the host's own server, writes need the token, and the xlsx export holds the view's rows; and
+mounted in `rykel serve --db` and in rykel.cls_SiteServer."""
 import io
 import json
 import os
@@ -7,6 +8,7 @@ import tempfile
 import unittest
 
 import rykel
+import support
 
 try:
     import openpyxl
@@ -69,6 +71,28 @@ class DBBrowserTest(unittest.TestCase):
         self.assertIn(["Carla", "Kiel", 52], cells)
         self.assertLess(cells.index(["Carla", "Kiel", 52]), cells.index(["Anna", "Kiel", 34]))
         self.assertFalse(any("Bernd" in row for row in cells))
+
+    def test_mounted_in_the_servers(self):
+        support.make_site(self.dir.name, {"pages/index.kel": "start"})
+        proc, port = support.serve("-d", self.dir.name, "--db", f"people={self.file}")
+        try:
+            # A parameter value holding "=" arrives whole.
+            status, kind, body = support.fetch(port, "/_api/people?filter=AGE=%3E%3D%2030&sort=AGE")
+            self.assertEqual((status, kind), (200, "application/json"))
+            self.assertEqual([r["id"] for r in json.loads(body)["rows"]], [1, 3])
+            self.assertEqual(support.fetch(port, "/_db/people/2", "POST", "token=x&v.AGE=1",
+                                           {"Content-Type": "application/x-www-form-urlencoded"})[0], 403)
+            self.assertTrue(support.fetch(port, "/")[2].startswith(b"start"))
+        finally:
+            proc.terminate()
+            proc.wait(timeout=20)
+        site = rykel.cls_Site(self.dir.name)
+        server = rykel.cls_SiteServer(site, pLog=False)
+        server.MOUNT(self.browser)
+        with server:
+            status, _, body = support.fetch(server.PORT(), "/_api/people/facets/CITY?f.AGE=%3C%2040")
+        self.assertEqual(status, 200)
+        self.assertEqual({c["label"]: c["count"] for c in json.loads(body)["choices"]}["Bonn"], 1)
 
 
 if __name__ == "__main__":

@@ -1,24 +1,22 @@
 """The database browser in a real browser (headless Chromium through Selenium) on 10,000 random
 contacts: the table renders, a facet click narrows the rows and the counts, a header click sorts,
-the search box finds an entry, and the xlsx export downloads the view's rows. The browser is
-mounted in a small Python host server, as a host would mount it in its own.
+the search box finds an entry, and the xlsx export downloads the view's rows; served by
+`rykel serve --db`.
 
 RYKEL_SCREENSHOT_DIR, when set, receives serve-db.png (the facet view)."""
 import glob
-import http.server
 import json
 import os
 import shutil
 import subprocess
 import sys
 import tempfile
-import threading
 import time
 import unittest
 import urllib.parse
 import urllib.request
 
-import rykel
+import support
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 CHROMIUM, DRIVER = "/usr/bin/chromium", "/usr/bin/chromedriver"
@@ -36,40 +34,6 @@ except ImportError:
     openpyxl = None
 
 
-def serve(browser):
-    """A threaded HTTP server on a free loopback port that hands every request to the browser."""
-
-    class Handler(http.server.BaseHTTPRequestHandler):
-        def answer(self, method):
-            url = urllib.parse.urlsplit(self.path)
-            params = urllib.parse.parse_qsl(url.query, keep_blank_values=True)
-            if method == "POST":
-                body = self.rfile.read(int(self.headers.get("Content-Length", 0))).decode()
-                params += urllib.parse.parse_qsl(body, keep_blank_values=True)
-            got = browser.HANDLE(method, urllib.parse.unquote(url.path), params, pWithHeaders=True)
-            status, kind, body, headers = got if got else (404, "text/plain", b"not found", [])
-            self.send_response(status)
-            self.send_header("Content-Type", kind)
-            self.send_header("Content-Length", str(len(body)))
-            for name, value in headers:
-                self.send_header(name, value)
-            self.end_headers()
-            self.wfile.write(body)
-
-        def do_GET(self):
-            self.answer("GET")
-
-        def do_POST(self):
-            self.answer("POST")
-
-        def log_message(self, *args):
-            pass
-
-    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-    threading.Thread(target=server.serve_forever, daemon=True).start()
-    return server
-
-
 @unittest.skipUnless(webdriver and os.path.exists(CHROMIUM) and os.path.exists(DRIVER),
                      "needs chromium, chromium-driver and python3-selenium (scripts/setup installs them)")
 class BrowserTest(unittest.TestCase):
@@ -78,10 +42,9 @@ class BrowserTest(unittest.TestCase):
         cls.dir = tempfile.mkdtemp()
         subprocess.run([sys.executable, os.path.join(ROOT, "examples", "python", "contacts.py"), cls.dir, "10000"],
                        check=True, stdout=subprocess.DEVNULL)
-        cls.browser = rykel.cls_DBBrowser()
-        cls.browser.DBADD("contacts", os.path.join(cls.dir, "contacts.ry-dbb"))
-        cls.server = serve(cls.browser)
-        cls.base = f"http://127.0.0.1:{cls.server.server_address[1]}"
+        support.make_site(cls.dir, {"pages/index.kel": "contacts"})
+        cls.server, port = support.serve("-d", cls.dir, "--db", "contacts=" + os.path.join(cls.dir, "contacts.ry-dbb"))
+        cls.base = f"http://127.0.0.1:{port}"
         options = webdriver.ChromeOptions()
         options.binary_location = CHROMIUM
         for arg in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1400,900"):
@@ -96,7 +59,8 @@ class BrowserTest(unittest.TestCase):
     @classmethod
     def tearDownClass(cls):
         cls.driver.quit()
-        cls.server.shutdown()
+        cls.server.terminate()
+        cls.server.wait(timeout=20)
         shutil.rmtree(cls.dir, ignore_errors=True)
 
     def api(self, path, **params):
