@@ -120,6 +120,9 @@ constexpr HelpTopic kTopics[] = {
      "Query parameters are variables (/team?city=Kiel sets city), raw text: escape them with TEXT:HTML.\n"
      "  rykel serve -d examples/site                       (Serving examples/site at http://127.0.0.1:8080/)\n"
      "  rykel serve -d site --db MAIN=kunden.ry-dbb --port 0 --open\n"
+     "Each --db database is browsed at /_db/NAME (sort, search, filters, facets, exports; --write: forms\n"
+     "to add, edit and delete entries) and answers as JSON at /_api/NAME, /_api/NAME/facets/FIELD and\n"
+     "/_api/NAME/ID.\n"
      "build writes every page as static HTML, on all cores, skipping pages whose inputs did not change.\n"
      "  rykel build examples/site public -j 4\n"
      "See docs/SERVE.md and docs/SITE.md.\n"},

@@ -40,25 +40,7 @@ void CheckField(const cls_DB& pDB, const std::string& pName) {
 }
 
 std::string ConditionText(const std::string& pValue, bool pRaw) {
-  if (pRaw) return pValue;
-  // The library's own reader decides whether the value leads with an operator: it took something
-  // off the value, and what it took is an operator it knows ("BEGINS m", ">=10", "!Kiel").
-  cls_DBCondition c;
-  c.READ("", Variant(pValue));
-  if (c.OPERATOR() != cls_DBCondition::Op::Unknown && !(c.LOWER().isString() && c.LOWER().str() == pValue))
-    return pValue;
-  // Operator characters glued to a value with blanks ("=Frankfurt am Main"): read alone, the
-  // first word gives them up as its operator; the library, given the whole text, would take the
-  // first word itself for an operator word. A blank after them keeps them the operator.
-  if (size_t blank = pValue.find(' '); blank != std::string::npos) {
-    std::string first = pValue.substr(0, blank);
-    cls_DBCondition head;
-    head.READ("", Variant(first));
-    std::string rest = head.LOWER().isString() ? std::string(head.LOWER().str()) : first;
-    if (head.OPERATOR() != cls_DBCondition::Op::Unknown && rest.size() < first.size() && first.ends_with(rest))
-      return first.substr(0, first.size() - rest.size()) + " " + rest + pValue.substr(blank);
-  }
-  return "$== " + pValue;
+  return pRaw ? pValue : cls_DBCondition::USERTEXT(pValue);
 }
 
 cls_DB::IdList FilterEntries(cls_DB& pDB, const Variant& pView, const FilterRequest& pRequest,

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "frame/Error.h"
 #include "frame/Notifier.h"
 #include "site/cls_Site.h"
+#include "web/cls_DBBrowser.h"
 #include "web/cls_SiteServer.h"
 
 extern char** environ;
@@ -80,6 +82,8 @@ constexpr const char* kServeFooter =
     "and files at the top of SITE are sent as they are; nothing outside SITE is ever sent.\n"
     "Open pages reload when a file of SITE changes; a page with template errors shows them over its\n"
     "output (file:line:column: message and the line), and the log below prints them once.\n"
+    "The --db databases are browsed at /_db/ (tables with sort, search, filters, facets and exports;\n"
+    "--write adds forms to add, edit and delete entries) and answer as JSON at /_api/.\n"
     "The server listens on 127.0.0.1 unless --host says otherwise; Ctrl-C stops it. See docs/SERVE.md.";
 
 }  // namespace
@@ -100,9 +104,15 @@ void AddServeCommand(CLI::App& app) {
   s->callback([] {
     SetNotifier([](const Notification& n) { return DefaultAnswer(n); });
     cls_Site site(o.site);
+    // The databases reach the pages' DB module and the database browser (/_db/, /_api/) alike.
+    auto browser = std::make_shared<cls_DBBrowser>();
+    browser->WRITABLE_LET(o.write);
     for (const auto& a : o.databases) {
       auto eq = a.find('=');
-      site.DBADD(eq == std::string::npos ? "MAIN" : a.substr(0, eq), eq == std::string::npos ? a : a.substr(eq + 1));
+      std::string name = eq == std::string::npos ? "MAIN" : a.substr(0, eq);
+      std::string file = eq == std::string::npos ? a : a.substr(eq + 1);
+      site.DBADD(name, file);
+      browser->DBADD(name, file);
     }
     cls_SiteServer::Options options;
     options.host = o.host;
@@ -114,6 +124,10 @@ void AddServeCommand(CLI::App& app) {
       std::fflush(stderr);
     };
     cls_SiteServer server(std::move(site), options);
+    if (!o.databases.empty())
+      server.MOUNT([browser](const WebRequest& pRequest, WebResponse& rResponse) {
+        return browser->HANDLE(pRequest, rResponse);
+      });
 
     if (pipe2(gStopPipe, O_CLOEXEC) != 0) Fail(kExitError, "cannot make the stop pipe");
     struct sigaction action {};
@@ -127,6 +141,7 @@ void AddServeCommand(CLI::App& app) {
     const std::string url = "http://" + (o.host.find(':') == std::string::npos ? o.host : "[" + o.host + "]") + ":" +
                             std::to_string(server.PORT()) + "/";
     std::printf("Serving %s at %s\n", o.site.c_str(), url.c_str());
+    if (!o.databases.empty()) std::printf("Databases at %s_db/ (JSON: %s_api/)\n", url.c_str(), url.c_str());
     if (o.host != "127.0.0.1" && o.host != "localhost" && o.host != "::1")
       std::printf("Note: %s may be reached from other machines; the pages show the site's data to anyone.\n",
                   o.host.c_str());

@@ -21,7 +21,8 @@ void BindKEL(pyb::module_& m);
 void BindKELDB(pyb::module_& m);  // after BindKEL and BindDB: the DB command module
 void BindLimits(pyb::module_& m);
 void BindSite(pyb::module_& m);
-void BindWeb(pyb::module_& m);  // after BindSite: serves a cls_Site
+void BindWeb(pyb::module_& m);    // after BindSite: serves a cls_Site
+void BindDBWeb(pyb::module_& m);  // before BindWeb: the database browser it mounts
 // Last: lets every optional argument take None for "not given" (see py_defaults.cpp).
 void AcceptNoneForDefaults(pyb::module_& m);
 }  // namespace rykel::py

@@ -1,7 +1,9 @@
 // cls_SiteServer: a site served over HTTP inside the Python process, on threads of its own. START
 // and STOP release the interpreter lock; the server never calls back into Python (its log goes to
-// standard error, or nowhere with pLog=False).
+// standard error, or nowhere with pLog=False). MOUNT adds a database browser (rykel.cls_DBBrowser),
+// kept alive by the server, before START.
 #include "Bindings.h"
+#include "web/cls_DBBrowser.h"
 #include "web/cls_SiteServer.h"
 
 namespace rykel::py {
@@ -23,6 +25,14 @@ void BindWeb(pyb::module_& m) {
            }),
            arg("pSite"), arg("pHost") = "127.0.0.1", arg("pPort") = 0, arg("pWrite") = false, arg("pLive") = true,
            arg("pRequestMax") = S::REQUESTMAX, arg("pLog") = true)
+      .def(
+          "MOUNT",
+          [](S& s, std::shared_ptr<cls_DBBrowser> pBrowser) {
+            s.MOUNT([pBrowser](const WebRequest& pRequest, WebResponse& rResponse) {
+              return pBrowser->HANDLE(pRequest, rResponse);
+            });
+          },
+          arg("pBrowser"))
       .def("START", &S::START, pyb::call_guard<pyb::gil_scoped_release>())
       .def("STOP", &S::STOP, pyb::call_guard<pyb::gil_scoped_release>())
       .def("PORT", &S::PORT)

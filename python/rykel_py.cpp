@@ -18,6 +18,7 @@ PYBIND11_MODULE(rykel, m) {
   rykel::py::BindKELDB(m);
   rykel::py::BindLimits(m);
   rykel::py::BindSite(m);
+  rykel::py::BindDBWeb(m);
   rykel::py::BindWeb(m);
   rykel::py::AcceptNoneForDefaults(m);
 }

@@ -8,6 +8,17 @@
 
 namespace rykel::mdl_DBValueFit {
 
+namespace {
+
+std::string hMemberList(const cls_DBField& pField) {
+  std::string list;
+  for (const auto& m : pField.MembersParsed())
+    list += (list.empty() ? "" : ", ") + (m.value == m.text ? m.text : m.value + "=" + m.text);
+  return list;
+}
+
+}  // namespace
+
 std::string YESNO(std::string_view pText, bool pStrict) {
   std::string word = text::UCase(text::Trim(pText));
   for (const char* w : {"TRUE", "JA", "YES", "WAHR", "J", "Y", "T", "X", "1", "-1"})
@@ -67,6 +78,23 @@ Result FIT(const cls_DBField& pField, std::string_view pValue) {
     default: break;
   }
   return out;
+}
+
+std::string PROBLEMTEXT(const cls_DBField& pField, std::string_view pValue, const Result& pFit) {
+  const std::string type = cls_DBField::TYPETEXT(pField.TYPE);
+  switch (pFit.problem) {
+    case Problem::None: return {};
+    case Problem::NotMember: {
+      bool several = pField.TYPE == ID_DBFieldType_EnumMulti && pValue.find(',') != std::string_view::npos;
+      return (several ? "holds '" + pFit.member + "', which is" : std::string("is")) + " not a member of the " + type +
+             " field (" + hMemberList(pField) + ")";
+    }
+    case Problem::NotDate: return "is not a " + type + " (a date that exists: yyyy-mm-dd or d.m.yyyy)";
+    case Problem::NotWhole: return "is not a " + type + " (a whole number)";
+    case Problem::NotNumber: return "is not a " + type + " (a number)";
+    case Problem::NotYesNo: return "is not a " + type + " (a yes/no word: true, false, ja, nein, yes, no, 1, 0)";
+  }
+  return {};
 }
 
 }  // namespace rykel::mdl_DBValueFit

@@ -37,6 +37,10 @@ struct Result {
 // Checks pValue against pField's type (see the header comment); a blank value is checked as any.
 Result FIT(const cls_DBField& pField, std::string_view pValue);
 
+// Why a value FIT refused does not fit, worded to follow "'value' " ("is not a DATE (a date that
+// exists: yyyy-mm-dd or d.m.yyyy)", "is not a member of the ENUM field (a, b)"); "" when it fits.
+std::string PROBLEMTEXT(const cls_DBField& pField, std::string_view pValue, const Result& pFit);
+
 // "True" / "False" for a yes/no word (any case, blanks around it ignored), "" for any other text.
 // pStrict takes the words only, not the letters nor 1 / 0 / -1.
 std::string YESNO(std::string_view pText, bool pStrict = false);

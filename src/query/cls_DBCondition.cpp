@@ -200,6 +200,35 @@ void cls_DBCondition::READ(std::string_view pOp, const Variant& pValue) {
   valid_ = true;
 }
 
+std::string cls_DBCondition::PROBLEM() const {
+  if (op_ == Op::Unknown) return "unknown operator '" + opText_ + "'";
+  if (valid_) return {};
+  std::string buffer;
+  std::string bounds(hValueText(lo_, buffer));
+  if (kind_ == Kind::Range) bounds += "' or '" + std::string(hValueText(hi_, buffer));
+  return "'" + bounds + "' is not a " + cls_DBField::TYPETEXT(type_);
+}
+
+std::string cls_DBCondition::USERTEXT(const std::string& pValue) {
+  // The reader decides whether the value leads with an operator: it took something off the
+  // value, and what it took is an operator it knows ("BEGINS m", ">=10", "!Kiel").
+  cls_DBCondition c;
+  c.READ("", Variant(pValue));
+  if (c.OPERATOR() != Op::Unknown && !(c.LOWER().isString() && c.LOWER().str() == pValue)) return pValue;
+  // Operator characters glued to a value with blanks ("=Frankfurt am Main"): read alone, the
+  // first word gives them up as its operator; the reader, given the whole text, would take the
+  // first word itself for an operator word. A blank after them keeps them the operator.
+  if (size_t blank = pValue.find(' '); blank != std::string::npos) {
+    std::string first = pValue.substr(0, blank);
+    cls_DBCondition head;
+    head.READ("", Variant(first));
+    std::string rest = head.LOWER().isString() ? std::string(head.LOWER().str()) : first;
+    if (head.OPERATOR() != Op::Unknown && rest.size() < first.size() && first.ends_with(rest))
+      return first.substr(0, first.size() - rest.size()) + " " + rest + pValue.substr(blank);
+  }
+  return "$== " + pValue;
+}
+
 void cls_DBCondition::PREPARE(int32_t pType, const cls_DBField* pField) {
   type_ = pType;
   if (DBFieldTypeIsNumeric(pType) || pType == ID_DBFieldType_Boolean) mode_ = Mode::Number;

@@ -89,6 +89,15 @@ class cls_DBCondition {
   // True when the test needs the value's text (text and list operators, text comparisons).
   bool NEEDSTEXT() const { return mode_ == Mode::Text || kind_ == Kind::Text || kind_ == Kind::List; }
 
+  // What is wrong with the condition as read and prepared, worded to follow the field's name
+  // ("unknown operator 'FOO'", "'abc' is not a LONG"); "" when it reads. REQUIRES: PREPARE was called.
+  std::string PROBLEM() const;
+
+  // The condition a user means by a typed text: the text itself when it leads with an operator
+  // the reader knows ("BEGINS m", ">=10", "!Kiel", "= Frankfurt am Main"), else the whole text
+  // compared case-blind for equality ("$== Frankfurt am Main"), blanks included.
+  static std::string USERTEXT(const std::string& pValue);
+
   // The operator proper of an operator word without flags ("BEGINS", "=>"); Unknown when none.
   static Op hLookup(std::string_view pWord);
   // The flags "$" and "!" at the front of an operator text, and where the operator proper starts.

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <unordered_map>
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Text.h"
+#include "query/cls_DBCondition.h"
 #include "query/mdl_DBQuery.h"
 #include "structure/cls_Structure.h"
 
@@ -51,6 +53,48 @@ StructurePtr hFigures(const cls_DBField& pField, const Tally& pTally) {
   return out;
 }
 
+// The entries' values of one field (those of pList, an id listed twice counted twice), each
+// distinct value once: the position of an entry holding it and how many entries do. A condition
+// answers alike for equal values, so a choice's count is the sum over the values it accepts,
+// and each value is tested once per choice instead of each entry.
+struct DistinctValues {
+  std::vector<size_t> position;
+  std::vector<int32_t> count;
+};
+
+DistinctValues hDistinct(cls_DBStore& rDB, int32_t pFieldNo, const std::optional<IdList>& pList) {
+  const auto& values = rDB.FIELDCOLUMN(pFieldNo);
+  DistinctValues out;
+  std::unordered_map<std::string, size_t> seen;
+  std::string key;
+  auto add = [&](size_t p) {
+    const Variant& v = values[p];
+    key.assign(1, static_cast<char>(v.vartype()));
+    if (v.isString()) key += v.str();
+    else if (v.isNumber() || v.isDate()) {
+      double d = v.isDate() ? v.rawDouble() : CDbl(v);
+      key.append(reinterpret_cast<const char*>(&d), sizeof d);
+    } else if (!v.isEmpty() && !v.isNull() && !v.isObject()) key += CStr(v);
+    else if (v.isObject()) key += std::to_string(p);  // structures are not compared as equal
+    auto [at, added] = seen.emplace(key, out.position.size());
+    if (added) {
+      out.position.push_back(p);
+      out.count.push_back(0);
+    }
+    ++out.count[at->second];
+  };
+  auto& entries = rDB.hEntries();
+  if (!pList) {
+    for (size_t p = 0; p < values.size(); ++p) add(p);
+    return out;
+  }
+  for (const auto& id : *pList) {
+    int32_t p = entries.Position(entries.NormalizeId(id));
+    if (p >= 0) add(static_cast<size_t>(p));
+  }
+  return out;
+}
+
 }  // namespace
 
 StructurePtr FIELDFACETS(cls_DBStore& rDB, const Variant& pField, const std::optional<IdList>& pList) {
@@ -64,13 +108,38 @@ StructurePtr FIELDFACETS(cls_DBStore& rDB, const Variant& pField, const std::opt
     else choices[at->second].second = condition;
   }
   auto out = cls_Structure::New();
-  const Variant field(rDB.FIELDFIND(pField));
+  int32_t no = 0;
+  DBFieldPtr field = rDB.hFieldOrNull(pField, &no);
+  if (!field) return out;
+  // Choices often share a condition (a field's most used values are offered twice: ranked and in
+  // order); each condition is counted once.
+  std::map<std::string, int32_t> counted;
+  std::optional<DistinctValues> distinct;
   for (const auto& [label, condition] : choices) {
+    auto [at, added] = counted.emplace(condition, 0);
+    if (added) {
+      cls_DBCondition c;
+      c.READ("", Variant(condition));
+      c.PREPARE(field->TYPE, field.get());
+      const std::string& op = c.OPERATORTEXT();
+      if (!pList && (op == "=" || op == "==") && field->INDEXED && field->TYPE != ID_DBFieldType_Date &&
+          field->TYPE != ID_DBFieldType_Structure) {
+        // The index answers exact equality.
+        at->second = static_cast<int32_t>(mdl_DBQuery::ENTRYQUERY(rDB, Variant(no), "", Variant(condition)).size());
+      } else if (c.KIND() != cls_DBCondition::Kind::None && c.VALID()) {
+        if (!distinct) distinct = hDistinct(rDB, no, pList);
+        const auto& values = rDB.FIELDCOLUMN(no);
+        const std::vector<std::string>* upper = c.CASEBLIND() && c.NEEDSTEXT() ? &rDB.FIELDUPPERCOLUMN(no) : nullptr;
+        for (size_t i = 0; i < distinct->position.size(); ++i) {
+          size_t p = distinct->position[i];
+          if (c.TEST(values[p], upper ? &(*upper)[p] : nullptr)) at->second += distinct->count[i];
+        }
+      }
+    }
     auto row = cls_Structure::New();
     row->ITEMBYID_LET("LABEL", Variant(label));
     row->ITEMBYID_LET("CONDITION", Variant(condition));
-    auto ids = mdl_DBQuery::ENTRYQUERY(rDB, field, "", Variant(condition), pList);
-    row->ITEMBYID_LET("COUNT", Variant(static_cast<int32_t>(ids.size())));
+    row->ITEMBYID_LET("COUNT", Variant(at->second));
     out->ADD(Variant(row));
   }
   return out;

@@ -73,6 +73,24 @@ std::string hLogTarget(const std::string& s) {
   return s.size() > 200 ? out + "..." : out;
 }
 
+// Appends the NAME=VALUE pairs of a query string or form body, in their order. The value is all
+// after the first "=" ("filter=ORT=Kiel" is filter, "ORT=Kiel"); the library's own parameter map
+// would keep only the text after the last one, and sorts by name.
+void hAddParams(const std::string& pText, std::vector<std::pair<std::string, std::string>>& rParams) {
+  size_t start = 0;
+  while (start <= pText.size()) {
+    size_t end = pText.find('&', start);
+    if (end == std::string::npos) end = pText.size();
+    std::string piece = pText.substr(start, end - start);
+    if (!piece.empty()) {
+      size_t eq = piece.find('=');
+      std::string name = piece.substr(0, eq), value = eq == std::string::npos ? "" : piece.substr(eq + 1);
+      rParams.emplace_back(httplib::detail::decode_url(name, true), httplib::detail::decode_url(value, true));
+    }
+    start = end + 1;
+  }
+}
+
 // When the request being served on this thread started (set before routing, read by the logger).
 thread_local Clock::time_point tStarted;
 
@@ -284,7 +302,9 @@ void cls_SiteServer::Impl::Configure() {
     w.method = req.method;
     w.path = req.path;
     w.body = req.body;
-    for (const auto& [name, value] : req.params) w.params.emplace_back(name, value);
+    if (size_t q = req.target.find('?'); q != std::string::npos) hAddParams(req.target.substr(q + 1), w.params);
+    if (req.method == "POST" && req.get_header_value("Content-Type").starts_with("application/x-www-form-urlencoded"))
+      hAddParams(req.body, w.params);
     for (const auto& [name, value] : req.headers) {
       std::string lower = name;
       for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
