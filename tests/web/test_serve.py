@@ -62,6 +62,9 @@ class ServeTestCase(ServeTest):
                     s.sendall(raw)
                     s.shutdown(socket.SHUT_WR)
                     s.recv(65536)
+        # a name pointed at 127.0.0.1 by someone else (DNS rebinding) is not answered
+        for host, status in (("evil.example", 403), ("evil.example:80", 403), ("LOCALHOST:1", 200), ("[::1]:8", 200)):
+            self.assertEqual(self.get("/team", headers={"Host": host})[0], status, host)
         self.assertEqual(self.get("/team")[0], 200)
         self.assertIsNone(self.proc.poll())
         self.assertRegex(self.log_text(), r"POST / 413 \d+ ms\n")
