@@ -105,6 +105,9 @@ void AddServeCommand(CLI::App& app) {
       site.DBADD(eq == std::string::npos ? "MAIN" : a.substr(0, eq), eq == std::string::npos ? a : a.substr(eq + 1));
     }
     cls_SiteServer::Options options;
+    // a database changed by another program reloads the pages that show it
+    for (const auto& a : o.databases)
+      options.watch.push_back(a.substr(a.find('=') == std::string::npos ? 0 : a.find('=') + 1));
     options.host = o.host;
     options.port = o.port;
     options.write = o.write;

@@ -365,7 +365,8 @@ void cls_SiteServer::START() {
   }
   m.port = port;
   if (m.options.live) {
-    m.watcher = std::make_unique<cls_SiteWatcher>(m.site.ROOT(), std::chrono::milliseconds(m.options.watchMs));
+    m.watcher =
+        std::make_unique<cls_SiteWatcher>(m.site.ROOT(), std::chrono::milliseconds(m.options.watchMs), m.options.watch);
     m.watcher->START();
   }
   m.running = true;
