@@ -79,7 +79,7 @@ constexpr const char* kServeFooter =
     "TEXT:HTML or the DB module's HTML commands. Files of static/, non-template files beside the pages\n"
     "and files at the top of SITE are sent as they are; nothing outside SITE is ever sent.\n"
     "Open pages reload when a file of SITE changes; a page with template errors shows them over its\n"
-    "output (file:line:column: message and the line), and the log below prints them once.\n"
+    "output (file:line:column: message and the line), and the log on stderr prints them once.\n"
     "The server listens on 127.0.0.1 unless --host says otherwise; Ctrl-C stops it. See docs/SERVE.md.";
 
 }  // namespace
