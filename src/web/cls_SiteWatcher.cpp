@@ -1,5 +1,6 @@
 #include "web/cls_SiteWatcher.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 
@@ -74,12 +75,17 @@ uint64_t cls_SiteWatcher::FINGERPRINT(const std::string& pRoot, const std::vecto
 
 void cls_SiteWatcher::hRun() {
   uint64_t last = FINGERPRINT(root_, files_);
+  std::chrono::steady_clock::duration scan{};
   std::unique_lock<std::mutex> hold(lock_);
   while (!stopped_) {
-    changed_.wait_for(hold, interval_, [&] { return stopped_; });
+    // a large site is looked at less often: the scans take at most a tenth of the time
+    changed_.wait_for(hold, std::max<std::chrono::steady_clock::duration>(interval_, 9 * scan),
+                      [&] { return stopped_; });
     if (stopped_) break;
     hold.unlock();
+    const auto started = std::chrono::steady_clock::now();
     const uint64_t now = FINGERPRINT(root_, files_);
+    scan = std::chrono::steady_clock::now() - started;
     hold.lock();
     if (now != last) {
       last = now;
