@@ -81,7 +81,7 @@ constexpr const char* kServeFooter =
     "TEXT:HTML or the DB module's HTML commands. Files of static/, non-template files beside the pages\n"
     "and files at the top of SITE are sent as they are; nothing outside SITE is ever sent.\n"
     "Open pages reload when a file of SITE changes; a page with template errors shows them over its\n"
-    "output (file:line:column: message and the line), and the log below prints them once.\n"
+    "output (file:line:column: message and the line), and the log on stderr prints them once.\n"
     "The --db databases are browsed at /_db/ (tables with sort, search, filters, facets and exports;\n"
     "--write adds forms to add, edit and delete entries) and answer as JSON at /_api/.\n"
     "The server listens on 127.0.0.1 unless --host says otherwise; Ctrl-C stops it. See docs/SERVE.md.";
@@ -115,6 +115,9 @@ void AddServeCommand(CLI::App& app) {
       browser->DBADD(name, file);
     }
     cls_SiteServer::Options options;
+    // a database changed by another program reloads the pages that show it
+    for (const auto& a : o.databases)
+      options.watch.push_back(a.substr(a.find('=') == std::string::npos ? 0 : a.find('=') + 1));
     options.host = o.host;
     options.port = o.port;
     options.write = o.write;

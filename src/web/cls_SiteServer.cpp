@@ -39,6 +39,7 @@ constexpr const char* kEventsPath = "/_rykel/events";
 const char* hReason(int pStatus) {
   switch (pStatus) {
     case 400: return "Bad Request";
+    case 403: return "Forbidden";
     case 404: return "Not Found";
     case 405: return "Method Not Allowed";
     case 408: return "Request Timeout";
@@ -71,6 +72,21 @@ std::string hLogTarget(const std::string& s) {
   std::string out;
   for (char c : s.substr(0, 200)) out += c > ' ' && c < 127 ? c : '?';
   return s.size() > 200 ? out + "..." : out;
+}
+
+bool hLoopback(const std::string& pHost) {
+  return pHost == "127.0.0.1" || pHost == "localhost" || pHost == "::1" || pHost == "[::1]";
+}
+
+// A server on a loopback address answers only requests addressed to one: a web page elsewhere that
+// points its own name at 127.0.0.1 (DNS rebinding) must not read the site or its databases.
+bool hHostAllowed(const std::string& pListenHost, const std::string* pHostHeader) {
+  if (!pHostHeader || !hLoopback(pListenHost)) return true;
+  std::string name = *pHostHeader;
+  const size_t colon = name.rfind(':');
+  if (colon != std::string::npos && name.find(']', colon) == std::string::npos) name.resize(colon);
+  for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return hLoopback(name);
 }
 
 // Appends the NAME=VALUE pairs of a query string or form body, in their order. The value is all
@@ -195,6 +211,8 @@ bool cls_SiteServer::RUNNING() const { return impl_->running.load(); }
 
 WebResponse cls_SiteServer::HANDLE(const WebRequest& pRequest) {
   try {
+    if (!hHostAllowed(impl_->options.host, pRequest.Header("host")))
+      return hStatus(403, "This server answers requests to 127.0.0.1 or localhost only.");
     WebResponse r;
     for (const auto& h : impl_->handlers)
       if (h(pRequest, r)) return r;
@@ -367,7 +385,8 @@ void cls_SiteServer::START() {
   }
   m.port = port;
   if (m.options.live) {
-    m.watcher = std::make_unique<cls_SiteWatcher>(m.site.ROOT(), std::chrono::milliseconds(m.options.watchMs));
+    m.watcher =
+        std::make_unique<cls_SiteWatcher>(m.site.ROOT(), std::chrono::milliseconds(m.options.watchMs), m.options.watch);
     m.watcher->START();
   }
   m.running = true;

@@ -20,6 +20,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "site/cls_Site.h"
 #include "web/WebExchange.h"
@@ -43,6 +44,7 @@ class cls_SiteServer {
     bool live = true;                 // reload script in every page, the site watched for changes
     int64_t requestMax = REQUESTMAX;  // bytes of one request body
     int32_t watchMs = 300;            // how often the watcher looks at the site
+    std::vector<std::string> watch;   // further files whose changes reload the pages (databases)
     LogSink log;                      // null: standard error
   };
 

@@ -1,5 +1,6 @@
 #include "web/cls_SiteWatcher.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 
@@ -7,8 +8,9 @@ namespace rykel {
 
 namespace fs = std::filesystem;
 
-cls_SiteWatcher::cls_SiteWatcher(std::string pRoot, std::chrono::milliseconds pInterval)
-    : root_(std::move(pRoot)), interval_(pInterval) {}
+cls_SiteWatcher::cls_SiteWatcher(std::string pRoot, std::chrono::milliseconds pInterval,
+                                 std::vector<std::string> pFiles)
+    : root_(std::move(pRoot)), files_(std::move(pFiles)), interval_(pInterval) {}
 
 cls_SiteWatcher::~cls_SiteWatcher() { STOP(); }
 
@@ -43,7 +45,7 @@ uint64_t cls_SiteWatcher::WAIT(uint64_t pSince, std::chrono::milliseconds pTimeo
   return generation_;
 }
 
-uint64_t cls_SiteWatcher::FINGERPRINT(const std::string& pRoot) {
+uint64_t cls_SiteWatcher::FINGERPRINT(const std::string& pRoot, const std::vector<std::string>& pFiles) {
   uint64_t h = 14695981039346656037ull;
   auto mix = [&h](uint64_t v) { h = (h ^ v) * 1099511628211ull; };
   std::error_code ec;
@@ -62,17 +64,28 @@ uint64_t cls_SiteWatcher::FINGERPRINT(const std::string& pRoot) {
       mix(static_cast<uint64_t>(it->last_write_time(fileError).time_since_epoch().count()));
     }
   }
+  for (const auto& f : pFiles) {
+    std::error_code fileError;
+    mix(std::hash<std::string>{}(f));
+    mix(fs::file_size(f, fileError));
+    mix(static_cast<uint64_t>(fs::last_write_time(f, fileError).time_since_epoch().count()));
+  }
   return h;
 }
 
 void cls_SiteWatcher::hRun() {
-  uint64_t last = FINGERPRINT(root_);
+  uint64_t last = FINGERPRINT(root_, files_);
+  std::chrono::steady_clock::duration scan{};
   std::unique_lock<std::mutex> hold(lock_);
   while (!stopped_) {
-    changed_.wait_for(hold, interval_, [&] { return stopped_; });
+    // a large site is looked at less often: the scans take at most a tenth of the time
+    changed_.wait_for(hold, std::max<std::chrono::steady_clock::duration>(interval_, 9 * scan),
+                      [&] { return stopped_; });
     if (stopped_) break;
     hold.unlock();
-    const uint64_t now = FINGERPRINT(root_);
+    const auto started = std::chrono::steady_clock::now();
+    const uint64_t now = FINGERPRINT(root_, files_);
+    scan = std::chrono::steady_clock::now() - started;
     hold.lock();
     if (now != last) {
       last = now;

@@ -1,6 +1,7 @@
 // cls_SiteWatcher: tells that a file of a site folder changed, for the server's live reload. A
 // background thread looks at the folder every interval (the names, sizes and modification times
-// of at most SCANMAX entries, hidden ones skipped) and counts a new generation when the picture
+// of at most SCANMAX entries, hidden ones skipped; and of further files, such as databases kept
+// elsewhere) and counts a new generation when the picture
 // differs from the last one. Waiters block in WAIT until the generation moves on, their time is up
 // or the watcher stops.
 //
@@ -18,6 +19,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace rykel {
 
@@ -26,7 +28,7 @@ class cls_SiteWatcher {
   // Entries looked at per scan; a larger site's further files are not watched.
   static constexpr int32_t SCANMAX = 20000;
 
-  cls_SiteWatcher(std::string pRoot, std::chrono::milliseconds pInterval);
+  cls_SiteWatcher(std::string pRoot, std::chrono::milliseconds pInterval, std::vector<std::string> pFiles = {});
   ~cls_SiteWatcher();  // stops the thread
   cls_SiteWatcher(const cls_SiteWatcher&) = delete;
   cls_SiteWatcher& operator=(const cls_SiteWatcher&) = delete;
@@ -42,13 +44,14 @@ class cls_SiteWatcher {
   // True once STOP was called.
   bool STOPPED() const;
 
-  // The picture of the folder one scan takes: a hash of every entry's name, size and time.
-  static uint64_t FINGERPRINT(const std::string& pRoot);
+  // The picture one scan takes: a hash of every entry's name, size and time (pFiles' too).
+  static uint64_t FINGERPRINT(const std::string& pRoot, const std::vector<std::string>& pFiles = {});
 
  private:
   void hRun();
 
   const std::string root_;
+  const std::vector<std::string> files_;
   const std::chrono::milliseconds interval_;
   mutable std::mutex lock_;
   std::condition_variable changed_;

@@ -62,6 +62,9 @@ class ServeTestCase(ServeTest):
                     s.sendall(raw)
                     s.shutdown(socket.SHUT_WR)
                     s.recv(65536)
+        # a name pointed at 127.0.0.1 by someone else (DNS rebinding) is not answered
+        for host, status in (("evil.example", 403), ("evil.example:80", 403), ("LOCALHOST:1", 200), ("[::1]:8", 200)):
+            self.assertEqual(self.get("/team", headers={"Host": host})[0], status, host)
         self.assertEqual(self.get("/team")[0], 200)
         self.assertIsNone(self.proc.poll())
         self.assertRegex(self.log_text(), r"POST / 413 \d+ ms\n")
@@ -125,6 +128,19 @@ class ServeProcessTest(unittest.TestCase):
                     c.close()
                     log.seek(0)
                     self.assertTrue(log.read().endswith("Stopped.\n"))
+            # a database kept outside the site reloads the pages when another program changes it
+            with support.tempfile.TemporaryDirectory() as elsewhere:
+                db = os.path.join(elsewhere, "k.ry-dbb")
+                subprocess.run([CLI, "db", "new", db, "--field", "A:STRING"], check=True, capture_output=True)
+                p, port = support.serve("-d", tmp, "--db", db)
+                c = http.client.HTTPConnection("127.0.0.1", port, timeout=20)
+                c.request("GET", "/_rykel/events?since=0")
+                r = c.getresponse()
+                subprocess.run([CLI, "db", "add", db, "A=x"], check=True, capture_output=True)
+                self.assertEqual([r.readline() for _ in range(3)][2], b"event: reload\n")
+                c.close()
+                p.terminate()
+                p.wait()
             with rykel.cls_SiteServer(rykel.cls_Site(tmp), pLog=False) as server:
                 self.assertEqual(support.fetch(server.PORT(), "/?name=Ada")[2][:9], b"Hallo Ada")
                 for args, message in ((["-d", tmp, "--port", str(server.PORT())], f"cannot listen on 127.0.0.1:{server.PORT()}"),
