@@ -60,54 +60,61 @@ std::string hHex(size_t v) {
 
 }  // namespace
 
-// The interpreter's surroundings for one thread: the databases opened and the data files read on
-// it (structures and databases stay on the thread that made them).
-class cls_Site::Renderer {
- public:
-  explicit Renderer(const cls_Site& pSite) : site_(pSite) {
-    for (const auto& [name, file] : pSite.databases_) {
-      auto db = cls_DBStore::New();
-      if (!db->DBOPENREADONLY(file, "", false)) Raise(err::kFileNotFound, db->DBOPENERROR_GET());
-      databases_.emplace_back(name, db);
-    }
-    data_ = cls_Structure::New();
-    const fs::path dir = fs::path(pSite.root_) / "data";
-    std::error_code ec;
-    if (!fs::is_directory(dir, ec)) return;
-    std::vector<fs::path> files;
-    for (const auto& e : fs::directory_iterator(dir, ec))
-      if (e.is_regular_file()) files.push_back(e.path());
-    std::sort(files.begin(), files.end());
-    for (const auto& f : files) data_->ITEMBYID_LET(text::UCase(f.stem().string()), Variant(hReadData(f)));
-  }
+// The stamp of what a session reads when it is made: the databases and the files of data/.
+std::string cls_Site::hSessionStamp() const {
+  std::string stamp;
+  for (const auto& [name, file] : databases_) stamp += name + "=" + hStamp(file);
+  std::error_code ec;
+  std::vector<fs::path> files;
+  for (const auto& e : fs::directory_iterator(fs::path(root_) / "data", ec))
+    if (e.is_regular_file()) files.push_back(e.path());
+  std::sort(files.begin(), files.end());
+  for (const auto& f : files) stamp += hStamp(f);
+  return stamp;
+}
 
-  Page Render(const std::string& pPage, const StructurePtr& pVariables) {
-    const fs::path file = site_.hPageFile(pPage);
-    auto k = std::make_shared<cls_KEL>();
-    auto db = std::make_shared<mod_KELDB>();
-    k->MODULES->ADD(db);
-    for (const auto& [name, store] : databases_) db->ATTACH(store, name);
-    k->DIRECTORIES->ADD(Variant(file.parent_path().string() + "/"));
-    k->DIRECTORIES->ADD(Variant(site_.root_ + "/"));
-    k->SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
-    for (int32_t i = data_->BASE(); i <= data_->MAX(); ++i)
-      if (data_->EXISTS_GET(i)) k->VARIABLES->ITEMBYID_LET(data_->ID_GET(i), data_->ITEM_GET(i));
-    if (pVariables)
-      for (int32_t i = pVariables->BASE(); i <= pVariables->MAX(); ++i)
-        if (pVariables->EXISTS_GET(i) && !pVariables->ID_GET(i).empty())
-          k->VARIABLES->ITEMBYID_LET(pVariables->ID_GET(i), pVariables->ITEM_GET(i));
-    Page page;
-    page.html = k->PROCESS(fileio::ReadFile(file.string()), nullptr);
-    page.errors = ERRORLINES(*k, file.lexically_relative(site_.root_).string());
-    page.cutShort = k->CUTSHORT_GET();
-    return page;
+cls_Site::Session::Session(const cls_Site& pSite) : site_(pSite), stamp_(pSite.hSessionStamp()) {
+  for (const auto& [name, file] : pSite.databases_) {
+    auto db = cls_DBStore::New();
+    if (!db->DBOPENREADONLY(file, "", false)) Raise(err::kFileNotFound, db->DBOPENERROR_GET());
+    databases_.emplace_back(name, db);
   }
+  data_ = cls_Structure::New();
+  const fs::path dir = fs::path(pSite.root_) / "data";
+  std::error_code ec;
+  if (!fs::is_directory(dir, ec)) return;
+  std::vector<fs::path> files;
+  for (const auto& e : fs::directory_iterator(dir, ec))
+    if (e.is_regular_file()) files.push_back(e.path());
+  std::sort(files.begin(), files.end());
+  for (const auto& f : files) data_->ITEMBYID_LET(text::UCase(f.stem().string()), Variant(hReadData(f)));
+}
 
- private:
-  const cls_Site& site_;
-  std::vector<std::pair<std::string, DBStorePtr>> databases_;
-  StructurePtr data_;
-};
+cls_Site::Session::~Session() = default;
+
+bool cls_Site::Session::FRESH() const { return site_.hSessionStamp() == stamp_; }
+
+cls_Site::Page cls_Site::Session::RENDER(const std::string& pPage, const StructurePtr& pVariables) {
+  const fs::path file = site_.hPageFile(pPage);
+  auto k = std::make_shared<cls_KEL>();
+  auto db = std::make_shared<mod_KELDB>();
+  k->MODULES->ADD(db);
+  for (const auto& [name, store] : databases_) db->ATTACH(store, name);
+  k->DIRECTORIES->ADD(Variant(file.parent_path().string() + "/"));
+  k->DIRECTORIES->ADD(Variant(site_.root_ + "/"));
+  k->SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
+  for (int32_t i = data_->BASE(); i <= data_->MAX(); ++i)
+    if (data_->EXISTS_GET(i)) k->VARIABLES->ITEMBYID_LET(data_->ID_GET(i), data_->ITEM_GET(i));
+  if (pVariables)
+    for (int32_t i = pVariables->BASE(); i <= pVariables->MAX(); ++i)
+      if (pVariables->EXISTS_GET(i) && !pVariables->ID_GET(i).empty())
+        k->VARIABLES->ITEMBYID_LET(pVariables->ID_GET(i), pVariables->ITEM_GET(i));
+  Page page;
+  page.html = k->PROCESS(fileio::ReadFile(file.string()), nullptr);
+  page.errors = ERRORLINES(*k, file.lexically_relative(site_.root_).string());
+  page.cutShort = k->CUTSHORT_GET();
+  return page;
+}
 
 cls_Site::cls_Site(std::string pRoot) : root_(std::move(pRoot)) {
   while (root_.size() > 1 && root_.ends_with("/")) root_.pop_back();
@@ -158,7 +165,7 @@ std::vector<std::string> cls_Site::PAGES() const {
 }
 
 cls_Site::Page cls_Site::RENDER(const std::string& pPage, const StructurePtr& pVariables) const {
-  return Renderer(*this).Render(pPage, pVariables);
+  return Session(*this).RENDER(pPage, pVariables);
 }
 
 std::vector<std::string> cls_Site::ERRORLINES(cls_KEL& k, const std::string& pMain, bool pHtml) {
@@ -243,11 +250,11 @@ cls_Site::Report cls_Site::BUILD(const std::string& pOut, int32_t pJobs, bool pC
   std::mutex failuresLock;
   auto work = [&] {
     try {
-      Renderer renderer(*this);
+      Session session(*this);
       for (size_t q; (q = next.fetch_add(1)) < queue.size(); done.fetch_add(1)) {
         const size_t i = queue[q];
         try {
-          results[i] = renderer.Render(pages[i], nullptr);
+          results[i] = session.RENDER(pages[i], nullptr);
         } catch (const Error& e) {
           results[i].errors.push_back("pages/" + pages[i] + ".kel: " + e.description);
           continue;

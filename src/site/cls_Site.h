@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,6 +33,7 @@
 namespace rykel {
 
 class cls_KEL;
+class cls_DBStore;
 
 class cls_Site {
  public:
@@ -58,9 +60,9 @@ class cls_Site {
   void DBADD(const std::string& pName, const std::string& pFile);
   // The pages, "x/y" for pages/x/y.kel, sorted.
   std::vector<std::string> PAGES() const;
-  // Renders one page ("x/y" or "x/y.kel"); pVariables' items are set as variables after the data
-  // files' (a request's query parameters). Raises 53 for a page that does not exist and 5 for a
-  // name that leaves pages/.
+  // Renders one page ("x/y" or "x/y.kel") in a session of its own; pVariables' items are set as variables after the
+  // data files' (a request's query parameters). Raises 53 for a page that does not exist and 5 for a name that leaves
+  // pages/.
   Page RENDER(const std::string& pPage, const StructurePtr& pVariables = nullptr) const;
   // Renders every page to pOut (created) as .html on pJobs threads (0: one per core) and copies the
   // static files. A page whose inputs (its file, every file of SITE outside pages/ and static/, the
@@ -69,12 +71,33 @@ class cls_Site {
   // builds every page. A page with errors is written too, and built again next time.
   Report BUILD(const std::string& pOut, int32_t pJobs = 0, bool pClean = false, const Progress& pProgress = {}) const;
 
+  // What the pages rendered on one thread share: the databases opened and the data files read once,
+  // for many pages. A session is made, used and dropped on one thread (structures and databases
+  // stay on the thread that made them), and its site must outlive it. FRESH tells whether the
+  // databases and data files are still the ones it read; a server makes a new session when not.
+  class Session {
+   public:
+    explicit Session(const cls_Site& pSite);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    // As cls_Site::RENDER, with what the session holds.
+    Page RENDER(const std::string& pPage, const StructurePtr& pVariables = nullptr);
+    bool FRESH() const;
+
+   private:
+    const cls_Site& site_;
+    std::string stamp_;
+    std::vector<std::pair<std::string, std::shared_ptr<cls_DBStore>>> databases_;
+    StructurePtr data_;
+  };
+
   // The errors an interpreter recorded, one line each: "file:line:column: message" (pMain names the
   // text handed to PROCESS), or with pHtml the error list's own HTML line behind the place.
   static std::vector<std::string> ERRORLINES(cls_KEL& k, const std::string& pMain, bool pHtml = false);
 
  private:
-  class Renderer;
+  std::string hSessionStamp() const;
   // The file of a page; raises as RENDER does.
   std::filesystem::path hPageFile(const std::string& pPage) const;
 

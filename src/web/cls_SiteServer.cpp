@@ -11,10 +11,13 @@
 #include <map>
 #include <mutex>
 #include <thread>
+#include <unordered_set>
 
 #include "frame/Error.h"
 #include "frame/FileIO.h"
+#include "frame/Text.h"
 #include "frame/mdl_Confine.h"
+#include "web/cls_RenderPool.h"
 #include "web/cls_SiteWatcher.h"
 #include "web/mdl_WebOverlay.h"
 #include "web/mdl_WebPaths.h"
@@ -131,6 +134,8 @@ struct cls_SiteServer::Impl {
   std::mutex logLock;
   std::mutex shownLock;
   std::map<std::string, std::pair<uint64_t, std::string>> shown;  // page: generation and errors logged
+  std::once_flag poolMade;
+  std::unique_ptr<cls_RenderPool> pool;  // after site: ends before it
 
   void Log(const std::string& pLine) {
     std::lock_guard<std::mutex> hold(logLock);
@@ -155,13 +160,14 @@ struct cls_SiteServer::Impl {
   }
 
   WebResponse Page(const WebRequest& pRequest, const std::string& pPage) {
-    auto variables = cls_Structure::New();
+    cls_RenderPool::Variables variables;
+    std::unordered_set<std::string> seen;  // the first of a repeated name counts
     for (const auto& [name, value] : pRequest.params)
-      if (hVariableName(name) && !variables->EXISTS_GET(name)) variables->ITEMBYID_LET(name, Variant(value));
+      if (hVariableName(name) && seen.insert(text::UCase(name)).second) variables.emplace_back(name, value);
     const uint64_t generation = Generation();
     cls_Site::Page page;
     try {
-      page = site.RENDER(pPage, variables);
+      page = Pool().RENDER(pPage, variables);
     } catch (const Error& e) {
       if (e.number == err::kFileNotFound) return hStatus(404, "No page or file at " + pRequest.path + ".");
       page.errors.push_back(e.description);
@@ -190,6 +196,12 @@ struct cls_SiteServer::Impl {
     r.body = fileio::ReadOpened(fd, pFile);
     r.contentType = mdl_WebPaths::CONTENTTYPE(pFile);
     return r;
+  }
+
+  // The render threads, started with the first page (HANDLE answers without START too).
+  cls_RenderPool& Pool() {
+    std::call_once(poolMade, [&] { pool = std::make_unique<cls_RenderPool>(site); });
+    return *pool;
   }
 
   void Listen(const httplib::Request& pRequest, httplib::Response& rResponse);
