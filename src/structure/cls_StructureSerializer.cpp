@@ -5,12 +5,14 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
+#include "structure/SerialCache.h"
 #include "structure/cls_StructureCompact.h"
 
 namespace rykel {
@@ -69,9 +71,11 @@ size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr)
   return chars == want ? i : std::string_view::npos;
 }
 
-// An output buffer that grows geometrically and is written through raw pointers.
+// Appends to a buffer that grows geometrically and is written through raw pointers; the buffer's
+// size runs ahead of the text, whose length is Size().
 class Out {
  public:
+  explicit Out(std::string& rBuf, size_t pLen = 0) : buf_(rBuf), len_(pLen) {}
   char* Room(size_t n) {
     if (len_ + n > buf_.size()) buf_.resize(std::max(buf_.size() * 2, len_ + n + 256));
     return buf_.data() + len_;
@@ -86,14 +90,11 @@ class Out {
     char* p = Room(24);
     len_ += static_cast<size_t>(std::to_chars(p, p + 24, v).ptr - p);
   }
-  std::string Take() {
-    buf_.resize(len_);
-    return std::move(buf_);
-  }
+  size_t Size() const { return len_; }
 
  private:
-  std::string buf_;
-  size_t len_ = 0;
+  std::string& buf_;
+  size_t len_;
 };
 
 // "s:" chars ":\"" text "\";"
@@ -129,9 +130,74 @@ void hPutDate(Out& out, double ole) {
   out.Commit(n + 3);
 }
 
+void hNumber(Out& out, char tag, const char* p, size_t n) {
+  char* q = out.Room(n + 3);
+  q[0] = tag;
+  q[1] = ':';
+  std::memcpy(q + 2, p, n);
+  q[n + 2] = ';';
+  out.Commit(n + 3);
+}
+
+void hPutValue(Out& out, const Variant& v) {
+  char buf[48];
+  switch (v.type()) {
+    case VarType::Null: out.Put("n:0;", 4); return;
+    case VarType::Integer: hNumber(out, 'i', buf, std::to_chars(buf, buf + 24, v.rawInteger()).ptr - buf); return;
+    case VarType::Long: hNumber(out, 'i', buf, std::to_chars(buf, buf + 24, v.rawLong()).ptr - buf); return;
+    case VarType::Single: {
+      // the float's own shortest text, as the classic writer gave it ("0.1", not 0.100000001...)
+      auto r = std::to_chars(buf, buf + 40, v.rawSingle());
+      std::string_view t(buf, static_cast<size_t>(r.ptr - buf));
+      double d = 0;
+      std::from_chars(t.data(), t.data() + t.size(), d);
+      hNumber(out, 'd', buf, cls_StructureSerializer::DoubleText(d, buf));
+      return;
+    }
+    case VarType::Double: hNumber(out, 'd', buf, cls_StructureSerializer::DoubleText(v.rawDouble(), buf)); return;
+    case VarType::Currency: {
+      std::string t = CurrencyText(v.rawCurrency());
+      for (char& c : t)
+        if (c == ',') c = '.';
+      hNumber(out, 'd', t.data(), t.size());
+      return;
+    }
+    case VarType::Date: hPutDate(out, v.rawDouble()); return;
+    case VarType::String: hPutString(out, v.str()); return;
+    case VarType::Boolean: out.Put(v.rawBool() ? "b:1;" : "b:0;", 4); return;
+    default: out.Put("i:0;", 4); return;
+  }
+}
+
+// What the text form keeps for the manager this thread used last: a serializer works on a manager
+// of its own thread, and a thread mostly works on one (its global one). Another manager starts the
+// cache afresh; a manager that ends drops it (cls_StructureSerializer::Forget), so a new manager
+// at the same address never meets the atoms of the old one.
+// (The owner is a plain pointer: a manager may end after the thread's cache has been destroyed.)
+thread_local const cls_StructureManager* tCacheOwner = nullptr;
+thread_local std::unique_ptr<SerialCache> tCache;
+
+SerialCache& hCacheFor(const cls_StructureManager& m) {
+  if (!tCache) tCache = std::make_unique<SerialCache>();
+  if (tCacheOwner != &m) {
+    *tCache = SerialCache();
+    tCacheOwner = &m;
+  }
+  return *tCache;
+}
+
+// The key piece of a name: "s:" chars ":\"" name "\";".
+std::string hKeyPiece(std::string_view pName) {
+  std::string piece;
+  Out out(piece);
+  hPutString(out, pName);
+  piece.resize(out.Size());
+  return piece;
+}
+
 class Writer {
  public:
-  explicit Writer(const cls_StructureManager& m) : m_(m) {}
+  explicit Writer(const cls_StructureManager& m) : m_(m), cache_(hCacheFor(m)) {}
 
   void Node(int32_t id, int depth) {
     if (depth > cls_StructureSerializer::MaxDepth())
@@ -149,71 +215,33 @@ class Writer {
       if (!it.used) continue;
       Key(it.name);
       if (it.isStruct) Node(it.child, depth + 1);
-      else Value(it.value);
+      else hPutValue(out_, it.value);
     }
     out_.Put("}", 1);
   }
 
-  std::string Take() { return out_.Take(); }
+  std::string Take() {
+    text_.resize(out_.Size());
+    return std::move(text_);
+  }
 
  private:
-  // Key pieces are made once per name and copied from then on.
+  // Key pieces are made once per name and kept with the manager, so every later write copies them.
   void Key(uint32_t atom) {
-    if (atom >= keys_.size()) keys_.resize(atom + 1, {0, 0});  // not the whole table: one serializer per small entry
-    auto& k = keys_[atom];
-    if (k.second == 0) {
-      Out tmp;
-      hPutString(tmp, m_.Names().Name(atom));
-      std::string piece = tmp.Take();
-      k = {static_cast<uint32_t>(arena_.size()), static_cast<uint32_t>(piece.size())};
-      arena_ += piece;
+    if (atom >= cache_.keyAt.size()) cache_.keyAt.resize(atom + 1, 0);
+    uint64_t& k = cache_.keyAt[atom];
+    if (k == 0) {
+      std::string piece = hKeyPiece(m_.Names().Name(atom));
+      k = (static_cast<uint64_t>(cache_.keyText.size()) << 32) | piece.size();
+      cache_.keyText += piece;
     }
-    out_.Put(arena_.data() + k.first, k.second);
-  }
-
-  void Value(const Variant& v) {
-    char buf[48];
-    switch (v.type()) {
-      case VarType::Null: out_.Put("n:0;", 4); return;
-      case VarType::Integer: hNumber('i', buf, std::to_chars(buf, buf + 24, v.rawInteger()).ptr - buf); return;
-      case VarType::Long: hNumber('i', buf, std::to_chars(buf, buf + 24, v.rawLong()).ptr - buf); return;
-      case VarType::Single: {
-        // the float's own shortest text, as the classic writer gave it ("0.1", not 0.100000001...)
-        auto r = std::to_chars(buf, buf + 40, v.rawSingle());
-        std::string_view t(buf, static_cast<size_t>(r.ptr - buf));
-        double d = 0;
-        std::from_chars(t.data(), t.data() + t.size(), d);
-        hNumber('d', buf, cls_StructureSerializer::DoubleText(d, buf));
-        return;
-      }
-      case VarType::Double: hNumber('d', buf, cls_StructureSerializer::DoubleText(v.rawDouble(), buf)); return;
-      case VarType::Currency: {
-        std::string t = CurrencyText(v.rawCurrency());
-        for (char& c : t)
-          if (c == ',') c = '.';
-        hNumber('d', t.data(), t.size());
-        return;
-      }
-      case VarType::Date: hPutDate(out_, v.rawDouble()); return;
-      case VarType::String: hPutString(out_, v.str()); return;
-      case VarType::Boolean: out_.Put(v.rawBool() ? "b:1;" : "b:0;", 4); return;
-      default: out_.Put("i:0;", 4); return;
-    }
-  }
-
-  void hNumber(char tag, const char* p, size_t n) {
-    char* q = out_.Room(n + 3);
-    q[0] = tag;
-    q[1] = ':';
-    std::memcpy(q + 2, p, n);
-    q[n + 2] = ';';
-    out_.Commit(n + 3);
+    out_.Put(cache_.keyText.data() + (k >> 32), static_cast<uint32_t>(k));
   }
 
   const cls_StructureManager& m_;
-  Out out_;
-  std::vector<std::pair<uint32_t, uint32_t>> keys_;  // atom -> (offset, length) in arena_
-  std::string arena_;
+  SerialCache& cache_;
+  std::string text_;
+  Out out_{text_};
 };
 
 thread_local int tDepth = 0;
@@ -226,7 +254,7 @@ thread_local int tDepth = 0;
 class SerializedReader {
  public:
   SerializedReader(cls_StructureManager& m, std::string_view text, size_t pos)
-      : m_(m), begin_(text.data()), p_(text.data() + pos), end_(text.data() + text.size()) {
+      : m_(m), names_(hCacheFor(m).names), begin_(text.data()), p_(text.data() + pos), end_(text.data() + text.size()) {
     gapBudget_ = mdl_Limits::UnusedSlotBudget(text.size());
   }
 
@@ -355,17 +383,18 @@ class SerializedReader {
     Raise(err::kInvalidData, "Invalid data type found: " + letter);
   }
 
-  // Names repeat from record to record: a small cache from the name as written (it stays in the
-  // text being read) to its atom spares upper-casing and interning it again.
-  // REQUIRES: name lies in the text being read (the cache keeps a pointer to it).
+  // Names repeat from record to record and from call to call: the manager's cache from the name
+  // as written to its atom spares upper-casing and interning it again.
   uint32_t Intern(std::string_view name) {
-    if (name.size() > 64) return hInternUpper(name);
+    if (name.size() > SerialCache::kNameBytes) return hInternUpper(name);
     uint32_t h = 2166136261u;
     for (unsigned char c : name) h = (h ^ c) * 16777619u;
-    CacheEntry& e = cache_[(h ^ (h >> 11)) & (kCacheSize - 1)];
-    if (e.p && e.n == name.size() && std::memcmp(e.p, name.data(), name.size()) == 0) return e.atom;
+    SerialCache::Name& e = names_[(h ^ (h >> 11)) & (SerialCache::kNames - 1)];
+    if (e.size == name.size() + 1 && std::memcmp(e.bytes, name.data(), name.size()) == 0) return e.atom;
     uint32_t atom = hInternUpper(name);
-    e = {name.data(), static_cast<uint32_t>(name.size()), atom};
+    e.atom = atom;
+    e.size = static_cast<uint8_t>(name.size() + 1);
+    if (!name.empty()) std::memcpy(e.bytes, name.data(), name.size());
     return atom;
   }
 
@@ -503,14 +532,8 @@ class SerializedReader {
     bool was_;
   };
 
-  struct CacheEntry {
-    const char* p = nullptr;
-    uint32_t n = 0;
-    uint32_t atom = 0;
-  };
-  static constexpr size_t kCacheSize = 256;
-  std::array<CacheEntry, kCacheSize> cache_{};
   cls_StructureManager& m_;
+  std::array<SerialCache::Name, SerialCache::kNames>& names_;
   const char* begin_;
   const char* p_;
   const char* end_;
@@ -520,6 +543,10 @@ class SerializedReader {
 // ---- public face ---------------------------------------------------------------------------
 
 int& cls_StructureSerializer::Depth() { return tDepth; }
+
+void cls_StructureSerializer::Forget(const cls_StructureManager* pManager) {
+  if (tCacheOwner == pManager) tCacheOwner = nullptr;
+}
 
 size_t cls_StructureSerializer::CharCount(std::string_view s) {
   if (hAscii(s.data(), s.size())) return s.size();
@@ -663,6 +690,32 @@ void cls_StructureManager::UNSERIALIZE(int32_t pID, std::string_view rSerialData
 Variant cls_StructureManager::UNSERIALIZE2(int32_t pID, std::string_view rSerialData, int64_t& rIndex) {
   return Guard(kClass, "UNSERIALIZE2",
                [&] { return cls_StructureSerializer(*this).ReadValue(pID, rSerialData, rIndex); });
+}
+
+// ---- flat records ---------------------------------------------------------------------------
+
+std::string SerializedRecordWriter::Key(std::string_view pName) { return hKeyPiece(text::UCase(pName)); }
+
+void SerializedRecordWriter::Begin(size_t pItems) {
+  Out out(buf_);
+  out.Put("a:", 2);
+  out.Int(static_cast<int64_t>(pItems));
+  out.Put(":{", 2);
+  len_ = out.Size();
+}
+
+void SerializedRecordWriter::Item(std::string_view pKey, const Variant& pValue) {
+  Out out(buf_, len_);
+  out.Put(pKey);
+  hPutValue(out, pValue);
+  len_ = out.Size();
+}
+
+std::string_view SerializedRecordWriter::End() {
+  Out out(buf_, len_);
+  out.Put("}", 1);
+  len_ = out.Size();
+  return {buf_.data(), len_};
 }
 
 }  // namespace rykel

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <iterator>
@@ -102,14 +103,23 @@ std::string hTooLong(const char* pWhat, size_t pMax) {
   return std::string("the ") + pWhat + " is longer than IMPORT.LINE.MAX (" + std::to_string(pMax) + " bytes)";
 }
 
+// The bytes that end a run of plain characters in an unquoted value: the delimiter, CR, LF and the
+// quote (true at their index).
+using CsvStops = std::array<bool, 256>;
+CsvStops hCsvStops(char delim) {
+  CsvStops stops{};
+  for (char c : {delim, '\n', '\r', '"'}) stops[static_cast<unsigned char>(c)] = true;
+  return stops;
+}
+
 // One CSV record into rValues; false at the end of the file. rProblem names a flaw that spoils
 // only this record (the rest of its line is skipped); an unclosed quote raises pFail.
 // record -> value { DELIM value } (CRLF | LF | CR | EOF)
 // value  -> '"' { char | '""' } '"' | { char but DELIM, '"', CR, LF }
 // A record longer than pMax bytes raises pFail too.
 template <class FailFn>
-bool hCsvRecord(DBImportReader::Source& s, char delim, size_t pMax, std::vector<std::string>& rValues, int64_t& rLine,
-                std::string& rProblem, const FailFn& pFail) {
+bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, size_t pMax,
+                std::vector<std::string>& rValues, int64_t& rLine, std::string& rProblem, const FailFn& pFail) {
   size_t n = 0;     // values of this record; the strings of rValues are reused for their capacity
   size_t used = 0;  // bytes of the values before the current one
   rProblem.clear();
@@ -165,12 +175,9 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, size_t pMax, std::vector<
         }
         cur += static_cast<char>(c);
         // The plain characters that follow are copied at once, straight from the buffer.
+        const size_t stop = s.buf.size();
         size_t end = s.pos;
-        while (end < s.buf.size()) {
-          char k = s.buf[end];
-          if (k == delim || k == '\n' || k == '\r' || k == '"') break;
-          ++end;
-        }
+        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])]) ++end;
         cur.append(s.buf, s.pos, end - s.pos);
         s.pos = end;
         bound(cur);
@@ -311,10 +318,11 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
     return true;
   };
   const auto max = static_cast<size_t>(mdl_Limits::Get(mdl_Limits::kImportLine));
-  if (!hCsvRecord(s, settings_.delimiter, max, values, line, problem, fail)) hFail(1, "no header row");
+  const CsvStops stops = hCsvStops(settings_.delimiter);
+  if (!hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, fail)) hFail(1, "no header row");
   if (!problem.empty() || !decode(values)) hFail(line, "header row: " + problem);
   columns_ = values;
-  while (hCsvRecord(s, settings_.delimiter, max, values, line, problem, fail)) {
+  while (hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, fail)) {
     if (!problem.empty() || !decode(values)) {
       pBad(line, problem);
     } else if (values.size() != columns_.size()) {
