@@ -56,9 +56,11 @@ Result FIT(const cls_DBField& pField, std::string_view pValue) {
     case ID_DBFieldType_EnumNumeric:
     case ID_DBFieldType_ReferenceNumeric:
       if (!ParseNumber(pValue, d) || !std::isfinite(d) || d != std::trunc(d)) out.problem = Problem::NotWhole;
+      else out.isNumber = true, out.number = d;
       break;
     case ID_DBFieldType_Double:
       if (!ParseNumber(pValue, d) || !std::isfinite(d)) out.problem = Problem::NotNumber;
+      else out.isNumber = true, out.number = d;
       break;
     case ID_DBFieldType_Boolean:
       out.value = YESNO(pValue);

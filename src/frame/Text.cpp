@@ -60,15 +60,13 @@ size_t Utf8CharLen(std::string_view s, size_t i) {
 }
 
 bool IsUtf8(std::string_view s) {
-  for (size_t i = 0; i < s.size();) {
-    if (i + 8 <= s.size()) {  // plain ASCII eight bytes at a time
-      uint64_t w;
-      std::memcpy(&w, s.data() + i, 8);
-      if (!(w & 0x8080808080808080ull)) {
-        i += 8;
-        continue;
-      }
-    }
+  size_t i = 0;
+  for (; i + 8 <= s.size(); i += 8) {  // a plain ASCII start eight bytes at a time
+    uint64_t w;
+    std::memcpy(&w, s.data() + i, 8);
+    if (w & 0x8080808080808080ull) break;
+  }
+  while (i < s.size()) {
     if (static_cast<unsigned char>(s[i]) < 0x80) {
       ++i;
       continue;

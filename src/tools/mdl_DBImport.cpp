@@ -65,13 +65,16 @@ struct TypeGuess {
   }
 };
 
-// The value to store for the field, or "" with rProblem set when it does not fit the field's type.
-std::string hFit(const cls_DBField& pField, const std::string& pValue, std::string& rProblem) {
+// The value to store for the field (converted to the field's type), or Empty with rProblem set
+// when it does not fit the field's type.
+Variant hFit(const cls_DBField& pField, const std::string& pValue, std::string& rProblem) {
   using mdl_DBValueFit::Problem;
   mdl_DBValueFit::Result fit = mdl_DBValueFit::FIT(pField, pValue);
   const char* want = nullptr;
   switch (fit.problem) {
-    case Problem::None: return std::move(fit.value);
+    case Problem::None:
+      // a number already read is converted as a number, not read from its text again
+      return pField.VALUECONVERT(fit.isNumber ? Variant(fit.number) : Variant(std::move(fit.value)));
     case Problem::NotMember: rProblem = "'" + fit.member + "' is not a member of " + pField.ID; return {};
     case Problem::NotDate: want = "a date (yyyy-mm-dd or d.m.yyyy)"; break;
     case Problem::NotWhole: want = "a whole number"; break;
@@ -257,9 +260,9 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
               if (values[c].empty()) continue;
               const cls_DBField& f = *fieldOf[c];
               problem.clear();
-              std::string fitted = hFit(f, values[c], problem);
+              Variant value = hFit(f, values[c], problem);
               if (!problem.empty()) return bad(line, problem);
-              row.emplace_back(c, f.VALUECONVERT(fitted));
+              row.emplace_back(c, std::move(value));
             }
             record.Begin(row.size());
             for (const auto& [c, v] : row) record.Item(keyOf[c], v);
@@ -272,9 +275,9 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
             if (values[c].empty()) continue;
             const cls_DBField& f = *fieldOf[c];
             problem.clear();
-            std::string fitted = hFit(f, values[c], problem);
+            Variant value = hFit(f, values[c], problem);
             if (!problem.empty()) return bad(line, problem);
-            data->ITEMBYID_LET(f.ID, f.VALUECONVERT(fitted));
+            data->ITEMBYID_LET(f.ID, value);
           }
           if (pOptions.sink) {
             pOptions.sink(data, rows);
