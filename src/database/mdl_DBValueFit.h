@@ -33,6 +33,7 @@ struct Result {
   Problem problem = Problem::None;  // why it does not fit
   std::string member;               // NotMember: the (trimmed) part of the value that names no member
   bool isNumber = false;            // a number field's value that fits: number holds it as read
+  bool isDate = false;              // a date field's value without blanks around it: number is its date
   double number = 0;
 };
 

@@ -1,5 +1,6 @@
 #include "structure/cls_StructureSerializer.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -578,6 +579,16 @@ size_t cls_StructureSerializer::DoubleText(double d, char* buf) {
   if (d == 0) {
     *q++ = '0';
     return static_cast<size_t>(q - buf);
+  }
+  // The shortest round-trip text picks plain digits only while they are no longer than the
+  // exponent form, so its decimal point never sits more than three zeros after "0.": that text is
+  // PHP's whenever it has no exponent and at most 15 digits before the point (past 2^53 the plain
+  // form spells out the exact integer, not the shortest digits).
+  {
+    auto r = std::to_chars(q, q + 30, d);
+    const char* dot = std::find(q, r.ptr, '.');
+    if (r.ec == std::errc() && std::find(q, r.ptr, 'e') == r.ptr && dot - q <= 15)
+      return static_cast<size_t>(r.ptr - buf);
   }
   // shortest round-trip digits and the decimal exponent, from the scientific form "d.ddde+XX"
   char sci[40];

@@ -73,8 +73,10 @@ Variant hFit(const cls_DBField& pField, const std::string& pValue, std::string& 
   const char* want = nullptr;
   switch (fit.problem) {
     case Problem::None:
-      // a number already read is converted as a number, not read from its text again
-      return pField.VALUECONVERT(fit.isNumber ? Variant(fit.number) : Variant(std::move(fit.value)));
+      // a number or date already read is converted as such, not read from its text again
+      if (fit.isNumber) return pField.VALUECONVERT(Variant(fit.number));
+      if (fit.isDate) return pField.VALUECONVERT(Variant::Date(fit.number));
+      return pField.VALUECONVERT(Variant(std::move(fit.value)));
     case Problem::NotMember: rProblem = "'" + fit.member + "' is not a member of " + pField.ID; return {};
     case Problem::NotDate: want = "a date (yyyy-mm-dd or d.m.yyyy)"; break;
     case Problem::NotWhole: want = "a whole number"; break;

@@ -132,6 +132,8 @@ TEST(StructureSerializer, DoublesAsPhpWritesThem) {
       {"5.0E-324", 5e-324},
       {"1.7976931348623157E+308", 1.7976931348623157e308},
       {"0.30000000000000004", 0.30000000000000004},
+      {"82659071070449000", 82659071070448992.0},  // shortest digits, not the exact integer
+      {"999999999999999.9", 999999999999999.9},
       {"INF", std::numeric_limits<double>::infinity()},
       {"-INF", -std::numeric_limits<double>::infinity()},
       {"NAN", std::nan("")},
