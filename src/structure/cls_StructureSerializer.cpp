@@ -39,8 +39,9 @@ inline bool hAscii(const char* p, size_t n) {
 }
 
 // Decodes up to `want` code points of strict UTF-8 from p (at most n bytes). Returns the bytes
-// they take, or npos when an invalid sequence comes first.
-size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr) {
+// they take, or npos when an invalid sequence comes first or (unless pToEnd) the text ends before
+// `want` of them; with pToEnd, the bytes decoded when it ends first.
+size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr, bool pToEnd = false) {
   size_t i = 0, chars = 0;
   const auto* u = reinterpret_cast<const unsigned char*>(p);
   while (chars < want && i < n) {
@@ -69,7 +70,7 @@ size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr)
     ++chars;
   }
   if (rChars) *rChars = chars;
-  return chars == want ? i : std::string_view::npos;
+  return chars == want || pToEnd ? i : std::string_view::npos;
 }
 
 // Appends to a buffer that grows geometrically and is written through raw pointers; the buffer's
@@ -551,11 +552,11 @@ void cls_StructureSerializer::Forget(const cls_StructureManager* pManager) {
 
 size_t cls_StructureSerializer::CharCount(std::string_view s) {
   if (hAscii(s.data(), s.size())) return s.size();
+  // asking for as many characters as there are bytes decodes to the end or stops at a flaw; well-
+  // formed text ends short of that count with every byte used
   size_t chars = 0;
-  if (hUtf8Span(s.data(), s.size(), s.size(), &chars) == std::string_view::npos &&
-      hUtf8Span(s.data(), s.size(), chars) != s.size())
-    return s.size();  // malformed UTF-8: bytes
-  return chars;
+  const size_t used = hUtf8Span(s.data(), s.size(), s.size(), &chars, true);
+  return used == s.size() ? chars : s.size();  // malformed UTF-8: bytes
 }
 
 size_t cls_StructureSerializer::DoubleText(double d, char* buf) {
