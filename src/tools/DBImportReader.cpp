@@ -166,6 +166,19 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
         return true;
       }
     } else {
+      // The common case, a value that ends in the buffer at a delimiter or line break, is copied
+      // at once from where its first character was read.
+      if (c != EOF && !pStops[static_cast<unsigned char>(c)]) {
+        const size_t stop = s.buf.size();
+        size_t end = s.pos;
+        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])]) ++end;
+        if (end < stop && s.buf[end] != '"') {
+          cur.append(s.buf.data() + s.pos - 1, end - s.pos + 1);  // cur is empty
+          s.pos = end;
+          bound(cur);
+          c = s.Get();
+        }
+      }
       while (c != delim && c != '\n' && c != '\r' && c != EOF) {
         if (c == '"') {
           rProblem = "a quote inside an unquoted value (quote the whole value and write the quote \"\")";
