@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -262,6 +263,28 @@ class SerializedReader {
 
   size_t Pos() const { return static_cast<size_t>(p_ - begin_); }
   bool AtEnd() const { return p_ >= end_; }
+
+  // A flat record, "a:" count ":{" { "s:" name scalar } "}" and blanks to the end, item by item
+  // into pItem(atom, value); false at the first thing that is not of that shape (the caller reads
+  // the text the general way, which also gives its errors).
+  template <class ItemFn>
+  bool Flat(const ItemFn& pItem) {
+    if (end_ - p_ < 2 || p_[0] != 'a' || p_[1] != ':') return false;
+    p_ += 2;
+    const int64_t count = Int(':');
+    Expect('{');
+    for (int64_t i = 0; i < count; ++i) {
+      if (end_ - p_ < 2 || p_[0] != 's' || p_[1] != ':') return false;
+      p_ += 2;
+      const uint32_t atom = Intern(Str());
+      if (p_ >= end_ || *p_ == 'a' || *p_ == 'O') return false;
+      pItem(atom, Scalar());
+    }
+    Expect('}');
+    for (; p_ < end_; ++p_)
+      if (*p_ != ' ' && *p_ != '\t' && *p_ != '\r' && *p_ != '\n') return false;
+    return true;
+  }
 
   // value -> "a:" ... | "O:" ... | scalar. Arrays fill pID; scalars are returned.
   Variant Value(int32_t pID) {
@@ -648,6 +671,15 @@ Variant cls_StructureSerializer::ReadValue(int32_t pID, std::string_view pText, 
     tDepth = 0;
     throw;
   }
+}
+
+bool cls_StructureSerializer::ReadFlat(std::string_view pText,
+                                       const std::function<void(uint32_t pAtom, Variant&& pValue)>& pItem) {
+  try {
+    mdl_Limits::CheckInputSize(pText.size(), "Serialized text");
+    SerializedReader r(m_, pText, 0);
+    return r.Flat(pItem);
+  } catch (const Error&) { return false; }
 }
 
 void cls_StructureSerializer::Unserialize(int32_t pID, std::string_view pText) {

@@ -29,6 +29,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -57,6 +58,12 @@ class cls_StructureSerializer {
   // Reads one value at rPos (a byte offset) and moves rPos past it. An array or object appends its
   // items to the node and gives Empty; a scalar is returned and the node is left alone.
   Variant ReadValue(int32_t pID, std::string_view pText, int64_t& rPos);
+
+  // Reads a flat record (named scalar items only, as SerializedRecordWriter writes them) without
+  // a structure: pItem gets each item's name atom and value, in order. False when the text is not
+  // of that shape, or is damaged, after pItem may have had some items: such a text is for
+  // Unserialize, which also names what is wrong with it.
+  bool ReadFlat(std::string_view pText, const std::function<void(uint32_t pAtom, Variant&& pValue)>& pItem);
 
   // The reader's nesting depth on this thread (reset by Unserialize and after every error).
   static int& Depth();

@@ -110,6 +110,44 @@ TEST(StructureSerializer, RecordWriterMatchesSerialize) {
   }
 }
 
+// A flat record read item by item gives what UNSERIALIZE puts in a structure (names upper-cased,
+// a date text as a date, a repeated name twice in order); anything else is left to UNSERIALIZE.
+TEST(StructureSerializer, ReadFlatTakesOnlyFlatRecords) {
+  const struct {
+    std::string text;
+    bool flat;
+  } rows[] = {
+      {"a:3:{s:2:\"id\";i:7;s:4:\"WHEN\";s:10:\"2024-02-29\";s:1:\"X\";d:0.5;}", true},
+      {"a:2:{s:1:\"A\";b:1;s:1:\"a\";N;}\r\n", true},
+      {"a:0:{}", true},
+      {"a:1:{s:1:\"A\";a:0:{}}", false},        // a sub-structure
+      {"a:1:{i:0;s:1:\"x\";}", false},          // a numbered item
+      {"O:1:\"C\":1:{s:1:\"A\";i:1;}", false},  // an object
+      {"a:1:{s:1:\"A\";i:1;}x", false},         // text after the record
+      {"a:2:{s:1:\"A\";i:1;}", false},          // damaged
+      {"QS1:", false},
+  };
+  auto s = cls_Structure::New();
+  cls_StructureSerializer r(*s->MANAGER_GET());
+  for (const auto& row : rows) {
+    std::string items;
+    auto item = [&](uint32_t pAtom, Variant&& pValue) {
+      items += std::string(s->MANAGER_GET()->Names().Name(pAtom)) + "=" + CStr(pValue) + ":" +
+               std::to_string(static_cast<int>(pValue.type())) + ";";
+    };
+    ASSERT_EQ(r.ReadFlat(row.text, item), row.flat) << row.text;
+    if (!row.flat) continue;
+    s->UNSERIALIZE(row.text);
+    std::string expected;
+    auto& m = *s->MANAGER_GET();
+    for (const auto& it : m.Items(s->SID_GET()))
+      if (it.used)
+        expected += std::string(m.Names().Name(it.name)) + "=" + CStr(it.value) + ":" +
+                    std::to_string(static_cast<int>(it.value.type())) + ";";
+    EXPECT_EQ(items, expected) << row.text;
+  }
+}
+
 TEST(StructureSerializer, DoublesAsPhpWritesThem) {
   const struct {
     const char* name;  // the text written
