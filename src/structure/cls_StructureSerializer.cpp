@@ -26,15 +26,26 @@ constexpr const char* kClass = "cls_StructureManager";
 
 [[noreturn]] void hInvalid() { Raise(err::kInvalidData, "Serialized data invalid"); }
 
-// True when the n bytes at p are all ASCII (eight at a time).
+// True when the n bytes at p are all ASCII: eight at a time, the tail as one word that overlaps
+// the last one read (names and values are mostly short).
 inline bool hAscii(const char* p, size_t n) {
-  size_t i = 0;
-  for (; i + 8 <= n; i += 8) {
+  constexpr uint64_t kHigh = 0x8080808080808080ull;
+  if (n >= 8) {
     uint64_t w;
-    std::memcpy(&w, p + i, 8);
-    if (w & 0x8080808080808080ull) return false;
+    for (size_t i = 0; i + 8 <= n; i += 8) {
+      std::memcpy(&w, p + i, 8);
+      if (w & kHigh) return false;
+    }
+    std::memcpy(&w, p + n - 8, 8);
+    return !(w & kHigh);
   }
-  for (; i < n; ++i)
+  if (n >= 4) {
+    uint32_t a, b;
+    std::memcpy(&a, p, 4);
+    std::memcpy(&b, p + n - 4, 4);
+    return !((a | b) & 0x80808080u);
+  }
+  for (size_t i = 0; i < n; ++i)
     if (static_cast<unsigned char>(p[i]) >= 0x80) return false;
   return true;
 }
