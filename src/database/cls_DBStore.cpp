@@ -655,7 +655,8 @@ class FileCursor : public cls_DBStore::EntryCursor {
   bool Next(Variant& rID, std::vector<Variant>& rValues) override {
     std::string_view content;
     if (!file_.Next(rID, content)) return false;
-    rValues.assign(reader_.fields.size(), Variant());
+    rValues.clear();  // then all Empty: cheaper than assigning Empty over each value
+    rValues.resize(reader_.fields.size());
     seen_.assign(reader_.fields.size(), 0);
     // as in a structure, the first item of a name is the one read
     auto item = [&](uint32_t pAtom, Variant&& pValue) {
