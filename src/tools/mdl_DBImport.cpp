@@ -281,11 +281,11 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
             if (!problem.empty()) return bad(line, problem);
             data->ITEMBYID_LET(f.ID, value);
           }
-          if (pOptions.sink) {
-            pOptions.sink(data, rows);
-            ++result.imported;
-          } else if (pOptions.textSink) {
+          if (pOptions.textSink) {
             pOptions.textSink(data->SERIALIZE(), rows);
+            ++result.imported;
+          } else if (pOptions.sink) {
+            pOptions.sink(data, rows);
             ++result.imported;
           } else {
             staged.push_back(std::move(data));
