@@ -49,6 +49,17 @@ struct DBImportReader::Source {
     return static_cast<unsigned char>(buf[pos]);
   }
   int Get() {
+    // the common case, a plain byte in the buffer, stays small enough to be inlined everywhere
+    if (pos < buf.size()) {
+      const unsigned char c = static_cast<unsigned char>(buf[pos]);
+      if (c != '\n' && c != '\r') {
+        ++pos;
+        return c;
+      }
+    }
+    return hGetAny();
+  }
+  int hGetAny() {
     int c = Peek();
     if (c == EOF) return c;
     ++pos;
