@@ -109,9 +109,9 @@ void AddDbImportCommand(CLI::App& app) {
           size_t slash = newHeader.rfind('/');
           std::string headerName = slash == std::string::npos ? newHeader : newHeader.substr(slash + 1);
           int32_t id = 0;
-          a.options.sink = [&](const StructurePtr& pEntry, int64_t pRows) {
+          a.options.textSink = [&](std::string_view pEntry, int64_t pRows) {
             if (!writer.Begun()) writer.Begin(headerName, static_cast<int32_t>(pRows));
-            writer.Record(Variant(++id), true, pEntry->SERIALIZE());
+            writer.Record(Variant(++id), true, pEntry);
           };
           r = mdl_DBImport::Import(*db, a.file, a.options);
           if (!writer.Begun()) writer.Begin(headerName, 0);

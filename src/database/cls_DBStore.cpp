@@ -11,6 +11,7 @@
 #include "frame/Random.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
+#include "structure/cls_StructureSerializer.h"
 #include "structure/mdl_GlobalStructure.h"
 
 namespace rykel {
@@ -644,17 +645,31 @@ class TableCursor : public cls_DBStore::EntryCursor {
   size_t next_ = 0;
 };
 
-// The records of a binary database file, each decoded into one structure that is refilled.
+// The records of a binary database file. A flat record (named values only, the usual entry) is
+// read straight into the values; any other is decoded into one structure that is refilled.
 class FileCursor : public cls_DBStore::EntryCursor {
  public:
   FileCursor(const std::string& pFile, const cls_DBStore::EntryReader& pReader)
-      : file_(pFile), reader_(pReader), entry_(cls_Structure::New()) {}
+      : file_(pFile), reader_(pReader), entry_(cls_Structure::New()), serializer_(*entry_->MANAGER_GET()) {}
   int64_t Count() const override { return file_.Count(); }
   bool Next(Variant& rID, std::vector<Variant>& rValues) override {
     std::string_view content;
     if (!file_.Next(rID, content)) return false;
-    entry_->UNSERIALIZE(content);
-    hReadValues(entry_.get(), reader_, rValues);
+    rValues.clear();  // then all Empty: cheaper than assigning Empty over each value
+    rValues.resize(reader_.fields.size());
+    seen_.assign(reader_.fields.size(), 0);
+    // as in a structure, the first item of a name is the one read
+    auto item = [&](uint32_t pAtom, Variant&& pValue) {
+      for (size_t i = 0; i < reader_.atoms.size(); ++i)
+        if (pAtom && reader_.atoms[i] == pAtom && !seen_[i]) {
+          rValues[i] = hTyped(*reader_.fields[i], pValue);
+          seen_[i] = 1;
+        }
+    };
+    if (!serializer_.ReadFlat(content, item)) {
+      entry_->UNSERIALIZE(content);
+      hReadValues(entry_.get(), reader_, rValues);
+    }
     return true;
   }
 
@@ -662,6 +677,8 @@ class FileCursor : public cls_DBStore::EntryCursor {
   DBBinaryFile file_;
   cls_DBStore::EntryReader reader_;
   StructurePtr entry_;
+  cls_StructureSerializer serializer_;
+  std::vector<char> seen_;
 };
 
 }  // namespace

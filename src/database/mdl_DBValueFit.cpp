@@ -28,11 +28,20 @@ std::string YESNO(std::string_view pText, bool pStrict) {
   return {};
 }
 
-bool ISDATE(std::string_view pText) {
-  double d;
+namespace {
+
+// ISDATE, with the date read (of the trimmed text) in rDate.
+bool hIsDate(std::string_view pText, double& rDate) {
   std::string_view s = text::Trim(pText);
   std::string_view day = s.substr(0, s.find(' '));
-  return day.find_first_of("-.") != std::string_view::npos && date::Parse(s, d);
+  return day.find_first_of("-.") != std::string_view::npos && date::Parse(s, rDate);
+}
+
+}  // namespace
+
+bool ISDATE(std::string_view pText) {
+  double d;
+  return hIsDate(pText, d);
 }
 
 Result FIT(const cls_DBField& pField, std::string_view pValue) {
@@ -61,15 +70,18 @@ Result FIT(const cls_DBField& pField, std::string_view pValue) {
   double d;
   switch (pField.TYPE) {
     case ID_DBFieldType_Date:
-      if (!ISDATE(pValue)) out.problem = Problem::NotDate;
+      if (!hIsDate(pValue, d)) out.problem = Problem::NotDate;
+      else if (text::Trim(pValue).size() == pValue.size()) out.isDate = true, out.number = d;
       break;
     case ID_DBFieldType_Long:
     case ID_DBFieldType_EnumNumeric:
     case ID_DBFieldType_ReferenceNumeric:
       if (!ParseNumber(pValue, d) || !std::isfinite(d) || d != std::trunc(d)) out.problem = Problem::NotWhole;
+      else out.isNumber = true, out.number = d;
       break;
     case ID_DBFieldType_Double:
       if (!ParseNumber(pValue, d) || !std::isfinite(d)) out.problem = Problem::NotNumber;
+      else out.isNumber = true, out.number = d;
       break;
     case ID_DBFieldType_Boolean:
       out.value = YESNO(pValue);

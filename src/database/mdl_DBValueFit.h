@@ -32,6 +32,9 @@ struct Result {
   std::string value;                // what to store (the value as given, or its key / True / False)
   Problem problem = Problem::None;  // why it does not fit
   std::string member;               // NotMember: the (trimmed) part of the value that names no member
+  bool isNumber = false;            // a number field's value that fits: number holds it as read
+  bool isDate = false;              // a date field's value without blanks around it: number is its date
+  double number = 0;
 };
 
 // Checks pValue against pField's type (see the header comment); a blank value is checked as any.

@@ -109,6 +109,19 @@ bool ParseNumber(std::string_view s, double& rOut) {
       return true;
     }
   }
+  // So are plain decimals, "-12.75": digits on both sides of one ".", nothing else; read as the
+  // general way below reads them (correctly rounded), without copying the text first.
+  if (s.size() >= 3 && s.size() <= 32) {
+    size_t i = s[0] == '-' ? 1 : 0, intDigits = 0, fracDigits = 0;
+    for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i) ++intDigits;
+    if (i < s.size() && s[i] == '.') {
+      for (++i; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i) ++fracDigits;
+      if (i == s.size() && intDigits && fracDigits) {
+        auto r = std::from_chars(s.data(), s.data() + s.size(), rOut);
+        if (r.ec == std::errc() && r.ptr == s.data() + s.size() && std::isfinite(rOut)) return true;
+      }
+    }
+  }
   s = text::Trim(s);
   while (!s.empty() && (s.front() == '\t')) s.remove_prefix(1);
   if (s.empty()) return false;

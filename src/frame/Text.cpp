@@ -1,6 +1,8 @@
 #include "frame/Text.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
@@ -58,7 +60,13 @@ size_t Utf8CharLen(std::string_view s, size_t i) {
 }
 
 bool IsUtf8(std::string_view s) {
-  for (size_t i = 0; i < s.size();) {
+  size_t i = 0;
+  for (; i + 8 <= s.size(); i += 8) {  // a plain ASCII start eight bytes at a time
+    uint64_t w;
+    std::memcpy(&w, s.data() + i, 8);
+    if (w & 0x8080808080808080ull) break;
+  }
+  while (i < s.size()) {
     if (static_cast<unsigned char>(s[i]) < 0x80) {
       ++i;
       continue;
@@ -115,8 +123,14 @@ size_t InStr(size_t start, std::string_view hay, std::string_view needle) {
 }
 
 bool IsAscii(std::string_view s) {
-  for (unsigned char c : s)
-    if (c >= 0x80) return false;
+  size_t i = 0;
+  for (; i + 8 <= s.size(); i += 8) {
+    uint64_t w;
+    std::memcpy(&w, s.data() + i, 8);
+    if (w & 0x8080808080808080ull) return false;
+  }
+  for (; i < s.size(); ++i)
+    if (static_cast<unsigned char>(s[i]) >= 0x80) return false;
   return true;
 }
 

@@ -11,6 +11,7 @@
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "structure/cls_Structure.h"
+#include "structure/cls_StructureSerializer.h"
 
 namespace rykel {
 
@@ -168,7 +169,10 @@ cls_StructureManager::cls_StructureManager() : pool_(new HandlePool) {
   free_.assign(101, 0);
 }
 
-cls_StructureManager::~cls_StructureManager() { pool_->Disown(); }
+cls_StructureManager::~cls_StructureManager() {
+  cls_StructureSerializer::Forget(this);
+  pool_->Disown();
+}
 
 // ---- node store ------------------------------------------------------------------------------
 

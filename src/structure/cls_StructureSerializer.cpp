@@ -1,16 +1,20 @@
 #include "structure/cls_StructureSerializer.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
+#include "structure/SerialCache.h"
 #include "structure/cls_StructureCompact.h"
 
 namespace rykel {
@@ -22,22 +26,34 @@ constexpr const char* kClass = "cls_StructureManager";
 
 [[noreturn]] void hInvalid() { Raise(err::kInvalidData, "Serialized data invalid"); }
 
-// True when the n bytes at p are all ASCII (eight at a time).
+// True when the n bytes at p are all ASCII: eight at a time, the tail as one word that overlaps
+// the last one read (names and values are mostly short).
 inline bool hAscii(const char* p, size_t n) {
-  size_t i = 0;
-  for (; i + 8 <= n; i += 8) {
+  constexpr uint64_t kHigh = 0x8080808080808080ull;
+  if (n >= 8) {
     uint64_t w;
-    std::memcpy(&w, p + i, 8);
-    if (w & 0x8080808080808080ull) return false;
+    for (size_t i = 0; i + 8 <= n; i += 8) {
+      std::memcpy(&w, p + i, 8);
+      if (w & kHigh) return false;
+    }
+    std::memcpy(&w, p + n - 8, 8);
+    return !(w & kHigh);
   }
-  for (; i < n; ++i)
+  if (n >= 4) {
+    uint32_t a, b;
+    std::memcpy(&a, p, 4);
+    std::memcpy(&b, p + n - 4, 4);
+    return !((a | b) & 0x80808080u);
+  }
+  for (size_t i = 0; i < n; ++i)
     if (static_cast<unsigned char>(p[i]) >= 0x80) return false;
   return true;
 }
 
 // Decodes up to `want` code points of strict UTF-8 from p (at most n bytes). Returns the bytes
-// they take, or npos when an invalid sequence comes first.
-size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr) {
+// they take, or npos when an invalid sequence comes first or (unless pToEnd) the text ends before
+// `want` of them; with pToEnd, the bytes decoded when it ends first.
+size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr, bool pToEnd = false) {
   size_t i = 0, chars = 0;
   const auto* u = reinterpret_cast<const unsigned char*>(p);
   while (chars < want && i < n) {
@@ -66,12 +82,14 @@ size_t hUtf8Span(const char* p, size_t n, size_t want, size_t* rChars = nullptr)
     ++chars;
   }
   if (rChars) *rChars = chars;
-  return chars == want ? i : std::string_view::npos;
+  return chars == want || pToEnd ? i : std::string_view::npos;
 }
 
-// An output buffer that grows geometrically and is written through raw pointers.
+// Appends to a buffer that grows geometrically and is written through raw pointers; the buffer's
+// size runs ahead of the text, whose length is Size().
 class Out {
  public:
+  explicit Out(std::string& rBuf, size_t pLen = 0) : buf_(rBuf), len_(pLen) {}
   char* Room(size_t n) {
     if (len_ + n > buf_.size()) buf_.resize(std::max(buf_.size() * 2, len_ + n + 256));
     return buf_.data() + len_;
@@ -86,14 +104,11 @@ class Out {
     char* p = Room(24);
     len_ += static_cast<size_t>(std::to_chars(p, p + 24, v).ptr - p);
   }
-  std::string Take() {
-    buf_.resize(len_);
-    return std::move(buf_);
-  }
+  size_t Size() const { return len_; }
 
  private:
-  std::string buf_;
-  size_t len_ = 0;
+  std::string& buf_;
+  size_t len_;
 };
 
 // "s:" chars ":\"" text "\";"
@@ -129,9 +144,74 @@ void hPutDate(Out& out, double ole) {
   out.Commit(n + 3);
 }
 
+void hNumber(Out& out, char tag, const char* p, size_t n) {
+  char* q = out.Room(n + 3);
+  q[0] = tag;
+  q[1] = ':';
+  std::memcpy(q + 2, p, n);
+  q[n + 2] = ';';
+  out.Commit(n + 3);
+}
+
+void hPutValue(Out& out, const Variant& v) {
+  char buf[48];
+  switch (v.type()) {
+    case VarType::Null: out.Put("n:0;", 4); return;
+    case VarType::Integer: hNumber(out, 'i', buf, std::to_chars(buf, buf + 24, v.rawInteger()).ptr - buf); return;
+    case VarType::Long: hNumber(out, 'i', buf, std::to_chars(buf, buf + 24, v.rawLong()).ptr - buf); return;
+    case VarType::Single: {
+      // the float's own shortest text, as the classic writer gave it ("0.1", not 0.100000001...)
+      auto r = std::to_chars(buf, buf + 40, v.rawSingle());
+      std::string_view t(buf, static_cast<size_t>(r.ptr - buf));
+      double d = 0;
+      std::from_chars(t.data(), t.data() + t.size(), d);
+      hNumber(out, 'd', buf, cls_StructureSerializer::DoubleText(d, buf));
+      return;
+    }
+    case VarType::Double: hNumber(out, 'd', buf, cls_StructureSerializer::DoubleText(v.rawDouble(), buf)); return;
+    case VarType::Currency: {
+      std::string t = CurrencyText(v.rawCurrency());
+      for (char& c : t)
+        if (c == ',') c = '.';
+      hNumber(out, 'd', t.data(), t.size());
+      return;
+    }
+    case VarType::Date: hPutDate(out, v.rawDouble()); return;
+    case VarType::String: hPutString(out, v.str()); return;
+    case VarType::Boolean: out.Put(v.rawBool() ? "b:1;" : "b:0;", 4); return;
+    default: out.Put("i:0;", 4); return;
+  }
+}
+
+// What the text form keeps for the manager this thread used last: a serializer works on a manager
+// of its own thread, and a thread mostly works on one (its global one). Another manager starts the
+// cache afresh; a manager that ends drops it (cls_StructureSerializer::Forget), so a new manager
+// at the same address never meets the atoms of the old one.
+// (The owner is a plain pointer: a manager may end after the thread's cache has been destroyed.)
+thread_local const cls_StructureManager* tCacheOwner = nullptr;
+thread_local std::unique_ptr<SerialCache> tCache;
+
+SerialCache& hCacheFor(const cls_StructureManager& m) {
+  if (!tCache) tCache = std::make_unique<SerialCache>();
+  if (tCacheOwner != &m) {
+    *tCache = SerialCache();
+    tCacheOwner = &m;
+  }
+  return *tCache;
+}
+
+// The key piece of a name: "s:" chars ":\"" name "\";".
+std::string hKeyPiece(std::string_view pName) {
+  std::string piece;
+  Out out(piece);
+  hPutString(out, pName);
+  piece.resize(out.Size());
+  return piece;
+}
+
 class Writer {
  public:
-  explicit Writer(const cls_StructureManager& m) : m_(m) {}
+  explicit Writer(const cls_StructureManager& m) : m_(m), cache_(hCacheFor(m)) {}
 
   void Node(int32_t id, int depth) {
     if (depth > cls_StructureSerializer::MaxDepth())
@@ -149,71 +229,33 @@ class Writer {
       if (!it.used) continue;
       Key(it.name);
       if (it.isStruct) Node(it.child, depth + 1);
-      else Value(it.value);
+      else hPutValue(out_, it.value);
     }
     out_.Put("}", 1);
   }
 
-  std::string Take() { return out_.Take(); }
+  std::string Take() {
+    text_.resize(out_.Size());
+    return std::move(text_);
+  }
 
  private:
-  // Key pieces are made once per name and copied from then on.
+  // Key pieces are made once per name and kept with the manager, so every later write copies them.
   void Key(uint32_t atom) {
-    if (atom >= keys_.size()) keys_.resize(atom + 1, {0, 0});  // not the whole table: one serializer per small entry
-    auto& k = keys_[atom];
-    if (k.second == 0) {
-      Out tmp;
-      hPutString(tmp, m_.Names().Name(atom));
-      std::string piece = tmp.Take();
-      k = {static_cast<uint32_t>(arena_.size()), static_cast<uint32_t>(piece.size())};
-      arena_ += piece;
+    if (atom >= cache_.keyAt.size()) cache_.keyAt.resize(atom + 1, 0);
+    uint64_t& k = cache_.keyAt[atom];
+    if (k == 0) {
+      std::string piece = hKeyPiece(m_.Names().Name(atom));
+      k = (static_cast<uint64_t>(cache_.keyText.size()) << 32) | piece.size();
+      cache_.keyText += piece;
     }
-    out_.Put(arena_.data() + k.first, k.second);
-  }
-
-  void Value(const Variant& v) {
-    char buf[48];
-    switch (v.type()) {
-      case VarType::Null: out_.Put("n:0;", 4); return;
-      case VarType::Integer: hNumber('i', buf, std::to_chars(buf, buf + 24, v.rawInteger()).ptr - buf); return;
-      case VarType::Long: hNumber('i', buf, std::to_chars(buf, buf + 24, v.rawLong()).ptr - buf); return;
-      case VarType::Single: {
-        // the float's own shortest text, as the classic writer gave it ("0.1", not 0.100000001...)
-        auto r = std::to_chars(buf, buf + 40, v.rawSingle());
-        std::string_view t(buf, static_cast<size_t>(r.ptr - buf));
-        double d = 0;
-        std::from_chars(t.data(), t.data() + t.size(), d);
-        hNumber('d', buf, cls_StructureSerializer::DoubleText(d, buf));
-        return;
-      }
-      case VarType::Double: hNumber('d', buf, cls_StructureSerializer::DoubleText(v.rawDouble(), buf)); return;
-      case VarType::Currency: {
-        std::string t = CurrencyText(v.rawCurrency());
-        for (char& c : t)
-          if (c == ',') c = '.';
-        hNumber('d', t.data(), t.size());
-        return;
-      }
-      case VarType::Date: hPutDate(out_, v.rawDouble()); return;
-      case VarType::String: hPutString(out_, v.str()); return;
-      case VarType::Boolean: out_.Put(v.rawBool() ? "b:1;" : "b:0;", 4); return;
-      default: out_.Put("i:0;", 4); return;
-    }
-  }
-
-  void hNumber(char tag, const char* p, size_t n) {
-    char* q = out_.Room(n + 3);
-    q[0] = tag;
-    q[1] = ':';
-    std::memcpy(q + 2, p, n);
-    q[n + 2] = ';';
-    out_.Commit(n + 3);
+    out_.Put(cache_.keyText.data() + (k >> 32), static_cast<uint32_t>(k));
   }
 
   const cls_StructureManager& m_;
-  Out out_;
-  std::vector<std::pair<uint32_t, uint32_t>> keys_;  // atom -> (offset, length) in arena_
-  std::string arena_;
+  SerialCache& cache_;
+  std::string text_;
+  Out out_{text_};
 };
 
 thread_local int tDepth = 0;
@@ -226,12 +268,34 @@ thread_local int tDepth = 0;
 class SerializedReader {
  public:
   SerializedReader(cls_StructureManager& m, std::string_view text, size_t pos)
-      : m_(m), begin_(text.data()), p_(text.data() + pos), end_(text.data() + text.size()) {
+      : m_(m), names_(hCacheFor(m).names), begin_(text.data()), p_(text.data() + pos), end_(text.data() + text.size()) {
     gapBudget_ = mdl_Limits::UnusedSlotBudget(text.size());
   }
 
   size_t Pos() const { return static_cast<size_t>(p_ - begin_); }
   bool AtEnd() const { return p_ >= end_; }
+
+  // A flat record, "a:" count ":{" { "s:" name scalar } "}" and blanks to the end, item by item
+  // into pItem(atom, value); false at the first thing that is not of that shape (the caller reads
+  // the text the general way, which also gives its errors).
+  template <class ItemFn>
+  bool Flat(const ItemFn& pItem) {
+    if (end_ - p_ < 2 || p_[0] != 'a' || p_[1] != ':') return false;
+    p_ += 2;
+    const int64_t count = Int(':');
+    Expect('{');
+    for (int64_t i = 0; i < count; ++i) {
+      if (end_ - p_ < 2 || p_[0] != 's' || p_[1] != ':') return false;
+      p_ += 2;
+      const uint32_t atom = Intern(Str());
+      if (p_ >= end_ || *p_ == 'a' || *p_ == 'O') return false;
+      pItem(atom, Scalar());
+    }
+    Expect('}');
+    for (; p_ < end_; ++p_)
+      if (*p_ != ' ' && *p_ != '\t' && *p_ != '\r' && *p_ != '\n') return false;
+    return true;
+  }
 
   // value -> "a:" ... | "O:" ... | scalar. Arrays fill pID; scalars are returned.
   Variant Value(int32_t pID) {
@@ -355,17 +419,18 @@ class SerializedReader {
     Raise(err::kInvalidData, "Invalid data type found: " + letter);
   }
 
-  // Names repeat from record to record: a small cache from the name as written (it stays in the
-  // text being read) to its atom spares upper-casing and interning it again.
-  // REQUIRES: name lies in the text being read (the cache keeps a pointer to it).
+  // Names repeat from record to record and from call to call: the manager's cache from the name
+  // as written to its atom spares upper-casing and interning it again.
   uint32_t Intern(std::string_view name) {
-    if (name.size() > 64) return hInternUpper(name);
+    if (name.size() > SerialCache::kNameBytes) return hInternUpper(name);
     uint32_t h = 2166136261u;
     for (unsigned char c : name) h = (h ^ c) * 16777619u;
-    CacheEntry& e = cache_[(h ^ (h >> 11)) & (kCacheSize - 1)];
-    if (e.p && e.n == name.size() && std::memcmp(e.p, name.data(), name.size()) == 0) return e.atom;
+    SerialCache::Name& e = names_[(h ^ (h >> 11)) & (SerialCache::kNames - 1)];
+    if (e.size == name.size() + 1 && std::memcmp(e.bytes, name.data(), name.size()) == 0) return e.atom;
     uint32_t atom = hInternUpper(name);
-    e = {name.data(), static_cast<uint32_t>(name.size()), atom};
+    e.atom = atom;
+    e.size = static_cast<uint8_t>(name.size() + 1);
+    if (!name.empty()) std::memcpy(e.bytes, name.data(), name.size());
     return atom;
   }
 
@@ -503,14 +568,8 @@ class SerializedReader {
     bool was_;
   };
 
-  struct CacheEntry {
-    const char* p = nullptr;
-    uint32_t n = 0;
-    uint32_t atom = 0;
-  };
-  static constexpr size_t kCacheSize = 256;
-  std::array<CacheEntry, kCacheSize> cache_{};
   cls_StructureManager& m_;
+  std::array<SerialCache::Name, SerialCache::kNames>& names_;
   const char* begin_;
   const char* p_;
   const char* end_;
@@ -521,13 +580,17 @@ class SerializedReader {
 
 int& cls_StructureSerializer::Depth() { return tDepth; }
 
+void cls_StructureSerializer::Forget(const cls_StructureManager* pManager) {
+  if (tCacheOwner == pManager) tCacheOwner = nullptr;
+}
+
 size_t cls_StructureSerializer::CharCount(std::string_view s) {
   if (hAscii(s.data(), s.size())) return s.size();
+  // asking for as many characters as there are bytes decodes to the end or stops at a flaw; well-
+  // formed text ends short of that count with every byte used
   size_t chars = 0;
-  if (hUtf8Span(s.data(), s.size(), s.size(), &chars) == std::string_view::npos &&
-      hUtf8Span(s.data(), s.size(), chars) != s.size())
-    return s.size();  // malformed UTF-8: bytes
-  return chars;
+  const size_t used = hUtf8Span(s.data(), s.size(), s.size(), &chars, true);
+  return used == s.size() ? chars : s.size();  // malformed UTF-8: bytes
 }
 
 size_t cls_StructureSerializer::DoubleText(double d, char* buf) {
@@ -551,6 +614,16 @@ size_t cls_StructureSerializer::DoubleText(double d, char* buf) {
   if (d == 0) {
     *q++ = '0';
     return static_cast<size_t>(q - buf);
+  }
+  // The shortest round-trip text picks plain digits only while they are no longer than the
+  // exponent form, so its decimal point never sits more than three zeros after "0.": that text is
+  // PHP's whenever it has no exponent and at most 15 digits before the point (past 2^53 the plain
+  // form spells out the exact integer, not the shortest digits).
+  {
+    auto r = std::to_chars(q, q + 30, d);
+    const char* dot = std::find(q, r.ptr, '.');
+    if (r.ec == std::errc() && std::find(q, r.ptr, 'e') == r.ptr && dot - q <= 15)
+      return static_cast<size_t>(r.ptr - buf);
   }
   // shortest round-trip digits and the decimal exponent, from the scientific form "d.ddde+XX"
   char sci[40];
@@ -611,6 +684,15 @@ Variant cls_StructureSerializer::ReadValue(int32_t pID, std::string_view pText, 
   }
 }
 
+bool cls_StructureSerializer::ReadFlat(std::string_view pText,
+                                       const std::function<void(uint32_t pAtom, Variant&& pValue)>& pItem) {
+  try {
+    mdl_Limits::CheckInputSize(pText.size(), "Serialized text");
+    SerializedReader r(m_, pText, 0);
+    return r.Flat(pItem);
+  } catch (const Error&) { return false; }
+}
+
 void cls_StructureSerializer::Unserialize(int32_t pID, std::string_view pText) {
   if (pText.size() >= 2 && pText[0] == 'Q' && pText[1] == 'S') {
     cls_StructureCompact(m_).Read(pID, pText);
@@ -663,6 +745,32 @@ void cls_StructureManager::UNSERIALIZE(int32_t pID, std::string_view rSerialData
 Variant cls_StructureManager::UNSERIALIZE2(int32_t pID, std::string_view rSerialData, int64_t& rIndex) {
   return Guard(kClass, "UNSERIALIZE2",
                [&] { return cls_StructureSerializer(*this).ReadValue(pID, rSerialData, rIndex); });
+}
+
+// ---- flat records ---------------------------------------------------------------------------
+
+std::string SerializedRecordWriter::Key(std::string_view pName) { return hKeyPiece(text::UCase(pName)); }
+
+void SerializedRecordWriter::Begin(size_t pItems) {
+  Out out(buf_);
+  out.Put("a:", 2);
+  out.Int(static_cast<int64_t>(pItems));
+  out.Put(":{", 2);
+  len_ = out.Size();
+}
+
+void SerializedRecordWriter::Item(std::string_view pKey, const Variant& pValue) {
+  Out out(buf_, len_);
+  out.Put(pKey);
+  hPutValue(out, pValue);
+  len_ = out.Size();
+}
+
+std::string_view SerializedRecordWriter::End() {
+  Out out(buf_, len_);
+  out.Put("}", 1);
+  len_ = out.Size();
+  return {buf_.data(), len_};
 }
 
 }  // namespace rykel

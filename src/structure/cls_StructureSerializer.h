@@ -24,10 +24,12 @@
 // A key "" appends a numbered item; a string value whose 5th and 8th characters are "-" becomes a
 // Date when it reads as one. Nesting deeper than MaxDepth() arrays raises "Serialized data invalid".
 //
-// Threads: the depth counter is per thread; a serializer works on one manager of that thread.
+// Threads: the depth counter and the cache of names are per thread; a serializer works on one
+// manager of that thread.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -57,8 +59,17 @@ class cls_StructureSerializer {
   // items to the node and gives Empty; a scalar is returned and the node is left alone.
   Variant ReadValue(int32_t pID, std::string_view pText, int64_t& rPos);
 
+  // Reads a flat record (named scalar items only, as SerializedRecordWriter writes them) without
+  // a structure: pItem gets each item's name atom and value, in order. False when the text is not
+  // of that shape, or is damaged, after pItem may have had some items: such a text is for
+  // Unserialize, which also names what is wrong with it.
+  bool ReadFlat(std::string_view pText, const std::function<void(uint32_t pAtom, Variant&& pValue)>& pItem);
+
   // The reader's nesting depth on this thread (reset by Unserialize and after every error).
   static int& Depth();
+  // Drops what the text form keeps for the manager on this thread (its names' key pieces and
+  // atoms); the manager's destructor calls it.
+  static void Forget(const cls_StructureManager* pManager);
 
   // The PHP text of a double ("0.1", "1.0E+25", "-0", "INF"); writes into buf, returns the length.
   // REQUIRES: buf holds at least 32 characters.
@@ -71,6 +82,27 @@ class cls_StructureSerializer {
   void hUnserialize(int32_t pID, std::string_view pText);
 
   cls_StructureManager& m_;
+};
+
+// Writes flat records (named scalar items, no sub-structures) as the very text SERIALIZE gives for
+// a structure holding those items in that order, without building the structure: for a stream of
+// rows that only travel on as text. The buffer is kept from record to record.
+//
+//   std::string key = SerializedRecordWriter::Key("name");   // once per name
+//   w.Begin(1); w.Item(key, Variant("Anna")); std::string_view text = w.End();
+class SerializedRecordWriter {
+ public:
+  // The key piece of an item name, upper-cased as a structure stores it.
+  static std::string Key(std::string_view pName);
+  // Starts a record of pItems items; REQUIRES: that many Item calls follow, each name once.
+  void Begin(size_t pItems);
+  void Item(std::string_view pKey, const Variant& pValue);
+  // The record's text, valid until the next Begin.
+  std::string_view End();
+
+ private:
+  std::string buf_;
+  size_t len_ = 0;
 };
 
 }  // namespace rykel

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <iterator>
@@ -48,6 +49,17 @@ struct DBImportReader::Source {
     return static_cast<unsigned char>(buf[pos]);
   }
   int Get() {
+    // the common case, a plain byte in the buffer, stays small enough to be inlined everywhere
+    if (pos < buf.size()) {
+      const unsigned char c = static_cast<unsigned char>(buf[pos]);
+      if (c != '\n' && c != '\r') {
+        ++pos;
+        return c;
+      }
+    }
+    return hGetAny();
+  }
+  int hGetAny() {
     int c = Peek();
     if (c == EOF) return c;
     ++pos;
@@ -102,14 +114,23 @@ std::string hTooLong(const char* pWhat, size_t pMax) {
   return std::string("the ") + pWhat + " is longer than IMPORT.LINE.MAX (" + std::to_string(pMax) + " bytes)";
 }
 
+// The bytes that end a run of plain characters in an unquoted value: the delimiter, CR, LF and the
+// quote (true at their index).
+using CsvStops = std::array<bool, 256>;
+CsvStops hCsvStops(char delim) {
+  CsvStops stops{};
+  for (char c : {delim, '\n', '\r', '"'}) stops[static_cast<unsigned char>(c)] = true;
+  return stops;
+}
+
 // One CSV record into rValues; false at the end of the file. rProblem names a flaw that spoils
 // only this record (the rest of its line is skipped); an unclosed quote raises pFail.
 // record -> value { DELIM value } (CRLF | LF | CR | EOF)
 // value  -> '"' { char | '""' } '"' | { char but DELIM, '"', CR, LF }
 // A record longer than pMax bytes raises pFail too.
 template <class FailFn>
-bool hCsvRecord(DBImportReader::Source& s, char delim, size_t pMax, std::vector<std::string>& rValues, int64_t& rLine,
-                std::string& rProblem, const FailFn& pFail) {
+bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, size_t pMax,
+                std::vector<std::string>& rValues, int64_t& rLine, std::string& rProblem, const FailFn& pFail) {
   size_t n = 0;     // values of this record; the strings of rValues are reused for their capacity
   size_t used = 0;  // bytes of the values before the current one
   rProblem.clear();
@@ -156,6 +177,19 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, size_t pMax, std::vector<
         return true;
       }
     } else {
+      // The common case, a value that ends in the buffer at a delimiter or line break, is copied
+      // at once from where its first character was read.
+      if (c != EOF && !pStops[static_cast<unsigned char>(c)]) {
+        const size_t stop = s.buf.size();
+        size_t end = s.pos;
+        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])]) ++end;
+        if (end < stop && s.buf[end] != '"') {
+          cur.append(s.buf.data() + s.pos - 1, end - s.pos + 1);  // cur is empty
+          s.pos = end;
+          bound(cur);
+          c = s.Get();
+        }
+      }
       while (c != delim && c != '\n' && c != '\r' && c != EOF) {
         if (c == '"') {
           rProblem = "a quote inside an unquoted value (quote the whole value and write the quote \"\")";
@@ -165,12 +199,9 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, size_t pMax, std::vector<
         }
         cur += static_cast<char>(c);
         // The plain characters that follow are copied at once, straight from the buffer.
+        const size_t stop = s.buf.size();
         size_t end = s.pos;
-        while (end < s.buf.size()) {
-          char k = s.buf[end];
-          if (k == delim || k == '\n' || k == '\r' || k == '"') break;
-          ++end;
-        }
+        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])]) ++end;
         cur.append(s.buf, s.pos, end - s.pos);
         s.pos = end;
         bound(cur);
@@ -311,10 +342,11 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
     return true;
   };
   const auto max = static_cast<size_t>(mdl_Limits::Get(mdl_Limits::kImportLine));
-  if (!hCsvRecord(s, settings_.delimiter, max, values, line, problem, fail)) hFail(1, "no header row");
+  const CsvStops stops = hCsvStops(settings_.delimiter);
+  if (!hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, fail)) hFail(1, "no header row");
   if (!problem.empty() || !decode(values)) hFail(line, "header row: " + problem);
   columns_ = values;
-  while (hCsvRecord(s, settings_.delimiter, max, values, line, problem, fail)) {
+  while (hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, fail)) {
     if (!problem.empty() || !decode(values)) {
       pBad(line, problem);
     } else if (values.size() != columns_.size()) {

@@ -8,6 +8,7 @@
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
+#include "structure/cls_StructureSerializer.h"
 #include "tools/DBImportReader.h"
 
 namespace rykel::mdl_DBImport {
@@ -64,13 +65,18 @@ struct TypeGuess {
   }
 };
 
-// The value to store for the field, or "" with rProblem set when it does not fit the field's type.
-std::string hFit(const cls_DBField& pField, const std::string& pValue, std::string& rProblem) {
+// The value to store for the field (converted to the field's type), or Empty with rProblem set
+// when it does not fit the field's type.
+Variant hFit(const cls_DBField& pField, const std::string& pValue, std::string& rProblem) {
   using mdl_DBValueFit::Problem;
   mdl_DBValueFit::Result fit = mdl_DBValueFit::FIT(pField, pValue);
   const char* want = nullptr;
   switch (fit.problem) {
-    case Problem::None: return std::move(fit.value);
+    case Problem::None:
+      // a number or date already read is converted as such, not read from its text again
+      if (fit.isNumber) return pField.VALUECONVERT(Variant(fit.number));
+      if (fit.isDate) return pField.VALUECONVERT(Variant::Date(fit.number));
+      return pField.VALUECONVERT(Variant(std::move(fit.value)));
     case Problem::NotMember: rProblem = "'" + fit.member + "' is not a member of " + pField.ID; return {};
     case Problem::NotDate: want = "a date (yyyy-mm-dd or d.m.yyyy)"; break;
     case Problem::NotWhole: want = "a whole number"; break;
@@ -227,20 +233,58 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
     result.skipped.push_back(line);
     result.problems.push_back(where(line) + message);
   };
+  // Rows that only travel on as text are written straight from their values, unless two columns
+  // fill one field (the later value takes the earlier one's place in a structure).
+  SerializedRecordWriter record;
+  std::vector<std::string> keyOf;  // per column: its field's key piece
+  std::vector<std::pair<size_t, Variant>> row;
+  auto direct = [&]() {
+    if (!pOptions.textSink) return false;
+    for (size_t c = keyOf.size(); c < fieldOf.size(); ++c) keyOf.push_back(SerializedRecordWriter::Key(fieldOf[c]->ID));
+    for (size_t c = 1; c < keyOf.size(); ++c)
+      for (size_t d = 0; d < c; ++d)
+        if (keyOf[d] == keyOf[c]) return false;
+    return true;
+  };
+  bool textRows = false;
+  size_t checkedColumns = 0;
   try {
     reader.Read(
         [&](int64_t line, std::vector<std::string>& values) {
           resolve(line);
+          if (checkedColumns != fieldOf.size()) {
+            textRows = direct();
+            checkedColumns = fieldOf.size();
+          }
+          if (textRows) {
+            row.clear();
+            for (size_t c = 0; c < values.size(); ++c) {
+              if (values[c].empty()) continue;
+              const cls_DBField& f = *fieldOf[c];
+              problem.clear();
+              Variant value = hFit(f, values[c], problem);
+              if (!problem.empty()) return bad(line, problem);
+              row.emplace_back(c, std::move(value));
+            }
+            record.Begin(row.size());
+            for (const auto& [c, v] : row) record.Item(keyOf[c], v);
+            pOptions.textSink(record.End(), rows);
+            ++result.imported;
+            return;
+          }
           auto data = cls_Structure::New();
           for (size_t c = 0; c < values.size(); ++c) {
             if (values[c].empty()) continue;
             const cls_DBField& f = *fieldOf[c];
             problem.clear();
-            std::string fitted = hFit(f, values[c], problem);
+            Variant value = hFit(f, values[c], problem);
             if (!problem.empty()) return bad(line, problem);
-            data->ITEMBYID_LET(f.ID, f.VALUECONVERT(fitted));
+            data->ITEMBYID_LET(f.ID, value);
           }
-          if (pOptions.sink) {
+          if (pOptions.textSink) {
+            pOptions.textSink(data->SERIALIZE(), rows);
+            ++result.imported;
+          } else if (pOptions.sink) {
             pOptions.sink(data, rows);
             ++result.imported;
           } else {
@@ -257,7 +301,7 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
     rDB.FIELDSCHANGED_LET(fieldsChangedBefore);
     throw;
   }
-  if (pOptions.sink) return result;
+  if (pOptions.sink || pOptions.textSink) return result;
   for (auto& data : staged) rDB.ENTRYADD(rDB.ENTRYFREEID(), data);
   result.imported = static_cast<int64_t>(staged.size());
   if (!staged.empty()) rDB.ENTRYCHANGED_LET(true);

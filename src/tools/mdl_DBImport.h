@@ -30,6 +30,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -51,6 +52,9 @@ struct Options {
   // atomic write). pRows: with create, the rows the first pass read (so, unless skipBad, the rows
   // the sink gets when the import succeeds); else -1.
   std::function<void(const StructurePtr& pEntry, int64_t pRows)> sink;
+  // The same with each entry as its serialized text (what SERIALIZE gives for the entry), made
+  // straight from the row without building the structure; takes the place of sink when set.
+  std::function<void(std::string_view pSerialized, int64_t pRows)> textSink;
 };
 
 struct Result {

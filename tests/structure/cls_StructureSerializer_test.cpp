@@ -83,6 +83,71 @@ TEST(StructureSerializer, WriterTexts) {
   EXPECT_EQ(l->SERIALIZE(), R"(a:2:{s:0:"";s:4:"zero";s:0:"";s:5:"three";})");
 }
 
+// A record written item by item is the text SERIALIZE gives for the structure holding the items,
+// for every kind of value and for names that are upper-cased on the way in; the writer's buffer
+// is reused, so a shorter record after a longer one must not keep the longer one's tail.
+TEST(StructureSerializer, RecordWriterMatchesSerialize) {
+  const std::vector<std::pair<std::string, Variant>> items = {
+      {"id", Variant(7)},
+      {"Straße", Variant("Grüße \"x\";")},
+      {"SCORE", Variant(0.1)},
+      {"WHEN", Variant::Date(45000.5)},
+      {"ok", Variant(true)},
+      {"NOTHING", Variant()},
+      {"N", Variant::Null()},
+      {"BIG", Variant(1e25)},
+      {"CUR", Variant::Currency(12345)},
+  };
+  SerializedRecordWriter w;
+  for (size_t n : {items.size(), size_t{2}, size_t{0}}) {
+    auto s = cls_Structure::New();
+    w.Begin(n);
+    for (size_t i = 0; i < n; ++i) {
+      s->ITEMBYID_LET(items[i].first, items[i].second);
+      w.Item(SerializedRecordWriter::Key(items[i].first), items[i].second);
+    }
+    EXPECT_EQ(std::string(w.End()), s->SERIALIZE()) << n << " items";
+  }
+}
+
+// A flat record read item by item gives what UNSERIALIZE puts in a structure (names upper-cased,
+// a date text as a date, a repeated name twice in order); anything else is left to UNSERIALIZE.
+TEST(StructureSerializer, ReadFlatTakesOnlyFlatRecords) {
+  const struct {
+    std::string text;
+    bool flat;
+  } rows[] = {
+      {"a:3:{s:2:\"id\";i:7;s:4:\"WHEN\";s:10:\"2024-02-29\";s:1:\"X\";d:0.5;}", true},
+      {"a:2:{s:1:\"A\";b:1;s:1:\"a\";N;}\r\n", true},
+      {"a:0:{}", true},
+      {"a:1:{s:1:\"A\";a:0:{}}", false},        // a sub-structure
+      {"a:1:{i:0;s:1:\"x\";}", false},          // a numbered item
+      {"O:1:\"C\":1:{s:1:\"A\";i:1;}", false},  // an object
+      {"a:1:{s:1:\"A\";i:1;}x", false},         // text after the record
+      {"a:2:{s:1:\"A\";i:1;}", false},          // damaged
+      {"QS1:", false},
+  };
+  auto s = cls_Structure::New();
+  cls_StructureSerializer r(*s->MANAGER_GET());
+  for (const auto& row : rows) {
+    std::string items;
+    auto item = [&](uint32_t pAtom, Variant&& pValue) {
+      items += std::string(s->MANAGER_GET()->Names().Name(pAtom)) + "=" + CStr(pValue) + ":" +
+               std::to_string(static_cast<int>(pValue.type())) + ";";
+    };
+    ASSERT_EQ(r.ReadFlat(row.text, item), row.flat) << row.text;
+    if (!row.flat) continue;
+    s->UNSERIALIZE(row.text);
+    std::string expected;
+    auto& m = *s->MANAGER_GET();
+    for (const auto& it : m.Items(s->SID_GET()))
+      if (it.used)
+        expected += std::string(m.Names().Name(it.name)) + "=" + CStr(it.value) + ":" +
+                    std::to_string(static_cast<int>(it.value.type())) + ";";
+    EXPECT_EQ(items, expected) << row.text;
+  }
+}
+
 TEST(StructureSerializer, DoublesAsPhpWritesThem) {
   const struct {
     const char* name;  // the text written
@@ -105,6 +170,8 @@ TEST(StructureSerializer, DoublesAsPhpWritesThem) {
       {"5.0E-324", 5e-324},
       {"1.7976931348623157E+308", 1.7976931348623157e308},
       {"0.30000000000000004", 0.30000000000000004},
+      {"82659071070449000", 82659071070448992.0},  // shortest digits, not the exact integer
+      {"999999999999999.9", 999999999999999.9},
       {"INF", std::numeric_limits<double>::infinity()},
       {"-INF", -std::numeric_limits<double>::infinity()},
       {"NAN", std::nan("")},

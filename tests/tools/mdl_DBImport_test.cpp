@@ -154,6 +154,29 @@ TEST(DBImport, BadRowsNameTheirLineAndChangeNothing) {
   EXPECT_EQ(hDump(db), "1|x\n3|y\n\"z\"\n7|w\n");
 }
 
+// Rows handed on as text are what the entries the import would add serialize to, also when two
+// columns fill one field (the later value wins, in the first one's place).
+TEST(DBImport, TextSinkGivesTheEntriesSerializedText) {
+  QuietNotices quiet;
+  TempDir dir;
+  const std::string rows = "Anna,31,2024-02-29,Berta\n\"B\u00e4r\",,1.3.2001,\n";
+  for (std::string header : {"name,age,when,other\n", "name,age,when,Name\n"}) {
+    std::string file = hWrite(dir, "t.csv", header + rows);
+    cls_DBStore db, direct;
+    mdl_DBImport::Options o;
+    o.create = true;
+    mdl_DBImport::Import(db, file, o);
+    std::string expected, got;
+    for (const auto& id : db.ENTRYALL_IDS()) expected += db.ENTRY(id)->SERIALIZE() + "\n";
+    o.textSink = [&](std::string_view pText, int64_t pRows) {
+      EXPECT_EQ(pRows, 2);
+      got += std::string(pText) + "\n";
+    };
+    EXPECT_EQ(mdl_DBImport::Import(direct, file, o).imported, 2);
+    EXPECT_EQ(got, expected) << header;
+  }
+}
+
 TEST(DBImport, JsonRowsAndOptions) {
   QuietNotices quiet;
   TempDir dir;
