@@ -24,6 +24,13 @@ class ScratchTest(unittest.TestCase):
     def path(self, name):
         return os.path.join(self.dir.name, name)
 
+    def write(self, name, data):
+        """A file in the folder holding data (text as UTF-8, or bytes); its path."""
+        path = self.path(name)
+        with open(path, "wb") as f:
+            f.write(data if isinstance(data, bytes) else data.encode())
+        return path
+
     def new_db(self, name, *fields, rows=()):
         """A new database in the folder with the fields given as "ID:TYPE" and an entry for each row
         of "FIELD=VALUE" texts; its path."""

@@ -8,12 +8,6 @@ from support import CLI, ScratchTest, run
 
 
 class ImportTest(ScratchTest):
-    def write(self, name, data):
-        path = self.path(name)
-        with open(path, "wb") as f:
-            f.write(data if isinstance(data, bytes) else data.encode())
-        return path
-
     def digest(self, path):
         with open(path, "rb") as f:
             return hashlib.sha256(f.read()).hexdigest()

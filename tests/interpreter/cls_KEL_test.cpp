@@ -240,12 +240,6 @@ TEST(cls_KEL, FrontEnd) {
   EXPECT_EQ(Render(k, hundred + "{COMMENT}x"), "");
   k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 200);
   EXPECT_EQ(Render(k, hundred + "{COMMENT}x"), "x");
-  // Unclosed quote: empty, or reported with DEVELOPER.DEBUG.
-  EXPECT_EQ(Render(k, "a{VAR x \"b}"), "");
-  k.SETTINGS->ITEM_LET("DEVELOPER.DEBUG", true);
-  EXPECT_EQ(Render(k, "a{VAR x \"b}"), "ERR:---Syntax error: Unclosed \": (VAR x \"b)---");
-  k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 1);
-  EXPECT_EQ(Render(k, "{COMMENT}{COMMENT}"), "ERR:---Not parseable: (COMMENT)---");
   // After QUITEXEC the next call runs again.
   cls_KEL k2;
   EXPECT_EQ(Render(k2, "{VAR y 3}a{IO:DIE}b{VAR z 1}"), "a");
