@@ -13,3 +13,9 @@ class ScratchTest(unittest.TestCase):
 
     def path(self, name):
         return os.path.join(self.dir.name, name)
+
+    def write(self, name, text):
+        """A file in the folder holding text (UTF-8); its path."""
+        with open(self.path(name), "w", encoding="utf-8") as f:
+            f.write(text)
+        return self.path(name)

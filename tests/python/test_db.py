@@ -1,18 +1,13 @@
 import datetime
-import os
-import tempfile
-import unittest
 
 import rykel
+from support import ScratchTest
 
 
-class DatabaseTest(unittest.TestCase):
+class DatabaseTest(ScratchTest):
     def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.header = os.path.join(self.dir.name, "info.header")
-
-    def tearDown(self):
-        self.dir.cleanup()
+        super().setUp()
+        self.header = self.path("info.header")
 
     def make(self, name):
         db = rykel.cls_DB()
@@ -21,7 +16,7 @@ class DatabaseTest(unittest.TestCase):
         db.FIELDCREATE("BORN", rykel.ID_DBFieldType_Date)
         db.FIELDCREATE("SCORE", rykel.ID_DBFieldType_Double)
         self.assertTrue(db.HEADERSAVE(self.header))
-        path = os.path.join(self.dir.name, name)
+        path = self.path(name)
         self.assertTrue(db.DBOPEN(path, self.header, False))
         return db, path
 
@@ -73,13 +68,13 @@ class DatabaseTest(unittest.TestCase):
         rykel.SetNotifier(lambda *n: seen.append(n) or "OK")
         self.addCleanup(rykel.SetNotifier, None)
         db = rykel.cls_DB()
-        missing = os.path.join(self.dir.name, "none.header")
-        self.assertFalse(db.DBOPEN(os.path.join(self.dir.name, "x.db"), missing, False))
+        missing = self.path("none.header")
+        self.assertFalse(db.DBOPEN(self.path("x.db"), missing, False))
         self.assertEqual(db.DBOPENERROR_GET(), "Header '" + missing + "' does not exist")
         self.assertEqual(len(seen), 1)
         self.assertIn("Database error", str(seen[0]))
         with self.assertRaises(Exception) as ctx:
-            db.DBOPEN(os.path.join(self.dir.name, "x.db"), missing, True)
+            db.DBOPEN(self.path("x.db"), missing, True)
         self.assertIn("does not exist", str(ctx.exception))
 
     def test_field_attributes_are_the_structure_keys(self):

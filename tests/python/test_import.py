@@ -1,31 +1,22 @@
 """cls_DB.IMPORTFILE from Python: options as a dict, the result as a structure, all or nothing."""
-import os
-import tempfile
-import unittest
-
 import rykel
+from support import ScratchTest
 
 
-class ImportFileTest(unittest.TestCase):
+class ImportFileTest(ScratchTest):
     def test_import_with_options_and_failure(self):
-        with tempfile.TemporaryDirectory() as d:
-            def write(name, text):
-                with open(os.path.join(d, name), "w", encoding="utf-8") as f:
-                    f.write(text)
-                return os.path.join(d, name)
-
-            db = rykel.cls_DB()
-            r = db.IMPORTFILE(write("p.csv", "Name;Score;When\nÄnne;1,5;2024-01-31\nBo;2;\n"),
-                              {"CREATE": True, "DELIMITER": ";", "MAP": ["When=DAY"]})
-            self.assertEqual(r.to_python(), {"IMPORTED": 2, "FIELDS": ["NAME", "SCORE", "DAY"], "SKIPPED": {}})
-            self.assertEqual(db.ENTRYFIELD_GET(1, "SCORE"), 1.5)
-            self.assertEqual(db.ENTRYFIELD_GET(1, "NAME"), "Änne")
-            more = write("more.jsonl", '{"name": "Cy", "score": 3}\n{"name": "Di", "score": "x"}\n')
-            with self.assertRaises(Exception) as e:
-                db.IMPORTFILE(more)
-            self.assertIn("more.jsonl:2: SCORE: 'x' is not a number", str(e.exception))
-            self.assertEqual(db.ENTRYCOUNT(), 2)
-            r = db.IMPORTFILE(more, {"SKIPBAD": True})
-            self.assertEqual(r.to_python(), {"IMPORTED": 1, "FIELDS": {}, "SKIPPED": [2]})
-            self.assertEqual(db.ENTRYFIELD_GET(3, "SCORE"), 3)
+        db = rykel.cls_DB()
+        r = db.IMPORTFILE(self.write("p.csv", "Name;Score;When\nÄnne;1,5;2024-01-31\nBo;2;\n"),
+                          {"CREATE": True, "DELIMITER": ";", "MAP": ["When=DAY"]})
+        self.assertEqual(r.to_python(), {"IMPORTED": 2, "FIELDS": ["NAME", "SCORE", "DAY"], "SKIPPED": {}})
+        self.assertEqual(db.ENTRYFIELD_GET(1, "SCORE"), 1.5)
+        self.assertEqual(db.ENTRYFIELD_GET(1, "NAME"), "Änne")
+        more = self.write("more.jsonl", '{"name": "Cy", "score": 3}\n{"name": "Di", "score": "x"}\n')
+        with self.assertRaises(Exception) as e:
+            db.IMPORTFILE(more)
+        self.assertIn("more.jsonl:2: SCORE: 'x' is not a number", str(e.exception))
+        self.assertEqual(db.ENTRYCOUNT(), 2)
+        r = db.IMPORTFILE(more, {"SKIPBAD": True})
+        self.assertEqual(r.to_python(), {"IMPORTED": 1, "FIELDS": {}, "SKIPPED": [2]})
+        self.assertEqual(db.ENTRYFIELD_GET(3, "SCORE"), 3)
 
