@@ -48,10 +48,10 @@ class NoneAndKeywords(unittest.TestCase):
         self.assertEqual(s.ITEM_GET("NOPE", None), None)  # a default that is None stays None
 
     def test_keyword_names_follow_the_interface(self):
+        # (JOIN, FLATTEN, MOVE, SWAP, RENAME and INCREASE by keyword: test_structure_tree.py)
         s, other = sample(), sample()
         other.ITEM_LET("AGE", 8)
         self.assertEqual(s.DIFFERENCE(pDefaults=other).SERIALIZE(), 'a:1:{s:3:"AGE";i:7;}')
-        self.assertEqual(s.JOIN(pGlue="|"), s.JOIN("|"))
         self.assertEqual(s.VALUELISTTEXT(pDelimeter="/", pMaxCount=2, pStartI=0, pAdditional=""),
                          s.VALUELISTTEXT("/", 2, 0, ""))
         self.assertEqual(s.TEXTSHORT(pCut=5), s.TEXTSHORT(5))
@@ -59,12 +59,6 @@ class NoneAndKeywords(unittest.TestCase):
         self.assertEqual(s.ITEMBYID_GET(pItemID="NAME"), "Anna")
         self.assertEqual(s.ITEM_GET(pKey=9, pForceIndex=True), "nine")
         self.assertEqual(s.MENU(pMenu="").COUNT(), s.MENU("").COUNT())
-        self.assertEqual(s.FLATTEN(pConvertStructChar="_").ITEM_GET("SUB_X"), True)
-        s.SWAP(pI1=1, pI2=2)
-        s.MOVE(pIndex=1, pMoveTo=2)
-        self.assertTrue(s.RENAME(pOldID="NAME", pNewID="FIRST"))
-        s.INCREASE(pIncreaseBy=2, pKey="AGE")
-        self.assertEqual(s.ITEM_GET("AGE"), 9)
         value, index = s.UNSERIALIZE2(rSerialData="i:5;", rIndex=0)
         self.assertEqual((value, index), (5, 4))
 

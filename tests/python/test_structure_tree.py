@@ -53,7 +53,7 @@ class TreeOperations(unittest.TestCase):
         self.assertEqual(s.IDLIST().JOIN(","), "C,B,A")
         self.assertTrue(s.RENAME(pOldID="c", pNewID="d"))
         self.assertEqual(s.ITEM_GET("D"), 3)
-        s.INCREASE(pIncreaseBy=10).DECREASE(1, "d")
+        s.INCREASE(pIncreaseBy=10).DECREASE(1, pKey="d")
         self.assertEqual([s.ITEM_GET(k) for k in ("D", "B", "A")], [12, 12, 11])
         with self.assertRaises(Exception):
             s.MOVE(0, 1)
