@@ -9,20 +9,17 @@ from support import CLI, run
 
 class Program(unittest.TestCase):
     def test_help_version_and_classes(self):
-        r = run("--help")
+        # (--help of every command: test_report.py)
+        r = run("--version")
         self.assertEqual(r.returncode, 0)
-        self.assertIn("struct", r.stdout)
-        self.assertRegex(run("--version").stdout, r"^rykel \d+\.\d+\.\d+")
+        self.assertRegex(r.stdout, r"^rykel \d+\.\d+\.\d+")
         classes = run("classes").stdout.split()
         self.assertIn("RyKEL.cls_Structure", classes)
-        self.assertNotEqual(run().returncode, 0)  # a sub-command is required
-        self.assertNotEqual(run("nonsense").returncode, 0)
 
     def test_struct_set_prints_the_tree(self):
         r = run("struct", "set", "person.name=Anna", "person.age=34", "x=1,5")
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertEqual(r.stdout, "PERSON {\n  NAME = Anna\n  AGE = 34\n}\nX = 1,5\n")
-        self.assertNotEqual(run("struct", "set", "novalue").returncode, 0)
 
     def test_exit_codes_and_one_message(self):
         # 0 success, 1 runtime error, 2 usage error; every failure is one line on stderr.
@@ -54,8 +51,6 @@ class Program(unittest.TestCase):
                 self.assertEqual(len(r.stderr.splitlines()), 1, (args, r.stderr))
                 self.assertTrue(r.stderr.startswith(message), (args, r.stderr))
             self.assertFalse(os.path.exists(nope))  # a write command never creates a missing database
-            for args in (("--help",), ("db", "query", "--help"), ("--version",)):
-                self.assertEqual(run(*args).returncode, 0, args)
 
     @unittest.skipIf("ASAN_OPTIONS" in os.environ, "a sanitizer's shadow memory does not fit under the cap")
     def test_out_of_memory_is_an_error_not_a_crash(self):

@@ -22,13 +22,7 @@ class RandomTest(unittest.TestCase):
         self.assertIn(self.tool.RANDOM("Farbe", pType=5, pMembers="rot,blau"), ("rot", "blau"))
 
     def test_seed_reproduces_values(self):
-        def draw(seed):
-            self.tool.RANDOMIZE(seed)
-            return [self.tool.RANDOM("{VORNAME};{NACHNAME};{STRASSE};{PLZ};{ORT}") for _ in range(1000)]
-
-        first = draw(2024)
-        self.assertEqual(first, draw(2024))
-        self.assertNotEqual(first, draw(2025))
+        # (the same seed, the same values for every generator: cls_DBToolRandom_test.cpp)
         # A tool created by name draws from the same per-thread sequence.
         other = rykel.CreateObject("cls_DBTool")
         self.tool.RANDOMIZE(7)

@@ -9,6 +9,8 @@
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
@@ -122,13 +124,6 @@ TEST(Collections, CreatableByNameWithTheirTypeNames) {
   }
 }
 
-int ErrorNumber(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) { return e.number; }
-  return 0;
-}
-
 TEST(Collections, KeyedCollection) {
   cls_Collection c;
   c.Add("a", "One");
@@ -137,10 +132,10 @@ TEST(Collections, KeyedCollection) {
   EXPECT_EQ(c.Count(), 3);
   EXPECT_EQ(CStr(c.Item("ONE")), "a");
   EXPECT_EQ(CStr(c.Item(Variant(2))), "b");
-  EXPECT_EQ(ErrorNumber([&] { c.Add("d", "one"); }), 457);
-  EXPECT_EQ(ErrorNumber([&] { c.Item("missing"); }), err::kInvalidCall);
-  EXPECT_EQ(ErrorNumber([&] { c.Item(Variant(0)); }), err::kOutOfRange);
-  EXPECT_EQ(ErrorNumber([&] { c.Item(Variant(4)); }), err::kOutOfRange);
+  EXPECT_EQ(FailureNumber([&] { c.Add("d", "one"); }), 457);
+  EXPECT_EQ(FailureNumber([&] { c.Item("missing"); }), err::kInvalidCall);
+  EXPECT_EQ(FailureNumber([&] { c.Item(Variant(0)); }), err::kOutOfRange);
+  EXPECT_EQ(FailureNumber([&] { c.Item(Variant(4)); }), err::kOutOfRange);
   c.Remove("one");  // later keys move down with their elements
   EXPECT_EQ(c.Count(), 2);
   EXPECT_EQ(CStr(c.Item("Three")), "c");
@@ -163,7 +158,7 @@ TEST(Collections, ValuesAndWholeNumbers) {
   v.Remove(1);
   EXPECT_EQ(v.Count(), 2);
   EXPECT_TRUE(v.Item(1).isEmpty());
-  EXPECT_EQ(ErrorNumber([&] { v.Item(3); }), err::kOutOfRange);
+  EXPECT_EQ(FailureNumber([&] { v.Item(3); }), err::kOutOfRange);
 
   cls_CollectionInt n;
   n.Add(1.5);  // rounds half to even
@@ -175,8 +170,8 @@ TEST(Collections, ValuesAndWholeNumbers) {
   EXPECT_TRUE(n.Exists(7));
   n.Remove(2);
   EXPECT_FALSE(n.Exists(7));
-  EXPECT_EQ(ErrorNumber([&] { n.Add("seven"); }), err::kTypeMismatch);
-  EXPECT_EQ(ErrorNumber([&] { n.Add(5e10); }), err::kOverflow);
+  EXPECT_EQ(FailureNumber([&] { n.Add("seven"); }), err::kTypeMismatch);
+  EXPECT_EQ(FailureNumber([&] { n.Add(5e10); }), err::kOverflow);
   EXPECT_EQ(n.Count(), 1);
 }
 

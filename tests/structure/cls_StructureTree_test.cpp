@@ -7,6 +7,8 @@
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTree.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
@@ -36,13 +38,6 @@ StructurePtr Make(std::initializer_list<std::pair<const char*, Variant>> items) 
     else s->ADD(v);
   }
   return s;
-}
-
-int ErrorNumber(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) { return e.number; }
-  return 0;
 }
 
 TEST(cls_StructureTree, JoinWalksValuesDepthFirst) {
@@ -80,7 +75,7 @@ TEST(cls_StructureTree, MergeOverwritesAppendsAndMergesSubStructures) {
   auto self = Make({{"a", 1}, {"", "x"}});
   self->MERGE(self, "copy_");
   EXPECT_EQ(Dump(self), "{A=1,[2]=x,COPY_A=1,[4]=x}");
-  EXPECT_EQ(ErrorNumber([&] { self->MERGE(nullptr); }), err::kObjectRequired);
+  EXPECT_EQ(FailureNumber([&] { self->MERGE(nullptr); }), err::kObjectRequired);
 }
 
 TEST(cls_StructureTree, CopyKeepsSharingAndCyclesCloneSharesNothing) {
@@ -139,7 +134,7 @@ TEST(cls_StructureTree, FlattenAndRestructureAreInverse) {
   auto into = Make({{"keep", 1}});
   into->FLATADD(Make({{"x.y", 2}}), "/");
   EXPECT_EQ(Dump(into), "{KEEP=1,X/Y=2}");
-  EXPECT_EQ(ErrorNumber([&] { s->FLATTEN(""); }), err::kInvalidCall);
+  EXPECT_EQ(FailureNumber([&] { s->FLATTEN(""); }), err::kInvalidCall);
   // a flat key whose first part is an index: zero-based results keep HASZERO
   auto z = Make({{"0", "zero"}, {"1", "one"}});
   EXPECT_EQ(Dump(z->RESTRUCTURE()), "@{[0]=zero,[1]=one}");
@@ -169,15 +164,15 @@ TEST(cls_StructureTree, MoveSwapRenameKeepNameLookups) {
   EXPECT_EQ(s->ITEMINDEX_GET("K2"), 49);
   EXPECT_EQ(s->ITEMINDEX_GET("K49"), 2);
   EXPECT_EQ(CLng(s->ITEM_GET("K49")), 49);
-  EXPECT_EQ(ErrorNumber([&] { s->MOVE(0, 1); }), err::kOutOfRange);
-  EXPECT_EQ(ErrorNumber([&] { s->SWAP(1, 51); }), err::kOutOfRange);
+  EXPECT_EQ(FailureNumber([&] { s->MOVE(0, 1); }), err::kOutOfRange);
+  EXPECT_EQ(FailureNumber([&] { s->SWAP(1, 51); }), err::kOutOfRange);
 
   auto r = Make({{"a.b", 1}, {"c", 2}});
   EXPECT_TRUE(r->RENAME("a.b", "z"));
   EXPECT_EQ(Dump(r), "{A={Z=1},C=2}");
   EXPECT_FALSE(r->RENAME("missing", "y"));
-  EXPECT_EQ(ErrorNumber([&] { r->RENAME("a", "c"); }), err::kInvalidCall);
-  EXPECT_EQ(ErrorNumber([&] { r->RENAME("a", "x.y"); }), err::kInvalidCall);
+  EXPECT_EQ(FailureNumber([&] { r->RENAME("a", "c"); }), err::kInvalidCall);
+  EXPECT_EQ(FailureNumber([&] { r->RENAME("a", "x.y"); }), err::kInvalidCall);
   EXPECT_TRUE(r->RENAME("a", "a"));
   for (int i = 1; i <= 50; ++i) EXPECT_TRUE(s->RENAME("K" + std::to_string(i), "N" + std::to_string(i)));
   EXPECT_EQ(CLng(s->ITEM_GET("N7")), 7);
@@ -211,8 +206,8 @@ TEST(cls_StructureTree, IncreaseAndDecreaseKeepTypes) {
   s->INCREASE(10, "hits")->INCREASE(1, "hits");
   EXPECT_EQ(s->ITEM_GET("HITS").type(), VarType::Long);
   EXPECT_EQ(CLng(s->ITEM_GET("HITS")), 11);
-  EXPECT_EQ(ErrorNumber([&] { s->INCREASE(1, "t"); }), err::kTypeMismatch);
-  EXPECT_EQ(ErrorNumber([&] { s->INCREASE("x"); }), err::kTypeMismatch);
+  EXPECT_EQ(FailureNumber([&] { s->INCREASE(1, "t"); }), err::kTypeMismatch);
+  EXPECT_EQ(FailureNumber([&] { s->INCREASE("x"); }), err::kTypeMismatch);
 
   EXPECT_EQ(cls_StructureTree::hAddValue(int16_t(32767), 1).type(), VarType::Long);
   EXPECT_EQ(cls_StructureTree::hAddValue(2147483647, 1).type(), VarType::Double);
