@@ -30,7 +30,6 @@ class TestRender(ScratchTest):
         cases = [
             ([page], page + ":1:901: Not parseable: (VAR a 1)\n"),
             (["-e", "{VAR a 1}\n" * 101], "<text>:101:1: Not parseable: (VAR a 1) \n"),  # its line end: a blank
-            (["-e", 'ab\ncd {VAR a "x}'], '<text>:2:11: Syntax error: Unclosed ": (VAR a "x)\n'),
             (["-e", "{FOR i 1 5 1 {x}}", "-s", "SYS.LOOP.MAX=2"], "<text>:1:1: Loop limit reached: FOR i 1 5 1 (x)\n"),
         ]
         for args, stderr in cases:

@@ -34,8 +34,6 @@ class TestKEL(unittest.TestCase):
         p = k.ERRORPLACES.ITEM_GET(k.ERRORPLACES.MAX())
         self.assertEqual((p.ITEM_GET("LINE"), p.ITEM_GET("COLUMN"), p.ITEM_GET("MESSAGE")),
                          (2, 11, 'Syntax error: Unclosed ": (VAR a "x)'))
-        self.assertEqual(k.PROCESS("{VAR:nope}x"), "ERR:---VAR not found: nope---x")
-        self.assertFalse(k.CUTSHORT_GET())
 
     def test_decode_encode_execute(self):
         k = rykel.cls_KEL()
