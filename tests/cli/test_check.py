@@ -59,8 +59,4 @@ class TestCheck(unittest.TestCase):
         self.assertEqual(check("-d", site, *pages).returncode, 0)
         r = check("-d", site, os.path.join(site, "pages", "broken.kel"))
         self.assertEqual((r.returncode, r.stdout.count("\n")), (1, 3))
-        r = check("--help")
-        self.assertEqual(r.returncode, 0)
-        self.assertIn("--json", r.stdout)
-        self.assertIn("Exit status: 0 nothing found, 1 something found, 2", r.stdout)
-
+        self.assertIn("Exit status: 0 nothing found, 1 something found, 2", check("--help").stdout)

@@ -94,7 +94,5 @@ class JsonCommands(ScratchTest):
 
     def test_help_names_the_json_forms(self):
         h = run("render", "--help").stdout
-        self.assertIn("--data", h)
         self.assertIn("JSON", h)
         self.assertIn("line and column", run("struct", "convert", "--help").stdout)
-

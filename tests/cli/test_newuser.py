@@ -89,4 +89,3 @@ class NewUser(ScratchTest):
         self.assertIn("Kiel", rows)
         self.assertIn("Am Main", rows)
         self.assertNotIn("Bremen", rows)
-

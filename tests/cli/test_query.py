@@ -18,6 +18,3 @@ class QueryCommandTest(ScratchTest):
         self.assertEqual(run("db", "sort", self.db, "AGE", "--rev", "--then", "NAME").stdout, "1\n3\n2\n")
         r = run("db", "filter", self.db, "AGE")
         self.assertNotEqual(r.returncode, 0)
-        for cmd in ("query", "filter", "search", "sort"):
-            self.assertIn("--show", run("db", cmd, "--help").stdout)
-

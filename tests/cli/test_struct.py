@@ -46,8 +46,3 @@ class StructConvert(unittest.TestCase):
         self.assertNotEqual(r.returncode, 0)
         self.assertIn("'}' expected (to close 'a' at line 1)", r.stderr)
         self.assertNotEqual(run("struct", "convert", "--to", "xml", "-", stdin="").returncode, 0)
-        h = run("struct", "convert", "--help")
-        self.assertEqual(h.returncode, 0)
-        self.assertIn("--from", h.stdout)
-        self.assertIn("json", h.stdout)
-

@@ -116,4 +116,3 @@ class Lifetimes(unittest.TestCase):
         s.RESIZE(0)  # the documented way out: drop the items, releasing what they hold
         del s
         self.assertEqual(m.USAGE(), before)
-

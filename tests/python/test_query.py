@@ -35,4 +35,3 @@ class QueryTest(unittest.TestCase):
         self.assertTrue(tool.FILTER("abc", "!IN x,y"))
         self.assertFalse(tool.FILTER("x", "!IN x,y"))
         self.assertTrue(tool.FILTER(5, "[] 1 5"))
-

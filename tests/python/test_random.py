@@ -56,4 +56,3 @@ class RandomTest(unittest.TestCase):
             self.assertRegex(example, "^(?:" + shape + ")$", args)
             for _ in range(200):
                 self.assertRegex(call(self.tool), "^(?:" + shape + ")$", args)
-

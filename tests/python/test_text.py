@@ -19,4 +19,3 @@ class TestText(unittest.TestCase):
         reg = rykel.cls_KELModules()
         reg.ADD(rykel.mod_KELText())
         self.assertEqual(reg.MODULE("text").MODULE_GET().ID_GET(), "TEXT")
-
