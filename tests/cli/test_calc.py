@@ -50,3 +50,4 @@ class DbExportOfficeTest(ScratchTest):
         with open(self.path("csv/plain.csv"), encoding="utf-8", newline="") as f:
             rows = list(csv.reader(f))
         self.assertEqual(rows, [["NAME", "PHONE", "AGE"], ["Anna", "0301", "3"], ["Jörg", "+4969", "-12000"]])
+

@@ -60,3 +60,4 @@ class TestCheck(unittest.TestCase):
         r = check("-d", site, os.path.join(site, "pages", "broken.kel"))
         self.assertEqual((r.returncode, r.stdout.count("\n")), (1, 3))
         self.assertIn("Exit status: 0 nothing found, 1 something found, 2", check("--help").stdout)
+

@@ -38,3 +38,5 @@ class DbCommandTest(ScratchTest):
         # a missing or broken file: test_program.py and cls_DB_test.cpp
         r = run("db", "add", self.path("a.db"), "NOPE=1")
         self.assertNotEqual(r.returncode, 0)
+
+

@@ -86,3 +86,4 @@ class DbFilesTest(ScratchTest):
             self.assertIn("Disk full: ", r.stderr)
             self.assertIn("'%s'" % os.path.join(small, "o." + fmt), r.stderr)
         self.assertEqual(len(os.listdir(small)), 4)
+

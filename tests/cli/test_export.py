@@ -98,3 +98,4 @@ class DbExportCommandTest(ScratchTest):
         self.assertNotEqual(run("db", "export", self.db, "--out", self.path("x"), "--sheets-by", "NOPE").returncode, 0)
         self.assertNotEqual(run("db", "export", self.db, "--out", self.path("x"), "--format", "xml").returncode, 0)
         self.assertNotEqual(run("db", "export", self.db, "--out", self.path("x"), "--view", "9").returncode, 0)
+

@@ -52,3 +52,4 @@ class DbExportDataTest(ScratchTest):
         r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "nodir/p.csv")
         self.assertEqual(r.returncode, 1)
         self.assertIn("nodir", r.stderr)
+

@@ -45,3 +45,4 @@ class FillCommandTest(ScratchTest):
         r = run("db", "fill", self.path("none.ry-dbb"), "-n", "1")
         self.assertNotEqual(r.returncode, 0)
         self.assertIn("rykel db fill: DB file", r.stderr)
+

@@ -96,3 +96,4 @@ class JsonCommands(ScratchTest):
         h = run("render", "--help").stdout
         self.assertIn("JSON", h)
         self.assertIn("line and column", run("struct", "convert", "--help").stdout)
+

@@ -89,3 +89,4 @@ class NewUser(ScratchTest):
         self.assertIn("Kiel", rows)
         self.assertIn("Am Main", rows)
         self.assertNotIn("Bremen", rows)
+

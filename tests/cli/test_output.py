@@ -32,3 +32,4 @@ class OutputFaults(unittest.TestCase):
                 ok = self.run_into(os.path.join(d, "out.txt"), *args)
                 self.assertEqual(ok.returncode, 0, (args, ok.stderr))
                 self.assertEqual(ok.stderr, "", args)
+

@@ -18,3 +18,4 @@ class QueryCommandTest(ScratchTest):
         self.assertEqual(run("db", "sort", self.db, "AGE", "--rev", "--then", "NAME").stdout, "1\n3\n2\n")
         r = run("db", "filter", self.db, "AGE")
         self.assertNotEqual(r.returncode, 0)
+

@@ -21,3 +21,4 @@ class RandomCommandTest(unittest.TestCase):
         self.assertEqual(run("random", "PLZ", "-n", "0").stdout, "")
         self.assertNotEqual(run("random", "PLZ", "-n", "-3").returncode, 0)
         self.assertNotEqual(run("random").returncode, 0)
+

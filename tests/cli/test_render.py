@@ -85,3 +85,4 @@ class TestRender(ScratchTest):
         self.assertNotEqual(render().returncode, 0)
         self.assertNotEqual(render("-e", "x", "-v", "novalue").returncode, 0)
         self.assertNotEqual(render("/nonexistent/file.kel").returncode, 0)
+

@@ -131,3 +131,4 @@ class TestReport(unittest.TestCase):
             r = run("db", "export", dbfile, "--format", "htm", "--out", out, "--filter", "STADT=x")
             self.assertNotEqual(r.returncode, 0)
             self.assertIn("unknown field STADT; fields: VORNAME,", r.stderr)
+

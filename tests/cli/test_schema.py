@@ -125,3 +125,4 @@ class SchemaAndOutputTest(ScratchTest):
         self.ok("db", "field", self.db, "set", "NAME", "--type", "STRING")
         self.assertIn("NAME=Müller", self.ok("db", "show", self.db, "2"))
         self.assertEqual(self.ok("db", "check", self.db)[:2], "OK")
+

@@ -19,3 +19,4 @@ class SerializedCommands(unittest.TestCase):
         r = run("serialized", "check", stdin="a:1:{s:1:\"A\";z:0;}")
         self.assertNotEqual(r.returncode, 0)
         self.assertIn("Invalid data type found: z", r.stderr)
+

@@ -46,3 +46,4 @@ class StructConvert(unittest.TestCase):
         self.assertNotEqual(r.returncode, 0)
         self.assertIn("'}' expected (to close 'a' at line 1)", r.stderr)
         self.assertNotEqual(run("struct", "convert", "--to", "xml", "-", stdin="").returncode, 0)
+

@@ -56,3 +56,4 @@ class TestText(unittest.TestCase):
         self.assertEqual(r.returncode, 0)
         self.assertTrue(r.stdout.startswith("KEL templates\n\n"))
         self.assertTrue(r.stdout.endswith("\n" + guide), "rebuild: the program embeds docs/KEL.md")
+

@@ -25,3 +25,4 @@ class TreeCommand(unittest.TestCase):
         self.assertNotEqual(run("tree", "shuffle", "a=1").returncode, 0)
         self.assertNotEqual(run("tree", "increase", "--arg", "many", "a=1").returncode, 0)
         self.assertNotEqual(run("tree", "flatten", "novalue").returncode, 0)
+

@@ -91,3 +91,5 @@ class CalcWorkbookTest(ScratchTest):
         self.assertEqual(rows[4][:3], ["Anna", "Berlin", "01067"])
         self.assertEqual(rows[5][5], "-1234")
         self.assertEqual(rows[7][6], "Grüße €")
+
+

@@ -117,3 +117,4 @@ class DatabaseTest(ScratchTest):
         self.assertEqual(other.ENTRYFIELD_GET(7, "BOSS"), "x")
         self.assertFalse(other.UNSERIALIZE("nothing"))
         self.assertIsInstance(rykel.CreateObject("RyKEL.cls_DB"), rykel.cls_DB)
+

@@ -44,3 +44,4 @@ class SummaryAndSchemaTest(unittest.TestCase):
         db.FIELDDROP("AGE")
         self.assertFalse(db.FIELDEXISTS("AGE"))
         self.assertTrue(all(not db.ENTRY(i).EXISTS_GET("AGE") for i in (1, 2, 3)))
+

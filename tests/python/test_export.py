@@ -180,3 +180,4 @@ class LibreOfficeReadsTest(unittest.TestCase):
         # The program's HTML import ignores the "mso-number-format" cell styles, so it reads
         # "01067" as the number 1067; the workbook above is the form that keeps it.
         self.assertEqual(rows[4][1].lstrip("0"), "1067")
+

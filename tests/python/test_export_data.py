@@ -63,3 +63,4 @@ class ExportDataTest(ScratchTest):
         with open(self.path("a.json"), encoding="utf-8") as f:
             self.assertEqual(json.load(f), [{"NAME": "Ana, \"Q\"", "ZIP": "00001", "AGE": -3, "SCORE": 0.1,
                                              "BORN": "2001-01-02 03:04:05", "OK": False}])
+

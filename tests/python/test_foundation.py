@@ -69,3 +69,4 @@ class Foundation(unittest.TestCase):
         self.assertFalse(rykel.mdl_FileTools.FILEEXISTS("/"))
         self.assertEqual(rykel.CreateObject("RyKEL.cls_Structure").TypeName(), "cls_Structure")
         self.assertEqual(rykel.DBTOOL_GET().IDGENERATE("Müller & Söhne GmbH"), "MUELLERSOEHN")
+

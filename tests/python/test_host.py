@@ -116,3 +116,4 @@ class Lifetimes(unittest.TestCase):
         s.RESIZE(0)  # the documented way out: drop the items, releasing what they hold
         del s
         self.assertEqual(m.USAGE(), before)
+

@@ -19,3 +19,4 @@ class ImportFileTest(ScratchTest):
         r = db.IMPORTFILE(more, {"SKIPBAD": True})
         self.assertEqual(r.to_python(), {"IMPORTED": 1, "FIELDS": {}, "SKIPPED": [2]})
         self.assertEqual(db.ENTRYFIELD_GET(3, "SCORE"), 3)
+

@@ -164,3 +164,4 @@ class TestKEL(unittest.TestCase):
         self.assertEqual(k.PROCESS("[{DB:TEXT 1 NAME}|{DATA:v}]"), "[" + value + "|" + value + "]")
         self.assertEqual(k.EXECUTE("DATA:v"), value)
         self.assertEqual(k.ERRORLIST.COUNT(), 0)
+

@@ -46,3 +46,4 @@ class TestKELDB(unittest.TestCase):
         self.assertEqual(self.k.PROCESS("{DB:TEXT 1 STADT}", None), "ERR:---Unknown field: STADT---")
         self.assertEqual(self.k.PROCESS('{DB:OPEN "data/keine.db"}', None), "ERR:---Database not found: data/keine.db---")
         self.assertEqual(self.k.ERRORLIST.COUNT(), 2)
+

@@ -18,3 +18,4 @@ class LimitsTest(unittest.TestCase):
         # a limit set from Python holds for the library (every limit and reader: mdl_Limits_test.cpp)
         L.LIMIT_LET("INPUT.SIZE.MAX", 10)
         self.assertTrue(rykel.cls_KEL().PROCESS("x" * 11).startswith("ERR:---Input too large"))
+

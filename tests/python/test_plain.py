@@ -121,3 +121,4 @@ class PlainData(unittest.TestCase):
             rykel.from_json('{"a": 1,\n "b": }')
         self.assertEqual(e.exception.number, 1000)
         self.assertIn("JSON invalid at line 2, column 7", str(e.exception))
+

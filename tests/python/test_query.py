@@ -35,3 +35,4 @@ class QueryTest(unittest.TestCase):
         self.assertTrue(tool.FILTER("abc", "!IN x,y"))
         self.assertFalse(tool.FILTER("x", "!IN x,y"))
         self.assertTrue(tool.FILTER(5, "[] 1 5"))
+

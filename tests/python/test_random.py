@@ -56,3 +56,4 @@ class RandomTest(unittest.TestCase):
             self.assertRegex(example, "^(?:" + shape + ")$", args)
             for _ in range(200):
                 self.assertRegex(call(self.tool), "^(?:" + shape + ")$", args)
+

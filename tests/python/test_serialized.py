@@ -145,3 +145,4 @@ class SerializedFromPython(unittest.TestCase):
         self.assertEqual(t.UNSERIALIZEBINARYBUFFER(buf, n), n2)
         self.assertEqual(t.ITEM_GET("SUB.Y"), "QS1:ABC")
         self.assertTrue(t.HASZERO_GET())
+

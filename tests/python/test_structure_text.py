@@ -102,3 +102,4 @@ class Files(unittest.TestCase):
                 back.SAVE(os.path.join(d, "no", "such.txt"))
             self.assertEqual(cm.exception.number, 76)
             self.assertEqual(os.listdir(d), ["s.txt"])
+

@@ -114,3 +114,4 @@ class ToolsAndCollections(unittest.TestCase):
         self.assertTrue(n.Exists(41))
         for name in ("cls_Collection", "cls_CollectionValues", "cls_CollectionInt"):
             self.assertEqual(type(rykel.CreateObject(name)).__name__, name)
+

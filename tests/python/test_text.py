@@ -19,3 +19,4 @@ class TestText(unittest.TestCase):
         reg = rykel.cls_KELModules()
         reg.ADD(rykel.mod_KELText())
         self.assertEqual(reg.MODULE("text").MODULE_GET().ID_GET(), "TEXT")
+
