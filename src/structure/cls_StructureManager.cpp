@@ -22,32 +22,56 @@ constexpr size_t kIndexMinSlots = 33;  // nodes up to this size are scanned, big
 static_assert(sizeof(cls_StructureManager::Item) == 24, "an item is a value, a name atom and a child id");
 
 // Keys are upper-cased once per call; already upper-case ASCII keys are used as they are, short
-// ASCII keys are upper-cased on the stack. Eight bytes are checked at a time.
+// ASCII keys are upper-cased on the stack. Eight bytes are checked at a time, and the same pass
+// notes whether the key is a dotted path, so a plain name skips the path walk.
 struct UpperKey {
   std::string_view view;
   std::string buf;
+  bool dotted = false;
   char small[48];
   static constexpr uint64_t kOnes = 0x0101010101010101ull, kHigh = 0x8080808080808080ull;
   // High bit set in each byte of w (all bytes below 0x80) that is a lower-case ASCII letter.
   static uint64_t hLowerMask(uint64_t w) {
     return (w + kOnes * (0x80 - 'a')) & ~(w + kOnes * (0x80 - 'z' - 1)) & kHigh;
   }
+  // Nonzero when some byte of w is a "." (exact for "any", whatever the other bytes hold).
+  static uint64_t hDotMask(uint64_t w) {
+    const uint64_t x = w ^ (kOnes * '.');
+    return (x - kOnes) & ~x & kHigh;
+  }
   explicit UpperKey(std::string_view s) {
     const char* p = s.data();
     const size_t n = s.size();
+    uint64_t lower = 0, high = 0, dots = 0;
+    auto scan = [&](uint64_t w) {
+      high |= w & kHigh;
+      lower |= hLowerMask(w & ~kHigh);
+      dots |= hDotMask(w);
+    };
     size_t i = 0;
-    uint64_t lower = 0, high = 0;
     for (; i + 8 <= n; i += 8) {
       uint64_t w;
       std::memcpy(&w, p + i, 8);
-      high |= w & kHigh;
-      lower |= hLowerMask(w & ~kHigh);
+      scan(w);
     }
-    for (; i < n; ++i) {
-      const unsigned char c = static_cast<unsigned char>(p[i]);
-      high |= c & 0x80;
-      lower |= (c >= 'a' && c <= 'z');
+    // The tail is read as words that overlap bytes already seen, or with zero bytes, which are
+    // neither lower-case, high nor a dot: no byte-by-byte loop and no read past the end.
+    if (i < n) {
+      uint64_t w = 0;
+      if (n >= 8) {
+        std::memcpy(&w, p + n - 8, 8);
+      } else if (n >= 4) {
+        uint32_t a, b;
+        std::memcpy(&a, p, 4);
+        std::memcpy(&b, p + n - 4, 4);
+        w = (static_cast<uint64_t>(a) << 32) | b;
+      } else {
+        w = (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
+            (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
+      }
+      scan(w);
     }
+    dotted = dots != 0;
     if (!lower && !high) {
       view = s;
       return;
@@ -257,8 +281,7 @@ void cls_StructureManager::Release(int32_t pID) {
 // Empties a node whose count reached zero and puts its id on the free list.
 void cls_StructureManager::hPushFree(int32_t id) {
   Node& done = nodes_[id];
-  std::vector<Item>().swap(done.items);
-  std::unique_ptr<Extra> extra = std::move(done.extra);
+  if (done.items.capacity()) std::vector<Item>().swap(done.items);  // most released nodes held no items
   done.flags = 0;
   done.boundKind = 1;  // the bound value reads as the integer 0 after a release
   done.unused = 0;
@@ -270,6 +293,8 @@ void cls_StructureManager::hPushFree(int32_t id) {
   }
   free_[freeCount_] = id;
   // extra goes last: a bound object's destructor may release other nodes of this manager
+  if (done.extra) [[unlikely]]
+    std::unique_ptr<Extra>(std::move(done.extra)).reset();
 }
 
 // Frees a node whose count reached zero, and depth first in index order every sub-structure
@@ -673,6 +698,11 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
     if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
     if (pKey.isString()) {
       UpperKey k(pKey.str());
+      // a plain name: one lookup in this node, no path walk
+      if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") {
+        const int32_t slot = hFindName(hNode(pID), k.view, NameTable::Hash(k.view));
+        return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
+      }
       return hGet(pID, k.view, pForceIndex, pDefault);
     }
     if (pKey.isEmpty() || pKey.isNull() || pKey.isObject()) return pDefault;
