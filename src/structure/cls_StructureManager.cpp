@@ -91,9 +91,8 @@ struct UpperKey {
 
 // The length of a path's first part: up to the first "." or the end.
 inline size_t hPartLength(std::string_view s) {
-  size_t i = 0;
-  while (i < s.size() && s[i] != '.') ++i;
-  return i;
+  const void* dot = s.empty() ? nullptr : std::memchr(s.data(), '.', s.size());
+  return dot ? static_cast<size_t>(static_cast<const char*>(dot) - s.data()) : s.size();
 }
 
 bool hIsNumberKey(const Variant& k) { return k.isNumber(); }
@@ -490,8 +489,8 @@ int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom, uint32_t has
 int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_t hash) {
   if (upper.empty()) return -1;
   // a big node is searched by the name's hash alone: no trip through the name table
-  if (NameIndex* ix = hIndexOf(n))
-    return ix->Find(hash, [&](int32_t s) { return names_.Name(n.items[s].name) == upper; });
+  NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
+  if (ix) return ix->Find(hash, [&](int32_t s) { return names_.Name(n.items[s].name) == upper; });
   uint32_t atom = names_.Find(upper, hash);
   return atom ? hScan(n, atom) : -1;
 }
