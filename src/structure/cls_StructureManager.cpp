@@ -272,6 +272,10 @@ void cls_StructureManager::Release(int32_t pID) {
   if (n.refs <= 0) return;
   n.refs = static_cast<int16_t>(n.refs - 1);
   if (n.refs >= 1) return;
+  // most released handles held an empty node: nothing below it to walk, and with room on the
+  // free list nothing can fail
+  if (n.items.empty() && !n.extra && freeCount_ + 1 < static_cast<int32_t>(free_.size())) [[likely]]
+    return hPushFree(pID);
   GuardVoid(kClass, "Release", [&] { hFree(pID); });
 }
 
