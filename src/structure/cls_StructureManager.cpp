@@ -486,7 +486,8 @@ int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) {
 int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom, uint32_t hash) {
   Node& n = hNode(pID);
   if (atom == 0) return -1;
-  if (NameIndex* ix = hIndexOf(n)) return ix->Find(hash, [&](int32_t s) { return n.items[s].name == atom; });
+  NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
+  if (ix) return ix->Find(hash, [&](int32_t s) { return n.items[s].name == atom; });
   return hScan(n, atom);
 }
 
@@ -546,7 +547,9 @@ void cls_StructureManager::hResize(Node& n, int32_t newMax) {
   } else {
     n.unused += newMax - oldMax;
   }
-  n.items.resize(static_cast<size_t>(newMax) + 1);
+  // growing by one slot is the common case (items written in order): append, not the general resize
+  if (static_cast<size_t>(newMax) == n.items.size()) n.items.emplace_back();
+  else n.items.resize(static_cast<size_t>(newMax) + 1);
 }
 
 Variant cls_StructureManager::hValueOf(const Item& it) {
