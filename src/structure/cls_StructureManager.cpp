@@ -22,32 +22,56 @@ constexpr size_t kIndexMinSlots = 33;  // nodes up to this size are scanned, big
 static_assert(sizeof(cls_StructureManager::Item) == 24, "an item is a value, a name atom and a child id");
 
 // Keys are upper-cased once per call; already upper-case ASCII keys are used as they are, short
-// ASCII keys are upper-cased on the stack. Eight bytes are checked at a time.
+// ASCII keys are upper-cased on the stack. Eight bytes are checked at a time, and the same pass
+// notes whether the key is a dotted path, so a plain name skips the path walk.
 struct UpperKey {
   std::string_view view;
   std::string buf;
+  bool dotted = false;
   char small[48];
   static constexpr uint64_t kOnes = 0x0101010101010101ull, kHigh = 0x8080808080808080ull;
   // High bit set in each byte of w (all bytes below 0x80) that is a lower-case ASCII letter.
   static uint64_t hLowerMask(uint64_t w) {
     return (w + kOnes * (0x80 - 'a')) & ~(w + kOnes * (0x80 - 'z' - 1)) & kHigh;
   }
+  // Nonzero when some byte of w is a "." (exact for "any", whatever the other bytes hold).
+  static uint64_t hDotMask(uint64_t w) {
+    const uint64_t x = w ^ (kOnes * '.');
+    return (x - kOnes) & ~x & kHigh;
+  }
   explicit UpperKey(std::string_view s) {
     const char* p = s.data();
     const size_t n = s.size();
+    uint64_t lower = 0, high = 0, dots = 0;
+    auto scan = [&](uint64_t w) {
+      high |= w & kHigh;
+      lower |= hLowerMask(w & ~kHigh);
+      dots |= hDotMask(w);
+    };
     size_t i = 0;
-    uint64_t lower = 0, high = 0;
     for (; i + 8 <= n; i += 8) {
       uint64_t w;
       std::memcpy(&w, p + i, 8);
-      high |= w & kHigh;
-      lower |= hLowerMask(w & ~kHigh);
+      scan(w);
     }
-    for (; i < n; ++i) {
-      const unsigned char c = static_cast<unsigned char>(p[i]);
-      high |= c & 0x80;
-      lower |= (c >= 'a' && c <= 'z');
+    // The tail is read as words that overlap bytes already seen, or with zero bytes, which are
+    // neither lower-case, high nor a dot: no byte-by-byte loop and no read past the end.
+    if (i < n) {
+      uint64_t w = 0;
+      if (n >= 8) {
+        std::memcpy(&w, p + n - 8, 8);
+      } else if (n >= 4) {
+        uint32_t a, b;
+        std::memcpy(&a, p, 4);
+        std::memcpy(&b, p + n - 4, 4);
+        w = (static_cast<uint64_t>(a) << 32) | b;
+      } else {
+        w = (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
+            (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
+      }
+      scan(w);
     }
+    dotted = dots != 0;
     if (!lower && !high) {
       view = s;
       return;
@@ -67,9 +91,8 @@ struct UpperKey {
 
 // The length of a path's first part: up to the first "." or the end.
 inline size_t hPartLength(std::string_view s) {
-  size_t i = 0;
-  while (i < s.size() && s[i] != '.') ++i;
-  return i;
+  const void* dot = s.empty() ? nullptr : std::memchr(s.data(), '.', s.size());
+  return dot ? static_cast<size_t>(static_cast<const char*>(dot) - s.data()) : s.size();
 }
 
 bool hIsNumberKey(const Variant& k) { return k.isNumber(); }
@@ -249,6 +272,10 @@ void cls_StructureManager::Release(int32_t pID) {
   if (n.refs <= 0) return;
   n.refs = static_cast<int16_t>(n.refs - 1);
   if (n.refs >= 1) return;
+  // most released handles held an empty node: nothing below it to walk, and with room on the
+  // free list nothing can fail
+  if (n.items.empty() && !n.extra && freeCount_ + 1 < static_cast<int32_t>(free_.size())) [[likely]]
+    return hPushFree(pID);
   GuardVoid(kClass, "Release", [&] { hFree(pID); });
 }
 
@@ -257,8 +284,7 @@ void cls_StructureManager::Release(int32_t pID) {
 // Empties a node whose count reached zero and puts its id on the free list.
 void cls_StructureManager::hPushFree(int32_t id) {
   Node& done = nodes_[id];
-  std::vector<Item>().swap(done.items);
-  std::unique_ptr<Extra> extra = std::move(done.extra);
+  if (done.items.capacity()) std::vector<Item>().swap(done.items);  // most released nodes held no items
   done.flags = 0;
   done.boundKind = 1;  // the bound value reads as the integer 0 after a release
   done.unused = 0;
@@ -270,6 +296,8 @@ void cls_StructureManager::hPushFree(int32_t id) {
   }
   free_[freeCount_] = id;
   // extra goes last: a bound object's destructor may release other nodes of this manager
+  if (done.extra) [[unlikely]]
+    std::unique_ptr<Extra>(std::move(done.extra)).reset();
 }
 
 // Frees a node whose count reached zero, and depth first in index order every sub-structure
@@ -458,15 +486,16 @@ int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) {
 int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom, uint32_t hash) {
   Node& n = hNode(pID);
   if (atom == 0) return -1;
-  if (NameIndex* ix = hIndexOf(n)) return ix->Find(hash, [&](int32_t s) { return n.items[s].name == atom; });
+  NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
+  if (ix) return ix->Find(hash, [&](int32_t s) { return n.items[s].name == atom; });
   return hScan(n, atom);
 }
 
 int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_t hash) {
   if (upper.empty()) return -1;
   // a big node is searched by the name's hash alone: no trip through the name table
-  if (NameIndex* ix = hIndexOf(n))
-    return ix->Find(hash, [&](int32_t s) { return names_.Name(n.items[s].name) == upper; });
+  NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
+  if (ix) return ix->Find(hash, [&](int32_t s) { return names_.Name(n.items[s].name) == upper; });
   uint32_t atom = names_.Find(upper, hash);
   return atom ? hScan(n, atom) : -1;
 }
@@ -518,7 +547,9 @@ void cls_StructureManager::hResize(Node& n, int32_t newMax) {
   } else {
     n.unused += newMax - oldMax;
   }
-  n.items.resize(static_cast<size_t>(newMax) + 1);
+  // growing by one slot is the common case (items written in order): append, not the general resize
+  if (static_cast<size_t>(newMax) == n.items.size()) n.items.emplace_back();
+  else n.items.resize(static_cast<size_t>(newMax) + 1);
 }
 
 Variant cls_StructureManager::hValueOf(const Item& it) {
@@ -673,6 +704,11 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
     if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
     if (pKey.isString()) {
       UpperKey k(pKey.str());
+      // a plain name: one lookup in this node, no path walk
+      if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") {
+        const int32_t slot = hFindName(hNode(pID), k.view, NameTable::Hash(k.view));
+        return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
+      }
       return hGet(pID, k.view, pForceIndex, pDefault);
     }
     if (pKey.isEmpty() || pKey.isNull() || pKey.isObject()) return pDefault;

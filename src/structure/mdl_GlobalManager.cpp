@@ -14,16 +14,22 @@ struct frm_SManHolder {
 
 thread_local std::unique_ptr<frm_SManHolder> tHolder;
 thread_local std::shared_ptr<cls_StructureManager> tManager;
+// The fast way in once the manager exists: a plain pointer needs no thread-exit guard, so reading
+// it costs one thread-local lookup instead of one per variable and its initialisation check.
+thread_local const std::shared_ptr<cls_StructureManager>* tReady = nullptr;
 
 }  // namespace
 
 namespace mdl_Global {
 
 const std::shared_ptr<cls_StructureManager>& SMAN_GET() {
+  if (const auto* ready = tReady) [[likely]]
+    return *ready;
   if (!tManager) {
     if (!tHolder) tHolder = std::make_unique<frm_SManHolder>();
     tManager = tHolder->manager;
   }
+  tReady = &tManager;
   return tManager;
 }
 

@@ -119,6 +119,32 @@ TEST(StructureItems, NamesPathsAndCount) {
   EXPECT_EQ(s->ID_GET(s->ITEMINDEX_GET("GRÜßE")), "GRÜßE");
 }
 
+// Keys are scanned eight bytes at a time, the tail as overlapping words: a dot at any place of a
+// key of any length splits it, whatever its case, and a key without one is a single name.
+TEST(StructureItems, DotsFoundAtEveryPlaceOfEveryLength) {
+  for (size_t len = 1; len <= 19; ++len) {
+    std::string plain;
+    for (size_t i = 0; i < len; ++i) plain += static_cast<char>('a' + i % 26);
+    std::string upper = plain;
+    for (char& c : upper) c = static_cast<char>(c - 32);
+    auto s = cls_Structure::New();
+    s->ITEM_LET(plain, 1);
+    EXPECT_EQ(s->ITEM_GET(upper).rawLong(), 1) << plain;
+    for (size_t dot = 1; dot + 1 < len; ++dot) {
+      std::string path = plain, upperPath = upper;
+      path[dot] = upperPath[dot] = '.';
+      auto t = cls_Structure::New();
+      t->ITEM_LET(path, 2);
+      EXPECT_EQ(t->ITEM_GET(upperPath).rawLong(), 2) << path;
+      EXPECT_TRUE(t->ITEM_GET(upper.substr(0, dot)).as<cls_Structure>()) << path;
+      EXPECT_EQ(t->ITEM_GET(upper, "d").str(), "d") << path;
+    }
+  }
+  auto s = cls_Structure::New();
+  s->ITEM_LET("a", 1);
+  EXPECT_EQ(s->ITEM_GET("count").rawLong(), 1);  // lower-case COUNT reads the count too
+}
+
 TEST(StructureItems, IndexesBaseAndForce) {
   auto z = cls_Structure::New();
   z->ITEM_LET(0, "zero");
