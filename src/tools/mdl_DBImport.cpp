@@ -3,6 +3,8 @@
 #include <cctype>
 #include <climits>
 #include <cmath>
+#include <string_view>
+#include <unordered_set>
 
 #include "database/mdl_DBValueFit.h"
 #include "frame/Convert.h"
@@ -241,9 +243,22 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
   auto direct = [&]() {
     if (!pOptions.textSink) return false;
     for (size_t c = keyOf.size(); c < fieldOf.size(); ++c) keyOf.push_back(SerializedRecordWriter::Key(fieldOf[c]->ID));
-    for (size_t c = 1; c < keyOf.size(); ++c)
-      for (size_t d = 0; d < c; ++d)
-        if (keyOf[d] == keyOf[c]) return false;
+    std::unordered_set<std::string_view> keys(keyOf.begin(), keyOf.end());
+    return keys.size() == keyOf.size();
+  };
+  // Hands each non-empty value of a row, fitted to its column's field, to pTake; false after a
+  // value that does not fit (reported as the row's problem).
+  auto fitRow = [&](int64_t line, const std::vector<std::string>& values, auto&& pTake) {
+    for (size_t c = 0; c < values.size(); ++c) {
+      if (values[c].empty()) continue;
+      problem.clear();
+      Variant value = hFit(*fieldOf[c], values[c], problem);
+      if (!problem.empty()) {
+        bad(line, problem);
+        return false;
+      }
+      pTake(c, std::move(value));
+    }
     return true;
   };
   bool textRows = false;
@@ -258,14 +273,7 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
           }
           if (textRows) {
             row.clear();
-            for (size_t c = 0; c < values.size(); ++c) {
-              if (values[c].empty()) continue;
-              const cls_DBField& f = *fieldOf[c];
-              problem.clear();
-              Variant value = hFit(f, values[c], problem);
-              if (!problem.empty()) return bad(line, problem);
-              row.emplace_back(c, std::move(value));
-            }
+            if (!fitRow(line, values, [&](size_t c, Variant v) { row.emplace_back(c, std::move(v)); })) return;
             record.Begin(row.size());
             for (const auto& [c, v] : row) record.Item(keyOf[c], v);
             pOptions.textSink(record.End(), rows);
@@ -273,14 +281,7 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
             return;
           }
           auto data = cls_Structure::New();
-          for (size_t c = 0; c < values.size(); ++c) {
-            if (values[c].empty()) continue;
-            const cls_DBField& f = *fieldOf[c];
-            problem.clear();
-            Variant value = hFit(f, values[c], problem);
-            if (!problem.empty()) return bad(line, problem);
-            data->ITEMBYID_LET(f.ID, value);
-          }
+          if (!fitRow(line, values, [&](size_t c, Variant v) { data->ITEMBYID_LET(fieldOf[c]->ID, v); })) return;
           if (pOptions.textSink) {
             pOptions.textSink(data->SERIALIZE(), rows);
             ++result.imported;

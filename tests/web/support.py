@@ -8,6 +8,35 @@ import time
 import unittest
 
 CLI = os.environ.get("RYKEL_CLI", "rykel")
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+CHROMIUM, DRIVER = "/usr/bin/chromium", "/usr/bin/chromedriver"
+
+try:
+    from selenium import webdriver
+    from selenium.webdriver.chrome.service import Service
+except ImportError:
+    webdriver = None
+
+
+def no_browser():
+    """Why the real-browser tests cannot run here, or None."""
+    if webdriver is None:
+        return "python3-selenium is not installed"
+    for path in (CHROMIUM, DRIVER):
+        if not os.access(path, os.X_OK):
+            return path + " is not installed (scripts/setup installs chromium and chromium-driver)"
+    return None
+
+
+def browser(size="1200,800"):
+    """Headless Chromium through its driver, with a window of SIZE pixels."""
+    options = webdriver.ChromeOptions()
+    options.binary_location = CHROMIUM
+    for arg in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=" + size):
+        options.add_argument(arg)
+    # the sanitizer build preloads its runtime into every program the tests start; not the browser
+    env = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
+    return webdriver.Chrome(service=Service(DRIVER, env=env), options=options)
 
 PAGES = {
     "pages/index.kel": "<html><body><h1>Start</h1>{INCLUDE inc/footer}</body></html>",

@@ -7,30 +7,16 @@ import tempfile
 import time
 import unittest
 
-from support import serve
+from support import ROOT, browser, no_browser, serve
 
 try:
-    from selenium import webdriver
-    from selenium.webdriver.chrome.service import Service
     from selenium.webdriver.common.by import By
     from selenium.webdriver.support.ui import WebDriverWait
 except ImportError:
-    webdriver = None
-
-CHROMIUM, DRIVER = "/usr/bin/chromium", "/usr/bin/chromedriver"
-ROOT = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
+    pass
 
 
-def missing():
-    if webdriver is None:
-        return "python3-selenium is not installed"
-    for path in (CHROMIUM, DRIVER):
-        if not os.access(path, os.X_OK):
-            return path + " is not installed (scripts/setup installs chromium and chromium-driver)"
-    return None
-
-
-@unittest.skipIf(missing(), missing())
+@unittest.skipIf(no_browser(), no_browser())
 class BrowserTest(unittest.TestCase):
     def setUp(self):
         tmp = tempfile.TemporaryDirectory()
@@ -42,13 +28,7 @@ class BrowserTest(unittest.TestCase):
         self.addCleanup(self.server.terminate)
         self.url = f"http://127.0.0.1:{port}/"
 
-        options = webdriver.ChromeOptions()
-        options.binary_location = CHROMIUM
-        for arg in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1200,800"):
-            options.add_argument(arg)
-        # the sanitizer build preloads its runtime into every program the tests start; not the browser
-        env = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
-        self.driver = webdriver.Chrome(service=Service(DRIVER, env=env), options=options)
+        self.driver = browser()
         self.addCleanup(self.driver.quit)
 
     def edit(self, page, text):

@@ -16,24 +16,20 @@ import urllib.request
 
 import support
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-CHROMIUM, DRIVER = "/usr/bin/chromium", "/usr/bin/chromedriver"
+from support import ROOT, browser, no_browser
 
 try:
-    from selenium import webdriver
-    from selenium.webdriver.chrome.service import Service
     from selenium.webdriver.common.by import By
     from selenium.webdriver.support.ui import WebDriverWait
 except ImportError:
-    webdriver = None
+    pass
 try:
     import openpyxl
 except ImportError:
     openpyxl = None
 
 
-@unittest.skipUnless(webdriver and os.path.exists(CHROMIUM) and os.path.exists(DRIVER),
-                     "needs chromium, chromium-driver and python3-selenium (scripts/setup installs them)")
+@unittest.skipIf(no_browser(), no_browser())
 class BrowserTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -43,13 +39,7 @@ class BrowserTest(unittest.TestCase):
         support.make_site(cls.dir, {"pages/index.kel": "contacts"})
         cls.server, port = support.serve("-d", cls.dir, "--db", "contacts=" + os.path.join(cls.dir, "contacts.ry-dbb"))
         cls.base = f"http://127.0.0.1:{port}"
-        options = webdriver.ChromeOptions()
-        options.binary_location = CHROMIUM
-        for arg in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1400,900"):
-            options.add_argument(arg)
-        # The browser and its driver are not ours to instrument: no preloaded sanitizer runtime.
-        env = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
-        cls.driver = webdriver.Chrome(service=Service(DRIVER, env=env), options=options)
+        cls.driver = browser("1400,900")
         cls.downloads = os.path.join(cls.dir, "downloads")
         os.makedirs(cls.downloads)
         cls.driver.execute_cdp_cmd("Page.setDownloadBehavior", {"behavior": "allow", "downloadPath": cls.downloads})
