@@ -34,11 +34,11 @@ for n in range(pages):
         f'{{% set title = "Seite {n}" %}}{{% include "inc/header.html" %}}<ul>{{% for p in team %}}<li>{{{{ p.NAME }}}}, '
         '{{ p.CITY }}</li>{% endfor %}</ul>\n{% include "inc/footer.html" %}')
 PY
-$PY - "$out" "$pages" "$jobs" build/rykel <<'PY'
+$PY - "$out" "$pages" "$jobs" build/rykel "${RYKEL_SITE_BUILD:-$out/kel_out}" <<'PY'
 import json, os, subprocess, sys, time
 import jinja2
 from pairing import process
-out, pages, jobs, rykel = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4]
+out, pages, jobs, rykel, built = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4], sys.argv[5]
 
 def best(f, runs=3):
     times = []
@@ -47,7 +47,7 @@ def best(f, runs=3):
     return min(times)
 
 def ours(j):
-    process([rykel, "build", f"{out}/kel", f"{out}/kel_out", "-j", str(j), "--clean", "--quiet"])
+    process([rykel, "build", f"{out}/kel", built, "-j", str(j), "--clean", "--quiet"])
 
 def jinja():
     env = jinja2.Environment(loader=jinja2.FileSystemLoader(f"{out}/jinja"), autoescape=False, keep_trailing_newline=True)
@@ -61,7 +61,7 @@ def jinja():
                 f.write(env.get_template(rel).render(team=team))
 
 one, many, peer = best(lambda: ours(1)), best(lambda: ours(jobs)), best(jinja)
-a = open(f"{out}/kel_out/p0/s7.html", encoding="utf-8").read()
+a = open(f"{built}/p0/s7.html", encoding="utf-8").read()
 b = open(f"{out}/jinja_out/p0/s7.html", encoding="utf-8").read()
 assert a == b, (a[:200], b[:200])
 print(f"site build, {pages} pages (best of 3)   pages/s")
