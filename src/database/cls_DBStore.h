@@ -265,8 +265,14 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
     virtual int64_t Count() const = 0;
     // The next entry's id and values; false after the last.
     virtual bool Next(Variant& rID, std::vector<Variant>& rValues) = 0;
+    // Where the entry Next gave last begins in the database file (for ENTRYCURSOR's pOffsets); -1
+    // for entries in memory.
+    virtual int64_t Offset() const { return -1; }
   };
-  std::unique_ptr<EntryCursor> ENTRYCURSOR(const EntryReader& pReader);
+  // With pOffsets (of a database opened with "STREAM" only, else raises kInvalidCall): the pass
+  // visits the records at those offsets (Offset values of an earlier pass), in that order.
+  std::unique_ptr<EntryCursor> ENTRYCURSOR(const EntryReader& pReader,
+                                           std::optional<std::vector<int64_t>> pOffsets = std::nullopt);
   // Bumped by every entry change; a column is valid while it matches.
   uint64_t ENTRYGENERATION() const { return generation_; }
 
