@@ -98,8 +98,9 @@ void DBBinaryFile::hRecord(Variant& rID, std::string_view& rContent) {
   rID = NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
 }
 
-void DBBinaryFile::ReadAt(int64_t pOffset, Variant& rID, std::string_view& rContent) {
-  if (pOffset >= base_ && pOffset < base_ + static_cast<int64_t>(window_.size())) {
+void DBBinaryFile::ReadAt(int64_t pOffset, int64_t pSize, Variant& rID, std::string_view& rContent) {
+  // the whole record in the window, so that its parse never runs past the end
+  if (pOffset >= base_ && pOffset + pSize <= base_ + static_cast<int64_t>(window_.size())) {
     pos_ = static_cast<size_t>(pOffset - base_);
   } else {
     if (pOffset < 0 || ::lseek(fd_, pOffset, SEEK_SET) < 0)
@@ -108,7 +109,7 @@ void DBBinaryFile::ReadAt(int64_t pOffset, Variant& rID, std::string_view& rCont
     pos_ = 0;
     base_ = pOffset;
     atEnd_ = false;
-    chunk_ = kSeekChunk;
+    chunk_ = std::max(kSeekChunk, static_cast<size_t>(std::max<int64_t>(pSize, 0)));
   }
   hRecord(rID, rContent);
 }

@@ -52,9 +52,10 @@ class DBBinaryFile {
   // Where the next record begins in the file (before a call of Next: the offset of the record it
   // reads).
   int64_t Offset() const { return base_ + static_cast<int64_t>(pos_); }
-  // The record at pOffset (an Offset seen before), read as Next reads one. Records read in file
-  // order come from the window; a jump elsewhere reads only what the record needs. Raises as Next.
-  void ReadAt(int64_t pOffset, Variant& rID, std::string_view& rContent);
+  // The record at pOffset of pSize bytes (Offset before and after a Next), read as Next reads
+  // one. A record already in the window is read from it; a jump elsewhere reads the record and
+  // little more. Raises as Next.
+  void ReadAt(int64_t pOffset, int64_t pSize, Variant& rID, std::string_view& rContent);
 
  private:
   // Reads on into the window; false when the file has no more.

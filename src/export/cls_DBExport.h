@@ -141,9 +141,9 @@ class cls_DBExport {
 
   cls_DBStore& db_;
   DBViewPtr view_;
-  std::vector<Variant> ids_;                       // made on first need when allInOrder_
-  bool allInOrder_ = false;                        // every entry in table order
-  std::optional<std::vector<int64_t>> fileOrder_;  // a streamed database's records, sorted
+  std::vector<Variant> ids_;                                       // made on first need when allInOrder_
+  bool allInOrder_ = false;                                        // every entry in table order
+  std::optional<std::vector<cls_DBStore::RecordSpan>> fileOrder_;  // a streamed database's records, sorted
   ExportTable table_;
   bool index_ = false, quiet_ = false;
   std::vector<Rule> rules_;

@@ -83,10 +83,11 @@ IdList ENTRYSORTADVANCED(cls_DBStore& rDB, const std::string& pField, bool pRev 
 // Whether ENTRYSORTSTREAM can give that order (the fields alone decide).
 bool ENTRYSORTSTREAMS(cls_DBStore& rDB, const std::string& pField, const std::string& pFieldSecond);
 // Every entry of a database opened with "STREAM" in the order ENTRYSORTADVANCED gives them (the
-// same keys and rule), as the offsets of their records for ENTRYCURSOR: one pass over the file
-// that keeps only the sort texts and the offsets. nullopt where that sort needs the entries at
+// same keys and rule), as the places of their records for ENTRYCURSOR: one pass over the file
+// that keeps only the sort texts and the places. nullopt where that sort needs the entries at
 // hand: a database not streamed, no or an unknown field, "&", an indexed field sorted alone.
-std::optional<std::vector<int64_t>> ENTRYSORTSTREAM(cls_DBStore& rDB, const std::string& pField, bool pRev,
-                                                    const std::string& pFieldSecond = "", bool pRevSecond = false);
+std::optional<std::vector<cls_DBStore::RecordSpan>> ENTRYSORTSTREAM(cls_DBStore& rDB, const std::string& pField,
+                                                                    bool pRev, const std::string& pFieldSecond = "",
+                                                                    bool pRevSecond = false);
 
 }  // namespace rykel::mdl_DBQuery

@@ -233,34 +233,35 @@ bool ENTRYSORTSTREAMS(cls_DBStore& rDB, const std::string& pField, const std::st
   return field1 && (spec.f2.empty() || field2) && (field2 || !field1->INDEXED);
 }
 
-std::optional<std::vector<int64_t>> ENTRYSORTSTREAM(cls_DBStore& rDB, const std::string& pField, bool pRev,
-                                                    const std::string& pFieldSecond, bool pRevSecond) {
-  return Guard(kClass, "ENTRYSORTSTREAM", [&]() -> std::optional<std::vector<int64_t>> {
+std::optional<std::vector<cls_DBStore::RecordSpan>> ENTRYSORTSTREAM(cls_DBStore& rDB, const std::string& pField,
+                                                                    bool pRev, const std::string& pFieldSecond,
+                                                                    bool pRevSecond) {
+  return Guard(kClass, "ENTRYSORTSTREAM", [&]() -> std::optional<std::vector<cls_DBStore::RecordSpan>> {
     if (!rDB.DBSTREAMED_GET() || !ENTRYSORTSTREAMS(rDB, pField, pFieldSecond)) return std::nullopt;
     auto [f1, f2, prefix1, prefix2, rev1, rev2] = hSortSpec(pField, pRev, pFieldSecond, pRevSecond);
     int32_t no1 = 0, no2 = 0;
     DBFieldPtr field1 = rDB.hFieldOrNull(Variant(f1), &no1);
     DBFieldPtr field2 = f2.empty() ? nullptr : rDB.hFieldOrNull(Variant(f2), &no2);
 
-    // The first pass: each record's offset and its sort texts, in file order.
+    // The first pass: each record's place and its sort texts, in file order.
     std::vector<int32_t> nos{no1};
     if (field2) nos.push_back(no2);
     auto cursor = rDB.ENTRYCURSOR(rDB.ENTRYREADER(nos));
-    std::vector<int64_t> offsets;
+    std::vector<cls_DBStore::RecordSpan> records;
     std::vector<std::string> k1, k2;
     Variant id;
     std::vector<Variant> values;
     while (cursor->Next(id, values)) {
-      offsets.push_back(cursor->Offset());
+      records.push_back(cursor->Span());
       k1.push_back(field1->TEXTSORT(values[0]));
       if (field2) k2.push_back(field2->TEXTSORT(values[1]));
     }
-    std::vector<int32_t> positions(offsets.size());
+    std::vector<int32_t> positions(records.size());
     std::iota(positions.begin(), positions.end(), 0);
     hOrderByKeys(positions, k1, field2 ? &k2 : nullptr, rev1, rev2);
-    std::vector<int64_t> order;
+    std::vector<cls_DBStore::RecordSpan> order;
     order.reserve(positions.size());
-    for (int32_t p : positions) order.push_back(offsets[static_cast<size_t>(p)]);
+    for (int32_t p : positions) order.push_back(records[static_cast<size_t>(p)]);
     return order;
   });
 }
