@@ -3,8 +3,11 @@
 # in memory; and `rykel db export --format csv` as a whole process, streaming the entries from the binary file)
 # against `sqlite3 -csv -header FILE 'SELECT * FROM person'` of the same rows imported into a file
 # database (a whole process, its output redirected to a file). Fastest of RYKEL_BENCH_REPEAT runs
-# (default 3), peak resident memory of each, and the ratios ours / sqlite3. RYKEL_W3_ROWS picks a
-# smaller run.
+# (default 3), peak resident memory of each, and the ratios ours / sqlite3. Then the same export
+# sorted by last and first name: `rykel db export --sort LASTNAME --then FIRSTNAME` streamed from
+# the file through a list of record offsets, the same sort by display text ("&"), which loads the
+# whole database (a text field's display text is its value, so the output is the same), and
+# sqlite3 with ORDER BY. RYKEL_W3_ROWS picks a smaller run.
 source "$(dirname "$0")/common.sh"
 rows=${RYKEL_W3_ROWS:-1000000}
 repeat=${RYKEL_BENCH_REPEAT:-3}
@@ -20,9 +23,16 @@ $(cat "$OUT/ours_memory.out")"
   run ours_program env RYKEL_QUIET=1 build/rykel db export "$OUT/w3_export.ry-dbb" --format csv --out "$OUT/w3_cli.csv" \
     --quiet
   run sqlite3 sh -c "sqlite3 -csv -header '$OUT/w3_export.sqlite' 'SELECT * FROM person' > '$OUT/w3_sqlite.csv'"
+  run sorted_streamed build/rykel db export "$OUT/w3_export.ry-dbb" --format csv --out "$OUT/w3_sorted_streamed.csv" \
+    --quiet --sort LASTNAME --then FIRSTNAME
+  run sorted_loaded build/rykel db export "$OUT/w3_export.ry-dbb" --format csv --out "$OUT/w3_sorted_loaded.csv" \
+    --quiet --sort '&LASTNAME' --then '&FIRSTNAME'
+  run sorted_sqlite3 sh -c "sqlite3 -csv -header '$OUT/w3_export.sqlite' \
+    'SELECT * FROM person ORDER BY LASTNAME, FIRSTNAME' > '$OUT/w3_sorted_sqlite.csv'"
 done >"$OUT/export_data_runs.txt"
 [ "$(wc -l <"$OUT/w3_ours.csv")" = "$(wc -l <"$OUT/w3_sqlite.csv")" ] || { echo "row counts differ" >&2; exit 1; }
 cmp -s "$OUT/w3_ours.csv" "$OUT/w3_cli.csv" || { echo "program and library exports differ" >&2; exit 1; }
+cmp -s "$OUT/w3_sorted_streamed.csv" "$OUT/w3_sorted_loaded.csv" || { echo "sorted exports differ" >&2; exit 1; }
 
 awk -v rows="$rows" -v repeat="$repeat" '
   $1 == "ours_memory" { split($4, a, "="); split($5, b, "="); split($6, c, "=")
@@ -38,4 +48,11 @@ awk -v rows="$rows" -v repeat="$repeat" '
            e["x"] / 1000 / t["sqlite3"], t["ours_program"] / t["sqlite3"]
     printf "peak memory: the export added %.1f MiB; the program %.1f MiB (streaming the file) vs sqlite3 %.1f MiB\n",
            e["mib"], m["ours_program"], m["sqlite3"]
+    printf "\nsorted by LASTNAME, FIRSTNAME\n"
+    printf "%-40s %9.2f %10.1f\n", "ours, streamed (first pass: keys, offsets)", t["sorted_streamed"], m["sorted_streamed"]
+    printf "%-40s %9.2f %10.1f\n", "ours, the whole database loaded", t["sorted_loaded"], m["sorted_loaded"]
+    printf "%-40s %9.2f %10.1f\n", "sqlite3 -csv ... ORDER BY", t["sorted_sqlite3"], m["sorted_sqlite3"]
+    printf "ratio streamed/sqlite3: time %.2f, peak memory %.2f; streamed/loaded: time %.2f, peak memory %.2f\n",
+           t["sorted_streamed"] / t["sorted_sqlite3"], m["sorted_streamed"] / m["sorted_sqlite3"],
+           t["sorted_streamed"] / t["sorted_loaded"], m["sorted_streamed"] / m["sorted_loaded"]
   }' "$OUT/export_data_runs.txt"

@@ -8,6 +8,7 @@
 
 #include "Commands.h"
 #include "ExportData.h"
+#include "export/cls_DBExport.h"
 #include "frame/Notifier.h"
 #include "frame/Text.h"
 #include "host/cls_DB.h"
@@ -63,13 +64,18 @@ void AddDbExportCommand(CLI::App& app) {
   ex->add_flag("--or", a.filter.orMode, "with several --where: entries that meet any of them");
   ex->add_flag("--condition", a.filter.raw, "read each --where condition as a raw condition text");
   AddSortOptions(*ex, a.filter, true, true);
+  ex->footer(
+      "A binary database (.ry-dbb) is read from its file as the export goes, never held whole: in table "
+      "order, or with a sort (--sort, --then or the view's) by one pass for the sort fields and one for the "
+      "entries in order. --filter, a view's filter, a sort by display text (&FIELD), an indexed field "
+      "sorted alone, --sheets-by and --format db load the whole database.");
   ex->add_flag("--quiet", a.quiet, "no progress bar");
   ex->callback([] {
     std::string format = text::UCase(a.format);
-    // Every entry in table order is read from the file as the export goes, so the database is
-    // never held whole; a filter, a sort, sheets by value or a database copy need it in memory.
-    bool stream = a.filter.conditions.empty() && a.filter.sort.empty() && a.filter.then.empty() && a.sheetsBy.empty() &&
-                  format != "DB";
+    // The entries are read from the file as the export goes, in table order or sorted through
+    // a list of record offsets, so the database is never held whole; a filter, sheets by value
+    // or a database copy need it in memory.
+    bool stream = a.filter.conditions.empty() && a.sheetsBy.empty() && format != "DB";
     auto db = OpenDatabase(a.db, false, stream);
     SetNotifier([](const Notification& n) {
       ReportFailure("rykel db export", n.text);
@@ -94,12 +100,24 @@ void AddDbExportCommand(CLI::App& app) {
       view = a.view.size() <= 9 ? std::stoi(a.view) : -1;  // a number past any view's is no view
     auto shown = db->VIEW(view);
     if (!shown) FailUsage("--view: no view '" + a.view + "'");
-    if (db->DBSTREAMED_GET() && !(shown->FILTERS.empty() && shown->SORTFIELD.empty() && shown->SORTFIELD2.empty()))
-      db = OpenDatabase(a.db);  // the view's own filter or sort needs every entry at hand
+    if (db->DBSTREAMED_GET()) {
+      // --sort and --then stand in for the view's sort fields, as they do in a filter; the
+      // streamed database is opened read-only for this export alone, so its view may change.
+      if (!a.filter.sort.empty()) {
+        CheckField(*db, a.filter.sort);
+        shown->SORTFIELD = a.filter.sort, shown->SORTREV = a.filter.rev;
+      }
+      if (!a.filter.then.empty()) {
+        CheckField(*db, a.filter.then);
+        shown->SORTFIELD2 = a.filter.then, shown->SORTREV2 = a.filter.thenRev;
+      }
+      // the view's own filter, or a sort that needs the entries, loads them all
+      if (!cls_DBExport::STREAMS(*db, *shown)) db = OpenDatabase(a.db);
+    }
     // Filter and sort as `rykel db filter` does, on top of the view's own filter; without them
     // the view's filter and sort decide.
     cls_DB::IDList ids;
-    if (!a.filter.conditions.empty() || !a.filter.sort.empty() || !a.filter.then.empty())
+    if (!db->DBSTREAMED_GET() && (!a.filter.conditions.empty() || !a.filter.sort.empty() || !a.filter.then.empty()))
       ids = FilterEntries(*db, view, a.filter, "--filter");
     if (!a.quiet && ::isatty(STDERR_FILENO)) db->EXPORTPROGRESS_SET(hProgress);
     if (ExportData(*db, format, a.out, view, ids)) return;

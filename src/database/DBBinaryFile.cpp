@@ -17,6 +17,7 @@ namespace rykel {
 
 namespace {
 constexpr size_t kChunk = 256 * 1024;  // bytes read at a time; a larger record widens the window
+constexpr size_t kSeekChunk = 4096;    // after a jump: a record of its own, not the records around it
 }  // namespace
 
 template <class Fn>
@@ -33,7 +34,7 @@ auto DBBinaryFile::hParse(const Fn& pRead) {
   }
 }
 
-DBBinaryFile::DBBinaryFile(const std::string& pFile, fileio::FileStamp* rStamp) : file_(pFile) {
+DBBinaryFile::DBBinaryFile(const std::string& pFile, fileio::FileStamp* rStamp) : file_(pFile), chunk_(kChunk) {
   fd_ = fileio::OpenRegularFile(pFile, rStamp);
   try {
     hParse([&](ValueReader& r) {
@@ -57,9 +58,10 @@ DBBinaryFile::~DBBinaryFile() { ::close(fd_); }
 bool DBBinaryFile::hMore() {
   if (atEnd_) return false;
   window_.erase(0, pos_);
+  base_ += static_cast<int64_t>(pos_);
   pos_ = 0;
   size_t have = window_.size();
-  window_.resize(have + std::max(kChunk, have));
+  window_.resize(have + std::max(chunk_, have));
   ssize_t n;
   do { n = ::read(fd_, window_.data() + have, window_.size() - have); } while (n < 0 && errno == EINTR);
   if (n < 0) {
@@ -81,6 +83,11 @@ bool DBBinaryFile::Next(Variant& rID, std::string_view& rContent) {
     return false;
   }
   ++read_;
+  hRecord(rID, rContent);
+  return true;
+}
+
+void DBBinaryFile::hRecord(Variant& rID, std::string_view& rContent) {
   Variant id;
   rContent = hParse([&](ValueReader& r) {
     id = r.Read();
@@ -89,7 +96,22 @@ bool DBBinaryFile::Next(Variant& rID, std::string_view& rContent) {
   });
   double d;
   rID = NumericValue(id, d) ? DBEntryTable::NumberId(d) : DBEntryTable::NumberId(DBEntryTable::LeadingNumber(CStr(id)));
-  return true;
+}
+
+void DBBinaryFile::ReadAt(int64_t pOffset, int64_t pSize, Variant& rID, std::string_view& rContent) {
+  // the whole record in the window, so that its parse never runs past the end
+  if (pOffset >= base_ && pOffset + pSize <= base_ + static_cast<int64_t>(window_.size())) {
+    pos_ = static_cast<size_t>(pOffset - base_);
+  } else {
+    if (pOffset < 0 || ::lseek(fd_, pOffset, SEEK_SET) < 0)
+      Raise(err::kFileIO, "cannot read '" + file_ + "' at " + std::to_string(pOffset) + ": " + std::strerror(errno));
+    window_.clear();
+    pos_ = 0;
+    base_ = pOffset;
+    atEnd_ = false;
+    chunk_ = std::max(kSeekChunk, static_cast<size_t>(std::max<int64_t>(pSize, 0)));
+  }
+  hRecord(rID, rContent);
 }
 
 void DBBinaryWriter::hFlush() {

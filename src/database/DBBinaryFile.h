@@ -49,10 +49,19 @@ class DBBinaryFile {
   // the next call. False after the last record, once the end mark has been read. Raises 62 or
   // kInvalidData for a damaged file.
   bool Next(Variant& rID, std::string_view& rContent);
+  // Where the next record begins in the file (before a call of Next: the offset of the record it
+  // reads).
+  int64_t Offset() const { return base_ + static_cast<int64_t>(pos_); }
+  // The record at pOffset of pSize bytes (Offset before and after a Next), read as Next reads
+  // one. A record already in the window is read from it; a jump elsewhere reads the record and
+  // little more. Raises as Next.
+  void ReadAt(int64_t pOffset, int64_t pSize, Variant& rID, std::string_view& rContent);
 
  private:
   // Reads on into the window; false when the file has no more.
   bool hMore();
+  // The record at pos_: id and content.
+  void hRecord(Variant& rID, std::string_view& rContent);
   // Runs pRead (a parse of the window from the current position) until the window holds all it
   // needs: a parse that runs past the window's end is tried again with more of the file.
   template <class Fn>
@@ -62,6 +71,8 @@ class DBBinaryFile {
   int fd_ = -1;
   std::string window_;  // the file's bytes from some offset on
   size_t pos_ = 0;      // the next unread byte of window_
+  int64_t base_ = 0;    // the file offset of window_[0]
+  size_t chunk_;        // bytes the window grows by at least
   bool atEnd_ = false;  // the file has been read to its end
   std::string headerName_;
   int32_t count_ = 0;

@@ -649,12 +649,26 @@ class TableCursor : public cls_DBStore::EntryCursor {
 // read straight into the values; any other is decoded into one structure that is refilled.
 class FileCursor : public cls_DBStore::EntryCursor {
  public:
-  FileCursor(const std::string& pFile, const cls_DBStore::EntryReader& pReader)
-      : file_(pFile), reader_(pReader), entry_(cls_Structure::New()), serializer_(*entry_->MANAGER_GET()) {}
-  int64_t Count() const override { return file_.Count(); }
+  FileCursor(const std::string& pFile, const cls_DBStore::EntryReader& pReader,
+             std::optional<std::vector<cls_DBStore::RecordSpan>> pRecords)
+      : file_(pFile),
+        reader_(pReader),
+        entry_(cls_Structure::New()),
+        serializer_(*entry_->MANAGER_GET()),
+        records_(std::move(pRecords)) {}
+  int64_t Count() const override { return records_ ? static_cast<int64_t>(records_->size()) : file_.Count(); }
+  cls_DBStore::RecordSpan Span() const override { return span_; }
   bool Next(Variant& rID, std::vector<Variant>& rValues) override {
     std::string_view content;
-    if (!file_.Next(rID, content)) return false;
+    if (records_) {
+      if (next_ >= records_->size()) return false;
+      span_ = (*records_)[next_++];
+      file_.ReadAt(span_.offset, span_.size, rID, content);
+    } else {
+      span_.offset = file_.Offset();
+      if (!file_.Next(rID, content)) return false;
+      span_.size = file_.Offset() - span_.offset;
+    }
     rValues.clear();  // then all Empty: cheaper than assigning Empty over each value
     rValues.resize(reader_.fields.size());
     seen_.assign(reader_.fields.size(), 0);
@@ -679,18 +693,23 @@ class FileCursor : public cls_DBStore::EntryCursor {
   StructurePtr entry_;
   cls_StructureSerializer serializer_;
   std::vector<char> seen_;
+  std::optional<std::vector<cls_DBStore::RecordSpan>> records_;  // to visit; none: every one in file order
+  size_t next_ = 0;
+  cls_DBStore::RecordSpan span_;
 };
 
 }  // namespace
 
-std::unique_ptr<cls_DBStore::EntryCursor> cls_DBStore::ENTRYCURSOR(const EntryReader& pReader) {
+std::unique_ptr<cls_DBStore::EntryCursor> cls_DBStore::ENTRYCURSOR(const EntryReader& pReader,
+                                                                   std::optional<std::vector<RecordSpan>> pRecords) {
+  if (pRecords && !streamed_) Raise(err::kInvalidCall, "record places need a database opened with STREAM");
   if (streamed_) {
     // The entries are yet to be read, so their field names may not have been met yet.
     EntryReader reader = pReader;
     auto& names = mdl_Global::SMAN_GET()->Names();
     for (size_t i = 0; i < reader.fields.size(); ++i)
       if (reader.fields[i] && !reader.atoms[i]) reader.atoms[i] = names.Intern(text::UCase(reader.fields[i]->ID));
-    return std::make_unique<FileCursor>(dbFile_, reader);
+    return std::make_unique<FileCursor>(dbFile_, reader, std::move(pRecords));
   }
   return std::make_unique<TableCursor>(entries_.Entries(), pReader);
 }

@@ -258,6 +258,9 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
   // types them) of one entry at a time: from the entry table, or from the file of a database
   // opened with "STREAM", where each entry is decoded in turn and none is kept. The cursor stays
   // valid while the database is neither changed nor closed; it raises what reading the file raises.
+  struct RecordSpan {
+    int64_t offset = -1, size = 0;
+  };
   class EntryCursor {
    public:
     virtual ~EntryCursor() = default;
@@ -265,8 +268,14 @@ class cls_DBStore : public Object, public std::enable_shared_from_this<cls_DBSto
     virtual int64_t Count() const = 0;
     // The next entry's id and values; false after the last.
     virtual bool Next(Variant& rID, std::vector<Variant>& rValues) = 0;
+    // Where the record of the entry Next gave last is in the database file (for ENTRYCURSOR's
+    // pRecords); offset -1 for entries in memory.
+    virtual RecordSpan Span() const { return {}; }
   };
-  std::unique_ptr<EntryCursor> ENTRYCURSOR(const EntryReader& pReader);
+  // With pRecords (of a database opened with "STREAM" only, else raises kInvalidCall): the pass
+  // visits those records (Span values of an earlier pass), in that order.
+  std::unique_ptr<EntryCursor> ENTRYCURSOR(const EntryReader& pReader,
+                                           std::optional<std::vector<RecordSpan>> pRecords = std::nullopt);
   // Bumped by every entry change; a column is valid while it matches.
   uint64_t ENTRYGENERATION() const { return generation_; }
 

@@ -132,7 +132,7 @@ PlainWalk::PlainWalk(cls_DBStore& rDB, const Variant& pView, const cls_DBStore::
 
 const std::vector<PlainCell>& PlainWalk::ROW(int64_t pRow, Variant& rID) {
   if (walk_.INORDER()) {
-    if (!cursor_) cursor_ = db_.ENTRYCURSOR(reader_);
+    if (!cursor_) cursor_ = walk_.CURSOR(reader_);
     if (!cursor_->Next(rID, values_)) Raise(err::kInvalidData, "the database has fewer entries than it counts");
   } else {
     rID = walk_.IDS()[static_cast<size_t>(pRow)];

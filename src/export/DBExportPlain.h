@@ -46,7 +46,7 @@ class PlainWalk {
   int64_t ROWS() const { return walk_.TABLE().rows; }
   // The cells of the i-th entry (0-based) and its id; reports progress every so many rows.
   // REQUIRES: called for the rows 0, 1, 2, ... in turn (every entry in table order is read in one
-  // pass through ENTRYCURSOR).
+  // pass through the walk's CURSOR).
   const std::vector<PlainCell>& ROW(int64_t pRow, Variant& rID);
 
  private:
@@ -55,7 +55,7 @@ class PlainWalk {
   bool quiet_ = false;
   std::vector<DBFieldPtr> fields_;
   cls_DBStore::EntryReader reader_;
-  std::unique_ptr<cls_DBStore::EntryCursor> cursor_;  // every entry in table order
+  std::unique_ptr<cls_DBStore::EntryCursor> cursor_;  // when walk_.INORDER()
   std::vector<Variant> values_;
   std::vector<PlainCell> cells_;
 };

@@ -49,11 +49,17 @@ cls_DBExport::cls_DBExport(cls_DBStore& pDB, const Variant& pView, const cls_DBS
   view_ = db_.VIEW(pView);
   if (!view_) Raise(err::kInvalidCall, "no view '" + CStr(pView) + "'");
   // Without a list the view's filter and sort decide; a view with neither exports every entry
-  // in table order, which the walk reads by position.
+  // in table order, which the walk reads by position. A streamed database sorted by the view
+  // reads its records in the sorted order of their offsets.
   allInOrder_ = !pIDs && view_->FILTERS.empty() && view_->SORTFIELD.empty() && view_->SORTFIELD2.empty();
-  if (db_.DBSTREAMED_GET() && !allInOrder_) Raise(err::kInvalidCall, kStreamedMessage);
+  if (db_.DBSTREAMED_GET() && !allInOrder_) {
+    if (!STREAMS(db_, *view_) || pIDs) Raise(err::kInvalidCall, kStreamedMessage);
+    fileOrder_ =
+        mdl_DBQuery::ENTRYSORTSTREAM(db_, view_->SORTFIELD, view_->SORTREV, view_->SORTFIELD2, view_->SORTREV2);
+    if (!fileOrder_) Raise(err::kInvalidCall, kStreamedMessage);
+  }
   if (pIDs) ids_ = *pIDs;
-  else if (!allInOrder_) ids_ = mdl_DBQuery::ENTRYFILTER(db_, Variant(view_->ID), nullptr);
+  else if (!allInOrder_ && !fileOrder_) ids_ = mdl_DBQuery::ENTRYFILTER(db_, Variant(view_->ID), nullptr);
   StructurePtr s = pSettings ? pSettings : cls_Structure::New();
   table_.settings = s;
   index_ = hIsRuleTrue(s->ITEM_GET("INDEX"));
@@ -65,7 +71,9 @@ cls_DBExport::cls_DBExport(cls_DBStore& pDB, const Variant& pView, const cls_DBS
                           ? CStr(color)
                           : hColorText(color.isEmpty() ? kDefaultTitleColor : CLng(color));
   table_.stamp = date::Now();
-  table_.rows = allInOrder_ ? db_.ENTRYCOUNT() : static_cast<int64_t>(ids_.size());
+  table_.rows = allInOrder_  ? db_.ENTRYCOUNT()
+                : fileOrder_ ? static_cast<int64_t>(fileOrder_->size())
+                             : static_cast<int64_t>(ids_.size());
 
   if (index_) table_.columns.push_back({"Nr.", kIndexWidth, nullptr, 0, 0, false, ExportAlign::Right});
   auto addColumn = [&](const DBFieldPtr& f, int32_t width, bool showValues, int32_t mode) {
@@ -232,7 +240,19 @@ ExportRow cls_DBExport::ROW(const Variant& pID, int64_t pNumber) {
   return row;
 }
 
+bool cls_DBExport::STREAMS(cls_DBStore& pDB, const cls_DBView& pView) {
+  if (!pView.FILTERS.empty()) return false;
+  if (pView.SORTFIELD.empty() && pView.SORTFIELD2.empty()) return true;
+  // a sorted list is searched by the view's action afterwards, which needs the entries
+  return pView.ACTION.empty() && mdl_DBQuery::ENTRYSORTSTREAMS(pDB, pView.SORTFIELD, pView.SORTFIELD2);
+}
+
+std::unique_ptr<cls_DBStore::EntryCursor> cls_DBExport::CURSOR(const cls_DBStore::EntryReader& pReader) {
+  return db_.ENTRYCURSOR(pReader, fileOrder_);
+}
+
 const std::vector<Variant>& cls_DBExport::IDS() {
+  if (fileOrder_) Raise(err::kInvalidCall, kStreamedMessage);
   if (allInOrder_ && static_cast<int64_t>(ids_.size()) != table_.rows) {
     if (db_.DBSTREAMED_GET()) Raise(err::kInvalidCall, kStreamedMessage);
     ids_ = db_.ENTRYALL_IDS();
@@ -259,7 +279,7 @@ void cls_DBExport::WALK(const std::vector<ExportSink*>& pSinks) {
   int64_t total = table_.rows;
   ExportRow row;  // one row refilled, so its texts keep their capacity
   std::unique_ptr<cls_DBStore::EntryCursor> cursor;
-  if (allInOrder_) cursor = db_.ENTRYCURSOR(reader_);
+  if (INORDER()) cursor = CURSOR(reader_);
   Variant id;
   for (int64_t i = 0; i < total; ++i) {
     db_.DEBUGTRACK_LET("EXPORT-ROW", static_cast<int32_t>(i + 1), static_cast<int32_t>(total));

@@ -22,15 +22,16 @@
 // condition marks every row.
 //
 // Values come straight from the entry table (or, every entry in table order, through ENTRYCURSOR, which
-// also reads a database opened with "STREAM" from its file), each entry's fields read in one pass;
-// no per-cell field lookup and no whole-column copies. Sinks that write typed numbers and dates (the workbook)
-// say so through NUMBERTEXTS() and are spared the display text of those cells.
+// also reads a database opened with "STREAM" from its file, in file order or by its view's sort), each entry's fields
+// read in one pass; no per-cell field lookup and no whole-column copies. Sinks that write typed numbers and dates (the
+// workbook) say so through NUMBERTEXTS() and are spared the display text of those cells.
 //
 // Threads: as the database, on the thread that owns it.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -102,8 +103,14 @@ class cls_DBExport {
   // on first call (WALK does without it); raises kInvalidCall for a database opened with
   // "STREAM", whose entries stay in its file.
   const std::vector<Variant>& IDS();
-  // True when the export is every entry in table order: WALK then reads them through ENTRYCURSOR.
-  bool INORDER() const { return allInOrder_; }
+  // True when the entries are read through CURSOR: every entry in table order, or a streamed
+  // database in its view's sort order.
+  bool INORDER() const { return allInOrder_ || fileOrder_; }
+  // The pass over the entries to export when INORDER.
+  std::unique_ptr<cls_DBStore::EntryCursor> CURSOR(const cls_DBStore::EntryReader& pReader);
+  // Whether a database opened with "STREAM" can export the view's entries without holding them:
+  // a view without filter, and unsorted or sorted as mdl_DBQuery::ENTRYSORTSTREAMS allows.
+  static bool STREAMS(cls_DBStore& pDB, const cls_DBView& pView);
   const DBViewPtr& VIEW() const { return view_; }
   // One row, as the sinks get it.
   ExportRow ROW(const Variant& pID, int64_t pNumber);
@@ -134,8 +141,9 @@ class cls_DBExport {
 
   cls_DBStore& db_;
   DBViewPtr view_;
-  std::vector<Variant> ids_;  // made on first need when allInOrder_
-  bool allInOrder_ = false;   // every entry in table order
+  std::vector<Variant> ids_;                                       // made on first need when allInOrder_
+  bool allInOrder_ = false;                                        // every entry in table order
+  std::optional<std::vector<cls_DBStore::RecordSpan>> fileOrder_;  // a streamed database's records, sorted
   ExportTable table_;
   bool index_ = false, quiet_ = false;
   std::vector<Rule> rules_;

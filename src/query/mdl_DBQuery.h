@@ -80,5 +80,14 @@ IdList ENTRYSORT(cls_DBStore& rDB, const std::string& pField, bool pRev = false,
 IdList ENTRYSORTADVANCED(cls_DBStore& rDB, const std::string& pField, bool pRev = false,
                          const std::string& pFieldSecond = "", const std::optional<IdList>& pList = std::nullopt,
                          bool pRevSecond = false);
+// Whether ENTRYSORTSTREAM can give that order (the fields alone decide).
+bool ENTRYSORTSTREAMS(cls_DBStore& rDB, const std::string& pField, const std::string& pFieldSecond);
+// Every entry of a database opened with "STREAM" in the order ENTRYSORTADVANCED gives them (the
+// same keys and rule), as the places of their records for ENTRYCURSOR: one pass over the file
+// that keeps only the sort texts and the places. nullopt where that sort needs the entries at
+// hand: a database not streamed, no or an unknown field, "&", an indexed field sorted alone.
+std::optional<std::vector<cls_DBStore::RecordSpan>> ENTRYSORTSTREAM(cls_DBStore& rDB, const std::string& pField,
+                                                                    bool pRev, const std::string& pFieldSecond = "",
+                                                                    bool pRevSecond = false);
 
 }  // namespace rykel::mdl_DBQuery

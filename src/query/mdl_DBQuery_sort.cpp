@@ -81,6 +81,45 @@ SortItem hSortItem(const JoinedKey& pKey, int32_t pPos) {
   }
   return it;
 }
+
+// Orders the positions by their keys: k1[p], with k2 the composite of hJoinedCompare.
+void hOrderByKeys(std::vector<int32_t>& rPositions, const std::vector<std::string>& k1,
+                  const std::vector<std::string>* k2, bool rev1, bool rev2) {
+  const bool invert2 = rev1 != rev2;
+  auto key = [&](int32_t p) {
+    static const std::string kNone;
+    return JoinedKey{k1[static_cast<size_t>(p)], k2 ? (*k2)[static_cast<size_t>(p)] : kNone, invert2, k2 != nullptr};
+  };
+  // The first 16 bytes of each key as two big-endian words decide most comparisons without
+  // touching the texts; ties fall back to the whole keys.
+  std::vector<SortItem> items(rPositions.size());
+  for (size_t i = 0; i < rPositions.size(); ++i) items[i] = hSortItem(key(rPositions[i]), rPositions[i]);
+  std::stable_sort(items.begin(), items.end(), [&](const SortItem& a, const SortItem& b) {
+    int c = a.head != b.head   ? (a.head < b.head ? -1 : 1)
+            : a.tail != b.tail ? (a.tail < b.tail ? -1 : 1)
+                               : hJoinedCompare(key(a.pos), key(b.pos));
+    return rev1 ? c > 0 : c < 0;
+  });
+  for (size_t i = 0; i < items.size(); ++i) rPositions[i] = items[i].pos;
+}
+
+// The sort fields as ENTRYSORTADVANCED reads them: a leading "&" taken off, a lone second field
+// moved first.
+struct SortSpec {
+  std::string f1, f2;
+  bool prefix1 = false, prefix2 = false, rev1 = false, rev2 = false;
+};
+
+SortSpec hSortSpec(const std::string& pField, bool pRev, const std::string& pFieldSecond, bool pRevSecond) {
+  SortSpec s{pField, pFieldSecond};
+  s.prefix1 = hTakePrefix(s.f1), s.prefix2 = hTakePrefix(s.f2);
+  s.rev1 = pRev, s.rev2 = pRevSecond;
+  if (s.f1.empty() && !s.f2.empty()) {
+    s.f1 = s.f2, s.prefix1 = s.prefix2, s.rev1 = s.rev2;
+    s.f2.clear(), s.prefix2 = false, s.rev2 = false;
+  }
+  return s;
+}
 }  // namespace
 
 IdList ENTRYSORT(cls_DBStore& rDB, const std::string& pField, bool pRev, const IdList& pBase) {
@@ -99,15 +138,8 @@ IdList ENTRYSORTADVANCED(cls_DBStore& rDB, const std::string& pField, bool pRev,
                          const std::optional<IdList>& pList, bool pRevSecond) {
   return Guard(kClass, "ENTRYSORTADVANCED", [&]() -> IdList {
     rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-1");
-    std::string f1 = pField, f2 = pFieldSecond;
-    bool prefix1 = hTakePrefix(f1), prefix2 = hTakePrefix(f2);
-    bool rev1 = pRev, rev2 = pRevSecond;
-
     rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-2");
-    if (f1.empty() && !f2.empty()) {
-      f1 = f2, prefix1 = prefix2, rev1 = rev2;
-      f2.clear(), prefix2 = false, rev2 = false;
-    }
+    auto [f1, f2, prefix1, prefix2, rev1, rev2] = hSortSpec(pField, pRev, pFieldSecond, pRevSecond);
 
     rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-3");
     int32_t no1 = 0, no2 = 0;
@@ -180,25 +212,57 @@ IdList ENTRYSORTADVANCED(cls_DBStore& rDB, const std::string& pField, bool pRev,
     const std::vector<std::string>* k2 = f2.empty() ? nullptr : keys(field2, no2, prefix2, own2);
 
     rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-10");
-    const bool invert2 = rev1 != rev2;
-    auto key = [&](int32_t p) {
-      static const std::string kNone;
-      return JoinedKey{k1[static_cast<size_t>(p)], k2 ? (*k2)[static_cast<size_t>(p)] : kNone, invert2, k2 != nullptr};
-    };
-    // The first 16 bytes of each key as two big-endian words decide most comparisons without
-    // touching the texts; ties fall back to the whole keys.
-    std::vector<SortItem> items(positions.size());
-    for (size_t i = 0; i < positions.size(); ++i) items[i] = hSortItem(key(positions[i]), positions[i]);
-    std::stable_sort(items.begin(), items.end(), [&](const SortItem& a, const SortItem& b) {
-      int c = a.head != b.head   ? (a.head < b.head ? -1 : 1)
-              : a.tail != b.tail ? (a.tail < b.tail ? -1 : 1)
-                                 : hJoinedCompare(key(a.pos), key(b.pos));
-      return rev1 ? c > 0 : c < 0;
-    });
-    for (size_t i = 0; i < items.size(); ++i) positions[i] = items[i].pos;
+    hOrderByKeys(positions, k1, k2, rev1, rev2);
     result.reserve(positions.size());
     for (int32_t p : positions) result.push_back(all[static_cast<size_t>(p)].id);
     return result;
+  });
+}
+
+}  // namespace rykel::mdl_DBQuery
+
+namespace rykel::mdl_DBQuery {
+
+bool ENTRYSORTSTREAMS(cls_DBStore& rDB, const std::string& pField, const std::string& pFieldSecond) {
+  auto spec = hSortSpec(pField, false, pFieldSecond, false);
+  if (spec.f1.empty() || spec.prefix1 || spec.prefix2) return false;
+  DBFieldPtr field1 = rDB.hFieldOrNull(Variant(spec.f1));
+  DBFieldPtr field2 = spec.f2.empty() ? nullptr : rDB.hFieldOrNull(Variant(spec.f2));
+  // An unknown field, or an indexed one sorted alone (ENTRYSORTADVANCED walks its index), needs
+  // the entries at hand.
+  return field1 && (spec.f2.empty() || field2) && (field2 || !field1->INDEXED);
+}
+
+std::optional<std::vector<cls_DBStore::RecordSpan>> ENTRYSORTSTREAM(cls_DBStore& rDB, const std::string& pField,
+                                                                    bool pRev, const std::string& pFieldSecond,
+                                                                    bool pRevSecond) {
+  return Guard(kClass, "ENTRYSORTSTREAM", [&]() -> std::optional<std::vector<cls_DBStore::RecordSpan>> {
+    if (!rDB.DBSTREAMED_GET() || !ENTRYSORTSTREAMS(rDB, pField, pFieldSecond)) return std::nullopt;
+    auto [f1, f2, prefix1, prefix2, rev1, rev2] = hSortSpec(pField, pRev, pFieldSecond, pRevSecond);
+    int32_t no1 = 0, no2 = 0;
+    DBFieldPtr field1 = rDB.hFieldOrNull(Variant(f1), &no1);
+    DBFieldPtr field2 = f2.empty() ? nullptr : rDB.hFieldOrNull(Variant(f2), &no2);
+
+    // The first pass: each record's place and its sort texts, in file order.
+    std::vector<int32_t> nos{no1};
+    if (field2) nos.push_back(no2);
+    auto cursor = rDB.ENTRYCURSOR(rDB.ENTRYREADER(nos));
+    std::vector<cls_DBStore::RecordSpan> records;
+    std::vector<std::string> k1, k2;
+    Variant id;
+    std::vector<Variant> values;
+    while (cursor->Next(id, values)) {
+      records.push_back(cursor->Span());
+      k1.push_back(field1->TEXTSORT(values[0]));
+      if (field2) k2.push_back(field2->TEXTSORT(values[1]));
+    }
+    std::vector<int32_t> positions(records.size());
+    std::iota(positions.begin(), positions.end(), 0);
+    hOrderByKeys(positions, k1, field2 ? &k2 : nullptr, rev1, rev2);
+    std::vector<cls_DBStore::RecordSpan> order;
+    order.reserve(positions.size());
+    for (int32_t p : positions) order.push_back(records[static_cast<size_t>(p)]);
+    return order;
   });
 }
 

@@ -24,6 +24,10 @@ class DbExportDataTest(ScratchTest):
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertEqual(r.stdout.replace("\r\n", "\n"), "NAME,CITY,AGE\nClara,Berlin,\nAnna,Berlin,30\n")
         self.assertFalse(os.path.exists("-"))
+        # a sort without a filter streams from the file: the view's order, a second field its own way
+        r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "-", "--sort", "CITY", "--rev", "--then", "NAME")
+        self.assertEqual(r.stdout.replace("\r\n", "\n"), 'NAME,CITY,AGE\nBernd,"Köln, Rhein",4\nAnna,Berlin,30\n'
+                         'Clara,Berlin,\n', r.stderr)
         r = run("db", "export", "p.ry-dbb", "--format", "JSON", "--out", "-")
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertEqual([e["CITY"] for e in json.loads(r.stdout)], ["Berlin", "Köln, Rhein", "Berlin"])

@@ -185,4 +185,43 @@ TEST(DBExportData, StreamedDatabaseExportsWhatTheLoadedOneDoes) {
   EXPECT_EQ(FailureNumber([&] { hText(*cut, F::Csv); }), err::kInputPastEnd);
 }
 
+TEST(DBExportData, StreamedSortReadsTheRecordsInTheLoadedOrder) {
+  TempDir dir;
+  QuietNotices quiet;
+  std::string file = dir / "sorted.ry-dbb";
+  auto db = hData();
+  // Ties and blanks in every sort field, case that the sort texts fold, numbers whose text order
+  // is not their order, and one record larger than a read window in the middle of the order.
+  for (int i = 4; i <= 2000; ++i) {
+    db->ENTRYFIELD_LET(i, "NOTE", std::string(i % 3 ? "b" : "B") + std::to_string(i % 11));
+    if (i % 13) db->ENTRYFIELD_LET(i, "AGE", (i * 7919) % 41 - 20);
+    db->ENTRYFIELD_LET(i, "SCORE", (i % 5) * 2.5);
+  }
+  db->ENTRYFIELD_LET(1000, "NOTE", "b5" + std::string(600000, 'y'));
+  ASSERT_TRUE(db->EXPORTDB(1, Variant(file)));
+  auto loaded = std::make_shared<cls_DB>(), streamed = std::make_shared<cls_DB>();
+  ASSERT_TRUE(loaded->DBOPEN(file, file + ".header"));
+  auto settings = cls_Structure::New();
+  settings->ITEM_LET("STREAM", true);
+  ASSERT_TRUE(streamed->DBOPEN(file, file + ".header", false, settings));
+  struct Case {
+    const char *field, *field2;
+    bool rev, rev2;
+  };
+  for (auto c : {Case{"NOTE", "", false, false}, Case{"AGE", "", false, false}, Case{"NOTE", "", true, false},
+                 Case{"AGE", "", true, false}, Case{"NOTE", "AGE", false, true}, Case{"SCORE", "NOTE", true, false},
+                 Case{"", "AGE", false, true}}) {
+    for (auto& d : {loaded, streamed}) {
+      auto v = d->VIEW(1);
+      v->SORTFIELD = c.field, v->SORTREV = c.rev, v->SORTFIELD2 = c.field2, v->SORTREV2 = c.rev2;
+    }
+    using F = mdl_DBExport::TextFormat;
+    for (F f : {F::Csv, F::Json})
+      EXPECT_EQ(hText(*streamed, f), hText(*loaded, f)) << c.field << " " << c.field2 << " " << c.rev << c.rev2;
+  }
+  // An indexed field sorted alone walks its index, which needs the entries at hand.
+  streamed->VIEW(1)->SORTFIELD = "NAME", streamed->VIEW(1)->SORTFIELD2 = "";
+  EXPECT_EQ(FailureNumber([&] { hText(*streamed, mdl_DBExport::TextFormat::Csv); }), err::kInvalidCall);
+}
+
 }  // namespace rykel
