@@ -1,4 +1,4 @@
-// KEY=VALUE assignments typed on the command line (struct set, tree).
+// KEY=VALUE assignments typed on the command line (struct set, tree) and --db NAME=FILE arguments.
 #include "Commands.h"
 
 #include "frame/Convert.h"
@@ -17,6 +17,12 @@ std::pair<std::string, Variant> SplitAssignment(const std::string& pAssignment) 
   auto eq = pAssignment.find('=');
   if (eq == std::string::npos) throw CLI::ValidationError("assignment", "expected KEY=VALUE: " + pAssignment);
   return {pAssignment.substr(0, eq), AssignmentValue(pAssignment.substr(eq + 1))};
+}
+
+DatabaseArgument SplitDatabaseArgument(const std::string& pArgument) {
+  auto eq = pArgument.find('=');
+  if (eq == std::string::npos) return {"MAIN", pArgument};
+  return {pArgument.substr(0, eq), pArgument.substr(eq + 1)};
 }
 
 }  // namespace rykel::cli

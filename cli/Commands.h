@@ -68,6 +68,12 @@ inline constexpr const char* kAssignmentHelp =
 // KEY and value of one assignment; a text without "=" is a usage error "expected KEY=VALUE: ...".
 std::pair<std::string, rykel::Variant> SplitAssignment(const std::string& pAssignment);
 
+// Name and file of a --db [NAME=]FILE argument (render, build, serve); without a name, "MAIN".
+struct DatabaseArgument {
+  std::string name, file;
+};
+DatabaseArgument SplitDatabaseArgument(const std::string& pArgument);
+
 void AddClassesCommand(CLI::App& app);
 void AddStructCommands(CLI::App& app);
 void AddSerializedCommands(CLI::App& app);

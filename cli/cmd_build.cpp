@@ -48,8 +48,8 @@ void AddBuildCommand(CLI::App& app) {
     SetNotifier([](const Notification& n) { return DefaultAnswer(n); });
     cls_Site site(o.site);
     for (const auto& a : o.databases) {
-      auto eq = a.find('=');
-      site.DBADD(eq == std::string::npos ? "MAIN" : a.substr(0, eq), eq == std::string::npos ? a : a.substr(eq + 1));
+      const auto db = SplitDatabaseArgument(a);
+      site.DBADD(db.name, db.file);
     }
     std::unique_ptr<Progress> bar;
     auto report = site.BUILD(o.out, o.jobs, o.clean, [&](int32_t done, int32_t total) {

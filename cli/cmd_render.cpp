@@ -111,10 +111,8 @@ void AddRenderCommand(CLI::App& app) {
     auto dbModule = std::make_shared<mod_KELDB>();
     k->MODULES->ADD(dbModule);
     for (const auto& a : o.databases) {
-      auto eq = a.find('=');
-      std::string name = eq == std::string::npos ? "MAIN" : a.substr(0, eq);
-      std::string file = eq == std::string::npos ? a : a.substr(eq + 1);
-      dbModule->ATTACH(OpenDatabase(file), name);
+      const auto db = SplitDatabaseArgument(a);
+      dbModule->ATTACH(OpenDatabase(db.file), db.name);
     }
     SetNotifier(o.quiet ? silent : Notifier{});  // opening a database silenced the notices
     std::string text = o.expression;

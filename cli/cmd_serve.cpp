@@ -107,17 +107,13 @@ void AddServeCommand(CLI::App& app) {
     // The databases reach the pages' DB module and the database browser (/_db/, /_api/) alike.
     auto browser = std::make_shared<cls_DBBrowser>();
     browser->WRITABLE_LET(o.write);
-    for (const auto& a : o.databases) {
-      auto eq = a.find('=');
-      std::string name = eq == std::string::npos ? "MAIN" : a.substr(0, eq);
-      std::string file = eq == std::string::npos ? a : a.substr(eq + 1);
-      site.DBADD(name, file);
-      browser->DBADD(name, file);
-    }
     cls_SiteServer::Options options;
-    // a database changed by another program reloads the pages that show it
-    for (const auto& a : o.databases)
-      options.watch.push_back(a.substr(a.find('=') == std::string::npos ? 0 : a.find('=') + 1));
+    for (const auto& a : o.databases) {
+      const auto db = SplitDatabaseArgument(a);
+      site.DBADD(db.name, db.file);
+      browser->DBADD(db.name, db.file);
+      options.watch.push_back(db.file);  // a database changed by another program reloads the pages
+    }
     options.host = o.host;
     options.port = o.port;
     options.write = o.write;
