@@ -105,13 +105,13 @@ void hOrderByKeys(std::vector<int32_t>& rPositions, const std::vector<std::strin
 
 // The sort fields as ENTRYSORTADVANCED reads them: a leading "&" taken off, a lone second field
 // moved first.
-struct SortSpec {
+struct SortOrder {
   std::string f1, f2;
   bool prefix1 = false, prefix2 = false, rev1 = false, rev2 = false;
 };
 
-SortSpec hSortSpec(const std::string& pField, bool pRev, const std::string& pFieldSecond, bool pRevSecond) {
-  SortSpec s{pField, pFieldSecond};
+SortOrder hSortOrder(const std::string& pField, bool pRev, const std::string& pFieldSecond, bool pRevSecond) {
+  SortOrder s{pField, pFieldSecond};
   s.prefix1 = hTakePrefix(s.f1), s.prefix2 = hTakePrefix(s.f2);
   s.rev1 = pRev, s.rev2 = pRevSecond;
   if (s.f1.empty() && !s.f2.empty()) {
@@ -139,7 +139,7 @@ IdList ENTRYSORTADVANCED(cls_DBStore& rDB, const std::string& pField, bool pRev,
   return Guard(kClass, "ENTRYSORTADVANCED", [&]() -> IdList {
     rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-1");
     rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-2");
-    auto [f1, f2, prefix1, prefix2, rev1, rev2] = hSortSpec(pField, pRev, pFieldSecond, pRevSecond);
+    auto [f1, f2, prefix1, prefix2, rev1, rev2] = hSortOrder(pField, pRev, pFieldSecond, pRevSecond);
 
     rDB.DEBUGTRACK_LET("ENTRYFILTER-ADVANCED-3");
     int32_t no1 = 0, no2 = 0;
@@ -224,13 +224,13 @@ IdList ENTRYSORTADVANCED(cls_DBStore& rDB, const std::string& pField, bool pRev,
 namespace rykel::mdl_DBQuery {
 
 bool ENTRYSORTSTREAMS(cls_DBStore& rDB, const std::string& pField, const std::string& pFieldSecond) {
-  auto spec = hSortSpec(pField, false, pFieldSecond, false);
-  if (spec.f1.empty() || spec.prefix1 || spec.prefix2) return false;
-  DBFieldPtr field1 = rDB.hFieldOrNull(Variant(spec.f1));
-  DBFieldPtr field2 = spec.f2.empty() ? nullptr : rDB.hFieldOrNull(Variant(spec.f2));
+  auto order = hSortOrder(pField, false, pFieldSecond, false);
+  if (order.f1.empty() || order.prefix1 || order.prefix2) return false;
+  DBFieldPtr field1 = rDB.hFieldOrNull(Variant(order.f1));
+  DBFieldPtr field2 = order.f2.empty() ? nullptr : rDB.hFieldOrNull(Variant(order.f2));
   // An unknown field, or an indexed one sorted alone (ENTRYSORTADVANCED walks its index), needs
   // the entries at hand.
-  return field1 && (spec.f2.empty() || field2) && (field2 || !field1->INDEXED);
+  return field1 && (order.f2.empty() || field2) && (field2 || !field1->INDEXED);
 }
 
 std::optional<std::vector<cls_DBStore::RecordSpan>> ENTRYSORTSTREAM(cls_DBStore& rDB, const std::string& pField,
@@ -238,7 +238,7 @@ std::optional<std::vector<cls_DBStore::RecordSpan>> ENTRYSORTSTREAM(cls_DBStore&
                                                                     bool pRevSecond) {
   return Guard(kClass, "ENTRYSORTSTREAM", [&]() -> std::optional<std::vector<cls_DBStore::RecordSpan>> {
     if (!rDB.DBSTREAMED_GET() || !ENTRYSORTSTREAMS(rDB, pField, pFieldSecond)) return std::nullopt;
-    auto [f1, f2, prefix1, prefix2, rev1, rev2] = hSortSpec(pField, pRev, pFieldSecond, pRevSecond);
+    auto [f1, f2, prefix1, prefix2, rev1, rev2] = hSortOrder(pField, pRev, pFieldSecond, pRevSecond);
     int32_t no1 = 0, no2 = 0;
     DBFieldPtr field1 = rDB.hFieldOrNull(Variant(f1), &no1);
     DBFieldPtr field2 = f2.empty() ? nullptr : rDB.hFieldOrNull(Variant(f2), &no2);
