@@ -14,6 +14,8 @@ CHROMIUM, DRIVER = "/usr/bin/chromium", "/usr/bin/chromedriver"
 try:
     from selenium import webdriver
     from selenium.webdriver.chrome.service import Service
+    from selenium.common.exceptions import NoSuchElementException, StaleElementReferenceException
+    from selenium.webdriver.support.ui import WebDriverWait
 except ImportError:
     webdriver = None
 
@@ -37,6 +39,13 @@ def browser(size="1200,800"):
     # the sanitizer build preloads its runtime into every program the tests start; not the browser
     env = {k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}
     return webdriver.Chrome(service=Service(DRIVER, env=env), options=options)
+
+
+def waiter(driver, seconds=20):
+    """A wait that retries while a reload replaces the page under it: an element found just before
+    the reload is stale a moment later, and the new page may not have it yet."""
+    return WebDriverWait(driver, seconds,
+                         ignored_exceptions=(NoSuchElementException, StaleElementReferenceException))
 
 PAGES = {
     "pages/index.kel": "<html><body><h1>Start</h1>{INCLUDE inc/footer}</body></html>",

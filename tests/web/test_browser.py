@@ -7,11 +7,10 @@ import tempfile
 import time
 import unittest
 
-from support import ROOT, browser, no_browser, serve
+from support import ROOT, browser, no_browser, serve, waiter
 
 try:
     from selenium.webdriver.common.by import By
-    from selenium.webdriver.support.ui import WebDriverWait
 except ImportError:
     pass
 
@@ -37,7 +36,7 @@ class BrowserTest(unittest.TestCase):
 
     def test_render_reload_on_edit_and_the_overlay(self):
         d = self.driver
-        wait = WebDriverWait(d, 20)
+        wait = waiter(d)
         d.get(self.url)
         self.assertEqual(d.find_element(By.TAG_NAME, "h1").text, "Unser Team")
         self.assertGreater(len(d.find_elements(By.CSS_SELECTOR, "table tr")), 2)

@@ -16,11 +16,10 @@ import urllib.request
 
 import support
 
-from support import ROOT, browser, no_browser
+from support import ROOT, browser, no_browser, waiter
 
 try:
     from selenium.webdriver.common.by import By
-    from selenium.webdriver.support.ui import WebDriverWait
 except ImportError:
     pass
 try:
@@ -81,7 +80,7 @@ class BrowserTest(unittest.TestCase):
         condition = choice.get_attribute("data-condition")
         wanted = int(choice.find_element(By.XPATH, "following-sibling::span").text)
         choice.click()
-        WebDriverWait(d, 10).until(lambda _: self.count() == wanted)
+        waiter(d, 10).until(lambda _: self.count() == wanted)
         town = condition.split(" ", 1)[1]
         self.assertTrue(all(tr.find_elements(By.TAG_NAME, "td")[5].text == town
                             for tr in self.css("#entries tbody tr")))
@@ -94,18 +93,18 @@ class BrowserTest(unittest.TestCase):
 
         # A header click sorts the narrowed view; a second one turns the order.
         self.css('a.sort[data-field="NACHNAME"]')[0].click()
-        WebDriverWait(d, 10).until(lambda _: "sort=NACHNAME" in d.current_url)
+        waiter(d, 10).until(lambda _: "sort=NACHNAME" in d.current_url)
         view = {"c.ORT": condition, "sort": "NACHNAME", "size": 500}
         by_name = [r["id"] for r in self.api("/_api/contacts", **view)["rows"]]
         self.assertEqual(self.row_ids(), by_name[:50])
         self.css('a.sort[data-field="NACHNAME"]')[0].click()
-        WebDriverWait(d, 10).until(lambda _: "desc=1" in d.current_url)
+        waiter(d, 10).until(lambda _: "desc=1" in d.current_url)
         self.assertEqual(self.row_ids(), [r["id"] for r in self.api("/_api/contacts", desc=1, **view)["rows"]][:50])
 
         # The xlsx export of this view holds its rows in its order.
         self.css("#export-xlsx")[0].click()
         xlsx = os.path.join(self.downloads, "contacts.xlsx")  # named so when the download is whole
-        WebDriverWait(d, 10).until(lambda _: os.path.exists(xlsx))
+        waiter(d, 10).until(lambda _: os.path.exists(xlsx))
         if openpyxl is not None:
             names = [r["fields"]["NACHNAME"] for r in self.api("/_api/contacts", desc=1, **view)["rows"]]
             sheet = openpyxl.load_workbook(xlsx).active
@@ -118,7 +117,7 @@ class BrowserTest(unittest.TestCase):
         d.get(f"{self.base}/_db/contacts")
         self.css("#search")[0].send_keys(f'"{some["EMAIL"]}" {some["VORNAME"]}')
         self.css("#apply")[0].click()
-        WebDriverWait(d, 10).until(lambda _: "search=" in d.current_url)
+        waiter(d, 10).until(lambda _: "search=" in d.current_url)
         self.assertIn(1234, self.row_ids())
         self.assertEqual(self.count(), len(self.row_ids()))
 
