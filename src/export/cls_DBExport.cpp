@@ -48,10 +48,11 @@ cls_DBExport::cls_DBExport(cls_DBStore& pDB, const Variant& pView, const cls_DBS
     : db_(pDB) {
   view_ = db_.VIEW(pView);
   if (!view_) Raise(err::kInvalidCall, "no view '" + CStr(pView) + "'");
-  // Without a list the view's filter and sort decide; a view with neither exports every entry
-  // in table order, which the walk reads by position. A streamed database sorted by the view
+  // Without a list the view's filter, sort and action decide; a view with none of them exports
+  // every entry in table order, which the walk reads by position. A streamed database sorted by the view
   // reads its records in the sorted order of their offsets.
-  allInOrder_ = !pIDs && view_->FILTERS.empty() && view_->SORTFIELD.empty() && view_->SORTFIELD2.empty();
+  allInOrder_ =
+      !pIDs && view_->FILTERS.empty() && view_->ACTION.empty() && view_->SORTFIELD.empty() && view_->SORTFIELD2.empty();
   if (db_.DBSTREAMED_GET() && !allInOrder_) {
     if (!STREAMS(db_, *view_) || pIDs) Raise(err::kInvalidCall, kStreamedMessage);
     fileOrder_ =
@@ -241,10 +242,10 @@ ExportRow cls_DBExport::ROW(const Variant& pID, int64_t pNumber) {
 }
 
 bool cls_DBExport::STREAMS(cls_DBStore& pDB, const cls_DBView& pView) {
-  if (!pView.FILTERS.empty()) return false;
+  // a filter and the view's action (a search) need the entries
+  if (!pView.FILTERS.empty() || !pView.ACTION.empty()) return false;
   if (pView.SORTFIELD.empty() && pView.SORTFIELD2.empty()) return true;
-  // a sorted list is searched by the view's action afterwards, which needs the entries
-  return pView.ACTION.empty() && mdl_DBQuery::ENTRYSORTSTREAMS(pDB, pView.SORTFIELD, pView.SORTFIELD2);
+  return mdl_DBQuery::ENTRYSORTSTREAMS(pDB, pView.SORTFIELD, pView.SORTFIELD2);
 }
 
 std::unique_ptr<cls_DBStore::EntryCursor> cls_DBExport::CURSOR(const cls_DBStore::EntryReader& pReader) {

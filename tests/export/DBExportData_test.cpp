@@ -177,6 +177,11 @@ TEST(DBExportData, StreamedDatabaseExportsWhatTheLoadedOneDoes) {
   EXPECT_EQ(number, err::kInvalidCall);
   EXPECT_NE(message.find("opened for streaming"), std::string::npos) << message;
   EXPECT_EQ(FailureNumber([&] { streamed->EXPORTDB(1, Variant(dir / "copy.ry-dbb")); }), err::kInvalidCall);
+  // A view's action (a stored search) keeps the entries that meet it, which needs them at hand too.
+  loaded->VIEW(1)->ACTION = streamed->VIEW(1)->ACTION = "Anna";
+  EXPECT_EQ(hText(*loaded, F::Csv), hText(*loaded, F::Csv, std::vector<Variant>{2}));
+  EXPECT_EQ(FailureNumber([&] { hText(*streamed, F::Csv); }), err::kInvalidCall);
+  loaded->VIEW(1)->ACTION = streamed->VIEW(1)->ACTION = "";
   // A file cut short fails the walk with a read error, not with a short export.
   std::string data = ReadAll(file);
   fileio::WriteFileAtomic(file, std::string_view(data).substr(0, data.size() / 2));
