@@ -301,8 +301,16 @@ void cls_SiteServer::Impl::Configure() {
   });
   http->set_read_timeout(10);
   http->set_write_timeout(10);
-  http->set_pre_routing_handler([](const httplib::Request&, httplib::Response&) {
+  http->set_pre_routing_handler([](const httplib::Request& req, httplib::Response& res) {
     tStarted = Clock::now();
+    // The library reads a POST body without a length until the client closes or the read timeout
+    // ends, holding one of the few threads: such a request is answered at once instead.
+    if ((req.method == "POST" || req.method == "PUT" || req.method == "PATCH") && !req.has_header("Content-Length") &&
+        !req.has_header("Transfer-Encoding")) {
+      res.status = 411;
+      res.set_header("Connection", "close");
+      return httplib::Server::HandlerResponse::Handled;
+    }
     return httplib::Server::HandlerResponse::Unhandled;
   });
   http->set_logger([this](const httplib::Request& req, const httplib::Response& res) {

@@ -54,6 +54,10 @@ class ServeTestCase(ServeTest):
 
     def test_limits_and_bad_requests_leave_the_server_answering(self):
         self.assertEqual(self.get("/", method="POST", body=b"x" * 2000)[0], 413)
+        # a body without a length is refused at once, not waited for until the read timeout
+        with socket.create_connection(("127.0.0.1", self.port), timeout=5) as s:
+            s.sendall(b"POST / HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n")
+            self.assertTrue(s.recv(65536).startswith(b"HTTP/1.1 411 "))
         for raw in (b"GARBAGE\r\n\r\n", b"GET / HTTP/1.1\r\nHost: x\r\nContent-Length: -5\r\n\r\n",
                     b"GET /" + b"a" * 20000 + b" HTTP/1.1\r\n\r\n", b"GET / HTTP/1.1\r\n" + b"X: y\r\n" * 200 + b"\r\n",
                     b"\x00\xff\xfe\r\n\r\n", b"GET / HTTP/1.1\r\nHost: x\r\nContent-Length: 10\r\n\r\nabc"):
