@@ -3,8 +3,6 @@
 // alike) and gives (status, content type, body bytes), or None for a path that is not the
 // browser's; with pWithHeaders also the extra headers (Location, Content-Disposition) as a list
 // of pairs. The interpreter lock is released while the browser works.
-#include <cstdio>
-#include <fstream>
 #include <iterator>
 #include <memory>
 
@@ -49,12 +47,7 @@ void BindDBWeb(pyb::module_& m) {
             {
               pyb::gil_scoped_release release;
               handled = b.HANDLE(request, response);
-              body = std::move(response.body);
-              if (!response.file.empty()) {
-                std::ifstream in(response.file, std::ios::binary);
-                body.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-                if (response.fileIsTemporary) std::remove(response.file.c_str());
-              }
+              body = response.file ? response.file->Content() : std::move(response.body);
             }
             if (!handled) return pyb::none();
             pyb::bytes bytes(body);

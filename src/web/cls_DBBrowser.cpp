@@ -10,6 +10,7 @@
 #include "database/mdl_DBValueFit.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
+#include "frame/FileIO.h"
 #include "frame/Text.h"
 #include "structure/cls_Structure.h"
 #include "web/DBBrowserApi.h"
@@ -278,13 +279,13 @@ void cls_DBBrowser::hExport(DBWorker& rWorker, const WebRequest& pRequest, const
       }
       if (!ok) throw WebFailure{500, "the " + word + " export of '" + rWorker.Name() + "' failed"};
     });
+    // the exporters write a new file in the temporary's place: open that one
+    rResponse.file = std::make_shared<const WebFile>(fileio::OpenRegularFile(file), file, file);
   } catch (...) {
     std::filesystem::remove(file);
     throw;
   }
   rResponse.contentType = format->contentType;
-  rResponse.file = file;
-  rResponse.fileIsTemporary = true;
   rResponse.headers.emplace_back("Content-Disposition",
                                  "attachment; filename=\"" + rWorker.Name() + "." + format->word + "\"");
 }

@@ -6,8 +6,6 @@
 #include <cctype>
 #include <condition_variable>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -24,7 +22,6 @@
 
 namespace rykel {
 
-namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -38,6 +35,8 @@ constexpr int32_t kListenersMax = 32;
 constexpr auto kListenPing = std::chrono::seconds(10);
 constexpr auto kListenMax = std::chrono::seconds(60);
 constexpr const char* kEventsPath = "/_rykel/events";
+// A static file up to this size is read whole; a larger one is sent from the open file.
+constexpr uint64_t kWholeFileMax = 256 * 1024;
 
 const char* hReason(int pStatus) {
   switch (pStatus) {
@@ -193,8 +192,11 @@ struct cls_SiteServer::Impl {
     const int fd = mdl_Confine::OPEN(pFile, &roots);
     if (fd < 0) return hStatus(404, "No page or file at " + pRequest.path + ".");
     WebResponse r;
-    r.body = fileio::ReadOpened(fd, pFile);
     r.contentType = mdl_WebPaths::CONTENTTYPE(pFile);
+    auto file = std::make_shared<const WebFile>(fd, pFile);
+    // a small file goes out as one body; a large one is read piece by piece while it is sent
+    if (file->Size() <= kWholeFileMax) r.body = file->Content();
+    else r.file = std::move(file);
     return r;
   }
 
@@ -351,35 +353,16 @@ void cls_SiteServer::Impl::Configure() {
     WebResponse r = owner.HANDLE(w);
     res.status = r.status;
     for (const auto& [name, value] : r.headers) res.set_header(name, value);
-    if (r.file.empty()) {
+    if (!r.file) {
       res.set_content(std::move(r.body), r.contentType);
       return;
     }
-    // a file (an export) is sent piece by piece and, when temporary, removed afterwards
-    auto in = std::make_shared<std::ifstream>(r.file, std::ios::binary);
-    std::error_code ec;
-    const auto size = fs::file_size(r.file, ec);
-    if (!*in || ec) {
-      res.status = 500;
-      res.set_content(mdl_WebOverlay::STATUSPAGE(500, hReason(500), "The file to send could not be read."),
-                      "text/html; charset=utf-8");
-      if (r.fileIsTemporary) fs::remove(r.file, ec);
-      return;
-    }
-    res.set_content_provider(
-        size, r.contentType,
-        [in](size_t offset, size_t length, httplib::DataSink& sink) {
-          char buffer[65536];
-          in->seekg(static_cast<std::streamoff>(offset));
-          in->read(buffer, static_cast<std::streamsize>(std::min(length, sizeof buffer)));
-          const auto got = in->gcount();
-          return got > 0 && sink.write(buffer, static_cast<size_t>(got));
-        },
-        [in, file = r.file, temporary = r.fileIsTemporary](bool) {
-          in->close();
-          std::error_code removeError;
-          if (temporary) fs::remove(file, removeError);
-        });
+    res.set_content_provider(r.file->Size(), r.contentType,
+                             [file = r.file](size_t offset, size_t length, httplib::DataSink& sink) {
+                               char buffer[65536];
+                               const size_t got = file->Read(offset, buffer, std::min(length, sizeof buffer));
+                               return got > 0 && sink.write(buffer, got);
+                             });
   };
   http->Get(".*", serve);
   http->Post(".*", serve);

@@ -37,6 +37,11 @@ class ServeTestCase(ServeTest):
         body = self.get("/")[2]
         self.assertRegex(body, rb'<script id="rykel-reload">.*since=\d+.*</script>\n</body></html>$')
         self.assertEqual(self.get("/app.css")[2], b"body { color: red }")
+        # a large file is sent from the open file piece by piece, every byte as it is
+        big = os.urandom(3 * 1024 * 1024 + 7)
+        with open(os.path.join(self.site, "static", "big.bin"), "wb") as f:
+            f.write(big)
+        self.assertTrue(self.get("/big.bin")[2] == big)
 
     def test_nothing_outside_the_site_or_hidden_is_served(self):
         outside = os.path.relpath(self.outside, "/")
