@@ -31,8 +31,11 @@ class BrowserTest(unittest.TestCase):
         self.addCleanup(self.driver.quit)
 
     def edit(self, page, text):
-        with open(os.path.join(self.site, "pages", page), "w", encoding="utf-8") as f:
+        # replaced whole, so that the watcher never sees the file half written
+        path = os.path.join(self.site, "pages", page)
+        with open(path + ".new", "w", encoding="utf-8") as f:
             f.write(text)
+        os.replace(path + ".new", path)
 
     def test_render_reload_on_edit_and_the_overlay(self):
         d = self.driver
