@@ -19,6 +19,9 @@ namespace {
 const ObjectPtr kNoObject;
 }
 
+// Empty cells and fields are common: they share this one text and cost no allocation.
+Variant::StrRep Variant::sEmptyText{{0}, 0, {'\0'}};
+
 Variant::Variant(long v) noexcept {
   if (v >= std::numeric_limits<int32_t>::min() && v <= std::numeric_limits<int32_t>::max()) {
     type_ = VarType::Long;
@@ -31,13 +34,17 @@ Variant::Variant(long v) noexcept {
 }
 
 Variant::Variant(std::string_view s) : type_(VarType::String) {
+  if (s.empty()) {
+    u_.s = &sEmptyText;
+    return;
+  }
   if (s.size() > std::numeric_limits<uint32_t>::max() - 16) throw std::bad_alloc();
   void* mem = std::malloc(offsetof(StrRep, data) + s.size() + 1);
   if (!mem) throw std::bad_alloc();
   StrRep* rep = static_cast<StrRep*>(mem);
   new (&rep->refs) std::atomic<uint32_t>(1);
   rep->size = static_cast<uint32_t>(s.size());
-  if (!s.empty()) std::memcpy(rep->data, s.data(), s.size());
+  std::memcpy(rep->data, s.data(), s.size());
   rep->data[s.size()] = '\0';
   u_.s = rep;
 }
@@ -46,7 +53,7 @@ Variant::Variant(ObjectPtr o) : type_(VarType::Object) { u_.o = new ObjectPtr(st
 
 Variant::Variant(const Variant& o) noexcept : type_(o.type_), u_(o.u_) {
   if (type_ == VarType::String) {
-    u_.s->refs.fetch_add(1, std::memory_order_relaxed);
+    if (u_.s != &sEmptyText) u_.s->refs.fetch_add(1, std::memory_order_relaxed);
   } else if (type_ == VarType::Object) {
     u_.o = new ObjectPtr(*o.u_.o);
   }
@@ -73,7 +80,7 @@ Variant& Variant::operator=(Variant&& o) noexcept {
 
 void Variant::hDrop() noexcept {
   if (type_ == VarType::String) {
-    if (u_.s->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(u_.s);
+    if (u_.s != &sEmptyText && u_.s->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(u_.s);
   } else if (type_ == VarType::Object) {
     delete u_.o;
   }

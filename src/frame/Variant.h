@@ -122,6 +122,7 @@ class Variant {
 
  private:
   struct StrRep;
+  static StrRep sEmptyText;  // shared by every empty text, never counted or freed
   void hDrop() noexcept;
 
   VarType type_;
