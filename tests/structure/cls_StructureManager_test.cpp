@@ -12,6 +12,8 @@
 #include "frame/Error.h"
 #include "structure/cls_Structure.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 namespace {
@@ -196,9 +198,7 @@ TEST(StructureItems, ClearAndRemove) {
   EXPECT_EQ(s->VALUEBOUND_GET().str(), "");
 
   auto r = cls_Structure::New();
-  r->ITEM_LET("a", 1);
-  r->ITEM_LET("b.c", 2);
-  r->ITEM_LET("d", 3);
+  LetAll(*r, "a", 1, "b.c", 2, "d", 3);
   r->CHANGED_LET(false);
   EXPECT_FALSE(r->REMOVE(0));
   EXPECT_FALSE(r->REMOVE("missing"));
