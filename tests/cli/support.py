@@ -16,15 +16,21 @@ def run(*args, stdin=None, **kw):
     return subprocess.run([CLI, *args], capture_output=True, text=not isinstance(stdin, bytes), input=stdin, **kw)
 
 
+def ok(*args, **kw):
+    """rykel with args as run() runs it, which must succeed: a failure stops the test with its stderr."""
+    r = run(*args, **kw)
+    if r.returncode != 0:
+        raise AssertionError("rykel %s: exit %d: %s" % (" ".join(map(str, args)), r.returncode, r.stderr))
+    return r
+
+
 class ScratchTest(scratch.ScratchTest):
     """A scratch folder (tests/scratch.py) that also makes databases."""
 
     def new_db(self, name, *fields, rows=()):
         """A new database in the folder with the fields given as "ID:TYPE" and an entry for each row
         of "FIELD=VALUE" texts; its path."""
-        r = run("db", "new", self.path(name), *sum((["--field", f] for f in fields), []))
-        self.assertEqual(r.returncode, 0, r.stderr)
+        ok("db", "new", self.path(name), *sum((["--field", f] for f in fields), []))
         for row in rows:
-            r = run("db", "add", self.path(name), *row)
-            self.assertEqual(r.returncode, 0, (row, r.stderr))
+            ok("db", "add", self.path(name), *row)
         return self.path(name)

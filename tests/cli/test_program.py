@@ -3,7 +3,7 @@ import resource
 import subprocess
 import unittest
 
-from support import CLI, ScratchTest, run
+from support import CLI, ScratchTest, ok, run
 
 
 class Program(ScratchTest):
@@ -16,8 +16,7 @@ class Program(ScratchTest):
         self.assertIn("RyKEL.cls_Structure", classes)
 
     def test_struct_set_prints_the_tree(self):
-        r = run("struct", "set", "person.name=Anna", "person.age=34", "x=1,5")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("struct", "set", "person.name=Anna", "person.age=34", "x=1,5")
         self.assertEqual(r.stdout, "PERSON {\n  NAME = Anna\n  AGE = 34\n}\nX = 1,5\n")
 
     def test_exit_codes_and_one_message(self):
@@ -63,9 +62,8 @@ class Program(ScratchTest):
 class Render(unittest.TestCase):
     def test_site_with_structure_and_includes(self):
         root = os.path.join(os.path.dirname(__file__), "..", "..", "examples", "site")
-        r = run("render", "--struct", "team=" + os.path.join(root, "data", "team.ser"), "-d", root,
-                os.path.join(root, "pages", "index.kel"), "--errors")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("render", "--struct", "team=" + os.path.join(root, "data", "team.ser"), "-d", root,
+               os.path.join(root, "pages", "index.kel"), "--errors")
         self.assertIn("<title>Unser Team</title>", r.stdout)  # from inc/header.kel
         self.assertIn('<tr class="even"><td>Jörg Meier</td><td>Osnabrück</td>', r.stdout)
         self.assertIn("<p>5 Mitglieder - ein großes Team.</p>", r.stdout)

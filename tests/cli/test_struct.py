@@ -1,6 +1,6 @@
 import json
 
-from support import ScratchTest, run
+from support import ScratchTest, ok, run
 
 
 SCRIPT = 'NAME = "Anna"\r\nAGE = 7\r\nSUB {\r\n\tX = True\r\n\tL {\r\n\t\t[1] = 1\r\n\t\t[2] = 2.5\r\n\t}\r\n}\r\n'
@@ -28,8 +28,7 @@ class StructConvert(ScratchTest):
 
     def test_files_errors_and_help(self):
         f = self.write("s.txt", SCRIPT)
-        r = run("struct", "show", "--from", "script", f)
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("struct", "show", "--from", "script", f)
         self.assertEqual(r.stdout, "NAME = Anna\nAGE = 7\nSUB {\n  X = True\n  L {\n    [1] = 1\n"
                                    "    [2] = 2.5\n  }\n}\n")
         self.assertEqual(json.loads(run("struct", "show", "--from", "script", "--json", f).stdout)["AGE"], 7)
