@@ -42,6 +42,14 @@ std::string Ids(const List& ids) {
   return out;
 }
 
+// Sets each name to the value after it in pTarget (a structure, or a KEL's VARIABLES or SETTINGS),
+// in the order given: LetAll(*s, "A", 1, "B.C", "x").
+template <class Target, class Value, class... More>
+void LetAll(Target& pTarget, const char* pName, const Value& pValue, const More&... pMore) {
+  pTarget.ITEM_LET(pName, pValue);
+  if constexpr (sizeof...(More) > 0) LetAll(pTarget, pMore...);
+}
+
 // Runs f and returns the error it raised ("" and number 0 when none).
 template <class F>
 std::pair<int, std::string> Failure(F&& f) {

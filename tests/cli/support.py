@@ -2,8 +2,10 @@
 One file alone: python3 -m unittest discover -s tests/cli -p test_db.py (RYKEL_CLI names the program)."""
 import os
 import subprocess
-import tempfile
-import unittest
+import sys
+
+sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+import scratch  # noqa: E402
 
 CLI = os.environ.get("RYKEL_CLI", "rykel")
 ROOT = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
@@ -14,29 +16,21 @@ def run(*args, stdin=None, **kw):
     return subprocess.run([CLI, *args], capture_output=True, text=not isinstance(stdin, bytes), input=stdin, **kw)
 
 
-class ScratchTest(unittest.TestCase):
-    """A test with a fresh folder of its own; path(name) is a file in it."""
+def ok(*args, **kw):
+    """rykel with args as run() runs it, which must succeed: a failure stops the test with its stderr."""
+    r = run(*args, **kw)
+    if r.returncode != 0:
+        raise AssertionError("rykel %s: exit %d: %s" % (" ".join(map(str, args)), r.returncode, r.stderr))
+    return r
 
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.addCleanup(self.dir.cleanup)
 
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
-    def write(self, name, data):
-        """A file in the folder holding data (text as UTF-8, or bytes); its path."""
-        path = self.path(name)
-        with open(path, "wb") as f:
-            f.write(data if isinstance(data, bytes) else data.encode())
-        return path
+class ScratchTest(scratch.ScratchTest):
+    """A scratch folder (tests/scratch.py) that also makes databases."""
 
     def new_db(self, name, *fields, rows=()):
         """A new database in the folder with the fields given as "ID:TYPE" and an entry for each row
         of "FIELD=VALUE" texts; its path."""
-        r = run("db", "new", self.path(name), *sum((["--field", f] for f in fields), []))
-        self.assertEqual(r.returncode, 0, r.stderr)
+        ok("db", "new", self.path(name), *sum((["--field", f] for f in fields), []))
         for row in rows:
-            r = run("db", "add", self.path(name), *row)
-            self.assertEqual(r.returncode, 0, (row, r.stderr))
+            ok("db", "add", self.path(name), *row)
         return self.path(name)

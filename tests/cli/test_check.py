@@ -1,47 +1,39 @@
 """rykel check: the line and JSON forms, exit status, standard input, folders and settings."""
 import json
 import os
-import subprocess
-import tempfile
-import unittest
 
-from support import CLI
+from support import ScratchTest, run
 
 SOURCE = os.path.join(os.path.dirname(__file__), "..", "..")
 
 
 def check(*args, stdin=None):
-    return subprocess.run([CLI, "check", *args], capture_output=True, text=True, input=stdin)
+    return run("check", *args, stdin=stdin)
 
 
-class TestCheck(unittest.TestCase):
+class TestCheck(ScratchTest):
     def test_lines_json_and_status(self):
-        with tempfile.TemporaryDirectory() as d:
-            good, bad = os.path.join(d, "good.kel"), os.path.join(d, "bad.kel")
-            with open(good, "w") as f:
-                f.write("<p>{VAR:x}</p>\n")
-            with open(bad, "w") as f:
-                f.write("<p>Grüße\n {FRO i 1 2 1 {x}}}</p>\n")
-            r = check(good)
-            self.assertEqual((r.returncode, r.stdout, r.stderr), (0, "", ""))
-            self.assertEqual(check(good, "--json").stdout, "[]\n")
-            r = check(good, bad)
-            self.assertEqual(r.returncode, 1)
-            self.assertEqual(r.stdout, bad + ":2:3: unknown command 'FRO' (did you mean 'FOR'?)\n"
-                             + bad + ":2:19: unmatched '}': it is printed as it is\n")
-            found = json.loads(check("--json", bad).stdout)
-            self.assertEqual(found, [
-                {"file": bad, "line": 2, "column": 3, "severity": "error",
-                 "message": "unknown command 'FRO' (did you mean 'FOR'?)"},
-                {"file": bad, "line": 2, "column": 19, "severity": "warning",
-                 "message": "unmatched '}': it is printed as it is"}])
-            # A file that cannot be read is a usage error (2) and the others are still checked.
-            r = check(bad, os.path.join(d, "missing.kel"))
-            self.assertEqual(r.returncode, 2)
-            self.assertIn("unknown command 'FRO'", r.stdout)
-            self.assertIn("missing.kel", r.stderr)
-            self.assertEqual(check().returncode, 2)
-            self.assertEqual(check("--bogus", good).returncode, 2)
+        good, bad = self.write("good.kel", "<p>{VAR:x}</p>\n"), self.write("bad.kel", "<p>Grüße\n {FRO i 1 2 1 {x}}}</p>\n")
+        r = check(good)
+        self.assertEqual((r.returncode, r.stdout, r.stderr), (0, "", ""))
+        self.assertEqual(check(good, "--json").stdout, "[]\n")
+        r = check(good, bad)
+        self.assertEqual(r.returncode, 1)
+        self.assertEqual(r.stdout, bad + ":2:3: unknown command 'FRO' (did you mean 'FOR'?)\n"
+                         + bad + ":2:19: unmatched '}': it is printed as it is\n")
+        found = json.loads(check("--json", bad).stdout)
+        self.assertEqual(found, [
+            {"file": bad, "line": 2, "column": 3, "severity": "error",
+             "message": "unknown command 'FRO' (did you mean 'FOR'?)"},
+            {"file": bad, "line": 2, "column": 19, "severity": "warning",
+             "message": "unmatched '}': it is printed as it is"}])
+        # A file that cannot be read is a usage error (2) and the others are still checked.
+        r = check(bad, self.path("missing.kel"))
+        self.assertEqual(r.returncode, 2)
+        self.assertIn("unknown command 'FRO'", r.stdout)
+        self.assertIn("missing.kel", r.stderr)
+        self.assertEqual(check().returncode, 2)
+        self.assertEqual(check("--bogus", good).returncode, 2)
 
     def test_stdin_folders_settings_and_help(self):
         r = check("-", stdin='{INCLUDE header}{VAR x "a}')

@@ -1,13 +1,12 @@
 import os
 
-from support import ScratchTest, run
+from support import ScratchTest, ok, run
 
 
 class DbCommandTest(ScratchTest):
     def test_whole_cycle_in_both_forms(self):
         db = self.path("people.ry-dbb")
-        r = run("db", "new", db, "--field", "NAME:STRING", "--field", "AGE:LONG", "--field", "BORN:date")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("db", "new", db, "--field", "NAME:STRING", "--field", "AGE:LONG", "--field", "BORN:date")
         self.assertTrue(os.path.exists(self.path("people.header")))
         self.assertEqual(run("db", "add", db, "NAME=Anna", "AGE=42", "BORN=1982-05-17").stdout, "1\n")
         self.assertEqual(run("db", "add", db, "NAME=Bernd").stdout, "2\n")

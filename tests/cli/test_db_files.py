@@ -4,7 +4,7 @@ import os
 import subprocess
 import unittest
 
-from support import ScratchTest, run
+from support import ScratchTest, ok, run
 from concurrent.futures import ThreadPoolExecutor
 
 
@@ -23,8 +23,7 @@ class DbFilesTest(ScratchTest):
             self.assertEqual(r.returncode, 1)
             self.assertIn("exists already; --force replaces it", r.stderr)
         self.assertEqual(run("db", "show", a).stdout, "1\tNAME=Anna\n")
-        r = run("db", "new", a, "--field", "X:LONG", "--force")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("db", "new", a, "--field", "X:LONG", "--force")
         self.assertEqual(run("db", "info", a).stdout.count("Entries: 0"), 1)
         self.assertIn("X\tLONG", run("db", "info", a).stdout)
 
@@ -52,8 +51,7 @@ class DbFilesTest(ScratchTest):
         self.assertFalse(os.path.exists(self.path("nodir")))
         run("db", "add", db, "NAME=Anna")
         for _ in range(2):  # an export replaces the database file it writes, without deleting it first
-            r = run("db", "export", db, "--format", "db", "--out", self.path("copy.ry-dbb"))
-            self.assertEqual(r.returncode, 0, r.stderr)
+            r = ok("db", "export", db, "--format", "db", "--out", self.path("copy.ry-dbb"))
         self.assertEqual(run("db", "show", self.path("copy.ry-dbb")).stdout, "1\tNAME=Anna\n")
 
     @unittest.skipUnless(os.geteuid() == 0, "mounting a small file system needs root")

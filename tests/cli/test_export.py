@@ -4,7 +4,7 @@ import shutil
 import subprocess
 import unittest
 
-from support import CLI, ScratchTest, run
+from support import CLI, ScratchTest, ok, run
 
 
 class DbExportCommandTest(ScratchTest):
@@ -17,8 +17,7 @@ class DbExportCommandTest(ScratchTest):
     def test_every_format(self):
         for fmt, name, magic in (("xlsx", "a.xlsx", b"PK"), ("htm", "a.htm", b"<html"), ("pdf", "a.pdf", b"%PDF"),
                                  ("bat", "a.bat", b"@ECHO OFF"), ("db", "copy.ry-dbb", None)):
-            r = run("db", "export", self.db, "--format", fmt, "--out", self.path(name), "--title", "Liste")
-            self.assertEqual(r.returncode, 0, r.stderr)
+            r = ok("db", "export", self.db, "--format", fmt, "--out", self.path(name), "--title", "Liste")
             self.assertEqual(r.stdout, self.path(name) + "\n")
             self.assertNotIn("[", r.stderr, "no progress bar when stderr is not a terminal")
             if magic:
@@ -52,9 +51,8 @@ class DbExportCommandTest(ScratchTest):
     def test_filter_and_sort(self):
         # --where, --sort and --rev alone: test_export_data.py
         out = self.path("f.htm")
-        r = run("db", "export", self.db, "--format", "htm", "--out", out, "--where", "CITY=Köln", "--where",
-                "NAME=Anna", "--or")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("db", "export", self.db, "--format", "htm", "--out", out, "--where", "CITY=Köln", "--where",
+               "NAME=Anna", "--or")
         with open(out, encoding="cp1252") as f:
             text = f.read()
         self.assertIn(">Bernd<", text)
@@ -87,8 +85,7 @@ class DbExportCommandTest(ScratchTest):
         self.assertIn(b"[" + b"#" * 30 + b"]", shown)
 
     def test_sheets_by_and_bad_arguments(self):
-        r = run("db", "export", self.db, "--out", self.path("s.xlsx"), "--sheets-by", "CITY")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("db", "export", self.db, "--out", self.path("s.xlsx"), "--sheets-by", "CITY")
         try:
             import openpyxl
         except ImportError:

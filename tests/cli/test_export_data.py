@@ -3,7 +3,7 @@ import json
 import os
 import sqlite3
 
-from support import ScratchTest, run
+from support import ScratchTest, ok, run
 
 
 class DbExportDataTest(ScratchTest):
@@ -19,17 +19,15 @@ class DbExportDataTest(ScratchTest):
             self.assertEqual(run("db", "add", "p.ry-dbb", *row).returncode, 0)
 
     def test_text_formats_to_stdout_with_filter_and_sort(self):
-        r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "-", "--where", "CITY=Berlin", "--sort", "NAME",
-                "--rev")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("db", "export", "p.ry-dbb", "--format", "csv", "--out", "-", "--where", "CITY=Berlin", "--sort", "NAME",
+               "--rev")
         self.assertEqual(r.stdout.replace("\r\n", "\n"), "NAME,CITY,AGE\nClara,Berlin,\nAnna,Berlin,30\n")
         self.assertFalse(os.path.exists("-"))
         # a sort without a filter streams from the file: the view's order, a second field its own way
         r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "-", "--sort", "CITY", "--rev", "--then", "NAME")
         self.assertEqual(r.stdout.replace("\r\n", "\n"), 'NAME,CITY,AGE\nBernd,"Köln, Rhein",4\nAnna,Berlin,30\n'
                          'Clara,Berlin,\n', r.stderr)
-        r = run("db", "export", "p.ry-dbb", "--format", "JSON", "--out", "-")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("db", "export", "p.ry-dbb", "--format", "JSON", "--out", "-")
         self.assertEqual([e["CITY"] for e in json.loads(r.stdout)], ["Berlin", "Köln, Rhein", "Berlin"])
         r = run("db", "export", "p.ry-dbb", "--format", "jsonl", "--out", "-", "--where", "AGE=4")
         self.assertEqual([json.loads(line) for line in r.stdout.splitlines()],
@@ -44,8 +42,7 @@ class DbExportDataTest(ScratchTest):
         self.assertEqual(con.execute("SELECT NAME, AGE FROM entries ORDER BY rowid").fetchall(),
                          [("Anna", 30), ("Bernd", 4), ("Clara", None)])
         con.close()
-        r = run("db", "export", "p.ry-dbb", "--format", "csv", "--out", "p.csv")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("db", "export", "p.ry-dbb", "--format", "csv", "--out", "p.csv")
         with open("p.csv", newline="", encoding="utf-8") as f:
             self.assertEqual(list(csv.reader(f))[2], ["Bernd", "Köln, Rhein", "4"])
         for fmt in ("sqlite", "xlsx", "pdf"):

@@ -1,6 +1,6 @@
 import os
 
-from support import ScratchTest, run
+from support import ScratchTest, ok, run
 
 
 class FillCommandTest(ScratchTest):
@@ -14,8 +14,7 @@ class FillCommandTest(ScratchTest):
     def test_same_seed_same_entries_and_values_fit_the_fields(self):
         a, b, c = self.new_db("a"), self.new_db("b"), self.new_db("c")
         for db, seed in ((a, "7"), (b, "7"), (c, "8")):
-            r = run("db", "fill", db, "--count", "40", "--seed", seed)
-            self.assertEqual(r.returncode, 0, r.stderr)
+            r = ok("db", "fill", db, "--count", "40", "--seed", seed)
             self.assertEqual(r.stdout, "40 entries added, 40 in all\n")
             self.assertEqual(r.stderr, "")  # no progress bar when stderr is no terminal
         shown = run("db", "show", a).stdout

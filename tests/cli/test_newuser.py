@@ -5,7 +5,7 @@ with exit 0: test_render.py; one schema per database and parallel adds: test_db_
 import os
 import re
 
-from support import ScratchTest, run
+from support import ScratchTest, ok, run
 
 
 class NewUser(ScratchTest):
@@ -59,8 +59,7 @@ class NewUser(ScratchTest):
             run("db", "add", db, "ORT=" + town)
 
         def query(*args):
-            r = run("db", "query", db, "ORT", *args)
-            self.assertEqual(r.returncode, 0, r.stderr)
+            r = ok("db", "query", db, "ORT", *args)
             return r.stdout.split()
 
         cases = [(("Frankfurt am Main",), ["1", "4"]),      # a plain value is compared whole, case-blind
@@ -82,8 +81,7 @@ class NewUser(ScratchTest):
         self.assertEqual(run("db", "filter", db, "ORT=Frankfurt am Main", "ORT=Kiel", "--or", "--sort", "ORT",
                              "--rev").stdout.split(), ["2", "1", "4"])
         out = self.path("o.htm")
-        r = run("db", "export", db, "--format", "htm", "--out", out, "--filter", "ORT=Kiel", "--filter", "ORT=Am Main", "--or")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("db", "export", db, "--format", "htm", "--out", out, "--filter", "ORT=Kiel", "--filter", "ORT=Am Main", "--or")
         with open(out, encoding="cp1252") as f:
             rows = re.findall(r"<td[^>]*>([^<]*)</td>", f.read())
         self.assertIn("Kiel", rows)

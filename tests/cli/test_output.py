@@ -1,13 +1,12 @@
 import os
 import subprocess
-import tempfile
 import unittest
 
-from support import CLI
+from support import CLI, ScratchTest
 
 
 @unittest.skipUnless(os.path.exists("/dev/full"), "needs /dev/full")
-class OutputFaults(unittest.TestCase):
+class OutputFaults(ScratchTest):
     """Output that cannot be written is a failure, never a silent success."""
 
     def run_into(self, target, *args):
@@ -15,21 +14,18 @@ class OutputFaults(unittest.TestCase):
             return subprocess.run([CLI, *args], stdout=out, stderr=subprocess.PIPE, text=True)
 
     def test_full_device_fails_with_a_message(self):
-        with tempfile.TemporaryDirectory() as d:
-            template = os.path.join(d, "t.kel")
-            with open(template, "w") as f:
-                f.write("{FOR i 1 3 1 {line {VAR:i}\n}}")
-            cases = [
-                ("classes",),                                 # a few lines, written at exit
-                ("random", "{D*20}", "-n", "20000"),          # more than one buffer
-                ("render", template),
-            ]
-            for args in cases:
-                r = self.run_into("/dev/full", *args)
-                self.assertNotEqual(r.returncode, 0, args)
-                self.assertIn("could not write the output", r.stderr, args)
-                # the same command into a real file succeeds
-                ok = self.run_into(os.path.join(d, "out.txt"), *args)
-                self.assertEqual(ok.returncode, 0, (args, ok.stderr))
-                self.assertEqual(ok.stderr, "", args)
+        template = self.write("t.kel", "{FOR i 1 3 1 {line {VAR:i}\n}}")
+        cases = [
+            ("classes",),                                 # a few lines, written at exit
+            ("random", "{D*20}", "-n", "20000"),          # more than one buffer
+            ("render", template),
+        ]
+        for args in cases:
+            r = self.run_into("/dev/full", *args)
+            self.assertNotEqual(r.returncode, 0, args)
+            self.assertIn("could not write the output", r.stderr, args)
+            # the same command into a real file succeeds
+            ok = self.run_into(self.path("out.txt"), *args)
+            self.assertEqual(ok.returncode, 0, (args, ok.stderr))
+            self.assertEqual(ok.stderr, "", args)
 

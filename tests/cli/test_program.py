@@ -1,13 +1,12 @@
 import os
 import resource
 import subprocess
-import tempfile
 import unittest
 
-from support import CLI, run
+from support import CLI, ScratchTest, ok, run
 
 
-class Program(unittest.TestCase):
+class Program(ScratchTest):
     def test_help_version_and_classes(self):
         # (--help of every command: test_report.py)
         r = run("--version")
@@ -17,39 +16,35 @@ class Program(unittest.TestCase):
         self.assertIn("RyKEL.cls_Structure", classes)
 
     def test_struct_set_prints_the_tree(self):
-        r = run("struct", "set", "person.name=Anna", "person.age=34", "x=1,5")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("struct", "set", "person.name=Anna", "person.age=34", "x=1,5")
         self.assertEqual(r.stdout, "PERSON {\n  NAME = Anna\n  AGE = 34\n}\nX = 1,5\n")
 
     def test_exit_codes_and_one_message(self):
         # 0 success, 1 runtime error, 2 usage error; every failure is one line on stderr.
-        with tempfile.TemporaryDirectory() as d:
-            db = os.path.join(d, "a.ry-dbb")
-            self.assertEqual(run("db", "new", db, "--field", "ORT:STRING").returncode, 0)
-            nope = os.path.join(d, "nope.db")
-            cases = [
-                (("bogus",), 2, "rykel: unknown command 'bogus'; commands: classes, struct, serialized, tree, db,"),
-                (("db", "bogus"), 2, "rykel: unknown command 'db bogus'; commands of db: new, info, add,"),
-                ((), 2, "rykel: a command is required: classes,"),
-                (("db",), 2, "rykel: 'db' needs a command: new,"),
-                (("db", "add"), 2, "rykel db add: DB is required"),
-                (("render", "--nosuch", "-e", "x"), 2, "rykel render: The following argument was not expected: --nosuch"),
-                (("random", "-n", "x"), 2, "rykel random: --count:"),
-                (("struct", "set", "novalue"), 2, "rykel struct set:"),
-                (("help", "nosuch"), 2, "rykel help: no topic 'nosuch'"),
-                (("db", "new", db, "--field", "X:NOTATYPE"), 2, "rykel db new: expected ID:TYPE with a known type"),
-                (("db", "show", nope), 1, "rykel db show: DB file '%s' does not exist" % nope),
-                (("db", "add", nope, "ORT=x"), 1, "rykel db add: DB file '%s' does not exist" % nope),
-                (("render", "--db", nope, "-e", "x"), 1, "rykel render: DB file '%s' does not exist" % nope),
-                (("db", "set", db, "7", "ORT=x"), 1, "rykel db set: no entry 7"),
-                (("serialized", "check", nope), 1, "rykel serialized check: File not found: '%s'" % nope),
-            ]
-            for args, code, message in cases:
-                r = run(*args)
-                self.assertEqual(r.returncode, code, (args, r.stderr))
-                self.assertEqual(len(r.stderr.splitlines()), 1, (args, r.stderr))
-                self.assertTrue(r.stderr.startswith(message), (args, r.stderr))
-            self.assertFalse(os.path.exists(nope))  # a write command never creates a missing database
+        db, nope = self.new_db("a.ry-dbb", "ORT:STRING"), self.path("nope.db")
+        cases = [
+            (("bogus",), 2, "rykel: unknown command 'bogus'; commands: classes, struct, serialized, tree, db,"),
+            (("db", "bogus"), 2, "rykel: unknown command 'db bogus'; commands of db: new, info, add,"),
+            ((), 2, "rykel: a command is required: classes,"),
+            (("db",), 2, "rykel: 'db' needs a command: new,"),
+            (("db", "add"), 2, "rykel db add: DB is required"),
+            (("render", "--nosuch", "-e", "x"), 2, "rykel render: The following argument was not expected: --nosuch"),
+            (("random", "-n", "x"), 2, "rykel random: --count:"),
+            (("struct", "set", "novalue"), 2, "rykel struct set:"),
+            (("help", "nosuch"), 2, "rykel help: no topic 'nosuch'"),
+            (("db", "new", db, "--field", "X:NOTATYPE"), 2, "rykel db new: expected ID:TYPE with a known type"),
+            (("db", "show", nope), 1, "rykel db show: DB file '%s' does not exist" % nope),
+            (("db", "add", nope, "ORT=x"), 1, "rykel db add: DB file '%s' does not exist" % nope),
+            (("render", "--db", nope, "-e", "x"), 1, "rykel render: DB file '%s' does not exist" % nope),
+            (("db", "set", db, "7", "ORT=x"), 1, "rykel db set: no entry 7"),
+            (("serialized", "check", nope), 1, "rykel serialized check: File not found: '%s'" % nope),
+        ]
+        for args, code, message in cases:
+            r = run(*args)
+            self.assertEqual(r.returncode, code, (args, r.stderr))
+            self.assertEqual(len(r.stderr.splitlines()), 1, (args, r.stderr))
+            self.assertTrue(r.stderr.startswith(message), (args, r.stderr))
+        self.assertFalse(os.path.exists(nope))  # a write command never creates a missing database
 
     @unittest.skipIf("ASAN_OPTIONS" in os.environ, "a sanitizer's shadow memory does not fit under the cap")
     def test_out_of_memory_is_an_error_not_a_crash(self):
@@ -67,9 +62,8 @@ class Program(unittest.TestCase):
 class Render(unittest.TestCase):
     def test_site_with_structure_and_includes(self):
         root = os.path.join(os.path.dirname(__file__), "..", "..", "examples", "site")
-        r = run("render", "--struct", "team=" + os.path.join(root, "data", "team.ser"), "-d", root,
-                os.path.join(root, "pages", "index.kel"), "--errors")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("render", "--struct", "team=" + os.path.join(root, "data", "team.ser"), "-d", root,
+               os.path.join(root, "pages", "index.kel"), "--errors")
         self.assertIn("<title>Unser Team</title>", r.stdout)  # from inc/header.kel
         self.assertIn('<tr class="even"><td>Jörg Meier</td><td>Osnabrück</td>', r.stdout)
         self.assertIn("<p>5 Mitglieder - ein großes Team.</p>", r.stdout)

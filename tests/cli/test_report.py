@@ -4,17 +4,15 @@ import html.parser
 import os
 import re
 import subprocess
-import tempfile
 import unicodedata
 import unittest
 
-from support import CLI
-
-ROOT = os.path.normpath(os.path.join(os.path.dirname(__file__), "..", ".."))
+import support
+from support import ROOT, ScratchTest, ok
 
 
 def run(*args):
-    return subprocess.run([CLI, *args], capture_output=True, text=True, cwd=ROOT)
+    return support.run(*args, cwd=ROOT)
 
 
 def fold(name):
@@ -82,7 +80,7 @@ class TestHelp(unittest.TestCase):
                              "docs/rykel.1 is out of date: rykel help --man > docs/rykel.1")
 
 
-class TestReport(unittest.TestCase):
+class TestReport(ScratchTest):
     def test_render_with_database(self):
         db = os.path.join(ROOT, "examples", "data", "kunden.db")
         r = run("render", "--db", db, "-e", '{DB:COUNT} {DB:TEXT 1 VORNAME}')
@@ -93,39 +91,36 @@ class TestReport(unittest.TestCase):
         self.assertEqual((r.returncode, r.stdout), (1, "ERR:---No database open: DB:QUERY---"))
 
     def test_report_site_and_exports_show_one_view(self):
-        with tempfile.TemporaryDirectory() as d:
-            # the Python host example makes the database (PYTHONPATH holds the module)
-            made = subprocess.run(["/usr/bin/python3", os.path.join(ROOT, "examples", "python", "contacts.py"),
-                                   d, "400"], capture_output=True, text=True)
-            self.assertEqual(made.returncode, 0, made.stderr)
-            self.assertTrue(made.stdout.startswith("400 contacts made and saved"))
-            dbfile = os.path.join(d, "contacts.ry-dbb")
-            view = ["ORT", "IN Bremen,Hamburg,Oldenburg"]
-            ids = run("db", "query", dbfile, *view).stdout.split()
-            self.assertGreater(len(ids), 5)
-            r = run("render", "--db", dbfile, "-d", "examples/report", "-v", "field=" + view[0],
-                    "-v", "cond=" + view[1], "-v", "sort=NACHNAME", "-v", "then=VORNAME",
-                    "-v", "title=Kontakte <Nord>", "examples/report/pages/report.kel", "--errors")
-            self.assertEqual(r.returncode, 0, r.stderr)
-            page = r.stdout
-            self.assertIn('<span class="num">%d</span>' % len(ids), page)
-            self.assertIn('<span class="num">400</span>', page)
-            self.assertNotIn("ERR:", page)
-            rows = RowCounter()
-            rows.feed(page)
-            self.assertEqual(rows.rows, len(ids))
-            # rows run by last name, then first name: by the joined sort key "LAST_FIRST", as the
-            # database orders two fields (so "Becker" comes before "Beck", "_" being after the letters)
-            names = re.findall(r'<td class="nr">\d+</td><td><b>([^<]*)</b></td><td>([^<]*)</td>', page)
-            self.assertEqual(len(names), len(ids))
-            self.assertEqual(names, sorted(names, key=lambda n: fold(n[0]).upper() + "_" + fold(n[1]).upper()))
-            # the spreadsheet HTML export of the same view has the same entries
-            out = os.path.join(d, "view.htm")
-            r = run("db", "export", dbfile, "--format", "htm", "--out", out, "--quiet",
-                    "--filter", "=".join(view), "--sort", "NACHNAME", "--then", "VORNAME")
-            self.assertEqual(r.returncode, 0, r.stderr)
-            with open(out, encoding="cp1252") as f:
-                exported = RowCounter()
-                exported.feed(f.read())
-            self.assertEqual(exported.rows, len(ids))
+        # the Python host example makes the database (PYTHONPATH holds the module)
+        made = subprocess.run(["/usr/bin/python3", os.path.join(ROOT, "examples", "python", "contacts.py"),
+                               self.dir.name, "400"], capture_output=True, text=True)
+        self.assertEqual(made.returncode, 0, made.stderr)
+        self.assertTrue(made.stdout.startswith("400 contacts made and saved"))
+        dbfile = self.path("contacts.ry-dbb")
+        view = ["ORT", "IN Bremen,Hamburg,Oldenburg"]
+        ids = run("db", "query", dbfile, *view).stdout.split()
+        self.assertGreater(len(ids), 5)
+        r = ok("render", "--db", dbfile, "-d", "examples/report", "-v", "field=" + view[0],
+               "-v", "cond=" + view[1], "-v", "sort=NACHNAME", "-v", "then=VORNAME",
+               "-v", "title=Kontakte <Nord>", "examples/report/pages/report.kel", "--errors", cwd=ROOT)
+        page = r.stdout
+        self.assertIn('<span class="num">%d</span>' % len(ids), page)
+        self.assertIn('<span class="num">400</span>', page)
+        self.assertNotIn("ERR:", page)
+        rows = RowCounter()
+        rows.feed(page)
+        self.assertEqual(rows.rows, len(ids))
+        # rows run by last name, then first name: by the joined sort key "LAST_FIRST", as the
+        # database orders two fields (so "Becker" comes before "Beck", "_" being after the letters)
+        names = re.findall(r'<td class="nr">\d+</td><td><b>([^<]*)</b></td><td>([^<]*)</td>', page)
+        self.assertEqual(len(names), len(ids))
+        self.assertEqual(names, sorted(names, key=lambda n: fold(n[0]).upper() + "_" + fold(n[1]).upper()))
+        # the spreadsheet HTML export of the same view has the same entries
+        out = self.path("view.htm")
+        r = ok("db", "export", dbfile, "--format", "htm", "--out", out, "--quiet",
+               "--filter", "=".join(view), "--sort", "NACHNAME", "--then", "VORNAME", cwd=ROOT)
+        with open(out, encoding="cp1252") as f:
+            exported = RowCounter()
+            exported.feed(f.read())
+        self.assertEqual(exported.rows, len(ids))
 

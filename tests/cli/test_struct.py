@@ -1,15 +1,12 @@
 import json
-import os
-import tempfile
-import unittest
 
-from support import run
+from support import ScratchTest, ok, run
 
 
 SCRIPT = 'NAME = "Anna"\r\nAGE = 7\r\nSUB {\r\n\tX = True\r\n\tL {\r\n\t\t[1] = 1\r\n\t\t[2] = 2.5\r\n\t}\r\n}\r\n'
 
 
-class StructConvert(unittest.TestCase):
+class StructConvert(ScratchTest):
     def test_php_and_compact_forms(self):
         php = run("struct", "convert", "--from", "script", "--to", "php", "-", stdin=SCRIPT)
         self.assertEqual(php.returncode, 0, php.stderr)
@@ -30,18 +27,14 @@ class StructConvert(unittest.TestCase):
         self.assertIn("Serialized data invalid", bad.stderr)
 
     def test_files_errors_and_help(self):
-        with tempfile.TemporaryDirectory() as d:
-            f = os.path.join(d, "s.txt")
-            with open(f, "w", newline="") as fh:
-                fh.write(SCRIPT)
-            r = run("struct", "show", "--from", "script", f)
-            self.assertEqual(r.returncode, 0, r.stderr)
-            self.assertEqual(r.stdout, "NAME = Anna\nAGE = 7\nSUB {\n  X = True\n  L {\n    [1] = 1\n"
-                                       "    [2] = 2.5\n  }\n}\n")
-            self.assertEqual(json.loads(run("struct", "show", "--from", "script", "--json", f).stdout)["AGE"], 7)
-            r = run("struct", "show", os.path.join(d, "missing.txt"))
-            self.assertNotEqual(r.returncode, 0)
-            self.assertIn("missing.txt", r.stderr)
+        f = self.write("s.txt", SCRIPT)
+        r = ok("struct", "show", "--from", "script", f)
+        self.assertEqual(r.stdout, "NAME = Anna\nAGE = 7\nSUB {\n  X = True\n  L {\n    [1] = 1\n"
+                                   "    [2] = 2.5\n  }\n}\n")
+        self.assertEqual(json.loads(run("struct", "show", "--from", "script", "--json", f).stdout)["AGE"], 7)
+        r = run("struct", "show", self.path("missing.txt"))
+        self.assertNotEqual(r.returncode, 0)
+        self.assertIn("missing.txt", r.stderr)
         r = run("struct", "show", "--from", "script", "-", stdin="a {\n")
         self.assertNotEqual(r.returncode, 0)
         self.assertIn("'}' expected (to close 'a' at line 1)", r.stderr)

@@ -3,13 +3,12 @@ import os
 import random
 import shutil
 import subprocess
-import tempfile
 import unittest
 
-from support import ROOT, run
+from support import ROOT, ScratchTest, run
 
 
-class TestText(unittest.TestCase):
+class TestText(ScratchTest):
     def test_render_autoescape(self):
         page = "{VAR:x}|{TEXT:RAW VAR:x}|{TEXT:FORMAT 1234.5 '#,##0.00'}"
         r = run("render", "-e", page, "-v", "x=<b>&</b>")
@@ -30,16 +29,12 @@ class TestText(unittest.TestCase):
             v = (rnd.uniform(-1e7, 1e7) if kind == 0 else round(rnd.uniform(-1000, 1000), 3) if kind == 1
                  else rnd.randint(-10**6, 10**6) / 1000 + 0.0005 if kind == 2 else rnd.uniform(0, 1))
             values.append(repr(v))
-        with tempfile.TemporaryDirectory() as d:
-            page, script = os.path.join(d, "f.kel"), os.path.join(d, "f.php")
-            with open(page, "w") as f:
-                f.write("".join('{TEXT:FORMAT "%s" "#,##0.00" en}|{TEXT:ROUND "%s" 2}|' % (v, v) for v in values))
-            with open(script, "w") as f:
-                f.write("<?php foreach ([%s] as $x) echo number_format($x, 2, '.', ','), '|', round($x, 2), '|';"
-                        % ",".join(values))
-            ours = run("render", "-s", "SYS.COMMANDS.MAX=100000", page).stdout.split("|")
-            theirs = subprocess.run(["php", script], capture_output=True, text=True,  # no sanitizer runtime
-                                    env={k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}).stdout.split("|")
+        page = self.write("f.kel", "".join('{TEXT:FORMAT "%s" "#,##0.00" en}|{TEXT:ROUND "%s" 2}|' % (v, v) for v in values))
+        script = self.write("f.php", "<?php foreach ([%s] as $x) echo number_format($x, 2, '.', ','), '|', round($x, 2), '|';"
+                            % ",".join(values))
+        ours = run("render", "-s", "SYS.COMMANDS.MAX=100000", page).stdout.split("|")
+        theirs = subprocess.run(["php", script], capture_output=True, text=True,  # no sanitizer runtime
+                                env={k: v for k, v in os.environ.items() if k != "LD_PRELOAD"}).stdout.split("|")
         self.assertEqual(len(ours), 2 * len(values) + 1)
         self.assertEqual(ours[0::2], theirs[0::2])
         for v, a, b in zip(values, ours[1::2], theirs[1::2]):

@@ -1,12 +1,11 @@
 import unittest
 
-from support import run
+from support import ok, run
 
 
 class TreeCommand(unittest.TestCase):
     def test_operations_print_their_result(self):
-        r = run("tree", "flatten", "--arg", "_", "a.b=1", "a.c=x", "d=2")
-        self.assertEqual(r.returncode, 0, r.stderr)
+        r = ok("tree", "flatten", "--arg", "_", "a.b=1", "a.c=x", "d=2")
         self.assertEqual(r.stdout, "A_B = 1\nA_C = x\nD = 2\n")
         self.assertEqual(run("tree", "join", "--arg", "-", "a.b=1", "c=2").stdout, "1-2\n")
         self.assertEqual(run("tree", "idlist", "a.b=1", "c=2").stdout, "1 = A\n2 = C\n")

@@ -9,6 +9,8 @@
 #include "frame/DateTime.h"
 #include "structure/cls_Structure.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 // The key order and the round trip of every member: EveryTableMemberTravelsThroughTheStructure.
@@ -16,9 +18,7 @@ TEST(cls_DBField, StructureReadsTypeWordsTruthWordsAndTheDefaultMark) {
   auto g = std::make_shared<cls_DBField>();
   g->NAME = "Postleitzahl";
   auto w = cls_Structure::New();
-  w->ITEM_LET("TYPE", "string");
-  w->ITEM_LET("INDEXED", "Falsch");
-  w->ITEM_LET("WRITEONCE", "ja");
+  LetAll(*w, "TYPE", "string", "INDEXED", "Falsch", "WRITEONCE", "ja");
   g->STRUCTURE_LET(w);
   EXPECT_EQ(g->TYPE, ID_DBFieldType_String);
   EXPECT_FALSE(g->INDEXED);

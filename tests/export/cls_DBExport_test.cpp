@@ -403,10 +403,7 @@ TEST(DBExportPdf, PagesStatusLinesAndRange) {
   EXPECT_NE(all.find("Person 150"), std::string::npos);
   EXPECT_NE(all.find("Stand: "), std::string::npos);
 
-  settings->ITEM_LET("PAGE.FIRST", 2);
-  settings->ITEM_LET("PAGE.LAST", 2);
-  settings->ITEM_LET("PAGE.PORTRAIT", true);
-  settings->ITEM_LET("PAGE.COLUMNS", 2);
+  LetAll(*settings, "PAGE.FIRST", 2, "PAGE.LAST", 2, "PAGE.PORTRAIT", true, "PAGE.COLUMNS", 2);
   ASSERT_TRUE(db->EXPORTPDF(1, dir / "p.pdf", std::nullopt, settings));
   std::string one = text(dir / "p.pdf");
   EXPECT_EQ(std::count(one.begin(), one.end(), '\f'), 1);

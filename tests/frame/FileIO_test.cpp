@@ -97,7 +97,7 @@ std::string ReadOnlyChecks(const std::string& file, const std::string& header, c
 
 TEST(FileIO, ReadOnlyFolderRefusesSavesOfStructuresAndDatabases) {
   TempDir dir;
-  SetNotifier([](const Notification&) { return std::string("OK"); });
+  QuietNotices quiet;
   const std::string file = dir / "data.txt", header = dir / "info.header", dbFile = dir / "p.ry-dbb";
   ASSERT_TRUE(Big(3, 1)->SAVE(file));
   cls_DB db;
@@ -146,12 +146,11 @@ TEST(FileIO, ReadOnlyFolderRefusesSavesOfStructuresAndDatabases) {
   cls_DB back;
   ASSERT_TRUE(back.DBOPENREADONLY(dbFile, header));
   EXPECT_EQ(CStr(back.ENTRYFIELD_GET(1, "NAME")), "Bernd");
-  SetNotifier({});
 }
 
 TEST(FileIO, FilesThatVanishWhileReadGiveWholeDataOrAClearError) {
   TempDir dir;
-  SetNotifier([](const Notification&) { return std::string("OK"); });
+  QuietNotices quiet;
   const std::string file = dir / "data.txt", header = dir / "info.header", dbFile = dir / "p.db";
   const std::string script = Big(2000, 7)->SCRIPT();
   cls_DB db;
@@ -199,7 +198,6 @@ TEST(FileIO, FilesThatVanishWhileReadGiveWholeDataOrAClearError) {
   }
   stop = true;
   churn.join();
-  SetNotifier({});
   EXPECT_EQ(loaded + missing, 150);
   EXPECT_EQ(opened + refused, 150);
 }
@@ -260,7 +258,7 @@ TEST(FileIO, StaleTemporaryFilesOfTheSameTargetAreRemovedOnlyWhenTheirWriterIsGo
 
 TEST(FileIO, WritesNeverFollowAPlantedLinkKeepPermissionsAndWriteThroughALinkedTarget) {
   TempDir dir;
-  SetNotifier([](const Notification&) { return std::string("OK"); });
+  QuietNotices quiet;
   fs::create_directory(dir / "real");
   const std::string victim = dir / "victim.txt", db = dir / "p.ry-dbb";
   std::ofstream(victim) << "keep me";
@@ -295,12 +293,11 @@ TEST(FileIO, WritesNeverFollowAPlantedLinkKeepPermissionsAndWriteThroughALinkedT
   EXPECT_EQ(c.ENTRYCOUNT(), 3);
   EXPECT_EQ(fs::status(dir / "real/p.ry-dbb").permissions() & fs::perms::all,
             fs::perms::owner_read | fs::perms::owner_write);
-  SetNotifier({});
 }
 
 TEST(FileIO, MissingFoldersAndFullDisksAreNamedAsSuch) {
   TempDir dir;
-  SetNotifier([](const Notification&) { return std::string("OK"); });
+  QuietNotices quiet;
   auto [number, text] = Failure([&] { fileio::WriteFileAtomic(dir / "nodir/x.txt", "x"); });
   EXPECT_EQ(number, err::kPathNotFound);
   EXPECT_EQ(text, "Folder '" + (dir / "nodir") + "' does not exist (cannot write '" + (dir / "nodir/x.txt") + "')");
@@ -334,7 +331,6 @@ TEST(FileIO, MissingFoldersAndFullDisksAreNamedAsSuch) {
   EXPECT_TRUE(a.ENTRYCHANGED_GET());
   EXPECT_TRUE(a.DBSAVE());                                 // room again: nothing was lost
   EXPECT_EQ(dir.Count(), 4u) << "no temporary file left";  // f.ry-dbb, its lock, info.header, s.txt
-  SetNotifier({});
 }
 
 }  // namespace

@@ -5,14 +5,12 @@
 #include "frame/Convert.h"
 #include "interpreter/cls_KEL.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
-void hVariables(cls_KEL& k) {
-  k.VARIABLES->ITEM_LET("x", "a<b & 'c'");
-  k.VARIABLES->ITEM_LET("cmd", "{VAR:secret}");
-  k.VARIABLES->ITEM_LET("secret", "s");
-}
+void hVariables(cls_KEL& k) { LetAll(*k.VARIABLES, "x", "a<b & 'c'", "cmd", "{VAR:secret}", "secret", "s"); }
 
 constexpr const char* kEscaped = "a&lt;b &amp; &#39;c&#39;";
 

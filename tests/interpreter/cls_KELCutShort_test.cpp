@@ -120,14 +120,8 @@ TEST(cls_KELCutShort, ResultsJoinTheRestOfTheTextWithoutCopyingIt) {
       {"{VAR:q}}b'}!{VAR:c}", "!C"},   // a quote opened in the result closes in the text
   };
   cls_KEL k;
-  k.VARIABLES->ITEM_LET("OPEN", "{VAR c ");
-  k.VARIABLES->ITEM_LET("IF", "{IF 1 {");
-  k.VARIABLES->ITEM_LET("C", "C");
-  k.VARIABLES->ITEM_LET("TWO", "{VAR:c}-");
-  k.VARIABLES->ITEM_LET("DEEP", "{VAR:two2}");
-  k.VARIABLES->ITEM_LET("TWO2", "{VAR:c}");
-  k.VARIABLES->ITEM_LET("PAIR", "{VAR:c}{VAR:c}");
-  k.VARIABLES->ITEM_LET("Q", "{VAR d 'a");
+  LetAll(*k.VARIABLES, "OPEN", "{VAR c ", "IF", "{IF 1 {", "C", "C", "TWO", "{VAR:c}-", "DEEP", "{VAR:two2}", "TWO2",
+         "{VAR:c}", "PAIR", "{VAR:c}{VAR:c}", "Q", "{VAR d 'a");
   ForEachRow(cases, [&](const auto& c) {
     k.VARIABLES->ITEM_LET("C", "C");
     EXPECT_EQ(k.PROCESS(c.name, nullptr), c.want);

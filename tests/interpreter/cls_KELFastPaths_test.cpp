@@ -9,6 +9,8 @@
 
 #include "frame/Convert.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
@@ -38,9 +40,7 @@ TEST(cls_KELFastPaths, RecursionsShowTheCountWhenSomeoneLooks) {
 TEST(cls_KELFastPaths, BareNamesAndPathsReadAsTheTokenizerWouldHaveThem) {
   cls_KEL k;
   auto row = cls_Structure::New();
-  row->ITEM_LET("ACTIVE", true);
-  row->ITEM_LET("NAME", "Jörg");
-  row->ITEM_LET("LEER", "");
+  LetAll(*row, "ACTIVE", true, "NAME", "Jörg", "LEER", "");
   k.VARIABLES->ITEM_LET("ROW", Variant(row));
   k.VARIABLES->ITEM_LET("ÄRGER", 1);
   std::string longName(70, 'n');

@@ -10,6 +10,8 @@
 
 #include "frame/Convert.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
@@ -72,17 +74,9 @@ TEST(cls_KELRuns, PagesGiveWhatRunningEachCommandGives) {
   };
   for (const Case& c : cases) {
     cls_KEL k;
-    k.VARIABLES->ITEM_LET("X", "1");
-    k.VARIABLES->ITEM_LET("Y", "z");
-    k.VARIABLES->ITEM_LET("ON", 1);
-    k.VARIABLES->ITEM_LET("OFF", 0);
-    k.VARIABLES->ITEM_LET("BR", "{VAR:y}");
-    k.VARIABLES->ITEM_LET("LONG", "abcdef");
-    k.VARIABLES->ITEM_LET("W", 0);
+    LetAll(*k.VARIABLES, "X", "1", "Y", "z", "ON", 1, "OFF", 0, "BR", "{VAR:y}", "LONG", "abcdef", "W", 0);
     auto row = cls_Structure::New();
-    row->ITEM_LET("A", 1);
-    row->ITEM_LET("B", 2);
-    row->ITEM_LET("ON", 1);
+    LetAll(*row, "A", 1, "B", 2, "ON", 1);
     k.VARIABLES->ITEM_LET("ROW", Variant(row));
     if (*c.setting) k.SETTINGS->ITEM_LET(c.setting, c.value);
     k.SETTINGS->ITEM_LET("DEVELOPER.DEBUG", true);  // reports stay in the page

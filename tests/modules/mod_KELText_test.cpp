@@ -8,6 +8,8 @@
 #include "interpreter/cls_KEL.h"
 #include "interpreter/cls_KELModules.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
@@ -15,14 +17,8 @@ namespace {
 std::shared_ptr<cls_KEL> hKel() {
   auto k = std::make_shared<cls_KEL>();
   auto& v = *k->VARIABLES;
-  v.ITEM_LET("html", "<a href=\"x\">Tom & 'Jerry'</a>");
-  v.ITEM_LET("lines", "a<\r\nb");
-  v.ITEM_LET("name", "  Grüße  ");
-  v.ITEM_LET("ws", "\t x \r\n");
-  v.ITEM_LET("sum", 9265750.54999998);
-  v.ITEM_LET("empty", "");
-  v.ITEM_LET("cmd", "{VAR:secret}");
-  v.ITEM_LET("secret", "geheim");
+  LetAll(v, "html", "<a href=\"x\">Tom & 'Jerry'</a>", "lines", "a<\r\nb", "name", "  Grüße  ", "ws", "\t x \r\n",
+         "sum", 9265750.54999998, "empty", "", "cmd", "{VAR:secret}", "secret", "geheim");
   auto list = cls_Structure::New();
   list->ADD("a");
   list->ADD("<b>");

@@ -1,7 +1,6 @@
 """EXPORTEXCEL through LibreOffice Calc: the real office, read back with openpyxl and the office's own
 CSV conversion. A missing office and passwords: cls_DBExportCalc_test.cpp and the cli's test_calc.py."""
 import datetime
-import os
 import shutil
 import unittest
 

@@ -1,9 +1,7 @@
 import csv
 import datetime
 import json
-import os
 import sqlite3
-import unittest
 
 import rykel
 from support import ScratchTest

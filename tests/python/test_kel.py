@@ -1,12 +1,9 @@
 """The interpreter from Python: processing, decoding, in-place parameters, host modules and events."""
-import os
-import tempfile
-import unittest
-
 import rykel
+from support import ScratchTest
 
 
-class TestKEL(unittest.TestCase):
+class TestKEL(ScratchTest):
     def test_process_and_errors(self):
         k = rykel.cls_KEL()
         self.assertEqual(k.PROCESS("{VAR x 5}{VAR:x}", None), "5")
@@ -139,15 +136,12 @@ class TestKEL(unittest.TestCase):
         self.assertEqual(signals, [1, 2])
 
     def test_include_from_directories(self):
-        with tempfile.TemporaryDirectory() as d:
-            os.makedirs(os.path.join(d, "inc"))
-            with open(os.path.join(d, "inc", "head.kel"), "w", encoding="utf-8") as f:
-                f.write("<h1>{VAR:title}</h1>")
-            k = rykel.cls_KEL()
-            k.DIRECTORIES.ADD(d)
-            k.VARIABLES.ITEM_LET("title", "Grüße")
-            self.assertEqual(k.PROCESS("{INCLUDE head}"), "<h1>Grüße</h1>")
-            self.assertEqual(k.LOCATE("inc\\head.kel"), os.path.join(d, "inc/head.kel"))
+        head = self.write("inc/head.kel", "<h1>{VAR:title}</h1>")
+        k = rykel.cls_KEL()
+        k.DIRECTORIES.ADD(self.dir.name)
+        k.VARIABLES.ITEM_LET("title", "Grüße")
+        self.assertEqual(k.PROCESS("{INCLUDE head}"), "<h1>Grüße</h1>")
+        self.assertEqual(k.LOCATE("inc\\head.kel"), head)
 
     def test_data_from_python_is_never_code(self):
         # a Python text, the data mark (U+E000) in it too, comes back as it was (every form of

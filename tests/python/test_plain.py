@@ -2,11 +2,9 @@
 import datetime
 import json
 import math
-import os
-import tempfile
-import unittest
 
 import rykel
+from support import ScratchTest
 
 # JSON-like data whose keys are already upper case: it must come back unchanged.
 DATA = {
@@ -17,7 +15,7 @@ DATA = {
 }
 
 
-class PlainData(unittest.TestCase):
+class PlainData(ScratchTest):
     def test_dict_structure_dict_is_the_identity(self):
         s = rykel.from_python(DATA)
         back = s.to_python()
@@ -105,11 +103,10 @@ class PlainData(unittest.TestCase):
             db.ENTRYADD(i, {"VORNAME": first, "ORT": town})
         ids = db.ENTRYFILTER("", {"ORT": "Kiel"}, "VORNAME", True)
         self.assertEqual([db.FIELDTEXT_GET(i, "VORNAME") for i in ids], ["Cem", "Anna"])
-        with tempfile.TemporaryDirectory() as d:
-            out = os.path.join(d, "p.htm")
-            self.assertTrue(db.EXPORTFILE("", out, "HTM", ids, {"TITLE": {"SHOW": False}}))
-            with open(out, encoding="utf-8", errors="replace") as f:
-                self.assertIn("Cem", f.read())
+        out = self.path("p.htm")
+        self.assertTrue(db.EXPORTFILE("", out, "HTM", ids, {"TITLE": {"SHOW": False}}))
+        with open(out, encoding="utf-8", errors="replace") as f:
+            self.assertIn("Cem", f.read())
 
     def test_json_from_python(self):
         text = json.dumps({"name": "Grüße", "n": [1, 2.5, None, True], "big": 12345678901})

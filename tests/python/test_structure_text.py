@@ -1,9 +1,9 @@
 import datetime
 import os
-import tempfile
 import unittest
 
 import rykel
+from support import ScratchTest
 
 
 def sample():
@@ -82,24 +82,23 @@ class TextForms(unittest.TestCase):
         self.assertEqual(s.ITEM_GET("extra"), 1)
 
 
-class Files(unittest.TestCase):
+class Files(ScratchTest):
     def test_save_load_signature(self):
-        with tempfile.TemporaryDirectory() as d:
-            f = os.path.join(d, "s.txt")
-            s = sample()
-            self.assertTrue(s.SAVESIGNATURE(f, "My Data", 3))
-            with open(f, encoding="utf-8", newline="") as fh:
-                self.assertEqual(fh.readline(), "// My Data\r\n")
-            back = rykel.cls_Structure()
-            self.assertTrue(back.LOADSIGNATURE(f, "My Data", pVersionMin=1, pVersionMax=3))
-            self.assertEqual(back.SCRIPT(), s.SCRIPT())
-            with self.assertRaises(rykel.Error):
-                back.LOADSIGNATURE(f, "My Data", pVersionMin=4)
-            self.assertTrue(s.SAVE(f))
-            self.assertTrue(back.LOAD(f))
-            self.assertFalse(back.LOADEX(os.path.join(d, "missing.txt")))
-            with self.assertRaises(rykel.Error) as cm:
-                back.SAVE(os.path.join(d, "no", "such.txt"))
-            self.assertEqual(cm.exception.number, 76)
-            self.assertEqual(os.listdir(d), ["s.txt"])
+        f = self.path("s.txt")
+        s = sample()
+        self.assertTrue(s.SAVESIGNATURE(f, "My Data", 3))
+        with open(f, encoding="utf-8", newline="") as fh:
+            self.assertEqual(fh.readline(), "// My Data\r\n")
+        back = rykel.cls_Structure()
+        self.assertTrue(back.LOADSIGNATURE(f, "My Data", pVersionMin=1, pVersionMax=3))
+        self.assertEqual(back.SCRIPT(), s.SCRIPT())
+        with self.assertRaises(rykel.Error):
+            back.LOADSIGNATURE(f, "My Data", pVersionMin=4)
+        self.assertTrue(s.SAVE(f))
+        self.assertTrue(back.LOAD(f))
+        self.assertFalse(back.LOADEX(self.path("missing.txt")))
+        with self.assertRaises(rykel.Error) as cm:
+            back.SAVE(self.path("no", "such.txt"))
+        self.assertEqual(cm.exception.number, 76)
+        self.assertEqual(os.listdir(self.dir.name), ["s.txt"])
 

@@ -10,6 +10,8 @@
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureTools.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 namespace {
@@ -26,20 +28,10 @@ std::vector<std::string> Pieces(cls_Structure& s) {
 StructurePtr Sample() {
   auto s = cls_Structure::New();
   s->ITEM_LET(0, "zero");  // HASZERO
-  s->ITEM_LET("int", int16_t{-12});
-  s->ITEM_LET("long", 70000);
-  s->ITEM_LET("single", 0.1f);
-  s->ITEM_LET("double", 0.1);
-  s->ITEM_LET("inf", -INFINITY);
-  s->ITEM_LET("cur", Variant::Currency(-123456789));
-  s->ITEM_LET("date", Variant::Date(45000.75));
-  s->ITEM_LET("text", "QS1:ABC@x:y\r\nGrüße ABCDEFGHIJKLMNOPQRSTUVWXYZ");
-  s->ITEM_LET("blank", "");
-  s->ITEM_LET("null", Variant::Null());
-  s->ITEM_LET("empty", Variant());
-  s->ITEM_LET("err", Variant::ErrorValue(13));
-  s->ITEM_LET("yes", true);
-  s->ITEM_LET("name@with:separators", 1);
+  LetAll(*s, "int", int16_t{-12}, "long", 70000, "single", 0.1f, "double", 0.1, "inf", -INFINITY, "cur",
+         Variant::Currency(-123456789), "date", Variant::Date(45000.75), "text",
+         "QS1:ABC@x:y\r\nGrüße ABCDEFGHIJKLMNOPQRSTUVWXYZ", "blank", "", "null", Variant::Null(), "empty", Variant(),
+         "err", Variant::ErrorValue(13), "yes", true, "name@with:separators", 1);
   s->ADD("numbered");                              // empty name
   s->ITEM_LET(s->MAX() + 3, "after a gap", true);  // unused slots
   s->ITEM_LET("sub.deeper.leaf", "x");

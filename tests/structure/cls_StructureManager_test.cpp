@@ -12,6 +12,8 @@
 #include "frame/Error.h"
 #include "structure/cls_Structure.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 
 namespace {
@@ -42,19 +44,17 @@ TEST(StructureManager, LargeTablesGrowInBigSteps) {
   auto m = Fresh();
   while (m->BUFFER() < 99321) m->Alloc();
   EXPECT_EQ(m->BUFFER(), 99321);
-  while (m->USAGEFREE() > 0) m->Alloc();
-  m->Alloc();
-  EXPECT_EQ(m->BUFFER(), 104321);  // capped at 5,000 per step below 100,000
-  while (m->USAGEFREE() > 0) m->Alloc();
-  m->Alloc();
-  EXPECT_EQ(m->BUFFER(), 154321);  // then 50,000 per step
-  while (m->BUFFER() < 500000) {
+  auto grow = [&m] {  // takes every free slot, then one more: the table grows by one step
     while (m->USAGEFREE() > 0) m->Alloc();
     m->Alloc();
-  }
+  };
+  grow();
+  EXPECT_EQ(m->BUFFER(), 104321);  // capped at 5,000 per step below 100,000
+  grow();
+  EXPECT_EQ(m->BUFFER(), 154321);  // then 50,000 per step
+  while (m->BUFFER() < 500000) grow();
   EXPECT_EQ(m->BUFFER(), 504321);
-  while (m->USAGEFREE() > 0) m->Alloc();
-  m->Alloc();
+  grow();
   EXPECT_EQ(m->BUFFER(), 1400000);
 }
 
@@ -196,9 +196,7 @@ TEST(StructureItems, ClearAndRemove) {
   EXPECT_EQ(s->VALUEBOUND_GET().str(), "");
 
   auto r = cls_Structure::New();
-  r->ITEM_LET("a", 1);
-  r->ITEM_LET("b.c", 2);
-  r->ITEM_LET("d", 3);
+  LetAll(*r, "a", 1, "b.c", 2, "d", 3);
   r->CHANGED_LET(false);
   EXPECT_FALSE(r->REMOVE(0));
   EXPECT_FALSE(r->REMOVE("missing"));

@@ -14,6 +14,7 @@
 #include "structure/cls_StructureTools.h"
 
 #include "../CaseTable.h"
+#include "../TestSupport.h"
 
 namespace rykel {
 
@@ -60,16 +61,12 @@ TEST(StructureSerializer, WriterTexts) {
   t->ITEM_LET("q", "a\"b;c}d\r\n{");
   t->ITEM_LET("u", "Grüße");      // 5 characters, 7 bytes
   t->ITEM_LET("ä", int16_t{-3});  // names count characters too
-  t->ITEM_LET("n", Variant::Null());
-  t->ITEM_LET("e", Variant());
-  t->ITEM_LET("f", false);
-  t->ITEM_LET("c", Variant::Currency(12345));
-  t->ITEM_LET("s", 0.1f);
+  LetAll(*t, "n", Variant::Null(), "e", Variant(), "f", false, "c", Variant::Currency(12345), "s", 0.1f);
   double when;
   ASSERT_TRUE(date::Parse("2024-02-29 13:05:09", when));
-  t->ITEM_LET("d", Variant::Date(when));
-  t->ITEM_LET("o", Variant(std::static_pointer_cast<Object>(std::make_shared<cls_StructureTools>())));
-  t->ITEM_LET("r", Variant::ErrorValue(5));
+  LetAll(*t, "d", Variant::Date(when), "o",
+         Variant(std::static_pointer_cast<Object>(std::make_shared<cls_StructureTools>())), "r",
+         Variant::ErrorValue(5));
   EXPECT_EQ(t->SERIALIZE(),
             "a:11:{s:1:\"Q\";s:10:\"a\"b;c}d\r\n{\";s:1:\"U\";s:5:\"Grüße\";s:1:\"Ä\";i:-3;"
             "s:1:\"N\";n:0;s:1:\"E\";i:0;s:1:\"F\";b:0;s:1:\"C\";d:1.2345;s:1:\"S\";d:0.1;"
@@ -187,15 +184,8 @@ TEST(StructureSerializer, DoublesAsPhpWritesThem) {
 
 TEST(StructureSerializer, RoundTripKeepsValuesAndTypes) {
   auto s = cls_Structure::New();
-  s->ITEM_LET("text", "x\";}a:1:{");
-  s->ITEM_LET("n", 42);
-  s->ITEM_LET("neg", -7);
-  s->ITEM_LET("f", 2.5);
-  s->ITEM_LET("yes", true);
-  s->ITEM_LET("nothing", Variant::Null());
-  s->ITEM_LET("empty", Variant());
-  s->ITEM_LET("a.b.c", "deep");
-  s->ITEM_LET("bad", "2024-13-45");
+  LetAll(*s, "text", "x\";}a:1:{", "n", 42, "neg", -7, "f", 2.5, "yes", true, "nothing", Variant::Null(), "empty",
+         Variant(), "a.b.c", "deep", "bad", "2024-13-45");
   double when;
   ASSERT_TRUE(date::Parse("2001-09-11 08:46:00", when));
   s->ITEM_LET("when", Variant::Date(when));
@@ -393,10 +383,7 @@ TEST(StructureSerializer, Unserialize2ReadsOneValueAtAPosition) {
 
 TEST(StructureSerializer, TruncatedAndGarbledInputNeverCrashes) {
   auto s = cls_Structure::New();
-  s->ITEM_LET("name", "Zoë \"the\" {brace}; x");
-  s->ITEM_LET("list.1", 1.25);
-  s->ITEM_LET("list.2", Variant::Null());
-  s->ITEM_LET("flag", false);
+  LetAll(*s, "name", "Zoë \"the\" {brace}; x", "list.1", 1.25, "list.2", Variant::Null(), "flag", false);
   const std::string text = s->SERIALIZE();
   for (size_t n = 0; n < text.size(); ++n) {
     std::string cut = text.substr(0, n);

@@ -25,9 +25,7 @@ namespace fs = std::filesystem;
 
 StructurePtr Sample() {
   auto s = cls_Structure::New();
-  s->ITEM_LET("NAME", "Anna");
-  s->ITEM_LET("AGE", 7);
-  s->ITEM_LET("SUB.X", true);
+  LetAll(*s, "NAME", "Anna", "AGE", 7, "SUB.X", true);
   return s;
 }
 
@@ -44,23 +42,10 @@ TEST(StructureScript, RoundTripKeepsValuesAndTypes) {
   auto s = cls_Structure::New();
   double when;
   ASSERT_TRUE(date::Parse("2024-05-01 12:30:00", when));
-  s->ITEM_LET("LONG", -2147483647 - 1);
-  s->ITEM_LET("INT", static_cast<int16_t>(-5));
-  s->ITEM_LET("DBL", 0.1 + 0.2);
-  s->ITEM_LET("WHOLE", 3.0);
-  s->ITEM_LET("BIG", 1e300);
-  s->ITEM_LET("SGL", 1.25f);
-  s->ITEM_LET("CUR", Variant::Currency(-123456789));
-  s->ITEM_LET("WHEN", Variant::Date(when));
-  s->ITEM_LET("YES", true);
-  s->ITEM_LET("NOTHING", Variant::Null());
-  s->ITEM_LET("EMPTY", Variant());
-  s->ITEM_LET("NUMTEXT", "007");
-  s->ITEM_LET("BOOLTEXT", "True");
-  s->ITEM_LET("BLANKTEXT", "");
-  s->ITEM_LET("ODD", " a \"q\" \\ {x} = # \t\x01 ");
-  s->ITEM_LET("LINES", "one\r\ntwo\nthree");
-  s->ITEM_LET("UMLAUT", "Grüße");
+  LetAll(*s, "LONG", -2147483647 - 1, "INT", static_cast<int16_t>(-5), "DBL", 0.1 + 0.2, "WHOLE", 3.0, "BIG", 1e300,
+         "SGL", 1.25f, "CUR", Variant::Currency(-123456789), "WHEN", Variant::Date(when), "YES", true, "NOTHING",
+         Variant::Null(), "EMPTY", Variant(), "NUMTEXT", "007", "BOOLTEXT", "True", "BLANKTEXT", "", "ODD",
+         " a \"q\" \\ {x} = # \t\x01 ", "LINES", "one\r\ntwo\nthree", "UMLAUT", "Grüße");
   s->ITEMBYID_LET("A.B", "dot");          // one name holding a dot
   s->ITEMBYID_LET("X = {Y}", "special");  // a name that needs quotes
   s->ITEM_LET("EMPTYSUB", cls_Structure::New());
@@ -255,15 +240,8 @@ TEST(StructureScript, DepthIsLimitedForReadingAndWriting) {
 
 TEST(StructureScript, NotEmptyLeavesOutEmptyValuesAndBlocks) {
   auto s = cls_Structure::New();
-  s->ITEM_LET("A", "");
-  s->ITEM_LET("B", 0);
-  s->ITEM_LET("C", 0.0);
-  s->ITEM_LET("D", Variant::Null());
-  s->ITEM_LET("E", Variant());
-  s->ITEM_LET("F", false);
-  s->ITEM_LET("G", "0");
-  s->ITEM_LET("SUB.X", "");
-  s->ITEM_LET("SUB2.Y", 1);
+  LetAll(*s, "A", "", "B", 0, "C", 0.0, "D", Variant::Null(), "E", Variant(), "F", false, "G", "0", "SUB.X", "",
+         "SUB2.Y", 1);
   EXPECT_EQ(s->SCRIPTNOTEMPTY(), "F = False\r\nG = \"0\"\r\nSUB2 {\r\n\tY = 1\r\n}\r\n");
 }
 

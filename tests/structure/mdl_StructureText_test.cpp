@@ -5,15 +5,15 @@
 #include "frame/Error.h"
 #include "structure/cls_Structure.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
 // The tree of the examples in docs/API.md.
 StructurePtr Sample() {
   auto s = cls_Structure::New();
-  s->ITEM_LET("NAME", "Anna");
-  s->ITEM_LET("AGE", 7);
-  s->ITEM_LET("SUB.X", true);
+  LetAll(*s, "NAME", "Anna", "AGE", 7, "SUB.X", true);
   return s;
 }
 
@@ -56,10 +56,7 @@ TEST(StructureText, EmptyStructuresAndEmptyValues) {
   EXPECT_EQ(e->ENCODE(), "");
   EXPECT_EQ(e->VALUELISTTEXT(), "");
   auto s = cls_Structure::New();
-  s->ITEM_LET("A", "");
-  s->ITEM_LET("B", 0);
-  s->ITEM_LET("C", "x");
-  s->ITEM_LET("D.E", Variant());
+  LetAll(*s, "A", "", "B", 0, "C", "x", "D.E", Variant());
   EXPECT_EQ(s->TEXT(), "A:\r\nB: 0\r\nC: x\r\nD:\r\n  E:");
   EXPECT_EQ(s->TEXTNOTEMPTY(), "C: x");
 }
@@ -90,22 +87,10 @@ TEST(StructureText, EncodeDecodeRoundTrip) {
   auto s = cls_Structure::New();
   double when;
   ASSERT_TRUE(date::Parse("2024-05-01 12:30:00", when));
-  s->ITEM_LET("PLAIN", "Anna Maria");
-  s->ITEM_LET("NUMTEXT", "007");
-  s->ITEM_LET("AMP", "a&b=c%d+e");
-  s->ITEM_LET("UML", "Grüße");
-  s->ITEM_LET("PAD", " x ");
-  s->ITEM_LET("QUOTE", "\"quoted\"");
-  s->ITEM_LET("HASH", "#1#");
-  s->ITEM_LET("BRACES", "{}");
-  s->ITEM_LET("NUM", 2.5);
-  s->ITEM_LET("WHEN", Variant::Date(when));
-  s->ITEM_LET("NOTHING", Variant());
+  LetAll(*s, "PLAIN", "Anna Maria", "NUMTEXT", "007", "AMP", "a&b=c%d+e", "UML", "Grüße", "PAD", " x ", "QUOTE",
+         "\"quoted\"", "HASH", "#1#", "BRACES", "{}", "NUM", 2.5, "WHEN", Variant::Date(when), "NOTHING", Variant());
   s->ITEMBYID_LET("DOT.TED", 1);
-  s->ITEM_LET("EMPTYSUB", cls_Structure::New());
-  s->ITEM_LET("DEEP.ER.EST", false);
-  s->ITEM_LET("LIST", cls_Structure::New());
-  s->ITEM_LET("LIST.X", 1);
+  LetAll(*s, "EMPTYSUB", cls_Structure::New(), "DEEP.ER.EST", false, "LIST", cls_Structure::New(), "LIST.X", 1);
   auto list = s->ITEM_GET("LIST").as<cls_Structure>();
   list->ADD("unnamed");
 
@@ -143,9 +128,7 @@ TEST(StructureText, EncodeDecodeRoundTrip) {
 
 TEST(StructureText, StructuredParametersNestAndIndent) {
   auto s = cls_Structure::New();
-  s->ITEM_LET("A.B.C", 1);
-  s->ITEM_LET("A.D", "x");
-  s->ITEM_LET("E", 2);
+  LetAll(*s, "A.B.C", 1, "A.D", "x", "E", 2);
   EXPECT_EQ(s->PARAMETERSSTRUCTURED(), "A.B.C=1&A.D=x&E=2");
   EXPECT_EQ(s->PARAMETERSSTRUCTUREDINDENT("-", "|"), "--A.B.C=1|-A.D=x|E=2");
   EXPECT_EQ(s->TEXTVALUES(), "1\r\nx\r\n2");
