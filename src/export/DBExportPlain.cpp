@@ -8,6 +8,7 @@
 #include "database/enm_DBFieldType.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "frame/DoubleChars.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
@@ -40,9 +41,8 @@ void hReal(double pReal, PlainCell& c) {
   }
   c.kind = PlainKind::Real;
   c.real = pReal;
-  char b[40];
-  char* end = std::to_chars(b, b + sizeof b, pReal).ptr;
-  c.text.assign(b, end);
+  char b[number::kDoubleChars];
+  c.text.assign(b, number::ShortestChars(pReal, b));
   // A decimal keeps a fraction or exponent, so that it does not read back as a whole number.
   if (c.text.find_first_of(".e") == std::string::npos) c.text += ".0";
 }
