@@ -124,16 +124,19 @@ CsvStops hCsvStops(char delim) {
 }
 
 // One CSV record into rValues; false at the end of the file. rProblem names a flaw that spoils
-// only this record (the rest of its line is skipped); an unclosed quote raises pFail.
+// only this record (the rest of its line is skipped); an unclosed quote raises pFail. rAscii tells
+// that no value holds a byte past 0x7F, so they need no check of their encoding.
 // record -> value { DELIM value } (CRLF | LF | CR | EOF)
 // value  -> '"' { char | '""' } '"' | { char but DELIM, '"', CR, LF }
 // A record longer than pMax bytes raises pFail too.
 template <class FailFn>
 bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, size_t pMax,
-                std::vector<std::string>& rValues, int64_t& rLine, std::string& rProblem, const FailFn& pFail) {
+                std::vector<std::string>& rValues, int64_t& rLine, std::string& rProblem, bool& rAscii,
+                const FailFn& pFail) {
   size_t n = 0;     // values of this record; the strings of rValues are reused for their capacity
   size_t used = 0;  // bytes of the values before the current one
   rProblem.clear();
+  unsigned char high = 0;  // the bits of the bytes copied in runs, and of every other byte
   int c;
   for (;;) {  // blank lines hold no record
     rLine = s.line;
@@ -154,7 +157,10 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
     v.clear();
     return v;
   };
-  auto finish = [&] { rValues.resize(n); };
+  auto finish = [&] {
+    rValues.resize(n);
+    rAscii = !(high & 0x80);
+  };
   for (;;) {
     std::string& cur = next();
     if (c == '"') {
@@ -167,6 +173,7 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
           s.Get();
         }
         cur += static_cast<char>(c);
+        high |= static_cast<unsigned char>(c);
         bound(cur);
       }
       c = s.Get();
@@ -182,7 +189,9 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
       if (c != EOF && !pStops[static_cast<unsigned char>(c)]) {
         const size_t stop = s.buf.size();
         size_t end = s.pos;
-        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])]) ++end;
+        high |= static_cast<unsigned char>(c);
+        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])])
+          high |= static_cast<unsigned char>(s.buf[end++]);
         if (end < stop && s.buf[end] != '"') {
           cur.append(s.buf.data() + s.pos - 1, end - s.pos + 1);  // cur is empty
           s.pos = end;
@@ -198,10 +207,12 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
           return true;
         }
         cur += static_cast<char>(c);
+        high |= static_cast<unsigned char>(c);
         // The plain characters that follow are copied at once, straight from the buffer.
         const size_t stop = s.buf.size();
         size_t end = s.pos;
-        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])]) ++end;
+        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])])
+          high |= static_cast<unsigned char>(s.buf[end++]);
         cur.append(s.buf, s.pos, end - s.pos);
         s.pos = end;
         bound(cur);
@@ -330,7 +341,9 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
   int64_t line = 1;
   auto fail = [this](int64_t l, const std::string& m) { hFail(l, m); };
   // Values in UTF-8, or what is wrong with their bytes.
+  bool ascii = false;
   auto decode = [&](std::vector<std::string>& rValues) {
+    if (ascii) return true;  // plain ASCII reads the same in both encodings
     for (auto& v : rValues) {
       if (settings_.cp1252) {
         if (!hFromCp1252(v, problem)) return false;
@@ -343,10 +356,10 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
   };
   const auto max = static_cast<size_t>(mdl_Limits::Get(mdl_Limits::kImportLine));
   const CsvStops stops = hCsvStops(settings_.delimiter);
-  if (!hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, fail)) hFail(1, "no header row");
+  if (!hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, ascii, fail)) hFail(1, "no header row");
   if (!problem.empty() || !decode(values)) hFail(line, "header row: " + problem);
   columns_ = values;
-  while (hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, fail)) {
+  while (hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, ascii, fail)) {
     if (!problem.empty() || !decode(values)) {
       pBad(line, problem);
     } else if (values.size() != columns_.size()) {

@@ -71,6 +71,8 @@ struct TypeGuess {
 // when it does not fit the field's type.
 Variant hFit(const cls_DBField& pField, const std::string& pValue, std::string& rProblem) {
   using mdl_DBValueFit::Problem;
+  // a text field takes any value as it is, and stores it so
+  if (pField.TYPE == ID_DBFieldType_String) return Variant(std::string_view(pValue));
   mdl_DBValueFit::Result fit = mdl_DBValueFit::FIT(pField, pValue);
   const char* want = nullptr;
   switch (fit.problem) {
