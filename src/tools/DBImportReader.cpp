@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -124,19 +125,25 @@ CsvStops hCsvStops(char delim) {
 }
 
 // One CSV record into rValues; false at the end of the file. rProblem names a flaw that spoils
-// only this record (the rest of its line is skipped); an unclosed quote raises pFail. rAscii tells
-// that no value holds a byte past 0x7F, so they need no check of their encoding.
+// only this record (the rest of its line is skipped); an unclosed quote raises pFail. rHigh marks
+// the values that hold a byte past 0x7F (bit i for value i, bit 63 for every value from the 63rd
+// on): the others are plain ASCII and need no check of their encoding.
 // record -> value { DELIM value } (CRLF | LF | CR | EOF)
 // value  -> '"' { char | '""' } '"' | { char but DELIM, '"', CR, LF }
 // A record longer than pMax bytes raises pFail too.
 template <class FailFn>
 bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, size_t pMax,
-                std::vector<std::string>& rValues, int64_t& rLine, std::string& rProblem, bool& rAscii,
+                std::vector<std::string>& rValues, int64_t& rLine, std::string& rProblem, uint64_t& rHigh,
                 const FailFn& pFail) {
   size_t n = 0;     // values of this record; the strings of rValues are reused for their capacity
   size_t used = 0;  // bytes of the values before the current one
   rProblem.clear();
-  unsigned char high = 0;  // the bits of the bytes copied in runs, and of every other byte
+  unsigned char high = 0;  // the bits of the current value's bytes
+  rHigh = 0;
+  auto mark = [&] {
+    if (n > 0 && (high & 0x80)) rHigh |= uint64_t{1} << std::min<size_t>(n - 1, 63);
+    high = 0;
+  };
   int c;
   for (;;) {  // blank lines hold no record
     rLine = s.line;
@@ -151,6 +158,7 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
     if (used + cur.size() > pMax) pFail(rLine, hTooLong("record", pMax));
   };
   auto next = [&]() -> std::string& {
+    mark();
     if (n > 0) used += rValues[n - 1].size() + 1;
     if (n == rValues.size()) rValues.emplace_back();
     std::string& v = rValues[n++];
@@ -158,8 +166,8 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
     return v;
   };
   auto finish = [&] {
+    mark();
     rValues.resize(n);
-    rAscii = !(high & 0x80);
   };
   for (;;) {
     std::string& cur = next();
@@ -341,10 +349,12 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
   int64_t line = 1;
   auto fail = [this](int64_t l, const std::string& m) { hFail(l, m); };
   // Values in UTF-8, or what is wrong with their bytes.
-  bool ascii = false;
+  uint64_t high = 0;
   auto decode = [&](std::vector<std::string>& rValues) {
-    if (ascii) return true;  // plain ASCII reads the same in both encodings
-    for (auto& v : rValues) {
+    // plain ASCII reads the same in both encodings
+    for (size_t i = 0; high && i < rValues.size(); ++i) {
+      if (!(high >> std::min<size_t>(i, 63) & 1)) continue;
+      std::string& v = rValues[i];
       if (settings_.cp1252) {
         if (!hFromCp1252(v, problem)) return false;
       } else if (!text::IsUtf8(v)) {
@@ -356,10 +366,10 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
   };
   const auto max = static_cast<size_t>(mdl_Limits::Get(mdl_Limits::kImportLine));
   const CsvStops stops = hCsvStops(settings_.delimiter);
-  if (!hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, ascii, fail)) hFail(1, "no header row");
+  if (!hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, high, fail)) hFail(1, "no header row");
   if (!problem.empty() || !decode(values)) hFail(line, "header row: " + problem);
   columns_ = values;
-  while (hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, ascii, fail)) {
+  while (hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, high, fail)) {
     if (!problem.empty() || !decode(values)) {
       pBad(line, problem);
     } else if (values.size() != columns_.size()) {
