@@ -766,6 +766,13 @@ void SerializedRecordWriter::Item(std::string_view pKey, const Variant& pValue) 
   len_ = out.Size();
 }
 
+void SerializedRecordWriter::Text(std::string_view pKey, std::string_view pText) {
+  Out out(buf_, len_);
+  out.Put(pKey);
+  hPutString(out, pText);
+  len_ = out.Size();
+}
+
 std::string_view SerializedRecordWriter::End() {
   Out out(buf_, len_);
   out.Put("}", 1);
