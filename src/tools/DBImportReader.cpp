@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cstring>
 #include <iterator>
@@ -169,6 +170,47 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
     mark();
     rValues.resize(n);
   };
+  // The common record, a whole line in the buffer without quotes or a lone CR, is cut at its
+  // delimiters straight from the buffer.
+  if (c != '"') {
+    const char* first = s.buf.data() + s.pos - 1;  // c
+    const char* stop = s.buf.data() + s.buf.size();
+    const auto* lf = static_cast<const char*>(std::memchr(first, '\n', static_cast<size_t>(stop - first)));
+    const char* end = lf && lf > first && lf[-1] == '\r' ? lf - 1 : lf;
+    if (end && static_cast<size_t>(end - first) <= pMax && !std::memchr(first, '"', static_cast<size_t>(end - first)) &&
+        !std::memchr(first, '\r', static_cast<size_t>(end - first))) {
+      // eight bytes at a time: a zero byte in (word ^ delimiters) marks a delimiter
+      constexpr uint64_t kOnes = 0x0101010101010101ull, kHighs = 0x8080808080808080ull;
+      const uint64_t delims = kOnes * static_cast<unsigned char>(delim);
+      for (const char* p = first;;) {
+        const char* q = p;
+        uint64_t bits = 0;
+        for (; end - q >= 8; q += 8) {
+          uint64_t w;
+          std::memcpy(&w, q, 8);
+          const uint64_t x = w ^ delims;
+          const uint64_t hit = (x - kOnes) & ~x & kHighs;
+          if (hit) {
+            const int at = std::countr_zero(hit) / 8;  // the first delimiter (little-endian)
+            bits |= w & ((uint64_t{1} << (8 * at)) - 1);
+            q += at;
+            break;
+          }
+          bits |= w;
+        }
+        while (q < end && *q != delim) bits |= static_cast<unsigned char>(*q++);
+        std::string& v = next();
+        v.append(p, static_cast<size_t>(q - p));
+        high = (bits & kHighs) ? 0x80 : 0;
+        if (q == end) break;
+        p = q + 1;
+      }
+      s.pos = static_cast<size_t>(lf + 1 - s.buf.data());
+      ++s.line;
+      finish();
+      return true;
+    }
+  }
   for (;;) {
     std::string& cur = next();
     if (c == '"') {
