@@ -42,8 +42,9 @@ TEST(DBImportReader, CutsLinesAsTheGeneralReaderDoes) {
       {"a,b,c\nMüller,Straße 12345,x\n", "2:Müller|Straße 12345|x;"},
       {"a,b,c\nabcdefgh\xe4,x,y\n", "2!" + utf8 + ";"},
       {"a,b,c\nx,y,abcdefghijklmno\xe4\n", "2!" + utf8 + ";"},
-      {"a,b,c\n\"q,1\",2,3\nx,y\"z,1\n4,5,6\n", "2:q,1|2|3;3!a quote inside an unquoted value (quote the whole value "
-                                               "and write the quote \"\");4:4|5|6;"},
+      {"a,b,c\n\"q,1\",2,3\nx,y\"z,1\n4,5,6\n",
+       "2:q,1|2|3;3!a quote inside an unquoted value (quote the whole value "
+       "and write the quote \"\");4:4|5|6;"},
       {"a,b,c\n\"two\nlines\",2,3\n4,5,6\n", "2:two\nlines|2|3;4:4|5|6;"},
   };
   TempDir dir;
