@@ -48,6 +48,16 @@ Variant hTyped(const cls_DBField& f, const Variant& v) {
   return v;
 }
 
+// hTyped into rOut, taking v over where it stays as it is.
+void hTypedInto(const cls_DBField& f, Variant&& v, Variant& rOut) {
+  if (v.isString() && !v.str().empty() &&
+      (f.TYPE == ID_DBFieldType_Date || f.TYPE == ID_DBFieldType_Boolean || DBFieldTypeIsNumeric(f.TYPE))) {
+    rOut = hTyped(f, v);
+    return;
+  }
+  rOut = std::move(v);
+}
+
 // The typed value of the first used slot named by the atom, read straight from the node's slots;
 // Empty when there is none.
 Variant hSlotValue(const cls_Structure& pData, uint32_t pAtom, const cls_DBField& pField) {
@@ -655,7 +665,13 @@ class FileCursor : public cls_DBStore::EntryCursor {
         reader_(pReader),
         entry_(cls_Structure::New()),
         serializer_(*entry_->MANAGER_GET()),
-        records_(std::move(pRecords)) {}
+        records_(std::move(pRecords)) {
+    std::vector<uint32_t> atoms;  // the names in use (0: a name never met)
+    for (uint32_t a : reader_.atoms)
+      if (a) atoms.push_back(a);
+    std::sort(atoms.begin(), atoms.end());
+    distinct_ = std::adjacent_find(atoms.begin(), atoms.end()) == atoms.end();
+  }
   int64_t Count() const override { return records_ ? static_cast<int64_t>(records_->size()) : file_.Count(); }
   cls_DBStore::RecordSpan Span() const override { return span_; }
   bool Next(Variant& rID, std::vector<Variant>& rValues) override {
@@ -673,11 +689,26 @@ class FileCursor : public cls_DBStore::EntryCursor {
     rValues.resize(reader_.fields.size());
     seen_.assign(reader_.fields.size(), 0);
     // as in a structure, the first item of a name is the one read
+    const size_t fields = reader_.atoms.size();
+    size_t from = 0;  // where the search starts: entries mostly hold their items in field order
     auto item = [&](uint32_t pAtom, Variant&& pValue) {
-      for (size_t i = 0; i < reader_.atoms.size(); ++i)
-        if (pAtom && reader_.atoms[i] == pAtom && !seen_[i]) {
-          rValues[i] = hTyped(*reader_.fields[i], pValue);
-          seen_[i] = 1;
+      if (!pAtom) return;
+      if (!distinct_) {  // one item fills every field of its name
+        for (size_t i = 0; i < fields; ++i)
+          if (reader_.atoms[i] == pAtom && !seen_[i]) {
+            rValues[i] = hTyped(*reader_.fields[i], pValue);
+            seen_[i] = 1;
+          }
+        return;
+      }
+      for (size_t k = 0, i = from; k < fields; ++k, i = i + 1 == fields ? 0 : i + 1)
+        if (reader_.atoms[i] == pAtom) {
+          if (!seen_[i]) {
+            hTypedInto(*reader_.fields[i], std::move(pValue), rValues[i]);
+            seen_[i] = 1;
+          }
+          from = i + 1 == fields ? 0 : i + 1;
+          return;
         }
     };
     if (!serializer_.ReadFlat(content, item)) {
@@ -693,6 +724,7 @@ class FileCursor : public cls_DBStore::EntryCursor {
   StructurePtr entry_;
   cls_StructureSerializer serializer_;
   std::vector<char> seen_;
+  bool distinct_ = true;                                         // no two reader fields share a name
   std::optional<std::vector<cls_DBStore::RecordSpan>> records_;  // to visit; none: every one in file order
   size_t next_ = 0;
   cls_DBStore::RecordSpan span_;

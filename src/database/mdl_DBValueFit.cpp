@@ -33,8 +33,11 @@ namespace {
 // ISDATE, with the date read (of the trimmed text) in rDate.
 bool hIsDate(std::string_view pText, double& rDate) {
   std::string_view s = text::Trim(pText);
-  std::string_view day = s.substr(0, s.find(' '));
-  return day.find_first_of("-.") != std::string_view::npos && date::Parse(s, rDate);
+  for (char c : s) {
+    if (c == ' ') return false;  // no "-" or "." in the day part
+    if (c == '-' || c == '.') return date::Parse(s, rDate);
+  }
+  return false;
 }
 
 }  // namespace
@@ -46,8 +49,8 @@ bool ISDATE(std::string_view pText) {
 
 Result FIT(const cls_DBField& pField, std::string_view pValue) {
   Result out{std::string(pValue), Problem::None, {}};
-  const auto& members = pField.MembersParsed();
-  if (DBFieldTypeIsChoice(pField.TYPE) && !members.empty()) {
+  if (DBFieldTypeIsChoice(pField.TYPE) && !pField.MembersParsed().empty()) {
+    const auto& members = pField.MembersParsed();
     std::vector<std::string> picked =
         pField.TYPE == ID_DBFieldType_EnumMulti ? text::Split(pValue, ",") : std::vector<std::string>{out.value};
     out.value.clear();

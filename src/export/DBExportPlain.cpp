@@ -8,6 +8,7 @@
 #include "database/enm_DBFieldType.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "frame/DoubleChars.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "frame/mdl_Global.h"
@@ -30,7 +31,7 @@ void hWhole(int64_t pWhole, PlainCell& c) {
   c.kind = PlainKind::Integer;
   c.whole = pWhole;
   char b[24];
-  c.text.assign(b, std::to_chars(b, b + sizeof b, pWhole).ptr);
+  c.text.append(b, std::to_chars(b, b + sizeof b, pWhole).ptr);
 }
 
 void hReal(double pReal, PlainCell& c) {
@@ -40,11 +41,11 @@ void hReal(double pReal, PlainCell& c) {
   }
   c.kind = PlainKind::Real;
   c.real = pReal;
-  char b[40];
-  char* end = std::to_chars(b, b + sizeof b, pReal).ptr;
-  c.text.assign(b, end);
+  char b[number::kDoubleChars];
+  const size_t n = number::ShortestChars(pReal, b);
+  c.text.append(b, n);
   // A decimal keeps a fraction or exponent, so that it does not read back as a whole number.
-  if (c.text.find_first_of(".e") == std::string::npos) c.text += ".0";
+  if (!std::memchr(b, '.', n) && !std::memchr(b, 'e', n)) c.text.append(".0", 2);
 }
 
 // Every export is UTF-8: a byte that is not part of a valid UTF-8 character (older Latin-1 text)
@@ -92,7 +93,7 @@ void PlainOf(const Variant& v, int32_t pFieldType, PlainCell& c) {
         c.text = date::ToIso(v.rawDouble());
       } else {
         // A date without a time of day is written as the date alone.
-        c.text.assign(b, std::memcmp(b + 11, "00:00:00", 8) == 0 ? 10 : 19);
+        c.text.append(b, std::memcmp(b + 11, "00:00:00", 8) == 0 ? 10 : 19);
       }
       c.kind = PlainKind::Date;
       return;
@@ -103,7 +104,7 @@ void PlainOf(const Variant& v, int32_t pFieldType, PlainCell& c) {
                               pFieldType == ID_DBFieldType_Boolean))
         return;
       c.kind = PlainKind::Text;
-      if (text::IsAscii(v.str()) || text::IsUtf8(v.str())) c.text.assign(v.str());
+      if (text::IsUtf8(v.str())) c.text.append(v.str());
       else hFromLatin1(v.str(), c.text);
       return;
     case VarType::Object:

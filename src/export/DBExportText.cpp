@@ -1,6 +1,8 @@
 // DBExportText: CSV, TSV, JSON and JSON lines over the plain walk, through one row buffer.
 #include "export/DBExportText.h"
 
+#include <array>
+
 #include "export/DBExportPlain.h"
 #include "frame/Text.h"
 #include "structure/mdl_StructureJson.h"
@@ -11,16 +13,23 @@ namespace {
 
 constexpr size_t kFlushBytes = 1 << 16;
 
-// True when s holds one of the four characters (one pass; find_first_of scans the set per character).
-bool hHasAny(std::string_view s, const char (&pSet)[5]) {
-  for (char ch : s) {
-    if (ch == pSet[0] || ch == pSet[1] || ch == pSet[2] || ch == pSet[3]) return true;
-  }
+// The bytes a cell must not hold as they are, marked in a table: one look-up per byte of a cell.
+using CharSet = std::array<bool, 256>;
+constexpr CharSet hCharSet(std::string_view pChars) {
+  CharSet set{};
+  for (char ch : pChars) set[static_cast<unsigned char>(ch)] = true;
+  return set;
+}
+constexpr CharSet kCsvSpecial = hCharSet(",\"\r\n"), kTsvSpecial = hCharSet("\\\t\r\n");
+
+bool hHasAny(std::string_view s, const CharSet& pSet) {
+  for (char ch : s)
+    if (pSet[static_cast<unsigned char>(ch)]) return true;
   return false;
 }
 
 void hCsvCell(std::string& out, std::string_view s) {
-  if (!hHasAny(s, ",\"\r\n")) {
+  if (!hHasAny(s, kCsvSpecial)) {
     out += s;
     return;
   }
@@ -33,7 +42,7 @@ void hCsvCell(std::string& out, std::string_view s) {
 }
 
 void hTsvCell(std::string& out, std::string_view s) {
-  if (!hHasAny(s, "\\\t\r\n")) {
+  if (!hHasAny(s, kTsvSpecial)) {
     out += s;
     return;
   }

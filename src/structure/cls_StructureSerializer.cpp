@@ -12,6 +12,7 @@
 
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
+#include "frame/DoubleChars.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "structure/SerialCache.h"
@@ -620,10 +621,9 @@ size_t cls_StructureSerializer::DoubleText(double d, char* buf) {
   // PHP's whenever it has no exponent and at most 15 digits before the point (past 2^53 the plain
   // form spells out the exact integer, not the shortest digits).
   {
-    auto r = std::to_chars(q, q + 30, d);
-    const char* dot = std::find(q, r.ptr, '.');
-    if (r.ec == std::errc() && std::find(q, r.ptr, 'e') == r.ptr && dot - q <= 15)
-      return static_cast<size_t>(r.ptr - buf);
+    char* end = q + number::ShortestChars(d, q);
+    const char* dot = std::find(q, end, '.');
+    if (std::find(q, end, 'e') == end && dot - q <= 15) return static_cast<size_t>(end - buf);
   }
   // shortest round-trip digits and the decimal exponent, from the scientific form "d.ddde+XX"
   char sci[40];
@@ -763,6 +763,13 @@ void SerializedRecordWriter::Item(std::string_view pKey, const Variant& pValue) 
   Out out(buf_, len_);
   out.Put(pKey);
   hPutValue(out, pValue);
+  len_ = out.Size();
+}
+
+void SerializedRecordWriter::Text(std::string_view pKey, std::string_view pText) {
+  Out out(buf_, len_);
+  out.Put(pKey);
+  hPutString(out, pText);
   len_ = out.Size();
 }
 

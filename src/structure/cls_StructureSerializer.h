@@ -97,6 +97,8 @@ class SerializedRecordWriter {
   // Starts a record of pItems items; REQUIRES: that many Item calls follow, each name once.
   void Begin(size_t pItems);
   void Item(std::string_view pKey, const Variant& pValue);
+  // An item holding the text pText: the same as Item with a String of it, without making one.
+  void Text(std::string_view pKey, std::string_view pText);
   // The record's text, valid until the next Begin.
   std::string_view End();
 

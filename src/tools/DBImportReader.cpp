@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cstring>
 #include <iterator>
@@ -124,16 +126,25 @@ CsvStops hCsvStops(char delim) {
 }
 
 // One CSV record into rValues; false at the end of the file. rProblem names a flaw that spoils
-// only this record (the rest of its line is skipped); an unclosed quote raises pFail.
+// only this record (the rest of its line is skipped); an unclosed quote raises pFail. rHigh marks
+// the values that hold a byte past 0x7F (bit i for value i, bit 63 for every value from the 63rd
+// on): the others are plain ASCII and need no check of their encoding.
 // record -> value { DELIM value } (CRLF | LF | CR | EOF)
 // value  -> '"' { char | '""' } '"' | { char but DELIM, '"', CR, LF }
 // A record longer than pMax bytes raises pFail too.
 template <class FailFn>
 bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, size_t pMax,
-                std::vector<std::string>& rValues, int64_t& rLine, std::string& rProblem, const FailFn& pFail) {
+                std::vector<std::string>& rValues, int64_t& rLine, std::string& rProblem, uint64_t& rHigh,
+                const FailFn& pFail) {
   size_t n = 0;     // values of this record; the strings of rValues are reused for their capacity
   size_t used = 0;  // bytes of the values before the current one
   rProblem.clear();
+  unsigned char high = 0;  // the bits of the current value's bytes
+  rHigh = 0;
+  auto mark = [&] {
+    if (n > 0 && (high & 0x80)) rHigh |= uint64_t{1} << std::min<size_t>(n - 1, 63);
+    high = 0;
+  };
   int c;
   for (;;) {  // blank lines hold no record
     rLine = s.line;
@@ -148,13 +159,58 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
     if (used + cur.size() > pMax) pFail(rLine, hTooLong("record", pMax));
   };
   auto next = [&]() -> std::string& {
+    mark();
     if (n > 0) used += rValues[n - 1].size() + 1;
     if (n == rValues.size()) rValues.emplace_back();
     std::string& v = rValues[n++];
     v.clear();
     return v;
   };
-  auto finish = [&] { rValues.resize(n); };
+  auto finish = [&] {
+    mark();
+    rValues.resize(n);
+  };
+  // The common record, a whole line in the buffer without quotes or a lone CR, is cut at its
+  // delimiters straight from the buffer.
+  if (c != '"') {
+    const char* first = s.buf.data() + s.pos - 1;  // c
+    const char* stop = s.buf.data() + s.buf.size();
+    const auto* lf = static_cast<const char*>(std::memchr(first, '\n', static_cast<size_t>(stop - first)));
+    const char* end = lf && lf > first && lf[-1] == '\r' ? lf - 1 : lf;
+    if (end && static_cast<size_t>(end - first) <= pMax && !std::memchr(first, '"', static_cast<size_t>(end - first)) &&
+        !std::memchr(first, '\r', static_cast<size_t>(end - first))) {
+      // eight bytes at a time: a zero byte in (word ^ delimiters) marks a delimiter
+      constexpr uint64_t kOnes = 0x0101010101010101ull, kHighs = 0x8080808080808080ull;
+      const uint64_t delims = kOnes * static_cast<unsigned char>(delim);
+      for (const char* p = first;;) {
+        const char* q = p;
+        uint64_t bits = 0;
+        for (; end - q >= 8; q += 8) {
+          uint64_t w;
+          std::memcpy(&w, q, 8);
+          const uint64_t x = w ^ delims;
+          const uint64_t hit = (x - kOnes) & ~x & kHighs;
+          if (hit) {
+            const int at = std::countr_zero(hit) / 8;  // the first delimiter (little-endian)
+            bits |= w & ((uint64_t{1} << (8 * at)) - 1);
+            q += at;
+            break;
+          }
+          bits |= w;
+        }
+        while (q < end && *q != delim) bits |= static_cast<unsigned char>(*q++);
+        std::string& v = next();
+        v.append(p, static_cast<size_t>(q - p));
+        high = (bits & kHighs) ? 0x80 : 0;
+        if (q == end) break;
+        p = q + 1;
+      }
+      s.pos = static_cast<size_t>(lf + 1 - s.buf.data());
+      ++s.line;
+      finish();
+      return true;
+    }
+  }
   for (;;) {
     std::string& cur = next();
     if (c == '"') {
@@ -167,6 +223,7 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
           s.Get();
         }
         cur += static_cast<char>(c);
+        high |= static_cast<unsigned char>(c);
         bound(cur);
       }
       c = s.Get();
@@ -182,7 +239,9 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
       if (c != EOF && !pStops[static_cast<unsigned char>(c)]) {
         const size_t stop = s.buf.size();
         size_t end = s.pos;
-        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])]) ++end;
+        high |= static_cast<unsigned char>(c);
+        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])])
+          high |= static_cast<unsigned char>(s.buf[end++]);
         if (end < stop && s.buf[end] != '"') {
           cur.append(s.buf.data() + s.pos - 1, end - s.pos + 1);  // cur is empty
           s.pos = end;
@@ -198,10 +257,12 @@ bool hCsvRecord(DBImportReader::Source& s, char delim, const CsvStops& pStops, s
           return true;
         }
         cur += static_cast<char>(c);
+        high |= static_cast<unsigned char>(c);
         // The plain characters that follow are copied at once, straight from the buffer.
         const size_t stop = s.buf.size();
         size_t end = s.pos;
-        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])]) ++end;
+        while (end < stop && !pStops[static_cast<unsigned char>(s.buf[end])])
+          high |= static_cast<unsigned char>(s.buf[end++]);
         cur.append(s.buf, s.pos, end - s.pos);
         s.pos = end;
         bound(cur);
@@ -330,8 +391,12 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
   int64_t line = 1;
   auto fail = [this](int64_t l, const std::string& m) { hFail(l, m); };
   // Values in UTF-8, or what is wrong with their bytes.
+  uint64_t high = 0;
   auto decode = [&](std::vector<std::string>& rValues) {
-    for (auto& v : rValues) {
+    // plain ASCII reads the same in both encodings
+    for (size_t i = 0; high && i < rValues.size(); ++i) {
+      if (!(high >> std::min<size_t>(i, 63) & 1)) continue;
+      std::string& v = rValues[i];
       if (settings_.cp1252) {
         if (!hFromCp1252(v, problem)) return false;
       } else if (!text::IsUtf8(v)) {
@@ -343,10 +408,10 @@ void DBImportReader::hReadCsv(const RowFn& pRow, const BadFn& pBad) {
   };
   const auto max = static_cast<size_t>(mdl_Limits::Get(mdl_Limits::kImportLine));
   const CsvStops stops = hCsvStops(settings_.delimiter);
-  if (!hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, fail)) hFail(1, "no header row");
+  if (!hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, high, fail)) hFail(1, "no header row");
   if (!problem.empty() || !decode(values)) hFail(line, "header row: " + problem);
   columns_ = values;
-  while (hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, fail)) {
+  while (hCsvRecord(s, settings_.delimiter, stops, max, values, line, problem, high, fail)) {
     if (!problem.empty() || !decode(values)) {
       pBad(line, problem);
     } else if (values.size() != columns_.size()) {

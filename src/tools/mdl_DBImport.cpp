@@ -71,6 +71,8 @@ struct TypeGuess {
 // when it does not fit the field's type.
 Variant hFit(const cls_DBField& pField, const std::string& pValue, std::string& rProblem) {
   using mdl_DBValueFit::Problem;
+  // a text field takes any value as it is, and stores it so
+  if (pField.TYPE == ID_DBFieldType_String) return Variant(std::string_view(pValue));
   mdl_DBValueFit::Result fit = mdl_DBValueFit::FIT(pField, pValue);
   const char* want = nullptr;
   switch (fit.problem) {
@@ -239,7 +241,12 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
   // fill one field (the later value takes the earlier one's place in a structure).
   SerializedRecordWriter record;
   std::vector<std::string> keyOf;  // per column: its field's key piece
-  std::vector<std::pair<size_t, Variant>> row;
+  struct Cell {
+    size_t column;
+    Variant value;
+    bool text;  // the column's text as it was read
+  };
+  std::vector<Cell> row;
   auto direct = [&]() {
     if (!pOptions.textSink) return false;
     for (size_t c = keyOf.size(); c < fieldOf.size(); ++c) keyOf.push_back(SerializedRecordWriter::Key(fieldOf[c]->ID));
@@ -272,10 +279,24 @@ Result Import(cls_DBStore& rDB, const std::string& pFile, const Options& pOption
             checkedColumns = fieldOf.size();
           }
           if (textRows) {
+            // a text field's value is written as it was read (hFit keeps it as it is)
             row.clear();
-            if (!fitRow(line, values, [&](size_t c, Variant v) { row.emplace_back(c, std::move(v)); })) return;
+            for (size_t c = 0; c < values.size(); ++c) {
+              if (values[c].empty()) continue;
+              if (fieldOf[c]->TYPE == ID_DBFieldType_String) {
+                row.push_back({c, {}, true});
+                continue;
+              }
+              problem.clear();
+              Variant value = hFit(*fieldOf[c], values[c], problem);
+              if (!problem.empty()) return bad(line, problem);
+              row.push_back({c, std::move(value), false});
+            }
             record.Begin(row.size());
-            for (const auto& [c, v] : row) record.Item(keyOf[c], v);
+            for (const auto& cell : row) {
+              if (cell.text) record.Text(keyOf[cell.column], values[cell.column]);
+              else record.Item(keyOf[cell.column], cell.value);
+            }
             pOptions.textSink(record.End(), rows);
             ++result.imported;
             return;

@@ -47,6 +47,9 @@ class ImportTest(ScratchTest):
             ("quote.csv", "Name,Age\nX\"y,1\n", "quote.csv:2: a quote inside an unquoted value"),
             ("type.csv", "Name,Age\nX,1\nY,old\n", "type.csv:3: AGE: 'old' is not a whole number"),
             ("utf8.csv", b"Name,Age\nX\xe4,1\n", "utf8.csv:2: invalid UTF-8"),
+            ("quoted.csv", b"Name,Age\nX,1\n\"a,\xe4\",2\n", "quoted.csv:3: invalid UTF-8"),
+            ("first.csv", b"Name,Age\n\xe4,1\n", "first.csv:2: invalid UTF-8"),
+            ("wide.csv", b"Name,Age\n" + b"X," * 69 + b"\xe4\n", "wide.csv:2: invalid UTF-8"),
             ("bad.json", "[{\"Name\": \"X\"},\n {\"Name\": }]", "bad.json:2: malformed JSON"),
             ("col.jsonl", "{\"Nope\": 1}\n", "col.jsonl:1: column 'Nope' matches no field"),
         ]

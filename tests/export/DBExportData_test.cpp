@@ -160,16 +160,22 @@ TEST(DBExportData, StreamedDatabaseExportsWhatTheLoadedOneDoes) {
   auto db = hData();
   for (int i = 4; i <= 3000; ++i) db->ENTRYFIELD_LET(i, "NOTE", std::string(static_cast<size_t>(i % 700), 'x'));
   db->ENTRYFIELD_LET(2000, "NOTE", std::string(600000, 'y'));  // one record larger than a read window
-  ASSERT_TRUE(db->EXPORTDB(1, Variant(file)));                 // the binary form, records across read windows
+  // items out of field order, and one that is no field
+  auto reversed = cls_Structure::New();
+  for (const char* item : {"EXTRA", "COLOR", "NOTE", "AGE", "NAME"}) reversed->ITEM_LET(item, std::string(item) + "1");
+  reversed->ITEM_LET("AGE", 7);
+  db->ENTRYADD(3001, reversed);
+  ASSERT_TRUE(db->EXPORTDB(1, Variant(file)));  // the binary form, records across read windows
   auto loaded = std::make_shared<cls_DB>(), streamed = std::make_shared<cls_DB>();
   ASSERT_TRUE(loaded->DBOPEN(file, file + ".header"));
   auto settings = cls_Structure::New();
   settings->ITEM_LET("STREAM", true);
   ASSERT_TRUE(streamed->DBOPEN(file, file + ".header", false, settings));
   EXPECT_TRUE(streamed->DBSTREAMED_GET() && streamed->DBREADONLY_GET());
-  EXPECT_EQ(streamed->ENTRYCOUNT(), 3000);
+  EXPECT_EQ(streamed->ENTRYCOUNT(), 3001);
   using F = mdl_DBExport::TextFormat;
   for (F f : {F::Csv, F::Json}) EXPECT_EQ(hText(*streamed, f), hText(*loaded, f));
+  EXPECT_NE(hText(*streamed, F::Csv).find("\r\nNAME1,7,,,,,NOTE1,COLOR1\r\n"), std::string::npos);
   ASSERT_TRUE(streamed->EXPORTFILE(1, dir / "s.htm", "HTM") && loaded->EXPORTFILE(1, dir / "l.htm", "HTM"));
   EXPECT_EQ(ReadAll(dir / "s.htm"), ReadAll(dir / "l.htm"));
   // What needs the entries at hand says so instead of exporting none.
