@@ -212,8 +212,9 @@ Variant hLiteral(std::string_view s, Literal& rKind, std::string& rError) {
       return Variant(t);
     }
     case '{':
-      if (s == "{}") rKind = Literal::kEmptyStruct;
-      return rKind == Literal::kEmptyStruct ? Variant() : Variant(s);
+      if (s != "{}") return Variant(s);
+      rKind = Literal::kEmptyStruct;
+      return Variant();
     case '#':
       if (s.size() >= 2 && s.back() == '#') {
         double d;
@@ -318,14 +319,20 @@ class Parser {
  public:
   Parser(cls_StructureManager& m, int32_t id, size_t textBytes)
       : m_(m), gapBudget_(mdl_Limits::UnusedSlotBudget(textBytes)), maxDepth_(static_cast<size_t>(MaxDepth())) {
-    // a node without named items is fresh: only this reader gives it names
-    const auto& items = m.Items(id);
-    stack_.push_back({id, 0, 0, items.size() == 1 && !items[0].used, 0, 0, {}, {}});
+    // a node without items is fresh: only this reader gives it names
+    const bool fresh = m.Valid(id) && m.Items(id).size() == 1 && !m.Items(id)[0].used;
+    stack_.push_back({id, 0, 0, fresh, 0, 0, {}, {}});
   }
   Parser(const Parser&) = delete;
   Parser& operator=(const Parser&) = delete;
   ~Parser() {
-    for (size_t i = 1; i < stack_.size(); ++i) m_.Release(stack_[i].id);
+    for (size_t i = 1; i < stack_.size(); ++i) {
+      try {
+        m_.Release(stack_[i].id);
+      } catch (...) {
+        // a destructor must not throw; the manager has reported the error
+      }
+    }
   }
 
   // Reads every line; pFast false takes each line the general way (for tests that compare).
