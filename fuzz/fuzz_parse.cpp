@@ -1,11 +1,27 @@
 // libFuzzer target for PARSE, the reader of the script form. Any input must either parse or raise
 // rykel::Error; whatever parses must write back (SCRIPT) to a text that parses to the same script.
+// The reader's quick way and its general way must give the same tree or the same error.
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "frame/Error.h"
 #include "structure/cls_Structure.h"
+#include "structure/mdl_StructureScript.h"
+
+namespace {
+
+// The tree (SCRIPT) or the error and what was written before it.
+std::string hRead(std::string_view text, bool quick) {
+  auto s = rykel::cls_Structure::New();
+  try {
+    rykel::mdl_StructureScript::Parse(*s->MANAGER_GET(), s->SID_GET(), text, quick);
+  } catch (const rykel::Error& e) { return e.description + "\n" + s->SCRIPT(); }
+  return s->SCRIPT();
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool quiet = [] {
@@ -14,6 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }();
   (void)quiet;
   std::string_view text(reinterpret_cast<const char*>(data), size);
+  if (hRead(text, true) != hRead(text, false)) __builtin_trap();
   auto s = rykel::cls_Structure::New();
   try {
     s->PARSE(text);

@@ -76,8 +76,21 @@ std::string hReadAll(int pFd, uint64_t pHint, const std::string& pWhat, const st
   const uint64_t max = static_cast<uint64_t>(mdl_Limits::Get(mdl_Limits::kInputSize));
   std::string data;
   if (pHint > 0) {
+    // a file of known size is read straight into the text, in one call when the kernel allows
     mdl_Limits::CheckInputSize(pHint, pWhat);
-    data.reserve(static_cast<size_t>(pHint));
+    data.resize(static_cast<size_t>(pHint));
+    size_t got = 0;
+    while (got < data.size()) {
+      ssize_t n = ::read(pFd, data.data() + got, data.size() - got);
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        hRaiseErrno(errno, "Cannot read", pName);
+      }
+      if (n == 0) break;
+      got += static_cast<size_t>(n);
+    }
+    data.resize(got);
+    if (got < pHint) return data;  // the file ended early: it shrank since its size was taken
   }
   char buf[65536];
   for (;;) {

@@ -74,7 +74,9 @@ std::string Write(cls_StructureManager& m, int32_t pID, int32_t pIndentation, bo
 void WriteNode(std::string& rOut, cls_StructureManager& m, int32_t pID, int32_t pLevel, int pDepth);
 // The reader behind PARSE: adds the items of pText to the node. Raises 1000 on bad input, and when
 // its "[i]" names open more unused slots in total than mdl_Limits::UnusedSlotBudget allows.
-void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText);
+// Lines of the usual shapes are read by a quick way; pQuick false reads every line the general
+// way, which must give the same tree or the same error (tests compare the two).
+void Parse(cls_StructureManager& m, int32_t pID, std::string_view pText, bool pQuick = true);
 // Removes every item of the node (releasing sub-structures) and resets it to a new node's state.
 void Empty(cls_StructureManager& m, int32_t pID);
 // Moves the items and HASZERO of pFrom into pTo (which must be empty).
