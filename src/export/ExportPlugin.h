@@ -1,13 +1,8 @@
-// ExportPlugin: the heavy exporters live in plug-ins, shared objects of their own beside librykel
-// that are loaded on first use: "pdf" (librykel_pdf.so: cairo and pango), "calc"
-// (librykel_calc.so: the office's UNO libraries) and "sqlite" (librykel_sqlite.so: libsqlite3).
-// A process that never writes those formats neither maps their libraries nor pays for resolving
-// their symbols at start-up.
+// ExportPlugin: the tables of the exporter plug-ins (frame/Plugin.h), loaded on first use: "pdf"
+// (librykel_pdf.so: cairo and pango), "calc" (librykel_calc.so: the office's UNO libraries) and
+// "sqlite" (librykel_sqlite.so: libsqlite3).
 //
-// Each plug-in defines one table, a C symbol "rykel_plugin_<name>" whose first member is the
-// library version it was built for; a plug-in of another version is refused.
-//
-//   auto sink = ExportPlugin::Table<PdfPlugin>("pdf").make(file, layout, name);
+//   auto sink = Plugin::Table<PdfPlugin>("pdf").make(file, layout, name);
 #pragma once
 
 #include <memory>
@@ -16,6 +11,7 @@
 
 #include "export/cls_DBExport.h"
 #include "export/cls_DBExportCalc.h"
+#include "frame/Plugin.h"
 
 namespace rykel {
 
@@ -38,20 +34,4 @@ struct SqlitePlugin {
                 const StructurePtr& pSettings);
 };
 
-namespace ExportPlugin {
-
-// The file of plug-in pName: "librykel_<name>.so" in the folder librykel was loaded from.
-std::string FILE(const std::string& pName);
-
-// Loads plug-in pName once per process and returns its table. Raises kFileNotFound naming the
-// file when it is missing and kFileIO naming it when it cannot be loaded, has no table or was
-// built for another version.
-const void* hTable(const std::string& pName);
-
-template <class T>
-const T& Table(const std::string& pName) {
-  return *static_cast<const T*>(hTable(pName));
-}
-
-}  // namespace ExportPlugin
 }  // namespace rykel

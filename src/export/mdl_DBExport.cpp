@@ -127,7 +127,7 @@ bool EXPORTEXCEL(cls_DBStore& rDB, const Variant& pView, const std::string& pFil
     }
     if (auto calc = hCalcOptions(pSettings, pFile)) {
       rDB.DEBUGTRACK_LET("EXPORTEXCEL-3");
-      auto office = ExportPlugin::Table<CalcPlugin>("calc").make(pFile, *calc, split, std::move(values));
+      auto office = Plugin::Table<CalcPlugin>("calc").make(pFile, *calc, split, std::move(values));
       if (!office->START()) return hCannotStart();
       walk.WALK({office.get()});
       rDB.DEBUGTRACK_LET("EXPORTEXCEL-4");
@@ -167,7 +167,7 @@ bool EXPORTPDF(cls_DBStore& rDB, const Variant& pView, const std::string& pFile,
     std::string name = walk.TABLE().titleText;
     if (name.empty()) name = CStr(layout->ITEM_GET("TITLE.TEXT"));
     if (name.empty()) name = walk.VIEW()->NAME;
-    auto pdf = ExportPlugin::Table<PdfPlugin>("pdf").make(pFile, layout, name);
+    auto pdf = Plugin::Table<PdfPlugin>("pdf").make(pFile, layout, name);
     walk.WALK({pdf.get()});
     hShowInfo(pSettings, pFile, walk.TABLE().rows);
     return true;

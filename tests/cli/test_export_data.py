@@ -69,7 +69,7 @@ class DbExportDataTest(ScratchTest):
         broken = self.write("librykel_sqlite.so", "not a shared object")
         env = dict(os.environ, LD_LIBRARY_PATH=self.dir.name)
         for fmt, words in (("pdf", ["'%s'" % self.path("librykel_pdf.so"), "is missing", "#53"]),
-                           ("sqlite", ["cannot load the export plug-in '%s'" % broken, "#57"]), ("xlsx", [])):
+                           ("sqlite", ["cannot load the plug-in '%s'" % broken, "#57"]), ("xlsx", [])):
             r = run("db", "export", "p.ry-dbb", "--format", fmt, "--out", "p." + fmt, env=env)
             self.assertEqual(r.returncode, 1 if words else 0, (fmt, r.stderr))
             self.assertEqual(os.path.exists("p." + fmt), not words, fmt)

@@ -1,5 +1,5 @@
-// ExportPlugin: finds, loads and checks the exporter plug-ins.
-#include "export/ExportPlugin.h"
+// Plugin: finds, loads and checks the plug-ins.
+#include "frame/Plugin.h"
 
 #include <dlfcn.h>
 
@@ -10,7 +10,7 @@
 
 #include "frame/Error.h"
 
-namespace rykel::ExportPlugin {
+namespace rykel::Plugin {
 
 std::string FILE(const std::string& pName) {
   // The folder of the object this function is in: librykel, in the build tree or where installed.
@@ -30,18 +30,17 @@ const void* hTable(const std::string& pName) {
   std::string file = FILE(pName);
   std::error_code ec;
   if (!std::filesystem::exists(file, ec)) {
-    Raise(err::kFileNotFound,
-          "the export plug-in '" + file + "' is missing (it is installed beside librykel): cannot write " + pName);
+    Raise(err::kFileNotFound, "the plug-in '" + file + "' is missing (it is installed beside librykel)");
   }
   void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (!handle) Raise(err::kFileIO, "cannot load the export plug-in '" + file + "': " + ::dlerror());
+  if (!handle) Raise(err::kFileIO, "cannot load the plug-in '" + file + "': " + ::dlerror());
   std::string symbol = "rykel_plugin_" + pName;
   auto* table = static_cast<const char* const*>(::dlsym(handle, symbol.c_str()));
   std::string fault;
   if (!table) {
-    fault = "'" + file + "' is not an export plug-in (it has no " + symbol + ")";
+    fault = "'" + file + "' is not a plug-in (it has no " + symbol + ")";
   } else if (std::strcmp(*table, RYKEL_VERSION) != 0) {
-    fault = "the export plug-in '" + file + "' is of version " + *table + ", the library of " RYKEL_VERSION;
+    fault = "the plug-in '" + file + "' is of version " + *table + ", the library of " RYKEL_VERSION;
   }
   if (!fault.empty()) {
     ::dlclose(handle);
@@ -52,4 +51,4 @@ const void* hTable(const std::string& pName) {
   return table;
 }
 
-}  // namespace rykel::ExportPlugin
+}  // namespace rykel::Plugin
