@@ -92,9 +92,8 @@ void hServe(const ServeOptions& o) {
   };
   cls_SiteServer server(std::move(site), options);
   if (!o.databases.empty())
-    server.MOUNT([browser](const WebRequest& pRequest, WebResponse& rResponse) {
-      return browser->HANDLE(pRequest, rResponse);
-    });
+    server.MOUNT(
+        [browser](const WebRequest& pRequest, WebResponse& rResponse) { return browser->HANDLE(pRequest, rResponse); });
 
   if (pipe2(gStopPipe, O_CLOEXEC) != 0) Fail(kExitError, "cannot make the stop pipe");
   struct sigaction action {};
