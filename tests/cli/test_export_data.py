@@ -65,6 +65,10 @@ class DbExportDataTest(ScratchTest):
         lib = os.path.join(os.path.dirname(os.path.abspath(shutil.which(CLI) or CLI)), "librykel.so.0")
         if not os.path.exists(lib):
             self.skipTest("the program is not run from the build tree")
+        # The program starts without the libraries of the plug-ins, the web server and ICU.
+        r = run(env=dict(os.environ, LD_TRACE_LOADED_OBJECTS="1"))
+        heavy = ("libcairo", "libpango", "libsqlite3", "libuno_", "libcpp-httplib", "libssl", "libicuuc")
+        self.assertEqual([h for h in heavy if h in r.stdout], [])
         shutil.copy(lib, self.path("librykel.so.0"))
         broken = self.write("librykel_sqlite.so", "not a shared object")
         env = dict(os.environ, LD_LIBRARY_PATH=self.dir.name)
