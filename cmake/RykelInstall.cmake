@@ -1,5 +1,7 @@
 # What `cmake --install build --prefix P` puts under P:
 #   lib/librykel.so.<version> (+ SONAME link and .so)       the library
+#   lib/librykel_web.so                                      the web server
+#   lib/librykel_{pdf,calc,sqlite,serve}.so                  the plug-ins, beside the library
 #   include/rykel/<area>/<header>.h                          the public headers, as the sources include them
 #   bin/rykel                                                the program
 #   lib/python3.<minor>/site-packages/rykel*.so              the Python module (RYKEL_PYTHON_INSTALL_DIR)
@@ -15,6 +17,12 @@ target_compile_features(rykel PUBLIC cxx_std_20)
 set_target_properties(rykel-cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
 install(TARGETS rykel EXPORT rykelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# The library loads its plug-ins from its own folder; they find librykel_web there too.
+install(TARGETS rykel_weblib LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+foreach(plugin ${RYKEL_PLUGIN_NAMES})
+  set_property(TARGET rykel_${plugin} APPEND PROPERTY INSTALL_RPATH "$ORIGIN")
+  install(TARGETS rykel_${plugin} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endforeach()
 # The public headers: the classes and operations docs/API.md documents, the Variant and Error
 # types. What they include goes with them; every other header stays in the source tree.
 set(RYKEL_PUBLIC_HEADERS

@@ -16,8 +16,8 @@
 namespace rykel {
 
 namespace {
-constexpr size_t kChunk = 256 * 1024;  // bytes read at a time; a larger record widens the window
-constexpr size_t kSeekChunk = 4096;    // after a jump: a record of its own, not the records around it
+constexpr size_t kChunk = 64 * 1024;  // bytes read at a time; a larger record widens the window
+constexpr size_t kSeekChunk = 4096;   // after a jump: a record of its own, not the records around it
 }  // namespace
 
 template <class Fn>
@@ -60,8 +60,15 @@ bool DBBinaryFile::hMore() {
   window_.erase(0, pos_);
   base_ += static_cast<int64_t>(pos_);
   pos_ = 0;
-  size_t have = window_.size();
-  window_.resize(have + std::max(chunk_, have));
+  size_t have = window_.size(), need = have + std::max(chunk_, have);
+  if (need > window_.capacity()) {
+    // Exactly as wide as needed: growing in place would double the capacity (and the memory held).
+    std::string wider;
+    wider.reserve(need);
+    wider.assign(window_);
+    window_.swap(wider);
+  }
+  window_.resize(need);
   ssize_t n;
   do { n = ::read(fd_, window_.data() + have, window_.size() - have); } while (n < 0 && errno == EINTR);
   if (n < 0) {

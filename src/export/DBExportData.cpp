@@ -1,8 +1,8 @@
 // DBExportData: picks the data writer for a format word.
 #include "export/DBExportData.h"
 
-#include "export/DBExportSqlite.h"
 #include "export/DBExportText.h"
+#include "export/ExportPlugin.h"
 #include "frame/Error.h"
 #include "frame/FileIO.h"
 #include "frame/Text.h"
@@ -16,7 +16,7 @@ bool EXPORT(cls_DBStore& rDB, const std::string& pFormat, const std::string& pFi
     if (TEXTFORMAT(pFormat, text)) {
       fileio::WriteFileAtomicStream(pFile, [&](std::FILE* out) { EXPORTTEXT(rDB, out, text, pView, pIDs, pSettings); });
     } else if (text::UCase(pFormat) == "SQLITE") {
-      EXPORTSQLITE(rDB, pFile, pView, pIDs, pSettings);
+      Plugin::Table<SqlitePlugin>("sqlite").write(rDB, pFile, pView, pIDs, pSettings);
     } else {
       Raise(err::kInvalidCall, "unknown export format '" + pFormat + "' (csv, tsv, json, jsonl or sqlite)");
     }

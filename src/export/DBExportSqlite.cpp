@@ -7,6 +7,7 @@
 
 #include "database/enm_DBFieldType.h"
 #include "export/DBExportPlain.h"
+#include "export/ExportPlugin.h"
 #include "frame/Error.h"
 #include "frame/FileIO.h"
 #include "frame/Text.h"
@@ -155,3 +156,5 @@ void EXPORTSQLITE(cls_DBStore& rDB, const std::string& pFile, const Variant& pVi
 }
 
 }  // namespace rykel::mdl_DBExport
+
+extern "C" const rykel::SqlitePlugin rykel_plugin_sqlite = {RYKEL_VERSION, rykel::mdl_DBExport::EXPORTSQLITE};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "export/ExportPlugin.h"
 #include "export/cls_DBExportWorkbook.h"
 #include "frame/Text.h"
 
@@ -525,4 +526,16 @@ void cls_DBExportCalc::Impl::hClose() {
 
 #endif
 
+namespace {
+
+std::unique_ptr<cls_DBExportCalc> hMake(std::string pFile, CalcOptions pOptions, int32_t pSplitColumn,
+                                        std::vector<std::string> pSheetValues) {
+  return std::make_unique<cls_DBExportCalc>(std::move(pFile), std::move(pOptions), pSplitColumn,
+                                            std::move(pSheetValues));
+}
+
+}  // namespace
+
 }  // namespace rykel
+
+extern "C" const rykel::CalcPlugin rykel_plugin_calc = {RYKEL_VERSION, rykel::hMake};

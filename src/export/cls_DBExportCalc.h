@@ -15,6 +15,8 @@
 // colours, an auto filter over header and rows, panes frozen below the header (kept in the file
 // by LibreOffice 24.2 and later; 7.4 drops them for a hidden document) and optimal column widths.
 //
+// The class lives in the "calc" plug-in (ExportPlugin.h): the library makes one through the
+// plug-in's table and reaches START and WRITE through the virtual table, never by name.
 // Without the UNO SDK at build time START always fails.
 #pragma once
 
@@ -44,14 +46,14 @@ class cls_DBExportCalc : public ExportSink {
   // True when this build can drive the office at all.
   static bool AVAILABLE();
   // Spawns the office. False when it cannot be started.
-  bool START();
+  virtual bool START();
   void BEGIN(const ExportTable& pTable) override;
   void ROW(const ExportRow& pRow) override;
   void END() override;
   // Connects to the office started by START, builds the workbook and stores it. Returns false
   // when no connection could be made (the office is missing, crashed or never listened); raises
   // on any later failure (kFileIO when the file cannot be stored, kInternal otherwise).
-  bool WRITE();
+  virtual bool WRITE();
 
  private:
   struct Impl;

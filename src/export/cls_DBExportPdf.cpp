@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "database/DBEntryText.h"
+#include "export/ExportPlugin.h"
 #include "frame/Convert.h"
 #include "frame/DateTime.h"
 #include "frame/Error.h"
@@ -237,4 +238,14 @@ void cls_DBExportPdf::END() {
   });
 }
 
+namespace {
+
+std::unique_ptr<ExportSink> hMake(std::string pFile, StructurePtr pLayout, std::string pName) {
+  return std::make_unique<cls_DBExportPdf>(std::move(pFile), std::move(pLayout), std::move(pName));
+}
+
+}  // namespace
+
 }  // namespace rykel
+
+extern "C" const rykel::PdfPlugin rykel_plugin_pdf = {RYKEL_VERSION, rykel::hMake};

@@ -5,10 +5,9 @@
 #include <set>
 
 #include "database/DBEntryText.h"
+#include "export/ExportPlugin.h"
 #include "export/cls_DBExport.h"
-#include "export/cls_DBExportCalc.h"
 #include "export/cls_DBExportHtml.h"
-#include "export/cls_DBExportPdf.h"
 #include "export/cls_DBExportWorkbook.h"
 #include "frame/Convert.h"
 #include "frame/Error.h"
@@ -128,11 +127,11 @@ bool EXPORTEXCEL(cls_DBStore& rDB, const Variant& pView, const std::string& pFil
     }
     if (auto calc = hCalcOptions(pSettings, pFile)) {
       rDB.DEBUGTRACK_LET("EXPORTEXCEL-3");
-      cls_DBExportCalc office(pFile, *calc, split, std::move(values));
-      if (!office.START()) return hCannotStart();
-      walk.WALK({&office});
+      auto office = Plugin::Table<CalcPlugin>("calc").make(pFile, *calc, split, std::move(values));
+      if (!office->START()) return hCannotStart();
+      walk.WALK({office.get()});
       rDB.DEBUGTRACK_LET("EXPORTEXCEL-4");
-      if (!office.WRITE()) return hCannotStart();
+      if (!office->WRITE()) return hCannotStart();
       hShowInfo(pSettings, pFile, table.rows);
       return true;
     }
@@ -168,8 +167,8 @@ bool EXPORTPDF(cls_DBStore& rDB, const Variant& pView, const std::string& pFile,
     std::string name = walk.TABLE().titleText;
     if (name.empty()) name = CStr(layout->ITEM_GET("TITLE.TEXT"));
     if (name.empty()) name = walk.VIEW()->NAME;
-    cls_DBExportPdf pdf(pFile, layout, name);
-    walk.WALK({&pdf});
+    auto pdf = Plugin::Table<PdfPlugin>("pdf").make(pFile, layout, name);
+    walk.WALK({pdf.get()});
     hShowInfo(pSettings, pFile, walk.TABLE().rows);
     return true;
   });

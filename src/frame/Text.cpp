@@ -1,15 +1,45 @@
 #include "frame/Text.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
+#include <unicode/uvernum.h>
+
+#include "frame/Error.h"
 
 namespace rykel::text {
 
 namespace {
+
+// ICU's case mapping, loaded with the first text beyond ASCII: a process that sees only ASCII
+// (most exports) neither maps libicuuc nor resolves its symbols at start-up. The names are ICU's
+// versioned ones (u_toupper is a macro for u_toupper_72), so the library must be the version the
+// headers are of.
+#define RYKEL_TEXT_NAME2(x) #x
+#define RYKEL_TEXT_NAME(x) RYKEL_TEXT_NAME2(x)
+struct IcuCase {
+  UChar32 (*upper)(UChar32);
+  UChar32 (*lower)(UChar32);
+};
+
+const IcuCase& hIcu() {
+  static const IcuCase icu = [] {
+    const char* file = "libicuuc.so." U_ICU_VERSION_SHORT;
+    void* lib = ::dlopen(file, RTLD_NOW | RTLD_LOCAL);
+    if (!lib) Raise(err::kFileNotFound, std::string("cannot load ICU for the case of a text: ") + ::dlerror());
+    IcuCase found{reinterpret_cast<UChar32 (*)(UChar32)>(::dlsym(lib, RYKEL_TEXT_NAME(u_toupper))),
+                  reinterpret_cast<UChar32 (*)(UChar32)>(::dlsym(lib, RYKEL_TEXT_NAME(u_tolower)))};
+    if (!found.upper || !found.lower)
+      Raise(err::kFileIO, std::string(file) + " lacks " RYKEL_TEXT_NAME(u_toupper) " or " RYKEL_TEXT_NAME(u_tolower));
+    return found;
+  }();
+  return icu;
+}
 
 // Length of the UTF-8 sequence starting with byte c (1 for stray bytes).
 inline size_t hSeqLen(unsigned char c) {
@@ -141,7 +171,7 @@ std::string UCase(std::string_view s) {
       if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
     return out;
   }
-  return hMapCase(s, [](UChar32 c) { return u_toupper(c); });
+  return hMapCase(s, hIcu().upper);
 }
 
 void UCaseInPlace(std::string& s) {
@@ -160,7 +190,7 @@ std::string LCase(std::string_view s) {
       if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
     return out;
   }
-  return hMapCase(s, [](UChar32 c) { return u_tolower(c); });
+  return hMapCase(s, hIcu().lower);
 }
 
 std::string_view LTrim(std::string_view s) {

@@ -1,9 +1,10 @@
 import csv
 import json
 import os
+import shutil
 import sqlite3
 
-from support import ScratchTest, ok, run
+from support import CLI, ScratchTest, ok, run
 
 
 class DbExportDataTest(ScratchTest):
@@ -54,3 +55,24 @@ class DbExportDataTest(ScratchTest):
         self.assertEqual(r.returncode, 1)
         self.assertIn("nodir", r.stderr)
 
+
+    def test_missing_or_broken_plugin_is_named(self):
+        # The library alone in a folder, found first through LD_LIBRARY_PATH: the plug-ins beside it
+        # are missing (pdf) or not a shared object (sqlite); the workbook needs none.
+        lib = os.path.join(os.path.dirname(os.path.abspath(shutil.which(CLI) or CLI)), "librykel.so.0")
+        if not os.path.exists(lib):
+            self.skipTest("the program is not run from the build tree")
+        # The program starts without the libraries of the plug-ins, the web server and ICU.
+        r = run(env=dict(os.environ, LD_TRACE_LOADED_OBJECTS="1"))
+        heavy = ("libcairo", "libpango", "libsqlite3", "libuno_", "libcpp-httplib", "libssl", "libicuuc")
+        self.assertEqual([h for h in heavy if h in r.stdout], [])
+        shutil.copy(lib, self.path("librykel.so.0"))
+        broken = self.write("librykel_sqlite.so", "not a shared object")
+        env = dict(os.environ, LD_LIBRARY_PATH=self.dir.name)
+        for fmt, words in (("pdf", ["'%s'" % self.path("librykel_pdf.so"), "is missing", "#53"]),
+                           ("sqlite", ["cannot load the plug-in '%s'" % broken, "#57"]), ("xlsx", [])):
+            r = run("db", "export", "p.ry-dbb", "--format", fmt, "--out", "p." + fmt, env=env)
+            self.assertEqual(r.returncode, 1 if words else 0, (fmt, r.stderr))
+            self.assertEqual(os.path.exists("p." + fmt), not words, fmt)
+            for w in words:
+                self.assertIn(w, r.stderr, fmt)

@@ -11,7 +11,7 @@ trap 'rm -rf "$prefix"' EXIT
 cmake --install "$build" --prefix "$prefix" >/dev/null
 for f in bin/rykel include/rykel/interpreter/cls_KEL.h include/rykel/modules/mod_KELDB.h include/rykel/host/cls_DB.h \
          lib/cmake/rykel/rykelConfig.cmake lib/cmake/rykel/rykelConfigVersion.cmake \
-         lib/pkgconfig/rykel.pc share/man/man1/rykel.1; do
+         lib/pkgconfig/rykel.pc share/man/man1/rykel.1 lib/librykel_pdf.so lib/librykel_calc.so lib/librykel_sqlite.so; do
   [[ -e "$prefix/$f" ]] || { echo "not installed: $f"; exit 1; }
 done
 # Only the public headers go out: the interpreter's run stages stay in the source tree.
@@ -43,4 +43,11 @@ pydir=$(cd "$prefix" && ls -d lib/python3*/site-packages)
 env -u LD_LIBRARY_PATH PYTHONPATH="$prefix/$pydir" /usr/bin/python3 -c \
   'import rykel; k = rykel.cls_KEL(); k.MODULES.ADD(rykel.mod_KELDB()); print(k.PROCESS("{DB:COUNT}", None))' \
   | grep -q 'No database open'
+# The installed library loads its exporter plug-ins from its own folder.
+env -u LD_LIBRARY_PATH "$prefix/bin/rykel" db new "$prefix/p.ry-dbb" --field NAME:STRING >/dev/null
+env -u LD_LIBRARY_PATH "$prefix/bin/rykel" db add "$prefix/p.ry-dbb" NAME=Anna >/dev/null
+for fmt in pdf sqlite; do
+  env -u LD_LIBRARY_PATH "$prefix/bin/rykel" db export "$prefix/p.ry-dbb" --format $fmt --out "$prefix/p.$fmt" >/dev/null
+  [[ -s "$prefix/p.$fmt" ]] || { echo "no $fmt written by the installed program"; exit 1; }
+done
 echo "installed and used from $prefix"
