@@ -23,8 +23,8 @@ struct PdfPlugin {
 
 struct CalcPlugin {
   const char* version;
-  std::unique_ptr<cls_DBExportCalc> (*make)(std::string pFile, CalcOptions pOptions, int32_t pSplitColumn,
-                                            std::vector<std::string> pSheetValues);
+  std::unique_ptr<CalcExport> (*make)(std::string pFile, CalcOptions pOptions, int32_t pSplitColumn,
+                                      std::vector<std::string> pSheetValues);
 };
 
 struct SqlitePlugin {

@@ -528,8 +528,8 @@ void cls_DBExportCalc::Impl::hClose() {
 
 namespace {
 
-std::unique_ptr<cls_DBExportCalc> hMake(std::string pFile, CalcOptions pOptions, int32_t pSplitColumn,
-                                        std::vector<std::string> pSheetValues) {
+std::unique_ptr<CalcExport> hMake(std::string pFile, CalcOptions pOptions, int32_t pSplitColumn,
+                                  std::vector<std::string> pSheetValues) {
   return std::make_unique<cls_DBExportCalc>(std::move(pFile), std::move(pOptions), pSplitColumn,
                                             std::move(pSheetValues));
 }

@@ -16,7 +16,8 @@
 // by LibreOffice 24.2 and later; 7.4 drops them for a hidden document) and optimal column widths.
 //
 // The class lives in the "calc" plug-in (ExportPlugin.h): the library makes one through the
-// plug-in's table and reaches START and WRITE through the virtual table, never by name.
+// plug-in's table and knows it only as a CalcExport, an interface of its own, so nothing of the
+// class (not even its type information) is needed before the plug-in is loaded.
 // Without the UNO SDK at build time START always fails.
 #pragma once
 
@@ -36,7 +37,18 @@ struct CalcOptions {
   std::string password;             // file-open password; empty: not encrypted
 };
 
-class cls_DBExportCalc : public ExportSink {
+// The Calc export as the library drives it.
+class CalcExport : public ExportSink {
+ public:
+  // Spawns the office. False when it cannot be started.
+  virtual bool START() = 0;
+  // Connects to the office started by START, builds the workbook and stores it. Returns false
+  // when no connection could be made (the office is missing, crashed or never listened); raises
+  // on any later failure (kFileIO when the file cannot be stored, kInternal otherwise).
+  virtual bool WRITE() = 0;
+};
+
+class cls_DBExportCalc : public CalcExport {
  public:
   // pSplitColumn: index into the table's columns whose values split the sheets, or -1.
   cls_DBExportCalc(std::string pFile, CalcOptions pOptions, int32_t pSplitColumn = -1,
@@ -45,15 +57,11 @@ class cls_DBExportCalc : public ExportSink {
 
   // True when this build can drive the office at all.
   static bool AVAILABLE();
-  // Spawns the office. False when it cannot be started.
-  virtual bool START();
+  bool START() override;
   void BEGIN(const ExportTable& pTable) override;
   void ROW(const ExportRow& pRow) override;
   void END() override;
-  // Connects to the office started by START, builds the workbook and stores it. Returns false
-  // when no connection could be made (the office is missing, crashed or never listened); raises
-  // on any later failure (kFileIO when the file cannot be stored, kInternal otherwise).
-  virtual bool WRITE();
+  bool WRITE() override;
 
  private:
   struct Impl;
