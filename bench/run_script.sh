@@ -12,18 +12,7 @@ ours=$("$bin" --benchmark_filter='BM_(Parse|Load|Script|Save)$' --benchmark_form
 import json, sys
 d = json.load(sys.stdin)
 print(" ".join("%s=%.3f" % (b["name"], b["cpu_time"]) for b in d["benchmarks"]))')
-php_ms=$(php -d memory_limit=1G -r '
-$t = [];
-for ($r = 0; $r < 10000; $r++) {
-  $t["R$r"] = ["ID" => $r, "FIRSTNAME" => "Anna" . ($r % 97), "LASTNAME" => "Müller-$r",
-    "STREET" => "Hauptstraße " . ($r % 200), "ZIPCODE" => (string)(10000 + $r % 9000), "CITY" => "Berlin",
-    "AGE" => 18 + $r % 60, "SCORE" => $r * 0.25, "ACTIVE" => $r % 3 == 0, "NOTE" => "line one\r\nline \"two\""];
-}
-$s = serialize($t);
-function cpu() { $r = getrusage(); return $r["ru_utime.tv_sec"] * 1e3 + $r["ru_utime.tv_usec"] / 1e3 + $r["ru_stime.tv_sec"] * 1e3 + $r["ru_stime.tv_usec"] / 1e3; }
-$n = 0; $start = cpu();
-do { $x = unserialize($s); $n++; } while (cpu() - $start < 2000);
-printf("%.3f", (cpu() - $start) / $n);')
+php_ms=$(php -d memory_limit=1G bench/peer_script.php time)
 echo "script form, 100,000 values (CPU ms per run): $ours"
 echo "php unserialize of the same tree: ${php_ms} CPU ms"
 /usr/bin/python3 - "$ours" "$php_ms" <<'PY'

@@ -33,18 +33,7 @@ for op in Parse:PARSE Load:LOAD; do
   printf '%-16s' "$fn:"
   per_call "$OUT/script_$bm.callgrind" "mdl_StructureScript::Parse("
 done
-cat >"$OUT/script_peer.php" <<'PHP'
-<?php
-$t = [];
-for ($r = 0; $r < 10000; $r++) {
-  $t["R$r"] = ["ID" => $r, "FIRSTNAME" => "Anna" . ($r % 97), "LASTNAME" => "Müller-$r",
-    "STREET" => "Hauptstraße " . ($r % 200), "ZIPCODE" => (string)(10000 + $r % 9000), "CITY" => "Berlin",
-    "AGE" => 18 + $r % 60, "SCORE" => $r * 0.25, "ACTIVE" => $r % 3 == 0, "NOTE" => "line one\r\nline \"two\""];
-}
-$s = serialize($t);
-for ($i = 0; $i < 3; $i++) $x = unserialize($s);  // per_call divides by these 3 calls
-PHP
 valgrind --tool=callgrind --compress-strings=no --callgrind-out-file="$OUT/script_php.callgrind" \
-  --toggle-collect='php_unserialize_with_options' php -d memory_limit=1G "$OUT/script_peer.php" >/dev/null 2>&1
+  --toggle-collect='php_unserialize_with_options' php -d memory_limit=1G bench/peer_script.php count 3 >/dev/null 2>&1
 printf '%-16s' "php unserialize:"
 per_call "$OUT/script_php.callgrind" "" 3

@@ -123,6 +123,27 @@ int hHex(char c) {
   return -1;
 }
 
+// The character of the escape whose letter is at p (after the backslash; end: the text's end),
+// with in rUsed the characters it takes from p on; -1 when it is none (an "\x" needs two hex digits).
+int hEscape(const char* p, const char* end, int& rUsed) {
+  rUsed = 1;
+  switch (*p) {
+    case '\\': return '\\';
+    case '"': return '"';
+    case 'r': return '\r';
+    case 'n': return '\n';
+    case 't': return '\t';
+    case 'x': {
+      const int h1 = end - p > 1 ? hHex(p[1]) : -1;
+      const int h2 = end - p > 2 ? hHex(p[2]) : -1;
+      if (h1 < 0 || h2 < 0) return -1;
+      rUsed = 3;
+      return h1 * 16 + h2;
+    }
+    default: return -1;
+  }
+}
+
 // Reads a quoted text starting at s[0] == '"'; rEnd is the offset after the closing quote.
 bool hReadQuoted(std::string_view s, std::string& rOut, size_t& rEnd, std::string& rError) {
   rOut.clear();
@@ -138,26 +159,14 @@ bool hReadQuoted(std::string_view s, std::string& rOut, size_t& rEnd, std::strin
       return true;
     }
     if (++i == s.size()) break;
-    switch (s[i]) {
-      case '\\': rOut += '\\'; break;
-      case '"': rOut += '"'; break;
-      case 'r': rOut += '\r'; break;
-      case 'n': rOut += '\n'; break;
-      case 't': rOut += '\t'; break;
-      case 'x': {
-        int h1 = i + 1 < s.size() ? hHex(s[i + 1]) : -1;
-        int h2 = i + 2 < s.size() ? hHex(s[i + 2]) : -1;
-        if (h1 < 0 || h2 < 0) {
-          rError = "'\\x' needs two hexadecimal digits";
-          return false;
-        }
-        rOut += static_cast<char>(h1 * 16 + h2);
-        i += 2;
-        break;
-      }
-      default: rError = std::string("unknown escape '\\") + s[i] + "'"; return false;
+    int used;
+    const int c = hEscape(s.data() + i, s.data() + s.size(), used);
+    if (c < 0) {
+      rError = s[i] == 'x' ? "'\\x' needs two hexadecimal digits" : std::string("unknown escape '\\") + s[i] + "'";
+      return false;
     }
-    ++i;
+    rOut += static_cast<char>(c);
+    i += static_cast<size_t>(used);
   }
   rError = "unfinished string (closing '\"' expected)";
   return false;
@@ -620,23 +629,11 @@ class Parser {
       if (p == end || *p == '\r' || *p == '\n') return nullptr;
       if (*p == '"') break;
       if (++p == end) return nullptr;  // after the backslash
-      switch (*p) {
-        case '\\': buf += '\\'; break;
-        case '"': buf += '"'; break;
-        case 'r': buf += '\r'; break;
-        case 'n': buf += '\n'; break;
-        case 't': buf += '\t'; break;
-        case 'x': {
-          const int h1 = end - p > 1 ? hHex(p[1]) : -1;
-          const int h2 = end - p > 2 ? hHex(p[2]) : -1;
-          if (h1 < 0 || h2 < 0) return nullptr;
-          buf += static_cast<char>(h1 * 16 + h2);
-          p += 2;
-          break;
-        }
-        default: return nullptr;
-      }
-      run = ++p;
+      int used;
+      const int c = hEscape(p, end, used);
+      if (c < 0) return nullptr;
+      buf += static_cast<char>(c);
+      run = p += used;
       while (p < end && !kQuoteStop[static_cast<unsigned char>(*p)]) ++p;
     }
     rText = buf;
