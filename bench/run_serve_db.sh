@@ -10,7 +10,8 @@ entries=${RYKEL_SERVE_DB_ENTRIES:-100000}
 dir=$OUT/serve_db
 db=$dir/contacts.ry-dbb
 if [ ! -s "$db" ] || [ "$(build/rykel db info "$db" | sed -n 's/^Entries: //p')" != "$entries" ]; then
-  PYTHONPATH=build/python $PY examples/python/contacts.py "$dir" "$entries" | head -1
+  PYTHONPATH=build/python $PY examples/python/contacts.py "$dir" "$entries" >"$dir/contacts.txt"
+  head -1 "$dir/contacts.txt"
 fi
 export PYTHONPATH=build/python:$PYTHONPATH RYKEL_QUIET=1
 
