@@ -22,6 +22,10 @@ constexpr size_t kSeekChunk = 4096;   // after a jump: a record of its own, not 
 
 template <class Fn>
 auto DBBinaryFile::hParse(const Fn& pRead) {
+  // The window is topped up before it runs low, so that a record is rarely cut at its end: a
+  // parse that runs past the end raises, and the unwinding costs far more than the read. A record
+  // larger than half a chunk may still be cut; it is parsed again once the window has more.
+  if (!atEnd_ && window_.size() - pos_ < chunk_ / 2) hMore();
   for (;;) {
     ValueReader r(std::string_view(window_).substr(pos_));
     try {
