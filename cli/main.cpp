@@ -1,10 +1,12 @@
 // rykel: the command-line host of the component. main is the one place where a command's failure
 // is caught and printed: one message on stderr, exit 1 for runtime errors and 2 for usage errors.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <new>
+#include <string_view>
 
 #include "CommandFailure.h"
 #include "Commands.h"
@@ -61,6 +63,29 @@ std::string hUnknownCommand(CLI::App& app, int argc, char** argv) {
   return {};
 }
 
+// The program's commands in the order --help lists them; the commands of "db" come from five files.
+struct CommandGroup {
+  std::string_view name;
+  void (*add)(CLI::App&);
+};
+constexpr CommandGroup kCommandGroups[] = {
+    {"classes", AddClassesCommand}, {"struct", AddStructCommands}, {"serialized", AddSerializedCommands},
+    {"tree", AddTreeCommands},      {"db", AddDbCommands},         {"db", AddQueryCommands},
+    {"db", AddDbExportCommand},     {"db", AddSchemaCommands},     {"db", AddDbImportCommand},
+    {"render", AddRenderCommand},   {"check", AddCheckCommand},    {"build", AddBuildCommand},
+    {"serve", AddServeCommand},     {"random", AddRandomCommands}, {"help", AddHelpCommand}};
+
+// A run names its command first ("rykel db export ..."): only that command's tree is built, which
+// spares the program the options of every other command (most of its start-up and a good part of
+// its memory). Anything else (an option, an unknown name, help) gets every command, since it may
+// list them.
+void hAddCommands(CLI::App& app, std::string_view pFirst) {
+  bool known = pFirst != "help" && std::any_of(std::begin(kCommandGroups), std::end(kCommandGroups),
+                                               [&](const CommandGroup& g) { return g.name == pFirst; });
+  for (const CommandGroup& g : kCommandGroups)
+    if (!known || g.name == pFirst) g.add(app);
+}
+
 int hRun(CLI::App& app, int argc, char** argv) {
   if (std::string unknown = hUnknownCommand(app, argc, argv); !unknown.empty())
     return ReportFailure("rykel", unknown + " (see rykel --help)", kExitUsage);
@@ -110,21 +135,7 @@ int main(int argc, char** argv) {
     CLI::App app{"rykel: KEL templates, structures and a small file database"};
     app.set_version_flag("--version", std::string("rykel ") + RYKEL_VERSION);
     app.require_subcommand(1);
-    AddClassesCommand(app);
-    AddStructCommands(app);
-    AddSerializedCommands(app);
-    AddTreeCommands(app);
-    AddDbCommands(app);
-    AddQueryCommands(app);
-    AddDbExportCommand(app);
-    AddSchemaCommands(app);
-    AddDbImportCommand(app);
-    AddRenderCommand(app);
-    AddCheckCommand(app);
-    AddBuildCommand(app);
-    AddServeCommand(app);
-    AddRandomCommands(app);
-    AddHelpCommand(app);
+    hAddCommands(app, argc > 1 ? argv[1] : "");
     return hRun(app, argc, argv);
   } catch (const std::bad_alloc&) {
     // No allocation from here on: the message is a literal.

@@ -16,12 +16,16 @@
 namespace rykel {
 
 namespace {
-constexpr size_t kChunk = 64 * 1024;  // bytes read at a time; a larger record widens the window
+constexpr size_t kChunk = 32 * 1024;  // bytes read at a time; a larger record widens the window
 constexpr size_t kSeekChunk = 4096;   // after a jump: a record of its own, not the records around it
 }  // namespace
 
 template <class Fn>
 auto DBBinaryFile::hParse(const Fn& pRead) {
+  // The window is topped up before it runs low, so that a record is rarely cut at its end: a
+  // parse that runs past the end raises, and the unwinding costs far more than the read. A record
+  // larger than half a chunk may still be cut; it is parsed again once the window has more.
+  if (!atEnd_ && window_.size() - pos_ < chunk_ / 2) hMore();
   for (;;) {
     ValueReader r(std::string_view(window_).substr(pos_));
     try {
@@ -60,7 +64,8 @@ bool DBBinaryFile::hMore() {
   window_.erase(0, pos_);
   base_ += static_cast<int64_t>(pos_);
   pos_ = 0;
-  size_t have = window_.size(), need = have + std::max(chunk_, have);
+  // The window stays one chunk wide (read when half of it is left); a longer record doubles it.
+  size_t have = window_.size(), need = std::max(chunk_, 2 * have);
   if (need > window_.capacity()) {
     // Exactly as wide as needed: growing in place would double the capacity (and the memory held).
     std::string wider;
