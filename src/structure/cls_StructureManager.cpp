@@ -89,6 +89,28 @@ struct UpperKey {
   }
 };
 
+// Whether two texts are equal, for the name comparisons of lookups: names are short, so the bytes
+// are compared as at most two overlapping words here instead of in a library call. No byte past
+// either text is read.
+inline bool hSameText(std::string_view a, std::string_view b) {
+  const size_t n = a.size();
+  if (n != b.size()) return false;
+  const char* p = a.data();
+  const char* q = b.data();
+  if (n > 16) return std::memcmp(p, q, n) == 0;
+  auto same = [&](size_t at, auto word) {
+    decltype(word) x, y;
+    std::memcpy(&x, p + at, sizeof x);
+    std::memcpy(&y, q + at, sizeof y);
+    return x == y;
+  };
+  if (n >= 8) return same(0, uint64_t{}) && same(n - 8, uint64_t{});
+  if (n >= 4) return same(0, uint32_t{}) && same(n - 4, uint32_t{});
+  for (size_t i = 0; i < n; ++i)
+    if (p[i] != q[i]) return false;
+  return true;
+}
+
 // The length of a path's first part: up to the first "." or the end.
 inline size_t hPartLength(std::string_view s) {
   const void* dot = s.empty() ? nullptr : std::memchr(s.data(), '.', s.size());
@@ -209,14 +231,7 @@ bool cls_StructureManager::Valid(int32_t pID) const {
   return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && nodes_[pID].live;
 }
 
-int32_t cls_StructureManager::Alloc() {
-  if (freeCount_ > 0 && free_[freeCount_] != 0) [[likely]] {  // a free id: nothing can fail
-    const int32_t id = free_[freeCount_];
-    free_[freeCount_] = 0;
-    --freeCount_;
-    hLive(id);
-    return id;
-  }
+int32_t cls_StructureManager::hAllocSlow() {
   return Guard(kClass, "Alloc", [&] {
     int32_t id = 0;
     if (freeCount_ > 0) {
@@ -249,20 +264,24 @@ int32_t cls_StructureManager::Alloc() {
   });
 }
 
-void cls_StructureManager::hLive(int32_t id) {
-  Node& node = nodes_[id];
-  node.refs = 1;
-  node.items.clear();  // slot 0 is implied until something is written
-  node.unused = 0;
-  node.live = true;
-}
-
 void cls_StructureManager::AddRef(int32_t pID) {
   Node& n = hNode(pID);
   n.refs = static_cast<int16_t>(static_cast<uint16_t>(n.refs) + 1);
 }
 
-void cls_StructureManager::Release(int32_t pID) {
+void cls_StructureManager::ReleaseNoThrow(int32_t pID) noexcept {
+  try {
+    Release(pID);
+  } catch (...) {
+    // a handle's end must not throw; the error was already reported by the error policy
+  }
+}
+
+void cls_StructureManager::hLastHandleEnded() {
+  std::shared_ptr<cls_StructureManager> last = std::move(keep_);  // may end the manager on return
+}
+
+void cls_StructureManager::hReleaseSlow(int32_t pID) {
   if (terminated_) return;
   if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size()) [[unlikely]] {
     GuardVoid(kClass, "Release", [&] { hBadNode(pID); });
@@ -340,12 +359,12 @@ void cls_StructureManager::hFree(int32_t pID) {
 StructurePtr cls_StructureManager::Ref(int32_t pID) {
   return Guard(kClass, "Ref", [&] {
     AddRef(pID);
-    return cls_Structure::Attach(shared_from_this(), pID);
+    return cls_Structure::Attach(*this, pID);
   });
 }
 
 StructurePtr cls_StructureManager::CONVERT(int32_t pID) {
-  return Guard(kClass, "CONVERT", [&] { return cls_Structure::Attach(shared_from_this(), pID); });
+  return Guard(kClass, "CONVERT", [&] { return cls_Structure::Attach(*this, pID); });
 }
 
 void cls_StructureManager::Initialize(int32_t pID) { CLEAR(pID); }
@@ -484,7 +503,10 @@ int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) {
 }
 
 int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom, uint32_t hash) {
-  Node& n = hNode(pID);
+  return hFindIn(hNode(pID), atom, hash);
+}
+
+int32_t cls_StructureManager::hFindIn(Node& n, uint32_t atom, uint32_t hash) {
   if (atom == 0) return -1;
   NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
   if (ix) return ix->Find(hash, [&](int32_t s) { return n.items[s].name == atom; });
@@ -495,7 +517,7 @@ int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_
   if (upper.empty()) return -1;
   // a big node is searched by the name's hash alone: no trip through the name table
   NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
-  if (ix) return ix->Find(hash, [&](int32_t s) { return names_.Name(n.items[s].name) == upper; });
+  if (ix) return ix->Find(hash, [&](int32_t s) { return hSameText(names_.Name(n.items[s].name), upper); });
   uint32_t atom = names_.Find(upper, hash);
   return atom ? hScan(n, atom) : -1;
 }
@@ -786,15 +808,16 @@ void cls_StructureManager::hLetIndex(int32_t pID, int64_t index, const Variant& 
   hLet(pID, std::to_string(index), pValue, false);
 }
 
-void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex) {
+void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex,
+                                bool pDotted) {
   int32_t node = pID;
   std::string_view rest = upper;
   bool asDefault = false;
   for (;;) {
-    Node* n = &hNode(node);
+    Node* n = &hNode(node);  // the one check of the node per step: the rest works on *n
     n->flags |= kChanged;
     const bool dm = asDefault || (n->flags & kDefaultMode);
-    const size_t len = hPartLength(rest);
+    const size_t len = pDotted ? hPartLength(rest) : rest.size();
     const std::string_view part = rest.substr(0, len);
     const bool last = len == rest.size();
     int64_t idx;
@@ -817,8 +840,24 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
     // a name new to the table cannot be in any node yet: no search needed
     const size_t known = names_.Count();
     uint32_t atom = names_.Intern(part, hash);
-    int32_t slot = names_.Count() > known ? -1 : hFindSlot(node, atom, hash);
+    int32_t slot = names_.Count() > known ? -1 : hFindIn(*n, atom, hash);
     if (slot >= 0 && last && dm) return;  // a default never overwrites
+    if (last && !pValue.isObject()) [[likely]] {
+      // a plain value: no sub-structure to link, so the slot is filled here directly
+      if (slot < 0 && n->unused == 0 && !((n->flags & kHasZero) && (n->items.empty() || !n->items[0].used))) {
+        // no unused slot to take: the new item goes after MAX, built in place
+        if (n->items.empty()) n->items.resize(1);  // slot 0 is implied in a fresh node
+        if (n->items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max())) [[unlikely]]
+          hTooManySlots();
+        const auto added = static_cast<int32_t>(n->items.size());
+        n->items.emplace_back(Item{Variant(pValue), atom, 0, true, false});
+        if (n->extra) hIndexInsert(*n, atom, added, &hash);
+        return;
+      }
+      if (slot < 0) slot = hNewSlot(*n, atom);
+      hFill(*n, slot, Variant(pValue), 0, &hash);
+      return;
+    }
     if (slot < 0) slot = hNewSlot(*n, atom);
     if (last) {
       hStore(node, slot, pValue, &hash);
@@ -841,7 +880,7 @@ void cls_StructureManager::ITEM_LET(int32_t pID, const Variant& pKey, const Vari
       hLetIndex(pID, hKeyIndex(pKey), pValue, pForceIndex);
     } else if (pKey.isString()) {
       UpperKey k(pKey.str());
-      hLet(pID, k.view, pValue, pForceIndex);
+      hLet(pID, k.view, pValue, pForceIndex, k.dotted);
     } else {
       const std::string keyText = CStr(pKey);  // UpperKey may keep a view of it
       UpperKey k(keyText);

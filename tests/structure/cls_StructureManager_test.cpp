@@ -341,6 +341,30 @@ TEST(StructureHandle, PooledHandlesOutliveTheirThread) {
   EXPECT_EQ(s->MANAGER_GET()->HandleCount(), before);
 }
 
+TEST(StructureHandle, ManagerLivesWhileItHasHandles) {
+  // handles point at their manager plainly: the manager stays while one of them does, whoever
+  // else let go of it, and ends with the last one (through MANAGER_SET too)
+  auto m = Fresh();
+  std::weak_ptr<cls_StructureManager> seen = m;
+  auto a = m->CONVERT(m->Alloc());
+  auto b = a->Ref();
+  m.reset();
+  EXPECT_EQ(a->MANAGER_GET(), seen.lock());
+  a.reset();
+  ASSERT_FALSE(seen.expired());
+  b->ITEM_LET("x.y", 1);
+  EXPECT_EQ(CLng(b->ITEM_GET("X.Y")), 1);
+  auto other = Fresh();
+  ASSERT_EQ(other->Alloc(), b->SID_GET());  // the node id the handle takes along is one of other's
+  b->MANAGER_SET(other);
+  EXPECT_TRUE(seen.expired());
+  other.reset();
+  b->MANAGER_SET(b->MANAGER_GET());  // its only manager again: it must not end on the way
+  EXPECT_EQ(b->MANAGER_GET()->HandleCount(), 1);
+  b->ITEM_LET("z", 2);
+  EXPECT_EQ(CLng(b->ITEM_GET("Z")), 2);
+}
+
 TEST(StructureItems, ChildIdsBeyondSixteenBits) {
   auto m = Fresh();
   const int32_t root = m->Alloc();
