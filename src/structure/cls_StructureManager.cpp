@@ -89,6 +89,34 @@ struct UpperKey {
   }
 };
 
+// Whether a key of up to 16 bytes is a plain name as it stands: ASCII, no lower-case letter, no
+// ".". Such keys (the common case of a lookup) need no UpperKey: no copy and no general scan. The
+// bytes are read as two overlapping words, never past the end.
+inline bool hPlainUpper(std::string_view s) {
+  const size_t n = s.size();
+  const char* p = s.data();
+  uint64_t w = 0;
+  if (n > 16 || n == 0) return false;
+  if (n >= 8) {
+    uint64_t a, b;
+    std::memcpy(&a, p, 8);
+    std::memcpy(&b, p + n - 8, 8);
+    if (((a | b) & UpperKey::kHigh) != 0) return false;
+    return !(UpperKey::hLowerMask(a) | UpperKey::hLowerMask(b) | UpperKey::hDotMask(a) | UpperKey::hDotMask(b));
+  }
+  if (n >= 4) {
+    uint32_t a, b;
+    std::memcpy(&a, p, 4);
+    std::memcpy(&b, p + n - 4, 4);
+    w = (static_cast<uint64_t>(a) << 32) | b;
+  } else {
+    w = (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
+        (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
+  }
+  // zero bytes of a short key are neither lower-case, high nor a dot
+  return !(w & UpperKey::kHigh) && !(UpperKey::hLowerMask(w) | UpperKey::hDotMask(w));
+}
+
 // Whether two texts are equal, for the name comparisons of lookups: names are short, so the bytes
 // are compared as at most two overlapping words here instead of in a library call. No byte past
 // either text is read.
@@ -725,7 +753,12 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
   return Guard(kClass, "ITEM.GET", [&]() -> Variant {
     if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
     if (pKey.isString()) {
-      UpperKey k(pKey.str());
+      const std::string_view key = pKey.str();
+      if (!pForceIndex && hPlainUpper(key) && key != "COUNT") [[likely]] {
+        const int32_t slot = hFindName(hNode(pID), key, NameTable::Hash(key));
+        return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
+      }
+      UpperKey k(key);
       // a plain name: one lookup in this node, no path walk
       if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") {
         const int32_t slot = hFindName(hNode(pID), k.view, NameTable::Hash(k.view));
@@ -879,7 +912,10 @@ void cls_StructureManager::ITEM_LET(int32_t pID, const Variant& pKey, const Vari
     if (hIsNumberKey(pKey)) {
       hLetIndex(pID, hKeyIndex(pKey), pValue, pForceIndex);
     } else if (pKey.isString()) {
-      UpperKey k(pKey.str());
+      const std::string_view key = pKey.str();
+      if (hPlainUpper(key)) [[likely]]
+        return hLet(pID, key, pValue, pForceIndex, false);
+      UpperKey k(key);
       hLet(pID, k.view, pValue, pForceIndex, k.dotted);
     } else {
       const std::string keyText = CStr(pKey);  // UpperKey may keep a view of it
