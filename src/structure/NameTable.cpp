@@ -1,5 +1,7 @@
 #include "structure/NameTable.h"
 
+#include "structure/SameText.h"
+
 #include <cstring>
 
 namespace rykel {
@@ -57,7 +59,7 @@ uint32_t NameTable::Find(std::string_view s, uint32_t h) const {
     if (sl.atom == 0) return 0;
     if (sl.hash != h) continue;
     const Entry& e = hEntry(sl.atom);
-    if (e.size == s.size() && std::memcmp(e.data, s.data(), s.size()) == 0) return sl.atom;
+    if (SameText({e.data, e.size}, s)) return sl.atom;
   }
 }
 
@@ -87,7 +89,7 @@ uint32_t NameTable::Intern(std::string_view s, uint32_t h) {
     if (sl.atom == 0) break;
     if (sl.hash != h) continue;
     const Entry& e = hEntry(sl.atom);
-    if (e.size == s.size() && std::memcmp(e.data, s.data(), s.size()) == 0) return sl.atom;
+    if (SameText({e.data, e.size}, s)) return sl.atom;
   }
   const uint32_t atom = count_++;
   if ((atom >> kChunkBits) == chunks_.size()) chunks_.emplace_back(new Entry[size_t{1} << kChunkBits]);

@@ -10,6 +10,7 @@
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
+#include "structure/SameText.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureSerializer.h"
 
@@ -117,28 +118,6 @@ inline bool hPlainUpper(std::string_view s) {
   return !(w & UpperKey::kHigh) && !(UpperKey::hLowerMask(w) | UpperKey::hDotMask(w));
 }
 
-// Whether two texts are equal, for the name comparisons of lookups: names are short, so the bytes
-// are compared as at most two overlapping words here instead of in a library call. No byte past
-// either text is read.
-inline bool hSameText(std::string_view a, std::string_view b) {
-  const size_t n = a.size();
-  if (n != b.size()) return false;
-  const char* p = a.data();
-  const char* q = b.data();
-  if (n > 16) return std::memcmp(p, q, n) == 0;
-  auto same = [&](size_t at, auto word) {
-    decltype(word) x, y;
-    std::memcpy(&x, p + at, sizeof x);
-    std::memcpy(&y, q + at, sizeof y);
-    return x == y;
-  };
-  if (n >= 8) return same(0, uint64_t{}) && same(n - 8, uint64_t{});
-  if (n >= 4) return same(0, uint32_t{}) && same(n - 4, uint32_t{});
-  for (size_t i = 0; i < n; ++i)
-    if (p[i] != q[i]) return false;
-  return true;
-}
-
 // The length of a path's first part: up to the first "." or the end.
 inline size_t hPartLength(std::string_view s) {
   const void* dot = s.empty() ? nullptr : std::memchr(s.data(), '.', s.size());
@@ -166,6 +145,10 @@ struct cls_StructureManager::NameIndex {
   std::vector<Entry> table;
   uint32_t count = 0;
   bool dups = false;  // some name is held by more than one used slot
+  struct Miss {
+    uint32_t atom = 0;  // 0: none noted
+    size_t at = 0;
+  } miss;  // the last FindAtom that found nothing, while the table stays as it was
 
   explicit NameIndex(size_t cap) : table(cap, Entry{0, -1}) {}
 
@@ -179,10 +162,28 @@ struct cls_StructureManager::NameIndex {
       if (table[i].hash == hash && same(table[i].slot)) return table[i].slot;
     return -1;
   }
+  // Find by atom. A miss notes where its probe ended: the Insert of that atom that usually
+  // follows (a write of a name new to the node) takes that entry without probing again.
+  int32_t FindAtom(uint32_t hash, uint32_t atom, const std::vector<Item>& items) {
+    size_t mask = table.size() - 1;
+    size_t i = hash & mask;
+    for (; table[i].slot >= 0; i = (i + 1) & mask)
+      if (table[i].hash == hash && items[table[i].slot].name == atom) return table[i].slot;
+    miss = {atom, i};
+    return -1;
+  }
   void Insert(uint32_t hash, uint32_t atom, int32_t slot, const std::vector<Item>& items) {
     if ((count + 1) * 5 > table.size() * 4) hRehash(table.size() * 2);
     size_t mask = table.size() - 1;
     size_t i = hash & mask;
+    if (miss.atom == atom && atom != 0) {  // the table is unchanged since that probe
+      i = miss.at;
+      miss.atom = 0;
+      table[i] = {hash, slot};
+      ++count;
+      return;
+    }
+    miss.atom = 0;
     for (; table[i].slot >= 0; i = (i + 1) & mask) {
       Entry& e = table[i];
       if (e.hash == hash && items[e.slot].name == atom) {
@@ -195,6 +196,7 @@ struct cls_StructureManager::NameIndex {
     ++count;
   }
   void Erase(uint32_t hash, int32_t slot) {
+    miss.atom = 0;
     size_t mask = table.size() - 1;
     size_t i = hash & mask;
     for (; table[i].slot >= 0; i = (i + 1) & mask)
@@ -219,6 +221,7 @@ struct cls_StructureManager::NameIndex {
     }
   }
   void hRehash(size_t cap) {
+    miss.atom = 0;
     std::vector<Entry> old(cap, Entry{0, -1});
     old.swap(table);
     size_t mask = cap - 1;
@@ -537,7 +540,7 @@ int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom, uint32_t has
 int32_t cls_StructureManager::hFindIn(Node& n, uint32_t atom, uint32_t hash) {
   if (atom == 0) return -1;
   NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
-  if (ix) return ix->Find(hash, [&](int32_t s) { return n.items[s].name == atom; });
+  if (ix) return ix->FindAtom(hash, atom, n.items);
   return hScan(n, atom);
 }
 
@@ -545,7 +548,7 @@ int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_
   if (upper.empty()) return -1;
   // a big node is searched by the name's hash alone: no trip through the name table
   NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
-  if (ix) return ix->Find(hash, [&](int32_t s) { return hSameText(names_.Name(n.items[s].name), upper); });
+  if (ix) return ix->Find(hash, [&](int32_t s) { return SameText(names_.Name(n.items[s].name), upper); });
   uint32_t atom = names_.Find(upper, hash);
   return atom ? hScan(n, atom) : -1;
 }
