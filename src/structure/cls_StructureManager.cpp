@@ -10,6 +10,7 @@
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
+#include "structure/NameHash.h"
 #include "structure/SameText.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureSerializer.h"
@@ -742,7 +743,7 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
     if (part == "COUNT") return Variant(COUNT(node));
     int64_t idx;
     if (last && pForceIndex && IndexText(part, idx)) return hGetIndex(node, idx, pDefault);
-    int32_t slot = hFindName(hNode(node), part, NameTable::Hash(part));
+    int32_t slot = hFindName(hNode(node), part, NameHash(part));
     if (slot < 0) return pDefault;
     const Item& it = nodes_[node].items[slot];
     if (last) return hValueOf(it);
@@ -758,13 +759,13 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
     if (pKey.isString()) {
       const std::string_view key = pKey.str();
       if (!pForceIndex && hPlainUpper(key) && key != "COUNT") [[likely]] {
-        const int32_t slot = hFindName(hNode(pID), key, NameTable::Hash(key));
+        const int32_t slot = hFindName(hNode(pID), key, NameHash(key));
         return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
       }
       UpperKey k(key);
       // a plain name: one lookup in this node, no path walk
       if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") {
-        const int32_t slot = hFindName(hNode(pID), k.view, NameTable::Hash(k.view));
+        const int32_t slot = hFindName(hNode(pID), k.view, NameHash(k.view));
         return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
       }
       return hGet(pID, k.view, pForceIndex, pDefault);
@@ -790,7 +791,7 @@ Variant cls_StructureManager::ItemGetDirect_GET(int32_t pID, std::string_view pK
 ItemName cls_StructureManager::NAME(std::string_view pName) {
   return Guard(kClass, "NAME", [&] {
     UpperKey k(pName);
-    const uint32_t hash = NameTable::Hash(k.view);
+    const uint32_t hash = NameHash(k.view);
     return ItemName{names_.Intern(k.view, hash), hash};
   });
 }
@@ -870,7 +871,7 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
       if (!dm) ADD(node, pValue);
       return;
     }
-    const uint32_t hash = NameTable::Hash(part);
+    const uint32_t hash = NameHash(part);
     // the node's index entry loads while the name table is searched
     if (n->extra && n->extra->index) n->extra->index->Prefetch(hash);
     // a name new to the table cannot be in any node yet: no search needed
@@ -1018,7 +1019,7 @@ int32_t cls_StructureManager::hWalk(int32_t pID, std::string_view upper, int32_t
   for (;;) {
     const size_t len = hPartLength(rest);
     const std::string_view part = rest.substr(0, len);
-    const uint32_t hash = NameTable::Hash(part);
+    const uint32_t hash = NameHash(part);
     const uint32_t atom = names_.Find(part, hash);
     int32_t slot = atom ? hFindSlot(rNode, atom, hash) : -1;
     if (slot < 0 || len == rest.size()) return slot;
