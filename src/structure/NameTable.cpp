@@ -1,5 +1,8 @@
 #include "structure/NameTable.h"
 
+#include "structure/NameHash.h"
+#include "structure/SameText.h"
+
 #include <cstring>
 
 namespace rykel {
@@ -15,39 +18,7 @@ NameTable::NameTable() {
   slots_.assign(64, Slot{0, 0});
 }
 
-uint32_t NameTable::Hash(std::string_view s) {
-  // Eight bytes per step: one multiply per word instead of one per byte, so a key's hash costs a
-  // few cycles whatever its length. The tail is read as two overlapping words (or bytes), never
-  // past the end of the text.
-  constexpr uint64_t kMul = 0x9E3779B97F4A7C15ull;
-  const char* p = s.data();
-  size_t n = s.size();
-  uint64_t h = 0xCBF29CE484222325ull ^ (n * kMul);
-  auto word = [](const char* q) {
-    uint64_t w;
-    std::memcpy(&w, q, 8);
-    return w;
-  };
-  for (; n > 8; p += 8, n -= 8) {
-    h = (h ^ word(p)) * kMul;
-    h ^= h >> 29;
-  }
-  uint64_t tail = 0;
-  if (n >= 4) {
-    uint32_t a, b;
-    std::memcpy(&a, p, 4);
-    std::memcpy(&b, p + n - 4, 4);
-    tail = (static_cast<uint64_t>(a) << 32) | b;
-  } else if (n > 0) {
-    tail = (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
-           (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
-  }
-  h = (h ^ tail) * kMul;
-  // the tables index by the low bits: fold the well-mixed high bits down
-  h ^= h >> 32;
-  h *= 0xD6E8FEB86659FD93ull;
-  return static_cast<uint32_t>(h ^ (h >> 32));
-}
+uint32_t NameTable::Hash(std::string_view s) { return NameHash(s); }
 
 uint32_t NameTable::Find(std::string_view s, uint32_t h) const {
   if (s.empty()) return 0;
@@ -57,7 +28,7 @@ uint32_t NameTable::Find(std::string_view s, uint32_t h) const {
     if (sl.atom == 0) return 0;
     if (sl.hash != h) continue;
     const Entry& e = hEntry(sl.atom);
-    if (e.size == s.size() && std::memcmp(e.data, s.data(), s.size()) == 0) return sl.atom;
+    if (SameText({e.data, e.size}, s)) return sl.atom;
   }
 }
 
@@ -87,7 +58,7 @@ uint32_t NameTable::Intern(std::string_view s, uint32_t h) {
     if (sl.atom == 0) break;
     if (sl.hash != h) continue;
     const Entry& e = hEntry(sl.atom);
-    if (e.size == s.size() && std::memcmp(e.data, s.data(), s.size()) == 0) return sl.atom;
+    if (SameText({e.data, e.size}, s)) return sl.atom;
   }
   const uint32_t atom = count_++;
   if ((atom >> kChunkBits) == chunks_.size()) chunks_.emplace_back(new Entry[size_t{1} << kChunkBits]);

@@ -7,43 +7,32 @@
 
 namespace rykel {
 
-cls_Structure::cls_Structure() : MANAGER(mdl_Global::SMAN_GET()) {
+cls_Structure::cls_Structure() : MANAGER(mdl_Global::SMAN_GET().get()) {
   SID = MANAGER->Alloc();
   MANAGER->hHandleCreated();
 }
 
-cls_Structure::cls_Structure(AttachTag, std::shared_ptr<cls_StructureManager> pManager, int32_t pID)
-    : SID(pID), MANAGER(std::move(pManager)) {
-  if (MANAGER) MANAGER->hHandleCreated();
-}
-
-StructurePtr cls_Structure::Attach(std::shared_ptr<cls_StructureManager> pManager, int32_t pID) {
-  HandlePool* pool = &pManager->Pool();
-  return std::allocate_shared<cls_Structure>(HandleAllocator<cls_Structure>(pool), AttachTag{}, std::move(pManager),
+StructurePtr cls_Structure::Attach(cls_StructureManager& pManager, int32_t pID) {
+  return std::allocate_shared<cls_Structure>(HandleAllocator<cls_Structure>(&pManager.Pool()), AttachTag{}, &pManager,
                                              pID);
 }
 
 StructurePtr cls_Structure::New() {
-  const std::shared_ptr<cls_StructureManager>& m = mdl_Global::SMAN_GET();
-  const int32_t id = m->Alloc();
+  cls_StructureManager& m = *mdl_Global::SMAN_GET();
+  const int32_t id = m.Alloc();
   try {
-    return std::allocate_shared<cls_Structure>(HandleAllocator<cls_Structure>(&m->Pool()), AttachTag{}, m, id);
+    return std::allocate_shared<cls_Structure>(HandleAllocator<cls_Structure>(&m.Pool()), AttachTag{}, &m, id);
   } catch (...) {
-    m->Release(id);
+    m.Release(id);
     throw;
   }
 }
 
 cls_Structure::~cls_Structure() {
-  if (SID != 0 && MANAGER) {
-    try {
-      MANAGER->Release(SID);
-    } catch (...) {
-      // a destructor must not throw; the error was already reported by the manager
-    }
-  }
+  if (!MANAGER) return;
+  if (SID != 0) MANAGER->ReleaseNoThrow(SID);
   SID = 0;
-  if (MANAGER) MANAGER->hHandleEnded();
+  MANAGER->hHandleEnded();  // the last handle may end the manager: nothing after this
 }
 
 void cls_Structure::CONNECT(int32_t pID) {

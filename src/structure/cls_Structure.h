@@ -5,6 +5,10 @@
 // handle with its own reference on the node. A new handle starts on a fresh empty node of the
 // thread's manager; destroying the handle releases its reference.
 //
+// The handle points at its manager plainly (no shared-pointer count to move per handle): the
+// manager counts its handles and keeps itself alive while any exists (see hHandleCreated), so a
+// handle may still outlive the thread that made its manager.
+//
 //   auto s = std::make_shared<rykel::cls_Structure>();
 //   s->ITEM_LET("a.b", 5);
 //   int n = rykel::CLng(s->ITEM_GET("A.COUNT"));   // 1
@@ -30,17 +34,24 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
   std::string TypeName() const override { return "cls_Structure"; }
 
   // A handle on an existing node of the manager, taking over a reference the caller holds.
-  static StructurePtr Attach(std::shared_ptr<cls_StructureManager> pManager, int32_t pID);
+  static StructurePtr Attach(const std::shared_ptr<cls_StructureManager>& pManager, int32_t pID) {
+    return Attach(*pManager, pID);
+  }
+  static StructurePtr Attach(cls_StructureManager& pManager, int32_t pID);
   // A handle on a fresh empty node of the thread's manager (as the default constructor, but the
   // handle's memory comes from the manager's pool).
   static StructurePtr New();
 
   // ---- the handle ------------------------------------------------------------------------------
-  const std::shared_ptr<cls_StructureManager>& MANAGER_GET() const { return MANAGER; }
-  void MANAGER_SET(std::shared_ptr<cls_StructureManager> pManager) {
-    if (MANAGER) MANAGER->hHandleEnded();  // the handle is counted by the manager it is on
-    MANAGER = std::move(pManager);
-    if (MANAGER) MANAGER->hHandleCreated();
+  // The manager's own shared pointer: it is held as long as the manager has a handle.
+  const std::shared_ptr<cls_StructureManager>& MANAGER_GET() const {
+    return MANAGER ? MANAGER->hKeeper() : cls_StructureManager::kNoManager;
+  }
+  void MANAGER_SET(const std::shared_ptr<cls_StructureManager>& pManager) {
+    // the handle is counted by the manager it is on; the new one first, as it may be the same
+    if (pManager) pManager->hHandleCreated();
+    if (MANAGER) MANAGER->hHandleEnded();
+    MANAGER = pManager.get();
   }
   bool IDENTICAL(const cls_Structure& pOther) const { return pOther.SID == SID; }
   int32_t SID_GET() const { return SID; }
@@ -227,11 +238,13 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
   struct AttachTag {};
 
  public:
-  cls_Structure(AttachTag, std::shared_ptr<cls_StructureManager> pManager, int32_t pID);
+  cls_Structure(AttachTag, cls_StructureManager* pManager, int32_t pID) noexcept : SID(pID), MANAGER(pManager) {
+    if (MANAGER) MANAGER->hHandleCreated();
+  }
 
  private:
   int32_t SID = 0;
-  std::shared_ptr<cls_StructureManager> MANAGER;
+  cls_StructureManager* MANAGER;
   friend class cls_StructureManager;
 };
 

@@ -10,6 +10,8 @@
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Text.h"
+#include "structure/NameHash.h"
+#include "structure/SameText.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureSerializer.h"
 
@@ -89,6 +91,34 @@ struct UpperKey {
   }
 };
 
+// Whether a key of up to 16 bytes is a plain name as it stands: ASCII, no lower-case letter, no
+// ".". Such keys (the common case of a lookup) need no UpperKey: no copy and no general scan. The
+// bytes are read as two overlapping words, never past the end.
+inline bool hPlainUpper(std::string_view s) {
+  const size_t n = s.size();
+  const char* p = s.data();
+  uint64_t w = 0;
+  if (n > 16 || n == 0) return false;
+  if (n >= 8) {
+    uint64_t a, b;
+    std::memcpy(&a, p, 8);
+    std::memcpy(&b, p + n - 8, 8);
+    if (((a | b) & UpperKey::kHigh) != 0) return false;
+    return !(UpperKey::hLowerMask(a) | UpperKey::hLowerMask(b) | UpperKey::hDotMask(a) | UpperKey::hDotMask(b));
+  }
+  if (n >= 4) {
+    uint32_t a, b;
+    std::memcpy(&a, p, 4);
+    std::memcpy(&b, p + n - 4, 4);
+    w = (static_cast<uint64_t>(a) << 32) | b;
+  } else {
+    w = (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
+        (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
+  }
+  // zero bytes of a short key are neither lower-case, high nor a dot
+  return !(w & UpperKey::kHigh) && !(UpperKey::hLowerMask(w) | UpperKey::hDotMask(w));
+}
+
 // The length of a path's first part: up to the first "." or the end.
 inline size_t hPartLength(std::string_view s) {
   const void* dot = s.empty() ? nullptr : std::memchr(s.data(), '.', s.size());
@@ -116,6 +146,10 @@ struct cls_StructureManager::NameIndex {
   std::vector<Entry> table;
   uint32_t count = 0;
   bool dups = false;  // some name is held by more than one used slot
+  struct Miss {
+    uint32_t atom = 0;  // 0: none noted
+    size_t at = 0;
+  } miss;  // the last FindAtom that found nothing, while the table stays as it was
 
   explicit NameIndex(size_t cap) : table(cap, Entry{0, -1}) {}
 
@@ -129,10 +163,28 @@ struct cls_StructureManager::NameIndex {
       if (table[i].hash == hash && same(table[i].slot)) return table[i].slot;
     return -1;
   }
+  // Find by atom. A miss notes where its probe ended: the Insert of that atom that usually
+  // follows (a write of a name new to the node) takes that entry without probing again.
+  int32_t FindAtom(uint32_t hash, uint32_t atom, const std::vector<Item>& items) {
+    size_t mask = table.size() - 1;
+    size_t i = hash & mask;
+    for (; table[i].slot >= 0; i = (i + 1) & mask)
+      if (table[i].hash == hash && items[table[i].slot].name == atom) return table[i].slot;
+    miss = {atom, i};
+    return -1;
+  }
   void Insert(uint32_t hash, uint32_t atom, int32_t slot, const std::vector<Item>& items) {
     if ((count + 1) * 5 > table.size() * 4) hRehash(table.size() * 2);
     size_t mask = table.size() - 1;
     size_t i = hash & mask;
+    if (miss.atom == atom && atom != 0) {  // the table is unchanged since that probe
+      i = miss.at;
+      miss.atom = 0;
+      table[i] = {hash, slot};
+      ++count;
+      return;
+    }
+    miss.atom = 0;
     for (; table[i].slot >= 0; i = (i + 1) & mask) {
       Entry& e = table[i];
       if (e.hash == hash && items[e.slot].name == atom) {
@@ -145,6 +197,7 @@ struct cls_StructureManager::NameIndex {
     ++count;
   }
   void Erase(uint32_t hash, int32_t slot) {
+    miss.atom = 0;
     size_t mask = table.size() - 1;
     size_t i = hash & mask;
     for (; table[i].slot >= 0; i = (i + 1) & mask)
@@ -169,6 +222,7 @@ struct cls_StructureManager::NameIndex {
     }
   }
   void hRehash(size_t cap) {
+    miss.atom = 0;
     std::vector<Entry> old(cap, Entry{0, -1});
     old.swap(table);
     size_t mask = cap - 1;
@@ -209,14 +263,7 @@ bool cls_StructureManager::Valid(int32_t pID) const {
   return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && nodes_[pID].live;
 }
 
-int32_t cls_StructureManager::Alloc() {
-  if (freeCount_ > 0 && free_[freeCount_] != 0) [[likely]] {  // a free id: nothing can fail
-    const int32_t id = free_[freeCount_];
-    free_[freeCount_] = 0;
-    --freeCount_;
-    hLive(id);
-    return id;
-  }
+int32_t cls_StructureManager::hAllocSlow() {
   return Guard(kClass, "Alloc", [&] {
     int32_t id = 0;
     if (freeCount_ > 0) {
@@ -249,20 +296,24 @@ int32_t cls_StructureManager::Alloc() {
   });
 }
 
-void cls_StructureManager::hLive(int32_t id) {
-  Node& node = nodes_[id];
-  node.refs = 1;
-  node.items.clear();  // slot 0 is implied until something is written
-  node.unused = 0;
-  node.live = true;
-}
-
 void cls_StructureManager::AddRef(int32_t pID) {
   Node& n = hNode(pID);
   n.refs = static_cast<int16_t>(static_cast<uint16_t>(n.refs) + 1);
 }
 
-void cls_StructureManager::Release(int32_t pID) {
+void cls_StructureManager::ReleaseNoThrow(int32_t pID) noexcept {
+  try {
+    Release(pID);
+  } catch (...) {
+    // a handle's end must not throw; the error was already reported by the error policy
+  }
+}
+
+void cls_StructureManager::hLastHandleEnded() {
+  std::shared_ptr<cls_StructureManager> last = std::move(keep_);  // may end the manager on return
+}
+
+void cls_StructureManager::hReleaseSlow(int32_t pID) {
   if (terminated_) return;
   if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size()) [[unlikely]] {
     GuardVoid(kClass, "Release", [&] { hBadNode(pID); });
@@ -340,12 +391,12 @@ void cls_StructureManager::hFree(int32_t pID) {
 StructurePtr cls_StructureManager::Ref(int32_t pID) {
   return Guard(kClass, "Ref", [&] {
     AddRef(pID);
-    return cls_Structure::Attach(shared_from_this(), pID);
+    return cls_Structure::Attach(*this, pID);
   });
 }
 
 StructurePtr cls_StructureManager::CONVERT(int32_t pID) {
-  return Guard(kClass, "CONVERT", [&] { return cls_Structure::Attach(shared_from_this(), pID); });
+  return Guard(kClass, "CONVERT", [&] { return cls_Structure::Attach(*this, pID); });
 }
 
 void cls_StructureManager::Initialize(int32_t pID) { CLEAR(pID); }
@@ -484,10 +535,13 @@ int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) {
 }
 
 int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom, uint32_t hash) {
-  Node& n = hNode(pID);
+  return hFindIn(hNode(pID), atom, hash);
+}
+
+int32_t cls_StructureManager::hFindIn(Node& n, uint32_t atom, uint32_t hash) {
   if (atom == 0) return -1;
   NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
-  if (ix) return ix->Find(hash, [&](int32_t s) { return n.items[s].name == atom; });
+  if (ix) return ix->FindAtom(hash, atom, n.items);
   return hScan(n, atom);
 }
 
@@ -495,7 +549,7 @@ int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_
   if (upper.empty()) return -1;
   // a big node is searched by the name's hash alone: no trip through the name table
   NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
-  if (ix) return ix->Find(hash, [&](int32_t s) { return names_.Name(n.items[s].name) == upper; });
+  if (ix) return ix->Find(hash, [&](int32_t s) { return SameText(names_.Name(n.items[s].name), upper); });
   uint32_t atom = names_.Find(upper, hash);
   return atom ? hScan(n, atom) : -1;
 }
@@ -689,7 +743,7 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
     if (part == "COUNT") return Variant(COUNT(node));
     int64_t idx;
     if (last && pForceIndex && IndexText(part, idx)) return hGetIndex(node, idx, pDefault);
-    int32_t slot = hFindName(hNode(node), part, NameTable::Hash(part));
+    int32_t slot = hFindName(hNode(node), part, NameHash(part));
     if (slot < 0) return pDefault;
     const Item& it = nodes_[node].items[slot];
     if (last) return hValueOf(it);
@@ -703,10 +757,15 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
   return Guard(kClass, "ITEM.GET", [&]() -> Variant {
     if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
     if (pKey.isString()) {
-      UpperKey k(pKey.str());
+      const std::string_view key = pKey.str();
+      if (!pForceIndex && hPlainUpper(key) && key != "COUNT") [[likely]] {
+        const int32_t slot = hFindName(hNode(pID), key, NameHash(key));
+        return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
+      }
+      UpperKey k(key);
       // a plain name: one lookup in this node, no path walk
       if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") {
-        const int32_t slot = hFindName(hNode(pID), k.view, NameTable::Hash(k.view));
+        const int32_t slot = hFindName(hNode(pID), k.view, NameHash(k.view));
         return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
       }
       return hGet(pID, k.view, pForceIndex, pDefault);
@@ -732,7 +791,7 @@ Variant cls_StructureManager::ItemGetDirect_GET(int32_t pID, std::string_view pK
 ItemName cls_StructureManager::NAME(std::string_view pName) {
   return Guard(kClass, "NAME", [&] {
     UpperKey k(pName);
-    const uint32_t hash = NameTable::Hash(k.view);
+    const uint32_t hash = NameHash(k.view);
     return ItemName{names_.Intern(k.view, hash), hash};
   });
 }
@@ -786,15 +845,16 @@ void cls_StructureManager::hLetIndex(int32_t pID, int64_t index, const Variant& 
   hLet(pID, std::to_string(index), pValue, false);
 }
 
-void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex) {
+void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex,
+                                bool pDotted) {
   int32_t node = pID;
   std::string_view rest = upper;
   bool asDefault = false;
   for (;;) {
-    Node* n = &hNode(node);
+    Node* n = &hNode(node);  // the one check of the node per step: the rest works on *n
     n->flags |= kChanged;
     const bool dm = asDefault || (n->flags & kDefaultMode);
-    const size_t len = hPartLength(rest);
+    const size_t len = pDotted ? hPartLength(rest) : rest.size();
     const std::string_view part = rest.substr(0, len);
     const bool last = len == rest.size();
     int64_t idx;
@@ -811,14 +871,30 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
       if (!dm) ADD(node, pValue);
       return;
     }
-    const uint32_t hash = NameTable::Hash(part);
+    const uint32_t hash = NameHash(part);
     // the node's index entry loads while the name table is searched
     if (n->extra && n->extra->index) n->extra->index->Prefetch(hash);
     // a name new to the table cannot be in any node yet: no search needed
     const size_t known = names_.Count();
     uint32_t atom = names_.Intern(part, hash);
-    int32_t slot = names_.Count() > known ? -1 : hFindSlot(node, atom, hash);
+    int32_t slot = names_.Count() > known ? -1 : hFindIn(*n, atom, hash);
     if (slot >= 0 && last && dm) return;  // a default never overwrites
+    if (last && !pValue.isObject()) [[likely]] {
+      // a plain value: no sub-structure to link, so the slot is filled here directly
+      if (slot < 0 && n->unused == 0 && !((n->flags & kHasZero) && (n->items.empty() || !n->items[0].used))) {
+        // no unused slot to take: the new item goes after MAX, built in place
+        if (n->items.empty()) n->items.resize(1);  // slot 0 is implied in a fresh node
+        if (n->items.size() >= static_cast<size_t>(std::numeric_limits<int32_t>::max())) [[unlikely]]
+          hTooManySlots();
+        const auto added = static_cast<int32_t>(n->items.size());
+        n->items.emplace_back(Item{Variant(pValue), atom, 0, true, false});
+        if (n->extra) hIndexInsert(*n, atom, added, &hash);
+        return;
+      }
+      if (slot < 0) slot = hNewSlot(*n, atom);
+      hFill(*n, slot, Variant(pValue), 0, &hash);
+      return;
+    }
     if (slot < 0) slot = hNewSlot(*n, atom);
     if (last) {
       hStore(node, slot, pValue, &hash);
@@ -840,8 +916,11 @@ void cls_StructureManager::ITEM_LET(int32_t pID, const Variant& pKey, const Vari
     if (hIsNumberKey(pKey)) {
       hLetIndex(pID, hKeyIndex(pKey), pValue, pForceIndex);
     } else if (pKey.isString()) {
-      UpperKey k(pKey.str());
-      hLet(pID, k.view, pValue, pForceIndex);
+      const std::string_view key = pKey.str();
+      if (hPlainUpper(key)) [[likely]]
+        return hLet(pID, key, pValue, pForceIndex, false);
+      UpperKey k(key);
+      hLet(pID, k.view, pValue, pForceIndex, k.dotted);
     } else {
       const std::string keyText = CStr(pKey);  // UpperKey may keep a view of it
       UpperKey k(keyText);
@@ -940,7 +1019,7 @@ int32_t cls_StructureManager::hWalk(int32_t pID, std::string_view upper, int32_t
   for (;;) {
     const size_t len = hPartLength(rest);
     const std::string_view part = rest.substr(0, len);
-    const uint32_t hash = NameTable::Hash(part);
+    const uint32_t hash = NameHash(part);
     const uint32_t atom = names_.Find(part, hash);
     int32_t slot = atom ? hFindSlot(rNode, atom, hash) : -1;
     if (slot < 0 || len == rest.size()) return slot;

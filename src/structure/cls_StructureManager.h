@@ -61,6 +61,8 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   // Drops one reference; at zero frees the node and, depth first, its sub-structures.
   // A count already at 0 is ignored.
   void Release(int32_t pID);
+  // Release for a handle's end: never raises (an error is reported by the error policy only).
+  void ReleaseNoThrow(int32_t pID) noexcept;
   // A new handle on the node, adding a reference.
   StructurePtr Ref(int32_t pID);
   // A new handle on the node that takes over a reference the caller already holds.
@@ -86,8 +88,19 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   int16_t REFCOUNT(int32_t pID) const;
   // Live cls_Structure handles on this manager (USAGEUSED): handles count themselves in and out.
   int32_t HandleCount() const { return handles_; }
-  void hHandleCreated() { ++handles_; }
-  void hHandleEnded() { --handles_; }
+  // The first handle makes the manager hold its own shared pointer, the last one drops it: handles
+  // point at the manager plainly and the manager lives as long as one of them. hHandleEnded may
+  // end the manager: the caller touches it no more.
+  void hHandleCreated() {
+    if (handles_++ == 0) [[unlikely]]
+      keep_ = weak_from_this().lock();
+  }
+  void hHandleEnded() {
+    if (--handles_ == 0) [[unlikely]]
+      hLastHandleEnded();
+  }
+  const std::shared_ptr<cls_StructureManager>& hKeeper() const { return keep_; }
+  static inline const std::shared_ptr<cls_StructureManager> kNoManager;
   size_t BytesUsed() const;  // approximate heap bytes of nodes, items and names
   // Where the memory of this manager's handles comes from (cls_Structure::New, Ref, CONVERT).
   HandlePool& Pool() { return *pool_; }
@@ -400,6 +413,7 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   Extra& hExtra(Node& n);
   int32_t hFindSlot(int32_t pID, uint32_t atom);
   int32_t hFindSlot(int32_t pID, uint32_t atom, uint32_t hash);  // hash: the name's NameTable::Hash
+  int32_t hFindIn(Node& n, uint32_t atom, uint32_t hash);
   // The first used slot named pUpper (hash: NameTable::Hash of it), or -1; never interns.
   int32_t hFindName(Node& n, std::string_view pUpper, uint32_t hash);
   int32_t hScan(const Node& n, uint32_t atom) const;
@@ -410,7 +424,8 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   Variant hValueOf(const Item& it);
   Variant hGet(int32_t pID, std::string_view upper, bool pForceIndex, const Variant& pDefault);
   Variant hGetIndex(int32_t pID, int64_t index, const Variant& pDefault);
-  void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex);
+  // pDotted false: the key holds no "." (the caller scanned it already), one step only.
+  void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex, bool pDotted = true);
   void hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex);
   // The one place a slot is filled: value or child (REQUIRES slot <= MAX), see "slot writing".
   void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild, const uint32_t* pHash = nullptr);
@@ -427,6 +442,9 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void hFree(int32_t pID);
   void hLive(int32_t id);  // a node leaves the free list: one reference, no slots
   void hPushFree(int32_t id);
+  int32_t hAllocSlow();
+  void hReleaseSlow(int32_t pID);
+  void hLastHandleEnded();
 
   std::vector<Node> nodes_;    // upper bound = size() - 1
   std::vector<int32_t> free_;  // upper bound = size() - 1, used from index 1
@@ -435,6 +453,8 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   NameTable names_;
   HandlePool* pool_;  // ends with the last handle, which may outlive the manager
   bool terminated_ = false;
+  std::shared_ptr<cls_StructureManager> keep_;                   // the manager itself, while it has handles
+  const std::vector<Item> slotZeroOnly_ = std::vector<Item>(1);  // the slots of a fresh node
   struct Timing {
     int64_t calls = 0;
     double seconds = 0;
@@ -469,9 +489,50 @@ inline int32_t cls_StructureManager::MAX(int32_t pID) const { return hMax(hNode(
 inline uint8_t cls_StructureManager::Flags(int32_t pID) const { return hNode(pID).flags; }
 
 inline const std::vector<cls_StructureManager::Item>& cls_StructureManager::Items(int32_t pID) const {
-  static const std::vector<Item> kSlotZeroOnly(1);
   const Node& n = hNode(pID);
-  return n.items.empty() ? kSlotZeroOnly : n.items;
+  return n.items.empty() ? slotZeroOnly_ : n.items;
+}
+
+// A node from the free list and a node released by its only holder without items: the cases of
+// every short-lived handle, with nothing that can fail. The rest goes the long way.
+inline int32_t cls_StructureManager::Alloc() {
+  if (freeCount_ > 0 && free_[freeCount_] != 0) [[likely]] {
+    const int32_t id = free_[freeCount_];
+    free_[freeCount_] = 0;
+    --freeCount_;
+    hLive(id);
+    return id;
+  }
+  return hAllocSlow();
+}
+
+inline void cls_StructureManager::hLive(int32_t id) {
+  Node& node = nodes_[id];
+  node.refs = 1;
+  node.items.clear();  // slot 0 is implied until something is written
+  node.unused = 0;
+  node.live = true;
+}
+
+inline void cls_StructureManager::Release(int32_t pID) {
+  if (pID > 0 && static_cast<size_t>(pID) < nodes_.size() && !terminated_) [[likely]] {
+    Node& n = nodes_[pID];
+    if (n.refs > 1) {
+      --n.refs;
+      return;
+    }
+    if (n.refs == 1 && n.items.capacity() == 0 && !n.extra && freeCount_ + 1 < static_cast<int32_t>(free_.size()))
+        [[likely]] {
+      n.refs = 0;
+      n.flags = 0;
+      n.boundKind = 1;  // the bound value reads as the integer 0 after a release
+      n.unused = 0;
+      n.live = false;
+      free_[++freeCount_] = pID;
+      return;
+    }
+  }
+  hReleaseSlow(pID);
 }
 
 inline void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild,

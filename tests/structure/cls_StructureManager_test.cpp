@@ -120,7 +120,8 @@ TEST(StructureItems, NamesPathsAndCount) {
 }
 
 // Keys are scanned eight bytes at a time, the tail as overlapping words: a dot at any place of a
-// key of any length splits it, whatever its case, and a key without one is a single name.
+// key of any length splits it, whatever its case, and a key without one is a single name, however
+// its letters are cased.
 TEST(StructureItems, DotsFoundAtEveryPlaceOfEveryLength) {
   for (size_t len = 1; len <= 19; ++len) {
     std::string plain;
@@ -130,6 +131,14 @@ TEST(StructureItems, DotsFoundAtEveryPlaceOfEveryLength) {
     auto s = cls_Structure::New();
     s->ITEM_LET(plain, 1);
     EXPECT_EQ(s->ITEM_GET(upper).rawLong(), 1) << plain;
+    // one lower-case letter anywhere in an upper-case key: still the same name
+    for (size_t at = 0; at < len; ++at) {
+      std::string mixed = upper;
+      mixed[at] = plain[at];
+      s->ITEM_LET(mixed, 3);
+      EXPECT_EQ(s->ITEM_GET(mixed).rawLong(), 3) << mixed;
+      EXPECT_EQ(s->COUNT(), 1) << mixed;
+    }
     for (size_t dot = 1; dot + 1 < len; ++dot) {
       std::string path = plain, upperPath = upper;
       path[dot] = upperPath[dot] = '.';
@@ -138,6 +147,9 @@ TEST(StructureItems, DotsFoundAtEveryPlaceOfEveryLength) {
       EXPECT_EQ(t->ITEM_GET(upperPath).rawLong(), 2) << path;
       EXPECT_TRUE(t->ITEM_GET(upper.substr(0, dot)).as<cls_Structure>()) << path;
       EXPECT_EQ(t->ITEM_GET(upper, "d").str(), "d") << path;
+      t->ITEM_LET(upperPath, 4);  // an upper-case path is a path too
+      EXPECT_EQ(t->ITEM_GET(path).rawLong(), 4) << path;
+      EXPECT_EQ(t->COUNT(), 1) << path;
     }
   }
   auto s = cls_Structure::New();
@@ -339,6 +351,30 @@ TEST(StructureHandle, PooledHandlesOutliveTheirThread) {
     EXPECT_TRUE(again->IDENTICAL(*sub));
   }
   EXPECT_EQ(s->MANAGER_GET()->HandleCount(), before);
+}
+
+TEST(StructureHandle, ManagerLivesWhileItHasHandles) {
+  // handles point at their manager plainly: the manager stays while one of them does, whoever
+  // else let go of it, and ends with the last one (through MANAGER_SET too)
+  auto m = Fresh();
+  std::weak_ptr<cls_StructureManager> seen = m;
+  auto a = m->CONVERT(m->Alloc());
+  auto b = a->Ref();
+  m.reset();
+  EXPECT_EQ(a->MANAGER_GET(), seen.lock());
+  a.reset();
+  ASSERT_FALSE(seen.expired());
+  b->ITEM_LET("x.y", 1);
+  EXPECT_EQ(CLng(b->ITEM_GET("X.Y")), 1);
+  auto other = Fresh();
+  ASSERT_EQ(other->Alloc(), b->SID_GET());  // the node id the handle takes along is one of other's
+  b->MANAGER_SET(other);
+  EXPECT_TRUE(seen.expired());
+  other.reset();
+  b->MANAGER_SET(b->MANAGER_GET());  // its only manager again: it must not end on the way
+  EXPECT_EQ(b->MANAGER_GET()->HandleCount(), 1);
+  b->ITEM_LET("z", 2);
+  EXPECT_EQ(CLng(b->ITEM_GET("Z")), 2);
 }
 
 TEST(StructureItems, ChildIdsBeyondSixteenBits) {
