@@ -23,6 +23,19 @@ constexpr const char* kClass = "cls_StructureManager";
 constexpr size_t kIndexMinSlots = 33;  // nodes up to this size are scanned, bigger ones indexed
 static_assert(sizeof(cls_StructureManager::Item) == 24, "an item is a value, a name atom and a child id");
 
+// The bytes of a text of 1 to 7 bytes in one word, read as at most two overlapping pieces and
+// never past the end; the zero bytes it adds are neither lower-case, high nor a dot.
+inline uint64_t hShortWord(const char* p, size_t n) {
+  if (n >= 4) {
+    uint32_t a, b;
+    std::memcpy(&a, p, 4);
+    std::memcpy(&b, p + n - 4, 4);
+    return (static_cast<uint64_t>(a) << 32) | b;
+  }
+  return (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
+         (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
+}
+
 // Keys are upper-cased once per call; already upper-case ASCII keys are used as they are, short
 // ASCII keys are upper-cased on the stack. Eight bytes are checked at a time, and the same pass
 // notes whether the key is a dotted path, so a plain name skips the path walk.
@@ -62,14 +75,8 @@ struct UpperKey {
       uint64_t w = 0;
       if (n >= 8) {
         std::memcpy(&w, p + n - 8, 8);
-      } else if (n >= 4) {
-        uint32_t a, b;
-        std::memcpy(&a, p, 4);
-        std::memcpy(&b, p + n - 4, 4);
-        w = (static_cast<uint64_t>(a) << 32) | b;
       } else {
-        w = (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
-            (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
+        w = hShortWord(p, n);
       }
       scan(w);
     }
@@ -97,7 +104,6 @@ struct UpperKey {
 inline bool hPlainUpper(std::string_view s) {
   const size_t n = s.size();
   const char* p = s.data();
-  uint64_t w = 0;
   if (n > 16 || n == 0) return false;
   if (n >= 8) {
     uint64_t a, b;
@@ -106,15 +112,7 @@ inline bool hPlainUpper(std::string_view s) {
     if (((a | b) & UpperKey::kHigh) != 0) return false;
     return !(UpperKey::hLowerMask(a) | UpperKey::hLowerMask(b) | UpperKey::hDotMask(a) | UpperKey::hDotMask(b));
   }
-  if (n >= 4) {
-    uint32_t a, b;
-    std::memcpy(&a, p, 4);
-    std::memcpy(&b, p + n - 4, 4);
-    w = (static_cast<uint64_t>(a) << 32) | b;
-  } else {
-    w = (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
-        (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
-  }
+  const uint64_t w = hShortWord(p, n);
   // zero bytes of a short key are neither lower-case, high nor a dot
   return !(w & UpperKey::kHigh) && !(UpperKey::hLowerMask(w) | UpperKey::hDotMask(w));
 }
