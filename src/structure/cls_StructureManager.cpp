@@ -328,8 +328,6 @@ void cls_StructureManager::hReleaseSlow(int32_t pID) {
   GuardVoid(kClass, "Release", [&] { hFree(pID); });
 }
 
-// Frees a node whose count reached zero, and depth first in index order every sub-structure
-// whose count reaches zero with it. An explicit stack: deep trees cannot overflow the C stack.
 // Empties a node whose count reached zero and puts its id on the free list.
 void cls_StructureManager::hPushFree(int32_t id) {
   Node& done = nodes_[id];

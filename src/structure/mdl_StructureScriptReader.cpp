@@ -11,6 +11,7 @@
 
 #include "frame/DateTime.h"
 #include "frame/Error.h"
+#include "structure/SameText.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureManager.h"
 
@@ -335,13 +336,7 @@ class Parser {
   Parser(const Parser&) = delete;
   Parser& operator=(const Parser&) = delete;
   ~Parser() {
-    for (size_t i = 1; i < stack_.size(); ++i) {
-      try {
-        m_.Release(stack_[i].id);
-      } catch (...) {
-        // a destructor must not throw; the manager has reported the error
-      }
-    }
+    for (size_t i = 1; i < stack_.size(); ++i) m_.ReleaseNoThrow(stack_[i].id);
   }
 
   // Reads every line; pFast false takes each line the general way (for tests that compare).
@@ -545,7 +540,7 @@ class Parser {
   }();
 
   static const char* hSkipBlanks(const char* p, const char* end) {
-    while (p < end && (*p == ' ' || *p == '\t')) ++p;
+    while (p < end && hIsBlank(*p)) ++p;
     return p;
   }
   static bool hAtLineEnd(const char* p, const char* end) { return p == end || *p == '\n' || *p == '\r'; }
@@ -599,7 +594,7 @@ class Parser {
     const char* const from = p;
     p = hToLineEnd(p, end);
     const char* to = p;
-    while (to > from && (to[-1] == ' ' || to[-1] == '\t')) --to;
+    while (to > from && hIsBlank(to[-1])) --to;
     const std::string_view text(from, static_cast<size_t>(to - from));
     if (text.size() == 1 && text[0] == '{') {
       hQuickOpen(name);
@@ -640,19 +635,13 @@ class Parser {
     return p + 1;
   }
 
-  static bool hSameBytes(const char* a, std::string_view b) {
-    for (size_t i = 0; i < b.size(); ++i)
-      if (a[i] != b[i]) return false;
-    return true;
-  }
-
   // The name's atom, from a small cache of names as written: a name met before in this text is
   // not upper-cased and looked up again.
   ItemName hQuickName(std::string_view s) {
     const auto b = [&](size_t i) { return static_cast<uint32_t>(static_cast<unsigned char>(s[i])); };
     const uint32_t mix = (b(0) | b(s.size() / 2) << 8 | b(s.size() - 1) << 16) ^ static_cast<uint32_t>(s.size()) << 24;
     NameSlot& e = names_[(mix * 0x9E3779B1u) >> (32 - kNameBits)];
-    if (e.size == s.size() && hSameBytes(e.data, s)) return e.name;
+    if (SameText({e.data, e.size}, s)) return e.name;
     const ItemName name = m_.NAME(s);
     e = {s.data(), s.size(), name};
     return name;
