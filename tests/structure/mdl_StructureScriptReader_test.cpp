@@ -38,90 +38,18 @@ void ExpectSameWays(const std::string& pText, const Prepare& pSetup = {}) {
   EXPECT_EQ(Read(pText, true, pSetup), Read(pText, false, pSetup)) << "text: " << pText;
 }
 
-// Lines the quick way takes, lines it must leave to the general way, and lines between the two.
-const char* const kLines[] = {
-    "a = 1",
-    "A = 2",
-    "a {",
-    "a = {",
-    "a={",
-    "a{",
-    "a { \t",
-    "a {x",
-    "a = { }",
-    "a = {}",
-    "a = {x",
-    "}",
-    "} ",
-    "} x",
-    "{",
-    "b = \"x\"",
-    "b = \"a\\tb\\x41\\\\\\\"\"",
-    "b = \"bad\\q\"",
-    "b = \"bad\\x4\"",
-    "b = \"open",
-    "b = \"x\" y",
-    "b = \"x\"  \t",
-    "b = \"\"",
-    "c = #2024-01-02#",
-    "c = #2024-13-45#",
-    "c = #",
-    "c = 1,5",
-    "c = -",
-    "c = -.5",
-    "c = 5.",
-    "c = .5",
-    "c = 1e5",
-    "c = 0.1",
-    "c = 123456789012345.5",
-    "c = 1234567890.12345",
-    "c = 99999999999",
-    "c = +-5",
-    "c = 7%",
-    "c = 99999%",
-    "c = 7&",
-    "c = 1.5!",
-    "c = 12.5@",
-    "c = 1.23456@",
-    "c = NULL",
-    "c = null",
-    "c = true",
-    "c = FALSE",
-    "c = Nothing",
-    "c = = 1",
-    "c = ",
-    "c =",
-    "c",
-    "c d = 1",
-    "c . d = 1",
-    "c.d = 2",
-    "c..d = 3",
-    "c.[0] = 4",
-    "[0] = z",
-    "[2] {",
-    "[3000] = 1",
-    "\"q\" = 1",
-    "Q = 2",
-    "\"c.d\" = 5",
-    "\xc3\xa9 = 1",
-    "\xc3\x89 = 2",
-    "\xc3\x9f = 3",
-    "SS = 4",
-    "a\x01 = 1",
-    "a\"b = 1",
-    "a}b = 1",
-    "#c = 1",
-    "// c",
-    "/c = 1",
-    "a = 1 // no comment",
-    "",
-    "   ",
-    "\t\t",
-    "= 1",
-    " = {",
-    "[x] = 1",
-    "=",
-};
+// Lines the quick way takes, lines it must leave to the general way, and lines between the two,
+// one per line of the text.
+const char* const kLines =
+    "a = 1\nA = 2\na {\na = {\na={\na{\na { \t\na {x\na = { }\na = {}\na = {x\n}\n} \n} x\n{\nb = \"x\"\n"
+    "b = \"a\\tb\\x41\\\\\\\"\"\nb = \"bad\\q\"\nb = \"bad\\x4\"\nb = \"open\nb = \"x\" y\n"
+    "b = \"x\"  \t\nb = \"\"\nc = #2024-01-02#\nc = #2024-13-45#\nc = #\nc = 1,5\nc = -\nc = -.5\n"
+    "c = 5.\nc = .5\nc = 1e5\nc = 0.1\nc = 123456789012345.5\nc = 1234567890.12345\nc = 99999999999\n"
+    "c = +-5\nc = 7%\nc = 99999%\nc = 7&\nc = 1.5!\nc = 12.5@\nc = 1.23456@\nc = NULL\nc = null\n"
+    "c = true\nc = FALSE\nc = Nothing\nc = = 1\nc = \nc =\nc\nc d = 1\nc . d = 1\nc.d = 2\nc..d = 3\n"
+    "c.[0] = 4\n[0] = z\n[2] {\n[3000] = 1\n\"q\" = 1\nQ = 2\n\"c.d\" = 5\n\xc3\xa9 = 1\n\xc3\x89 = 2\n"
+    "\xc3\x9f = 3\nSS = 4\na\x01 = 1\na\"b = 1\na}b = 1\n#c = 1\n// c\n/c = 1\na = 1 // no comment\n\n"
+    "   \n\t\t\n= 1\n = {\n[x] = 1\n=";
 
 TEST(StructureScriptReader, QuickAndGeneralWaysAgree) {
   const std::vector<std::pair<std::string, Prepare>> cases = {
@@ -155,12 +83,19 @@ TEST(StructureScriptReader, QuickAndGeneralWaysAgree) {
   }
 
   // random texts of the lines above, joined by every kind of line break
+  std::vector<std::string> lines;
+  for (const char* p = kLines;; ++p) {
+    const char* stop = std::strchr(p, '\n');
+    lines.emplace_back(p, stop ? stop : p + std::strlen(p));
+    if (!stop) break;
+    p = stop;
+  }
   std::mt19937 rng(18);
   const char* const breaks[] = {"\n", "\r\n", "\r", "\n\t"};
   for (int n = 0; n < 4000; ++n) {
     std::string text;
-    const int lines = 1 + static_cast<int>(rng() % 14);
-    for (int i = 0; i < lines; ++i) text += std::string(kLines[rng() % std::size(kLines)]) + breaks[rng() % 4];
+    const int count = 1 + static_cast<int>(rng() % 14);
+    for (int i = 0; i < count; ++i) text += lines[rng() % lines.size()] + breaks[rng() % 4];
     if (rng() % 3 == 0) text.pop_back();  // no line break at the end
     ExpectSameWays(text);
     if (HasFailure()) break;
