@@ -39,23 +39,13 @@ std::string hUniqueText() {
 
 // A stored value in its field's type. Text forms carry dates (and, from older files, numbers and
 // booleans) as text; they are read back typed. A text that does not convert stays as it is.
-Variant hTyped(const cls_DBField& f, const Variant& v) {
-  if (!v.isString() || v.str().empty()) return v;
-  if (f.TYPE == ID_DBFieldType_Date || f.TYPE == ID_DBFieldType_Boolean || DBFieldTypeIsNumeric(f.TYPE)) {
-    Variant t = f.VALUECONVERT(v);
-    return t.isEmpty() ? v : t;
-  }
-  return v;
-}
-
-// hTyped into rOut, taking v over where it stays as it is.
-void hTypedInto(const cls_DBField& f, Variant&& v, Variant& rOut) {
+Variant hTyped(const cls_DBField& f, Variant v) {
   if (v.isString() && !v.str().empty() &&
       (f.TYPE == ID_DBFieldType_Date || f.TYPE == ID_DBFieldType_Boolean || DBFieldTypeIsNumeric(f.TYPE))) {
-    rOut = hTyped(f, v);
-    return;
+    Variant t = f.VALUECONVERT(v);
+    if (!t.isEmpty()) return t;
   }
-  rOut = std::move(v);
+  return v;  // taken over when the caller gave it up
 }
 
 // The typed value of the first used slot named by the atom, read straight from the node's slots;
@@ -704,7 +694,7 @@ class FileCursor : public cls_DBStore::EntryCursor {
       for (size_t k = 0, i = from; k < fields; ++k, i = i + 1 == fields ? 0 : i + 1)
         if (reader_.atoms[i] == pAtom) {
           if (!seen_[i]) {
-            hTypedInto(*reader_.fields[i], std::move(pValue), rValues[i]);
+            rValues[i] = hTyped(*reader_.fields[i], std::move(pValue));
             seen_[i] = 1;
           }
           from = i + 1 == fields ? 0 : i + 1;
