@@ -8,6 +8,24 @@ namespace rykel::py {
 
 using pyb::arg;
 
+namespace {
+
+// An operation that changes the structure and gives it back for chaining: in Python it gives the
+// very object it was called on.
+template <class F, class... A>
+auto hChain(F pDo, void (F::*)(cls_Structure&, A...) const) {
+  return [pDo](pyb::object self, A... args) {
+    pDo(self.cast<cls_Structure&>(), std::forward<A>(args)...);
+    return self;
+  };
+}
+template <class F>
+auto Chain(F pDo) {
+  return hChain(pDo, &F::operator());
+}
+
+}  // namespace
+
 void BindStructure(pyb::module_& m) {
   using M = cls_StructureManager;
   pyb::class_<M, Object, std::shared_ptr<M>>(m, "cls_StructureManager")
@@ -234,7 +252,7 @@ void BindStructure(pyb::module_& m) {
           "ITEMDIRECT_LET", [](S& s, int32_t i, const std::string& n, const Variant& v) { s.ITEMDIRECT_LET(i, n, v); },
           arg("pIndex"), arg("pName"), arg("pValue"))
       .def("ISEMPTY", &S::ISEMPTY)
-      .def("SELF", &S::SELF)
+      .def("SELF", [](pyb::object self) { return self; })
       // ---- serialized and compact forms
       .def("SERIALIZE", &S::SERIALIZE)
       .def(
@@ -270,34 +288,34 @@ void BindStructure(pyb::module_& m) {
       // ---- whole-tree operations
       .def(
           "JOIN", [](S& s, const std::string& g) { return s.JOIN(g); }, arg("pGlue") = "")
-      .def(
-          "MERGE", [](S& s, const StructurePtr& o, const std::string& p, bool k) { return s.MERGE(o, p, k); },
-          arg("pStructure"), arg("pPrefix") = "", arg("pKeepOrder") = false)
+      .def("MERGE", Chain([](S& s, const StructurePtr& o, const std::string& p, bool k) { s.MERGE(o, p, k); }),
+           arg("pStructure"), arg("pPrefix") = "", arg("pKeepOrder") = false)
       .def("COPY", &S::COPY)
       .def("CLONE", &S::CLONE)
       .def("DIFFERENCE", &S::DIFFERENCE, arg("pDefaults"))
-      .def("UPDATE", &S::UPDATE, arg("pStructure"))
+      .def("UPDATE", Chain([](S& s, const StructurePtr& o) { s.UPDATE(o); }), arg("pStructure"))
       .def(
           "RESTRUCTURE", [](S& s, const std::string& c) { return s.RESTRUCTURE(c); }, arg("pConvertToStructChar") = ".")
-      .def(
-          "FLATADD", [](S& s, const StructurePtr& o, const std::string& c) { return s.FLATADD(o, c); },
-          arg("pStructure"), arg("pConvertStructChar") = ".")
+      .def("FLATADD", Chain([](S& s, const StructurePtr& o, const std::string& c) { s.FLATADD(o, c); }),
+           arg("pStructure"), arg("pConvertStructChar") = ".")
       .def(
           "FLATTEN", [](S& s, const std::string& c) { return s.FLATTEN(c); }, arg("pConvertStructChar") = ".")
-      .def("LINEARADD", &S::LINEARADD, arg("pStructure"))
+      .def("LINEARADD", Chain([](S& s, const StructurePtr& o) { s.LINEARADD(o); }), arg("pStructure"))
       .def("LINEAR", &S::LINEAR)
-      .def("IDLISTADD", &S::IDLISTADD, arg("pStructure"))
+      .def("IDLISTADD", Chain([](S& s, const StructurePtr& o) { s.IDLISTADD(o); }), arg("pStructure"))
       .def("IDLIST", &S::IDLIST)
-      .def("MOVE", &S::MOVE, arg("pIndex"), arg("pMoveTo"))
-      .def("SWAP", &S::SWAP, arg("pI1"), arg("pI2"))
+      .def("MOVE", Chain([](S& s, int32_t i, int32_t to) { s.MOVE(i, to); }), arg("pIndex"), arg("pMoveTo"))
+      .def("SWAP", Chain([](S& s, int32_t a, int32_t b) { s.SWAP(a, b); }), arg("pI1"), arg("pI2"))
       .def(
           "RENAME", [](S& s, const std::string& o, const std::string& n) { return s.RENAME(o, n); }, arg("pOldID"),
           arg("pNewID"))
       .def(
           "MENU", [](S& s, const std::string& p) { return s.MENU(p); }, arg("pMenu") = "")
       .def("SELECTION", &S::SELECTION, arg("pSelected") = Variant())
-      .def("INCREASE", &S::INCREASE, arg("pIncreaseBy") = Variant(1), arg("pKey") = Variant())
-      .def("DECREASE", &S::DECREASE, arg("pDecreaseBy") = Variant(1), arg("pKey") = Variant())
+      .def("INCREASE", Chain([](S& s, const Variant& by, const Variant& k) { s.INCREASE(by, k); }),
+           arg("pIncreaseBy") = Variant(1), arg("pKey") = Variant())
+      .def("DECREASE", Chain([](S& s, const Variant& by, const Variant& k) { s.DECREASE(by, k); }),
+           arg("pDecreaseBy") = Variant(1), arg("pKey") = Variant())
       .def("COPYCLIPBOARD", &S::COPYCLIPBOARD)
       .def("COPYCLIPBOARDNOTEMPTY", &S::COPYCLIPBOARDNOTEMPTY);
 

@@ -9,18 +9,12 @@
 namespace rykel {
 
 // Immutable text with a shared reference count; the characters follow the header in one block.
-struct Variant::StrRep {
-  std::atomic<uint32_t> refs;
-  uint32_t size;
-  char data[1];
-};
-
 namespace {
 const ObjectPtr kNoObject;
 }
 
 // Empty cells and fields are common: they share this one text and cost no allocation.
-Variant::StrRep Variant::sEmptyText{{0}, 0, {'\0'}};
+Variant::StrRep Variant::sEmptyText{{0}, 0, {0}, {'\0'}};
 
 Variant::Variant(long v) noexcept {
   if (v >= std::numeric_limits<int32_t>::min() && v <= std::numeric_limits<int32_t>::max()) {
@@ -43,6 +37,7 @@ Variant::Variant(std::string_view s) : type_(VarType::String) {
   if (!mem) throw std::bad_alloc();
   StrRep* rep = static_cast<StrRep*>(mem);
   new (&rep->refs) std::atomic<uint32_t>(1);
+  new (&rep->hint) std::atomic<uint32_t>(0);
   rep->size = static_cast<uint32_t>(s.size());
   std::memcpy(rep->data, s.data(), s.size());
   rep->data[s.size()] = '\0';
@@ -51,11 +46,11 @@ Variant::Variant(std::string_view s) : type_(VarType::String) {
 
 Variant::Variant(ObjectPtr o) : type_(VarType::Object) { u_.o = new ObjectPtr(std::move(o)); }
 
-Variant::Variant(const Variant& o) noexcept : type_(o.type_), u_(o.u_) {
+void Variant::hShare() noexcept {
   if (type_ == VarType::String) {
     if (u_.s != &sEmptyText) u_.s->refs.fetch_add(1, std::memory_order_relaxed);
   } else if (type_ == VarType::Object) {
-    u_.o = new ObjectPtr(*o.u_.o);
+    u_.o = new ObjectPtr(*u_.o);
   }
 }
 
@@ -84,11 +79,6 @@ void Variant::hDrop() noexcept {
   } else if (type_ == VarType::Object) {
     delete u_.o;
   }
-}
-
-std::string_view Variant::str() const noexcept {
-  if (type_ != VarType::String) return {};
-  return std::string_view(u_.s->data, u_.s->size);
 }
 
 const ObjectPtr& Variant::obj() const noexcept { return type_ == VarType::Object ? *u_.o : kNoObject; }

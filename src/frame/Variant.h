@@ -5,6 +5,7 @@
 // Type codes are the classic variant codes and reach the disk in some file forms: do not renumber.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -81,7 +82,10 @@ class Variant {
     return v;
   }
 
-  Variant(const Variant& o) noexcept;
+  // Copies of numbers are the common case: inline, with the shared text or object apart.
+  Variant(const Variant& o) noexcept : type_(o.type_), u_(o.u_) {
+    if (type_ >= VarType::String) hShare();
+  }
   Variant(Variant&& o) noexcept : type_(o.type_), u_(o.u_) {
     o.type_ = VarType::Empty;
     o.u_.i64 = 0;
@@ -111,7 +115,18 @@ class Variant {
   int64_t rawCurrency() const noexcept { return u_.i64; }
   bool rawBool() const noexcept { return u_.b; }
   // The text of a String value; an empty view for any other type.
-  std::string_view str() const noexcept;
+  std::string_view str() const noexcept {
+    return type_ == VarType::String ? std::string_view(u_.s->data, u_.s->size) : std::string_view();
+  }
+  // A word that a user of a text may remember against it (the structure store keeps what it
+  // learnt of a key there: its kind and hash), 0 until set and for other types. A text never
+  // changes, so neither does what was learnt of it; threads that race set the same word.
+  uint32_t keyHint() const noexcept {
+    return type_ == VarType::String ? u_.s->hint.load(std::memory_order_relaxed) : 0;
+  }
+  void keyHintSet(uint32_t pHint) const noexcept {
+    if (type_ == VarType::String && u_.s != &sEmptyText) u_.s->hint.store(pHint, std::memory_order_relaxed);
+  }
   // The object of an Object value (may be null: "Nothing"); null for any other type.
   const ObjectPtr& obj() const noexcept;
   // The object cast to T, or null when it is not a T.
@@ -121,9 +136,15 @@ class Variant {
   }
 
  private:
-  struct StrRep;
+  struct StrRep {
+    std::atomic<uint32_t> refs;
+    uint32_t size;
+    mutable std::atomic<uint32_t> hint;
+    char data[1];
+  };
   static StrRep sEmptyText;  // shared by every empty text, never counted or freed
   void hDrop() noexcept;
+  void hShare() noexcept;  // a copy's own reference on its text or object
 
   VarType type_;
   union {

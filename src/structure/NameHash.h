@@ -39,7 +39,8 @@ namespace rykel {
   // the tables index by the low bits: fold the well-mixed high bits down
   h ^= h >> 32;
   h *= 0xD6E8FEB86659FD93ull;
-  return static_cast<uint32_t>(h ^ (h >> 32));
+  // 31 bits: a key's hint (cls_StructureManager) keeps the top bit for the key's kind
+  return static_cast<uint32_t>(h ^ (h >> 32)) & 0x7FFFFFFFu;
 }
 
 }  // namespace rykel

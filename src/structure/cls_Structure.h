@@ -7,7 +7,8 @@
 //
 // The handle points at its manager plainly (no shared-pointer count to move per handle): the
 // manager counts its handles and keeps itself alive while any exists (see hHandleCreated), so a
-// handle may still outlive the thread that made its manager.
+// handle may still outlive the thread that made its manager. Nor does it keep a weak pointer to
+// itself: a shared pointer held only once then ends without one atomic count update.
 //
 //   auto s = std::make_shared<rykel::cls_Structure>();
 //   s->ITEM_LET("a.b", 5);
@@ -25,7 +26,7 @@
 
 namespace rykel {
 
-class cls_Structure : public Object, public std::enable_shared_from_this<cls_Structure> {
+class cls_Structure final : public Object {
  public:
   cls_Structure();
   ~cls_Structure() override;
@@ -125,8 +126,8 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
     MANAGER->ITEMDIRECT_LET(SID, pIndex, pName, pValue);
   }
   bool ISEMPTY() { return MANAGER->ISEMPTY(SID); }
-  // The handle itself. REQUIRES: the handle is held by a shared pointer.
-  StructurePtr SELF() { return shared_from_this(); }
+  // This structure (a second handle on its node, as Ref).
+  StructurePtr SELF() { return Ref(); }
 
   // ---- serialized and compact forms ------------------------------------------------------------
   std::string SERIALIZE() { return MANAGER->SERIALIZE(SID); }
@@ -178,58 +179,58 @@ class cls_Structure : public Object, public std::enable_shared_from_this<cls_Str
   }
 
   // ---- whole-tree operations -------------------------------------------------------------------
-  // Each rule with an example is in docs/API.md. Operations that change this structure return the
-  // handle itself (for chaining); the others return a new structure. pStructure: nothing raises
+  // Each rule with an example is in docs/API.md. Operations that change this structure return it
+  // (a handle on it, as SELF) for chaining; the others return a new structure. pStructure: nothing raises
   // 424. Past 1000 nesting levels they raise 1000; a structure stored inside itself is skipped
   // (COPY copies the cycle).
   std::string JOIN(std::string_view pGlue = "") { return MANAGER->JOIN(SID, pGlue); }
   StructurePtr MERGE(const StructurePtr& pStructure, std::string_view pPrefix = "", bool pKeepOrder = false) {
     MANAGER->MERGE(SID, pStructure, pPrefix, pKeepOrder);
-    return weak_from_this().lock();
+    return Ref();
   }
   StructurePtr COPY() { return MANAGER->COPY(SID); }
   StructurePtr CLONE() { return MANAGER->CLONE(SID); }
   StructurePtr DIFFERENCE(const StructurePtr& pDefaults) { return MANAGER->DIFFERENCE(SID, pDefaults); }
   StructurePtr UPDATE(const StructurePtr& pStructure) {
     MANAGER->UPDATE(SID, pStructure);
-    return weak_from_this().lock();
+    return Ref();
   }
   StructurePtr RESTRUCTURE(std::string_view pConvertToStructChar = ".") {
     return MANAGER->RESTRUCTURE(SID, pConvertToStructChar);
   }
   StructurePtr FLATADD(const StructurePtr& pStructure, std::string_view pConvertStructChar = ".") {
     MANAGER->FLATADD(SID, pStructure, pConvertStructChar);
-    return weak_from_this().lock();
+    return Ref();
   }
   StructurePtr FLATTEN(std::string_view pConvertStructChar = ".") { return MANAGER->FLATTEN(SID, pConvertStructChar); }
   StructurePtr LINEARADD(const StructurePtr& pStructure) {
     MANAGER->LINEARADD(SID, pStructure);
-    return weak_from_this().lock();
+    return Ref();
   }
   StructurePtr LINEAR() { return MANAGER->LINEAR(SID); }
   StructurePtr IDLISTADD(const StructurePtr& pStructure) {
     MANAGER->IDLISTADD(SID, pStructure);
-    return weak_from_this().lock();
+    return Ref();
   }
   StructurePtr IDLIST() { return MANAGER->IDLIST(SID); }
   StructurePtr MOVE(int32_t pIndex, int32_t pMoveTo) {
     MANAGER->MOVE(SID, pIndex, pMoveTo);
-    return weak_from_this().lock();
+    return Ref();
   }
   StructurePtr SWAP(int32_t pI1, int32_t pI2) {
     MANAGER->SWAP(SID, pI1, pI2);
-    return weak_from_this().lock();
+    return Ref();
   }
   bool RENAME(std::string_view pOldID, std::string_view pNewID) { return MANAGER->RENAME(SID, pOldID, pNewID); }
   StructurePtr MENU(std::string_view pMenu = "") { return MANAGER->MENU(SID, pMenu); }
   StructurePtr SELECTION(const Variant& pSelected = {}) { return MANAGER->SELECTION(SID, pSelected); }
   StructurePtr INCREASE(const Variant& pIncreaseBy = 1, const Variant& pKey = {}) {
     MANAGER->INCREASE(SID, pIncreaseBy, pKey);
-    return weak_from_this().lock();
+    return Ref();
   }
   StructurePtr DECREASE(const Variant& pDecreaseBy = 1, const Variant& pKey = {}) {
     MANAGER->DECREASE(SID, pDecreaseBy, pKey);
-    return weak_from_this().lock();
+    return Ref();
   }
   std::string COPYCLIPBOARD() { return MANAGER->COPYCLIPBOARD(SID); }
   std::string COPYCLIPBOARDNOTEMPTY() { return MANAGER->COPYCLIPBOARDNOTEMPTY(SID); }

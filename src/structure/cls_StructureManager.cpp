@@ -98,23 +98,23 @@ struct UpperKey {
   }
 };
 
-// Whether a key of up to 16 bytes is a plain name as it stands: ASCII, no lower-case letter, no
-// ".". Such keys (the common case of a lookup) need no UpperKey: no copy and no general scan. The
-// bytes are read as two overlapping words, never past the end.
-inline bool hPlainUpper(std::string_view s) {
-  const size_t n = s.size();
-  const char* p = s.data();
-  if (n > 16 || n == 0) return false;
-  if (n >= 8) {
-    uint64_t a, b;
-    std::memcpy(&a, p, 8);
-    std::memcpy(&b, p + n - 8, 8);
-    if (((a | b) & UpperKey::kHigh) != 0) return false;
-    return !(UpperKey::hLowerMask(a) | UpperKey::hLowerMask(b) | UpperKey::hDotMask(a) | UpperKey::hDotMask(b));
-  }
-  const uint64_t w = hShortWord(p, n);
-  // zero bytes of a short key are neither lower-case, high nor a dot
-  return !(w & UpperKey::kHigh) && !(UpperKey::hLowerMask(w) | UpperKey::hDotMask(w));
+// What a text key is, remembered on the text (Variant::keyHint) so that a key used again is neither
+// scanned nor hashed again: kPlainKey with the name's hash for a name that stands as it is (no
+// lower-case letter, nothing beyond ASCII, no "."), kUpperPath for a path that needs no
+// upper-casing, kOtherKey for the rest (upper-cased on every use).
+constexpr uint32_t kPlainKey = 0x80000000u, kUpperPath = 1, kOtherKey = 2;
+
+[[gnu::noinline]] uint32_t hKeyHintFirst(const Variant& pKey, std::string_view key) {
+  const UpperKey k(key);
+  uint32_t hint = kOtherKey;
+  if (!key.empty() && k.view.data() == key.data()) hint = k.dotted ? kUpperPath : kPlainKey | NameHash(key);
+  pKey.keyHintSet(hint);
+  return hint;
+}
+
+inline uint32_t hKeyHint(const Variant& pKey, std::string_view key) {
+  const uint32_t hint = pKey.keyHint();
+  return hint ? hint : hKeyHintFirst(pKey, key);
 }
 
 // The length of a path's first part: up to the first "." or the end.
@@ -543,8 +543,12 @@ int32_t cls_StructureManager::hFindIn(Node& n, uint32_t atom, uint32_t hash) {
 
 int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_t hash) {
   if (upper.empty()) return -1;
+  return hFindNameIn(n, n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n), upper, hash);
+}
+
+[[gnu::always_inline]] inline int32_t cls_StructureManager::hFindNameIn(const Node& n, const NameIndex* ix,
+                                                                        std::string_view upper, uint32_t hash) const {
   // a big node is searched by the name's hash alone: no trip through the name table
-  NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
   if (ix) return ix->Find(hash, [&](int32_t s) { return SameText(names_.Name(n.items[s].name), upper); });
   uint32_t atom = names_.Find(upper, hash);
   return atom ? hScan(n, atom) : -1;
@@ -602,8 +606,9 @@ void cls_StructureManager::hResize(Node& n, int32_t newMax) {
   else n.items.resize(static_cast<size_t>(newMax) + 1);
 }
 
-Variant cls_StructureManager::hValueOf(const Item& it) {
-  if (it.isStruct) return Variant(Ref(it.child));
+inline Variant cls_StructureManager::hValueOf(const Item& it) {
+  if (it.isStruct) [[unlikely]]
+    return Variant(Ref(it.child));
   return it.value;
 }
 
@@ -750,14 +755,34 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
 }
 
 Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const Variant& pDefault, bool pForceIndex) {
+  // The common read: a key known to be a plain name (its hint says so) in a live node that is
+  // small or indexed already. Nothing on this way can fail, so it needs neither the error guard
+  // nor the general way's frame.
+  if (const uint32_t hint = pKey.keyHint(); (hint & kPlainKey) && !pForceIndex && hIsLive(pID)) [[likely]] {
+    const std::string_view key = pKey.str();
+    const Node& n = nodes_[pID];
+    const NameIndex* ix = n.extra ? n.extra->index.get() : nullptr;
+    if ((ix || n.items.size() < kIndexMinSlots) && key != "COUNT") [[likely]] {
+      const int32_t slot = hFindNameIn(n, ix, key, hint & ~kPlainKey);
+      if (slot < 0) return pDefault;
+      if (!n.items[slot].isStruct) [[likely]]
+        return n.items[slot].value;
+    }
+  }
+  return hItemGet(pID, pKey, pDefault, pForceIndex);
+}
+
+Variant cls_StructureManager::hItemGet(int32_t pID, const Variant& pKey, const Variant& pDefault, bool pForceIndex) {
   return Guard(kClass, "ITEM.GET", [&]() -> Variant {
     if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
     if (pKey.isString()) {
       const std::string_view key = pKey.str();
-      if (!pForceIndex && hPlainUpper(key) && key != "COUNT") [[likely]] {
-        const int32_t slot = hFindName(hNode(pID), key, NameHash(key));
+      const uint32_t hint = hKeyHint(pKey, key);
+      if ((hint & kPlainKey) && !pForceIndex && key != "COUNT") [[likely]] {
+        const int32_t slot = hFindName(hNode(pID), key, hint & ~kPlainKey);
         return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
       }
+      if (hint == kUpperPath) return hGet(pID, key, pForceIndex, pDefault);
       UpperKey k(key);
       // a plain name: one lookup in this node, no path walk
       if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") {
@@ -842,7 +867,7 @@ void cls_StructureManager::hLetIndex(int32_t pID, int64_t index, const Variant& 
 }
 
 void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex,
-                                bool pDotted) {
+                                bool pDotted, const uint32_t* pHash) {
   int32_t node = pID;
   std::string_view rest = upper;
   bool asDefault = false;
@@ -867,7 +892,7 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
       if (!dm) ADD(node, pValue);
       return;
     }
-    const uint32_t hash = NameHash(part);
+    const uint32_t hash = pHash && last ? *pHash : NameHash(part);
     // the node's index entry loads while the name table is searched
     if (n->extra && n->extra->index) n->extra->index->Prefetch(hash);
     // a name new to the table cannot be in any node yet: no search needed
@@ -913,8 +938,12 @@ void cls_StructureManager::ITEM_LET(int32_t pID, const Variant& pKey, const Vari
       hLetIndex(pID, hKeyIndex(pKey), pValue, pForceIndex);
     } else if (pKey.isString()) {
       const std::string_view key = pKey.str();
-      if (hPlainUpper(key)) [[likely]]
-        return hLet(pID, key, pValue, pForceIndex, false);
+      if (const uint32_t hint = hKeyHint(pKey, key); hint & kPlainKey) [[likely]] {
+        const uint32_t hash = hint & ~kPlainKey;
+        return hLet(pID, key, pValue, pForceIndex, false, &hash);
+      } else if (hint == kUpperPath) {
+        return hLet(pID, key, pValue, pForceIndex);
+      }
       UpperKey k(key);
       hLet(pID, k.view, pValue, pForceIndex, k.dotted);
     } else {

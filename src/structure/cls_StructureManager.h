@@ -416,6 +416,8 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   int32_t hFindIn(Node& n, uint32_t atom, uint32_t hash);
   // The first used slot named pUpper (hash: NameTable::Hash of it), or -1; never interns.
   int32_t hFindName(Node& n, std::string_view pUpper, uint32_t hash);
+  // The same in a node searched through ix as it stands (null: through the name table); never fails.
+  int32_t hFindNameIn(const Node& n, const NameIndex* ix, std::string_view pUpper, uint32_t hash) const;
   int32_t hScan(const Node& n, uint32_t atom) const;
   NameIndex* hIndexOf(Node& n);
   // pHash: the name's hash when the caller has it (saves reading it from the name table).
@@ -423,9 +425,14 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void hIndexErase(Node& n, uint32_t atom, int32_t slot);
   Variant hValueOf(const Item& it);
   Variant hGet(int32_t pID, std::string_view upper, bool pForceIndex, const Variant& pDefault);
+  Variant hItemGet(int32_t pID, const Variant& pKey, const Variant& pDefault,
+                   bool pForceIndex);  // ITEM_GET's way for every key
+  bool hIsLive(int32_t pID) const { return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && nodes_[pID].live; }
   Variant hGetIndex(int32_t pID, int64_t index, const Variant& pDefault);
-  // pDotted false: the key holds no "." (the caller scanned it already), one step only.
-  void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex, bool pDotted = true);
+  // pDotted false: the key holds no "." (the caller scanned it already), one step only; pHash:
+  // the last part's hash when the caller has it.
+  void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex, bool pDotted = true,
+            const uint32_t* pHash = nullptr);
   void hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex);
   // The one place a slot is filled: value or child (REQUIRES slot <= MAX), see "slot writing".
   void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild, const uint32_t* pHash = nullptr);
@@ -465,7 +472,7 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
 // ---- the store's hot paths, inline: every reader goes through them once per item -------------------
 
 inline cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID) {
-  if (pID <= 0 || static_cast<size_t>(pID) >= nodes_.size() || !nodes_[pID].live) [[unlikely]]
+  if (!hIsLive(pID)) [[unlikely]]
     hBadNode(pID);
   return nodes_[pID];
 }

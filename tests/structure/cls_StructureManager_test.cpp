@@ -94,7 +94,10 @@ TEST(StructureHandle, RefConnectIdentical) {
   b->CONNECT(a->SID_GET());  // releases b's node, takes over the reference
   EXPECT_EQ(m.REFCOUNT(bId), 0);
   EXPECT_EQ(m.REFCOUNT(a->SID_GET()), 3);
-  EXPECT_EQ(a->SELF().get(), a.get());
+  // SELF and the chaining operations give this structure: a handle on the same node
+  EXPECT_TRUE(a->SELF()->IDENTICAL(*a));
+  EXPECT_TRUE(a->INCREASE(1, "N")->IDENTICAL(*a));
+  EXPECT_EQ(m.REFCOUNT(a->SID_GET()), 3);  // the handles they gave are gone again
 }
 
 TEST(StructureItems, NamesPathsAndCount) {
@@ -328,6 +331,47 @@ TEST(StructureItems, InternedNamesAgreeWithTextKeys) {
     s->REMOVE("K2");
     EXPECT_FALSE(s->EXISTS_GET(k2));
   }
+}
+
+TEST(StructureItems, ReusedKeysAgreeWithFreshOnes) {
+  // A text key remembers what it is after its first use: every later read and write with the same
+  // key object must do what a fresh copy of the text does, whatever the key, node or manager.
+  const std::vector<std::string> texts = {
+      "k1", "K1", "K40", "COUNT", "count", "A.B", "a.b", "", "5", "K1.X", "ÄÖ", "äö", "LONGER_THAN_SIXTEEN_BYTES"};
+  std::vector<Variant> kept(texts.begin(), texts.end());
+  auto check = [&](const StructurePtr& s) {
+    for (int round = 0; round < 2; ++round)
+      for (size_t i = 0; i < texts.size(); ++i) {
+        const Variant fresh(texts[i]);
+        for (bool force : {false, true}) {
+          SCOPED_TRACE(texts[i] + (force ? " forced" : "") + " round " + std::to_string(round));
+          EXPECT_EQ(CStr(s->ITEM_GET(kept[i], "none", force)), CStr(s->ITEM_GET(fresh, "none", force)));
+        }
+        EXPECT_EQ(s->EXISTS_GET(kept[i]), s->EXISTS_GET(fresh));
+      }
+  };
+  for (int size : {3, 100}) {
+    auto s = cls_Structure::New();
+    for (int i = 1; i <= size; ++i) s->ITEM_LET("K" + std::to_string(i), i);
+    check(s);
+    for (size_t i = 0; i < texts.size(); ++i)
+      if (!texts[i].empty()) s->ITEM_LET(kept[i], "w" + std::to_string(i));  // writes by the used keys
+    EXPECT_EQ(s->ITEM_GET("K40").str(), "w2");
+    EXPECT_EQ(s->ITEM_GET("K1.X").str(), "w9");  // "K1" became a sub-structure
+    EXPECT_TRUE(s->ITEM_GET("A").isObject());    // "A.B" is a path
+    check(s);
+    s->ITEM_LET(kept[1], cls_Structure::New());  // a sub-structure read through a used key
+    EXPECT_TRUE(s->ITEM_GET(kept[1]).isObject());
+    s->REMOVE(kept[2]);
+    check(s);
+  }
+  // the same key objects on another thread's manager
+  std::thread([&] {
+    auto s = cls_Structure::New();
+    s->ITEM_LET("K1", "other");
+    EXPECT_EQ(s->ITEM_GET(kept[0]).str(), "other");
+    check(s);
+  }).join();
 }
 
 TEST(StructureHandle, PooledHandlesOutliveTheirThread) {
