@@ -54,7 +54,7 @@ class HandlePool {
   struct Free {
     Free* next;
   };
-  void hSlab() {
+  [[gnu::noinline, gnu::cold]] void hSlab() {  // kept out of Get, which stays a few instructions
     slabs_.emplace_back(new std::byte[block_ * kSlabBlocks]);
     std::byte* s = slabs_.back().get();
     for (size_t i = kSlabBlocks; i-- > 0;) free_ = new (s + i * block_) Free{free_};

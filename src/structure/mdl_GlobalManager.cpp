@@ -22,15 +22,24 @@ thread_local const std::shared_ptr<cls_StructureManager>* tReady = nullptr;
 
 namespace mdl_Global {
 
-const std::shared_ptr<cls_StructureManager>& SMAN_GET() {
-  if (const auto* ready = tReady) [[likely]]
-    return *ready;
+namespace {
+
+// The thread's first call: the manager is made (or taken up again) here, apart from the fast way.
+[[gnu::noinline]] const std::shared_ptr<cls_StructureManager>& hFirstUse() {
   if (!tManager) {
     if (!tHolder) tHolder = std::make_unique<frm_SManHolder>();
     tManager = tHolder->manager;
   }
   tReady = &tManager;
   return tManager;
+}
+
+}  // namespace
+
+const std::shared_ptr<cls_StructureManager>& SMAN_GET() {
+  if (const auto* ready = tReady) [[likely]]
+    return *ready;
+  return hFirstUse();
 }
 
 }  // namespace mdl_Global
