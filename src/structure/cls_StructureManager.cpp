@@ -465,7 +465,7 @@ size_t cls_StructureManager::BytesUsed() const {
     b += n.items.capacity() * sizeof(Item);
     if (n.extra) {
       b += sizeof(Extra);
-      if (n.extra->index) b += sizeof(NameIndex) + n.extra->index->table.capacity() * sizeof(int32_t);
+      if (n.extra->index) b += sizeof(NameIndex) + n.extra->index->table.capacity() * sizeof(NameIndex::Entry);
     }
     for (const Item& it : n.items)
       if (it.value.isString() && it.value.str().size() > 0) b += 8 + it.value.str().size() + 1;
