@@ -8,6 +8,19 @@
 
 namespace rykel {
 
+// The bytes of a text of 1 to 8 bytes in one word, read as at most two overlapping pieces and
+// never past the end; the bytes it adds are zero (neither lower-case, high nor a dot).
+[[gnu::always_inline]] inline uint64_t ShortTextWord(const char* p, size_t n) {
+  if (n >= 4) {
+    uint32_t a, b;
+    std::memcpy(&a, p, 4);
+    std::memcpy(&b, p + n - 4, 4);
+    return (static_cast<uint64_t>(a) << 32) | b;
+  }
+  return (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
+         (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
+}
+
 [[gnu::always_inline]] inline uint32_t NameHash(std::string_view s) {
   // Eight bytes per step: one multiply per word instead of one per byte, so a key's hash costs a
   // few cycles whatever its length. The tail is read as two overlapping words (or bytes), never
@@ -25,16 +38,7 @@ namespace rykel {
     h = (h ^ word(p)) * kMul;
     h ^= h >> 29;
   }
-  uint64_t tail = 0;
-  if (n >= 4) {
-    uint32_t a, b;
-    std::memcpy(&a, p, 4);
-    std::memcpy(&b, p + n - 4, 4);
-    tail = (static_cast<uint64_t>(a) << 32) | b;
-  } else if (n > 0) {
-    tail = (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
-           (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
-  }
+  const uint64_t tail = n > 0 ? ShortTextWord(p, n) : 0;
   h = (h ^ tail) * kMul;
   // the tables index by the low bits: fold the well-mixed high bits down
   h ^= h >> 32;

@@ -23,19 +23,6 @@ constexpr const char* kClass = "cls_StructureManager";
 constexpr size_t kIndexMinSlots = 33;  // nodes up to this size are scanned, bigger ones indexed
 static_assert(sizeof(cls_StructureManager::Item) == 24, "an item is a value, a name atom and a child id");
 
-// The bytes of a text of 1 to 7 bytes in one word, read as at most two overlapping pieces and
-// never past the end; the zero bytes it adds are neither lower-case, high nor a dot.
-inline uint64_t hShortWord(const char* p, size_t n) {
-  if (n >= 4) {
-    uint32_t a, b;
-    std::memcpy(&a, p, 4);
-    std::memcpy(&b, p + n - 4, 4);
-    return (static_cast<uint64_t>(a) << 32) | b;
-  }
-  return (static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16) |
-         (static_cast<uint64_t>(static_cast<unsigned char>(p[n / 2])) << 8) | static_cast<unsigned char>(p[n - 1]);
-}
-
 // Keys are upper-cased once per call; already upper-case ASCII keys are used as they are, short
 // ASCII keys are upper-cased on the stack. Eight bytes are checked at a time, and the same pass
 // notes whether the key is a dotted path, so a plain name skips the path walk.
@@ -76,7 +63,7 @@ struct UpperKey {
       if (n >= 8) {
         std::memcpy(&w, p + n - 8, 8);
       } else {
-        w = hShortWord(p, n);
+        w = ShortTextWord(p, n);
       }
       scan(w);
     }
@@ -100,14 +87,16 @@ struct UpperKey {
 
 // What a text key is, remembered on the text (Variant::keyHint) so that a key used again is neither
 // scanned nor hashed again: kPlainKey with the name's hash for a name that stands as it is (no
-// lower-case letter, nothing beyond ASCII, no "."), kUpperPath for a path that needs no
-// upper-casing, kOtherKey for the rest (upper-cased on every use).
-constexpr uint32_t kPlainKey = 0x80000000u, kUpperPath = 1, kOtherKey = 2;
+// lower-case letter, nothing beyond ASCII, no "." and not the reserved COUNT), kUpperWalk for an
+// upper-case key that takes the general walk (a path, COUNT), kOtherKey for the rest (upper-cased
+// on every use).
+constexpr uint32_t kPlainKey = 0x80000000u, kUpperWalk = 1, kOtherKey = 2;
 
 [[gnu::noinline]] uint32_t hKeyHintFirst(const Variant& pKey, std::string_view key) {
   const UpperKey k(key);
   uint32_t hint = kOtherKey;
-  if (!key.empty() && k.view.data() == key.data()) hint = k.dotted ? kUpperPath : kPlainKey | NameHash(key);
+  if (!key.empty() && k.view.data() == key.data())
+    hint = k.dotted || key == "COUNT" ? kUpperWalk : kPlainKey | NameHash(key);
   pKey.keyHintSet(hint);
   return hint;
 }
@@ -332,10 +321,7 @@ void cls_StructureManager::hReleaseSlow(int32_t pID) {
 void cls_StructureManager::hPushFree(int32_t id) {
   Node& done = nodes_[id];
   if (done.items.capacity()) std::vector<Item>().swap(done.items);  // most released nodes held no items
-  done.flags = 0;
-  done.boundKind = 1;  // the bound value reads as the integer 0 after a release
-  done.unused = 0;
-  done.live = false;
+  hMarkFreed(done);
   ++freeCount_;
   if (freeCount_ > static_cast<int32_t>(free_.size()) - 1) {
     int32_t grow = std::clamp(static_cast<int32_t>(nodes_.size() - 1) / 100, 10, 5000);
@@ -762,7 +748,7 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
     const std::string_view key = pKey.str();
     const Node& n = nodes_[pID];
     const NameIndex* ix = n.extra ? n.extra->index.get() : nullptr;
-    if ((ix || n.items.size() < kIndexMinSlots) && key != "COUNT") [[likely]] {
+    if (ix || n.items.size() < kIndexMinSlots) [[likely]] {
       const int32_t slot = hFindNameIn(n, ix, key, hint & ~kPlainKey);
       if (slot < 0) return pDefault;
       if (!n.items[slot].isStruct) [[likely]]
@@ -776,19 +762,18 @@ Variant cls_StructureManager::hItemGet(int32_t pID, const Variant& pKey, const V
   return Guard(kClass, "ITEM.GET", [&]() -> Variant {
     if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
     if (pKey.isString()) {
+      // a plain name: one lookup in this node, no path walk
+      auto byName = [&](std::string_view name, uint32_t hash) {
+        const int32_t slot = hFindName(hNode(pID), name, hash);
+        return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
+      };
       const std::string_view key = pKey.str();
       const uint32_t hint = hKeyHint(pKey, key);
-      if ((hint & kPlainKey) && !pForceIndex && key != "COUNT") [[likely]] {
-        const int32_t slot = hFindName(hNode(pID), key, hint & ~kPlainKey);
-        return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
-      }
-      if (hint == kUpperPath) return hGet(pID, key, pForceIndex, pDefault);
+      if ((hint & kPlainKey) && !pForceIndex) [[likely]]
+        return byName(key, hint & ~kPlainKey);
+      if (hint == kUpperWalk) return hGet(pID, key, pForceIndex, pDefault);
       UpperKey k(key);
-      // a plain name: one lookup in this node, no path walk
-      if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") {
-        const int32_t slot = hFindName(hNode(pID), k.view, NameHash(k.view));
-        return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
-      }
+      if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") return byName(k.view, NameHash(k.view));
       return hGet(pID, k.view, pForceIndex, pDefault);
     }
     if (pKey.isEmpty() || pKey.isNull() || pKey.isObject()) return pDefault;
@@ -941,7 +926,7 @@ void cls_StructureManager::ITEM_LET(int32_t pID, const Variant& pKey, const Vari
       if (const uint32_t hint = hKeyHint(pKey, key); hint & kPlainKey) [[likely]] {
         const uint32_t hash = hint & ~kPlainKey;
         return hLet(pID, key, pValue, pForceIndex, false, &hash);
-      } else if (hint == kUpperPath) {
+      } else if (hint == kUpperWalk) {
         return hLet(pID, key, pValue, pForceIndex);
       }
       UpperKey k(key);

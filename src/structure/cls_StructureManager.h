@@ -449,6 +449,7 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void hFree(int32_t pID);
   void hLive(int32_t id);  // a node leaves the free list: one reference, no slots
   void hPushFree(int32_t id);
+  void hMarkFreed(Node& n);  // a released node's fields as a free node has them
   int32_t hAllocSlow();
   void hReleaseSlow(int32_t pID);
   void hLastHandleEnded();
@@ -521,6 +522,13 @@ inline void cls_StructureManager::hLive(int32_t id) {
   node.live = true;
 }
 
+inline void cls_StructureManager::hMarkFreed(Node& n) {
+  n.flags = 0;
+  n.boundKind = 1;  // the bound value reads as the integer 0 after a release
+  n.unused = 0;
+  n.live = false;
+}
+
 inline void cls_StructureManager::Release(int32_t pID) {
   if (pID > 0 && static_cast<size_t>(pID) < nodes_.size() && !terminated_) [[likely]] {
     Node& n = nodes_[pID];
@@ -531,10 +539,7 @@ inline void cls_StructureManager::Release(int32_t pID) {
     if (n.refs == 1 && n.items.capacity() == 0 && !n.extra && freeCount_ + 1 < static_cast<int32_t>(free_.size()))
         [[likely]] {
       n.refs = 0;
-      n.flags = 0;
-      n.boundKind = 1;  // the bound value reads as the integer 0 after a release
-      n.unused = 0;
-      n.live = false;
+      hMarkFreed(n);
       free_[++freeCount_] = pID;
       return;
     }
