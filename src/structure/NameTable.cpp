@@ -3,15 +3,24 @@
 #include "structure/NameHash.h"
 #include "structure/SameText.h"
 
+#include <atomic>
 #include <cstring>
 
 namespace rykel {
 
 namespace {
 constexpr size_t kBlock = 64 * 1024;
-}
+std::atomic<uint32_t> sTables{0};
 
-NameTable::NameTable() {
+// Serials are never given twice: a key may still carry an atom of a table that has ended.
+uint32_t hNextSerial() {
+  uint32_t n = sTables.load(std::memory_order_relaxed);
+  while (n < 255 && !sTables.compare_exchange_weak(n, n + 1, std::memory_order_relaxed)) {}
+  return n < 255 ? n + 1 : 0;
+}
+}  // namespace
+
+NameTable::NameTable() : serial_(hNextSerial()) {
   chunks_.emplace_back(new Entry[size_t{1} << kChunkBits]);
   chunks_[0][0] = {"", 0, Hash("")};  // atom 0: the empty name
   count_ = 1;

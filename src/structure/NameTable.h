@@ -32,6 +32,9 @@ class NameTable {
   uint32_t HashOf(uint32_t atom) const { return hEntry(atom).hash; }
   size_t Count() const { return count_; }
   size_t BytesUsed() const;
+  // A number no other table of the process ever has (1 to 255; 0 for tables made after those):
+  // a key text may note its atom in this table under it (cls_StructureManager's key hints).
+  uint32_t Serial() const { return serial_; }
 
  private:
   struct Entry {
@@ -57,6 +60,7 @@ class NameTable {
   char* current_ = nullptr;  // the block small names are appended to
   size_t blockUsed_ = 0;
   size_t chars_ = 0;
+  uint32_t serial_;
 };
 
 }  // namespace rykel

@@ -1,6 +1,7 @@
 #include "structure/cls_StructureManager.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -11,7 +12,6 @@
 #include "frame/Error.h"
 #include "frame/Text.h"
 #include "structure/NameHash.h"
-#include "structure/SameText.h"
 #include "structure/cls_Structure.h"
 #include "structure/cls_StructureSerializer.h"
 
@@ -86,11 +86,15 @@ struct UpperKey {
 };
 
 // What a text key is, remembered on the text (Variant::keyHint) so that a key used again is neither
-// scanned nor hashed again: kPlainKey with the name's hash for a name that stands as it is (no
-// lower-case letter, nothing beyond ASCII, no "." and not the reserved COUNT), kUpperWalk for an
-// upper-case key that takes the general walk (a path, COUNT), kOtherKey for the rest (upper-cased
-// on every use).
+// scanned nor hashed again. A name that stands as it is (no lower-case letter, nothing beyond
+// ASCII, no "." and not the reserved COUNT) is kPlainKey with the name's hash until its atom is
+// known, then kAtomKey with the atom and the serial of the name table it belongs to: a read by such
+// a key goes straight to the node's index, without the name table. kUpperWalk marks an upper-case
+// key that takes the general walk (a path, COUNT), kOtherKey the rest (upper-cased on every use).
 constexpr uint32_t kPlainKey = 0x80000000u, kUpperWalk = 1, kOtherKey = 2;
+constexpr uint32_t kAtomKey = 0x40000000u;  // | serial << kAtomBits | atom
+constexpr int kAtomBits = 22;
+constexpr uint32_t kAtomMask = (1u << kAtomBits) - 1;
 
 [[gnu::noinline]] uint32_t hKeyHintFirst(const Variant& pKey, std::string_view key) {
   const UpperKey k(key);
@@ -99,11 +103,6 @@ constexpr uint32_t kPlainKey = 0x80000000u, kUpperWalk = 1, kOtherKey = 2;
     hint = k.dotted || key == "COUNT" ? kUpperWalk : kPlainKey | NameHash(key);
   pKey.keyHintSet(hint);
   return hint;
-}
-
-inline uint32_t hKeyHint(const Variant& pKey, std::string_view key) {
-  const uint32_t hint = pKey.keyHint();
-  return hint ? hint : hKeyHintFirst(pKey, key);
 }
 
 // The length of a path's first part: up to the first "." or the end.
@@ -122,15 +121,17 @@ int64_t hKeyIndex(const Variant& k) {
 
 }  // namespace
 
-// ---- the name index of a big node: name -> first used slot with that name -------------------
-// Entries carry the name's hash, so a probe compares integers in the table itself and touches the
-// node's items only to confirm a match. Linear probing, at most 80% full.
+// ---- the name index of a big node: name atom -> first used slot with that name ----------------
+// Atoms are small numbers handed out in turn; a multiplicative hash spreads them, so a node whose
+// names were interned one after another finds almost every one at its first probe. Linear probing,
+// at most 80% full.
 struct cls_StructureManager::NameIndex {
   struct Entry {
-    uint32_t hash;
+    uint32_t atom;
     int32_t slot;  // -1: empty
   };
   std::vector<Entry> table;
+  int shift;  // 64 - log2(table.size())
   uint32_t count = 0;
   bool dups = false;  // some name is held by more than one used slot
   struct Miss {
@@ -138,57 +139,55 @@ struct cls_StructureManager::NameIndex {
     size_t at = 0;
   } miss;  // the last FindAtom that found nothing, while the table stays as it was
 
-  explicit NameIndex(size_t cap) : table(cap, Entry{0, -1}) {}
+  explicit NameIndex(size_t cap) : table(cap, Entry{0, -1}), shift(64 - std::countr_zero(cap)) {}
 
-  // Starts loading the probe's first entry, so that its cache miss overlaps other work.
-  void Prefetch(uint32_t hash) const { __builtin_prefetch(&table[hash & (table.size() - 1)]); }
-  // The slot whose entry has this hash and for which same(slot) holds, or -1.
-  template <class Same>
-  int32_t Find(uint32_t hash, Same&& same) const {
-    size_t mask = table.size() - 1;
-    for (size_t i = hash & mask; table[i].slot >= 0; i = (i + 1) & mask)
-      if (table[i].hash == hash && same(table[i].slot)) return table[i].slot;
+  size_t Home(uint32_t atom) const { return static_cast<size_t>((atom * 0x9E3779B97F4A7C15ull) >> shift); }
+  // The slot of the name, or -1.
+  int32_t Find(uint32_t atom) const {
+    const size_t mask = table.size() - 1;
+    for (size_t i = Home(atom); table[i].slot >= 0; i = (i + 1) & mask)
+      if (table[i].atom == atom) return table[i].slot;
     return -1;
   }
-  // Find by atom. A miss notes where its probe ended: the Insert of that atom that usually
-  // follows (a write of a name new to the node) takes that entry without probing again.
-  int32_t FindAtom(uint32_t hash, uint32_t atom, const std::vector<Item>& items) {
-    size_t mask = table.size() - 1;
-    size_t i = hash & mask;
+  // Find, noting where a miss ended: the Insert of that atom that usually follows (a write of a
+  // name new to the node) takes that entry without probing again.
+  int32_t FindAtom(uint32_t atom) {
+    const size_t mask = table.size() - 1;
+    size_t i = Home(atom);
     for (; table[i].slot >= 0; i = (i + 1) & mask)
-      if (table[i].hash == hash && items[table[i].slot].name == atom) return table[i].slot;
+      if (table[i].atom == atom) return table[i].slot;
     miss = {atom, i};
     return -1;
   }
-  void Insert(uint32_t hash, uint32_t atom, int32_t slot, const std::vector<Item>& items) {
+  void Insert(uint32_t atom, int32_t slot) {
     if ((count + 1) * 5 > table.size() * 4) hRehash(table.size() * 2);
-    size_t mask = table.size() - 1;
-    size_t i = hash & mask;
+    const size_t mask = table.size() - 1;
+    size_t i = Home(atom);
     if (miss.atom == atom && atom != 0) {  // the table is unchanged since that probe
       i = miss.at;
       miss.atom = 0;
-      table[i] = {hash, slot};
+      table[i] = {atom, slot};
       ++count;
       return;
     }
     miss.atom = 0;
     for (; table[i].slot >= 0; i = (i + 1) & mask) {
       Entry& e = table[i];
-      if (e.hash == hash && items[e.slot].name == atom) {
+      if (e.atom == atom) {
         if (e.slot != slot) dups = true;
         if (slot < e.slot) e.slot = slot;
         return;
       }
     }
-    table[i] = {hash, slot};
+    table[i] = {atom, slot};
     ++count;
   }
-  void Erase(uint32_t hash, int32_t slot) {
+  void Erase(uint32_t atom, int32_t slot) {
     miss.atom = 0;
-    size_t mask = table.size() - 1;
-    size_t i = hash & mask;
+    const size_t mask = table.size() - 1;
+    size_t i = Home(atom);
     for (; table[i].slot >= 0; i = (i + 1) & mask)
-      if (table[i].slot == slot) break;
+      if (table[i].atom == atom) break;
     if (table[i].slot != slot) return;  // not indexed: a later duplicate
     // backward-shift deletion keeps every probe chain unbroken
     size_t j = i;
@@ -200,8 +199,8 @@ struct cls_StructureManager::NameIndex {
           --count;
           return;
         }
-        size_t home = table[j].hash & mask;
-        bool between = (i <= j) ? (i < home && home <= j) : (i < home || home <= j);
+        const size_t home = Home(table[j].atom);
+        const bool between = (i <= j) ? (i < home && home <= j) : (i < home || home <= j);
         if (!between) break;
       }
       table[i] = table[j];
@@ -212,10 +211,11 @@ struct cls_StructureManager::NameIndex {
     miss.atom = 0;
     std::vector<Entry> old(cap, Entry{0, -1});
     old.swap(table);
-    size_t mask = cap - 1;
+    shift = 64 - std::countr_zero(cap);
+    const size_t mask = cap - 1;
     for (const Entry& e : old) {
       if (e.slot < 0) continue;
-      size_t i = e.hash & mask;
+      size_t i = Home(e.atom);
       while (table[i].slot >= 0) i = (i + 1) & mask;
       table[i] = e;
     }
@@ -228,7 +228,8 @@ struct cls_StructureManager::Extra {
   std::unique_ptr<NameIndex> index;
 };
 
-cls_StructureManager::cls_StructureManager() : pool_(new HandlePool) {
+cls_StructureManager::cls_StructureManager()
+    : atomTag_(names_.Serial() ? (kAtomKey >> kAtomBits) | names_.Serial() : ~0u), pool_(new HandlePool) {
   nodes_.resize(1);
   free_.assign(101, 0);
 }
@@ -499,8 +500,7 @@ cls_StructureManager::NameIndex* cls_StructureManager::hIndexOf(Node& n) {
     x.index = std::make_unique<NameIndex>(cap);
     const size_t base = (n.flags & kHasZero) ? 0 : 1;
     for (size_t i = base; i < n.items.size(); ++i)
-      if (n.items[i].used && n.items[i].name)
-        x.index->Insert(names_.HashOf(n.items[i].name), n.items[i].name, static_cast<int32_t>(i), n.items);
+      if (n.items[i].used && n.items[i].name) x.index->Insert(n.items[i].name, static_cast<int32_t>(i));
   }
   return x.index.get();
 }
@@ -511,49 +511,32 @@ int32_t cls_StructureManager::hScan(const Node& n, uint32_t atom) const {
   return -1;
 }
 
-int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) {
-  if (atom == 0) return -1;
-  return hFindSlot(pID, atom, names_.HashOf(atom));
-}
+int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom) { return hFindIn(hNode(pID), atom); }
 
-int32_t cls_StructureManager::hFindSlot(int32_t pID, uint32_t atom, uint32_t hash) {
-  return hFindIn(hNode(pID), atom, hash);
-}
-
-int32_t cls_StructureManager::hFindIn(Node& n, uint32_t atom, uint32_t hash) {
+int32_t cls_StructureManager::hFindIn(Node& n, uint32_t atom) {
   if (atom == 0) return -1;
   NameIndex* ix = n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n);
-  if (ix) return ix->FindAtom(hash, atom, n.items);
+  if (ix) return ix->FindAtom(atom);
   return hScan(n, atom);
 }
 
 int32_t cls_StructureManager::hFindName(Node& n, std::string_view upper, uint32_t hash) {
-  if (upper.empty()) return -1;
-  return hFindNameIn(n, n.extra && n.extra->index ? n.extra->index.get() : hIndexOf(n), upper, hash);
+  const uint32_t atom = upper.empty() ? 0 : names_.Find(upper, hash);
+  return atom ? hFindIn(n, atom) : -1;  // a name never interned is in no node
 }
 
-[[gnu::always_inline]] inline int32_t cls_StructureManager::hFindNameIn(const Node& n, const NameIndex* ix,
-                                                                        std::string_view upper, uint32_t hash) const {
-  // a big node is searched by the name's hash alone: no trip through the name table
-  if (ix) return ix->Find(hash, [&](int32_t s) { return SameText(names_.Name(n.items[s].name), upper); });
-  uint32_t atom = names_.Find(upper, hash);
-  return atom ? hScan(n, atom) : -1;
-}
-
-void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot, const uint32_t* pHash) {
-  if (atom && n.extra && n.extra->index)
-    n.extra->index->Insert(pHash ? *pHash : names_.HashOf(atom), atom, slot, n.items);
+void cls_StructureManager::hIndexInsert(Node& n, uint32_t atom, int32_t slot) {
+  if (atom && n.extra && n.extra->index) n.extra->index->Insert(atom, slot);
 }
 
 void cls_StructureManager::hIndexErase(Node& n, uint32_t atom, int32_t slot) {
   if (!atom || !n.extra || !n.extra->index) return;
   NameIndex& ix = *n.extra->index;
-  const uint32_t hash = names_.HashOf(atom);
-  ix.Erase(hash, slot);
+  ix.Erase(atom, slot);
   if (ix.dups) {  // another slot may carry the name: the first one after this becomes the entry
     for (size_t i = slot + 1; i < n.items.size(); ++i)
       if (n.items[i].used && n.items[i].name == atom) {
-        ix.Insert(hash, atom, static_cast<int32_t>(i), n.items);
+        ix.Insert(atom, static_cast<int32_t>(i));
         break;
       }
   }
@@ -598,7 +581,7 @@ inline Variant cls_StructureManager::hValueOf(const Item& it) {
   return it.value;
 }
 
-void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue, const uint32_t* pHash) {
+void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pValue) {
   int32_t newChild = 0;
   if (pValue.isObject()) {
     if (auto s = pValue.as<cls_Structure>()) {
@@ -609,7 +592,7 @@ void cls_StructureManager::hStore(int32_t pID, int32_t slot, const Variant& pVal
   }
   Node& n = hNode(pID);
   if (static_cast<size_t>(slot) >= n.items.size()) hResize(n, slot);
-  hFill(n, slot, newChild ? Variant() : Variant(pValue), newChild, pHash);
+  hFill(n, slot, newChild ? Variant() : Variant(pValue), newChild);
 }
 
 // ---- slot writing ----------------------------------------------------------------------------
@@ -628,7 +611,7 @@ bool cls_StructureManager::IndexText(std::string_view s, int64_t& out) {
 }
 
 int32_t cls_StructureManager::FindSlot(int32_t pID, uint32_t pAtom) { return hFindSlot(pID, pAtom); }
-int32_t cls_StructureManager::FindSlot(int32_t pID, ItemName pName) { return hFindSlot(pID, pName.atom, pName.hash); }
+int32_t cls_StructureManager::FindSlot(int32_t pID, ItemName pName) { return hFindSlot(pID, pName.atom); }
 
 void cls_StructureManager::MoveSlots(int32_t pFrom, int32_t pTo) {
   Node& f = hNode(pFrom);
@@ -741,15 +724,16 @@ Variant cls_StructureManager::hGet(int32_t pID, std::string_view upper, bool pFo
 }
 
 Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const Variant& pDefault, bool pForceIndex) {
-  // The common read: a key known to be a plain name (its hint says so) in a live node that is
-  // small or indexed already. Nothing on this way can fail, so it needs neither the error guard
-  // nor the general way's frame.
-  if (const uint32_t hint = pKey.keyHint(); (hint & kPlainKey) && !pForceIndex && hIsLive(pID)) [[likely]] {
-    const std::string_view key = pKey.str();
+  // The common read: a key that carries its atom in this manager's names (its hint says so) in a
+  // live node that is small or indexed already. Nothing on this way can fail, so it needs neither
+  // the error guard nor the general way's frame.
+  if (const uint32_t hint = pKey.keyHint(); (hint >> kAtomBits) == atomTag_ && !pForceIndex && hIsLive(pID))
+      [[likely]] {
     const Node& n = nodes_[pID];
     const NameIndex* ix = n.extra ? n.extra->index.get() : nullptr;
     if (ix || n.items.size() < kIndexMinSlots) [[likely]] {
-      const int32_t slot = hFindNameIn(n, ix, key, hint & ~kPlainKey);
+      const uint32_t atom = hint & kAtomMask;
+      const int32_t slot = ix ? ix->Find(atom) : hScan(n, atom);
       if (slot < 0) return pDefault;
       if (!n.items[slot].isStruct) [[likely]]
         return n.items[slot].value;
@@ -758,23 +742,38 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
   return hItemGet(pID, pKey, pDefault, pForceIndex);
 }
 
+uint32_t cls_StructureManager::hKeyHint(const Variant& pKey, std::string_view pText) const {
+  const uint32_t hint = pKey.keyHint();
+  // an atom noted by another manager says nothing here: the key is worked out again
+  if (hint && (hint & (kPlainKey | kAtomKey)) != kAtomKey) return hint;
+  return hint && (hint >> kAtomBits) == atomTag_ ? hint : hKeyHintFirst(pKey, pText);
+}
+
+uint32_t cls_StructureManager::hNoteAtom(const Variant& pKey, uint32_t pAtom) const {
+  if (pAtom && pAtom <= kAtomMask && atomTag_ != ~0u) pKey.keyHintSet((atomTag_ << kAtomBits) | pAtom);
+  return pAtom;
+}
+
 Variant cls_StructureManager::hItemGet(int32_t pID, const Variant& pKey, const Variant& pDefault, bool pForceIndex) {
   return Guard(kClass, "ITEM.GET", [&]() -> Variant {
     if (hIsNumberKey(pKey)) return hGetIndex(pID, hKeyIndex(pKey), pDefault);
     if (pKey.isString()) {
       // a plain name: one lookup in this node, no path walk
-      auto byName = [&](std::string_view name, uint32_t hash) {
-        const int32_t slot = hFindName(hNode(pID), name, hash);
+      auto byAtom = [&](uint32_t atom) {
+        const int32_t slot = hFindIn(hNode(pID), atom);
         return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
       };
       const std::string_view key = pKey.str();
       const uint32_t hint = hKeyHint(pKey, key);
-      if ((hint & kPlainKey) && !pForceIndex) [[likely]]
-        return byName(key, hint & ~kPlainKey);
-      if (hint == kUpperWalk) return hGet(pID, key, pForceIndex, pDefault);
-      UpperKey k(key);
-      if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT") return byName(k.view, NameHash(k.view));
-      return hGet(pID, k.view, pForceIndex, pDefault);
+      if (hint == kOtherKey) {
+        UpperKey k(key);
+        if (!k.dotted && !pForceIndex && !k.view.empty() && k.view != "COUNT")
+          return byAtom(names_.Find(k.view, NameHash(k.view)));
+        return hGet(pID, k.view, pForceIndex, pDefault);
+      }
+      if (hint == kUpperWalk || pForceIndex) return hGet(pID, key, pForceIndex, pDefault);
+      if (hint & kPlainKey) return byAtom(hNoteAtom(pKey, names_.Find(key, hint & ~kPlainKey)));
+      return byAtom(hint & kAtomMask);
     }
     if (pKey.isEmpty() || pKey.isNull() || pKey.isObject()) return pDefault;
     const std::string keyText = CStr(pKey);  // UpperKey may keep a view of it
@@ -804,7 +803,7 @@ ItemName cls_StructureManager::NAME(std::string_view pName) {
 
 Variant cls_StructureManager::ITEM_GET(int32_t pID, ItemName pName, const Variant& pDefault) {
   return Guard(kClass, "ITEM.GET", [&]() -> Variant {
-    const int32_t slot = hFindSlot(pID, pName.atom, pName.hash);
+    const int32_t slot = hFindSlot(pID, pName.atom);
     return slot < 0 ? pDefault : hValueOf(nodes_[pID].items[slot]);
   });
 }
@@ -817,15 +816,15 @@ void cls_StructureManager::ITEM_LET(int32_t pID, ItemName pName, const Variant& 
       ADD(pID, pValue);
       return;
     }
-    int32_t slot = hFindSlot(pID, pName.atom, pName.hash);
+    int32_t slot = hFindSlot(pID, pName.atom);
     if (slot >= 0 && (n.flags & kDefaultMode)) return;
     if (slot < 0) slot = hNewSlot(n, pName.atom);
-    hStore(pID, slot, pValue, &pName.hash);
+    hStore(pID, slot, pValue);
   });
 }
 
 bool cls_StructureManager::EXISTS_GET(int32_t pID, ItemName pName) {
-  return Guard(kClass, "EXISTS.GET", [&] { return hFindSlot(pID, pName.atom, pName.hash) >= 0; });
+  return Guard(kClass, "EXISTS.GET", [&] { return hFindSlot(pID, pName.atom) >= 0; });
 }
 
 // ---- items: writing --------------------------------------------------------------------------
@@ -851,8 +850,8 @@ void cls_StructureManager::hLetIndex(int32_t pID, int64_t index, const Variant& 
   hLet(pID, std::to_string(index), pValue, false);
 }
 
-void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex,
-                                bool pDotted, const uint32_t* pHash) {
+uint32_t cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex,
+                                    bool pDotted, const uint32_t* pHash, uint32_t pAtom) {
   int32_t node = pID;
   std::string_view rest = upper;
   bool asDefault = false;
@@ -870,21 +869,24 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
       } else {
         hLetIndex(node, idx, pValue, true);
       }
-      return;
+      return 0;
     }
     if (part.empty()) {
       if (!last) Raise(err::kInvalidCall, "Invalid key path '" + std::string(upper) + "'");
       if (!dm) ADD(node, pValue);
-      return;
+      return 0;
     }
-    const uint32_t hash = pHash && last ? *pHash : NameHash(part);
-    // the node's index entry loads while the name table is searched
-    if (n->extra && n->extra->index) n->extra->index->Prefetch(hash);
-    // a name new to the table cannot be in any node yet: no search needed
-    const size_t known = names_.Count();
-    uint32_t atom = names_.Intern(part, hash);
-    int32_t slot = names_.Count() > known ? -1 : hFindIn(*n, atom, hash);
-    if (slot >= 0 && last && dm) return;  // a default never overwrites
+    uint32_t atom = last ? pAtom : 0;
+    int32_t slot;
+    if (atom) {
+      slot = hFindIn(*n, atom);
+    } else {
+      // a name new to the table cannot be in any node yet: no search needed
+      const size_t known = names_.Count();
+      atom = names_.Intern(part, pHash && last ? *pHash : NameHash(part));
+      slot = names_.Count() > known ? -1 : hFindIn(*n, atom);
+    }
+    if (slot >= 0 && last && dm) return atom;  // a default never overwrites
     if (last && !pValue.isObject()) [[likely]] {
       // a plain value: no sub-structure to link, so the slot is filled here directly
       if (slot < 0 && n->unused == 0 && !((n->flags & kHasZero) && (n->items.empty() || !n->items[0].used))) {
@@ -894,22 +896,22 @@ void cls_StructureManager::hLet(int32_t pID, std::string_view upper, const Varia
           hTooManySlots();
         const auto added = static_cast<int32_t>(n->items.size());
         n->items.emplace_back(Item{Variant(pValue), atom, 0, true, false});
-        if (n->extra) hIndexInsert(*n, atom, added, &hash);
-        return;
+        if (n->extra) hIndexInsert(*n, atom, added);
+        return atom;
       }
       if (slot < 0) slot = hNewSlot(*n, atom);
-      hFill(*n, slot, Variant(pValue), 0, &hash);
-      return;
+      hFill(*n, slot, Variant(pValue), 0);
+      return atom;
     }
     if (slot < 0) slot = hNewSlot(*n, atom);
     if (last) {
-      hStore(node, slot, pValue, &hash);
-      return;
+      hStore(node, slot, pValue);
+      return atom;
     }
     if (!n->items[slot].used || !n->items[slot].isStruct) {
       int32_t child = Alloc();  // may move the node table
       n = &hNode(node);
-      hFill(*n, slot, Variant(), child, &hash);
+      hFill(*n, slot, Variant(), child);
     }
     node = n->items[slot].child;
     rest = rest.substr(len + 1);
@@ -923,11 +925,19 @@ void cls_StructureManager::ITEM_LET(int32_t pID, const Variant& pKey, const Vari
       hLetIndex(pID, hKeyIndex(pKey), pValue, pForceIndex);
     } else if (pKey.isString()) {
       const std::string_view key = pKey.str();
-      if (const uint32_t hint = hKeyHint(pKey, key); hint & kPlainKey) [[likely]] {
+      const uint32_t hint = hKeyHint(pKey, key);
+      if (hint & kPlainKey) {
         const uint32_t hash = hint & ~kPlainKey;
-        return hLet(pID, key, pValue, pForceIndex, false, &hash);
-      } else if (hint == kUpperWalk) {
-        return hLet(pID, key, pValue, pForceIndex);
+        hNoteAtom(pKey, hLet(pID, key, pValue, pForceIndex, false, &hash));
+        return;
+      }
+      if (hint == kUpperWalk) {
+        hLet(pID, key, pValue, pForceIndex);
+        return;
+      }
+      if (hint != kOtherKey) {
+        hLet(pID, key, pValue, pForceIndex, false, nullptr, hint & kAtomMask);
+        return;
       }
       UpperKey k(key);
       hLet(pID, k.view, pValue, pForceIndex, k.dotted);
@@ -1029,9 +1039,8 @@ int32_t cls_StructureManager::hWalk(int32_t pID, std::string_view upper, int32_t
   for (;;) {
     const size_t len = hPartLength(rest);
     const std::string_view part = rest.substr(0, len);
-    const uint32_t hash = NameHash(part);
-    const uint32_t atom = names_.Find(part, hash);
-    int32_t slot = atom ? hFindSlot(rNode, atom, hash) : -1;
+    const uint32_t atom = names_.Find(part);
+    int32_t slot = atom ? hFindSlot(rNode, atom) : -1;
     if (slot < 0 || len == rest.size()) return slot;
     const Item& it = nodes_[rNode].items[slot];
     if (!it.isStruct) return -1;

@@ -412,31 +412,31 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void hFlagLet(int32_t pID, uint8_t f, bool v);
   Extra& hExtra(Node& n);
   int32_t hFindSlot(int32_t pID, uint32_t atom);
-  int32_t hFindSlot(int32_t pID, uint32_t atom, uint32_t hash);  // hash: the name's NameTable::Hash
-  int32_t hFindIn(Node& n, uint32_t atom, uint32_t hash);
+  int32_t hFindIn(Node& n, uint32_t atom);
   // The first used slot named pUpper (hash: NameTable::Hash of it), or -1; never interns.
   int32_t hFindName(Node& n, std::string_view pUpper, uint32_t hash);
-  // The same in a node searched through ix as it stands (null: through the name table); never fails.
-  int32_t hFindNameIn(const Node& n, const NameIndex* ix, std::string_view pUpper, uint32_t hash) const;
   int32_t hScan(const Node& n, uint32_t atom) const;
   NameIndex* hIndexOf(Node& n);
-  // pHash: the name's hash when the caller has it (saves reading it from the name table).
-  void hIndexInsert(Node& n, uint32_t atom, int32_t slot, const uint32_t* pHash = nullptr);
+  void hIndexInsert(Node& n, uint32_t atom, int32_t slot);
   void hIndexErase(Node& n, uint32_t atom, int32_t slot);
   Variant hValueOf(const Item& it);
   Variant hGet(int32_t pID, std::string_view upper, bool pForceIndex, const Variant& pDefault);
   Variant hItemGet(int32_t pID, const Variant& pKey, const Variant& pDefault,
                    bool pForceIndex);  // ITEM_GET's way for every key
+  // A text key's hint, worked out on its first use in this manager (see kAtomKey).
+  uint32_t hKeyHint(const Variant& pKey, std::string_view pText) const;
+  // Notes the atom of a plain-name key on the key, where the hint has room for it; returns pAtom.
+  uint32_t hNoteAtom(const Variant& pKey, uint32_t pAtom) const;
   bool hIsLive(int32_t pID) const { return pID > 0 && static_cast<size_t>(pID) < nodes_.size() && nodes_[pID].live; }
   Variant hGetIndex(int32_t pID, int64_t index, const Variant& pDefault);
   // pDotted false: the key holds no "." (the caller scanned it already), one step only; pHash:
-  // the last part's hash when the caller has it.
-  void hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex, bool pDotted = true,
-            const uint32_t* pHash = nullptr);
+  // the last part's hash when the caller has it, pAtom its atom. Returns the last part's atom.
+  uint32_t hLet(int32_t pID, std::string_view upper, const Variant& pValue, bool pForceIndex, bool pDotted = true,
+                const uint32_t* pHash = nullptr, uint32_t pAtom = 0);
   void hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex);
   // The one place a slot is filled: value or child (REQUIRES slot <= MAX), see "slot writing".
-  void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild, const uint32_t* pHash = nullptr);
-  void hStore(int32_t pID, int32_t slot, const Variant& pValue, const uint32_t* pHash = nullptr);
+  void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild);
+  void hStore(int32_t pID, int32_t slot, const Variant& pValue);
   void hDropIndex(Node& n);
   void hAfterReorder(Node& n);
   // A fresh slot for a new name: the last unused slot, else one past MAX; named already.
@@ -459,6 +459,9 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   int32_t freeCount_ = 0;
   int32_t handles_ = 0;
   NameTable names_;
+  // The top bits of a key hint that holds an atom of names_ (see kAtomKey); none when the table
+  // has no serial.
+  uint32_t atomTag_;
   HandlePool* pool_;  // ends with the last handle, which may outlive the manager
   bool terminated_ = false;
   std::shared_ptr<cls_StructureManager> keep_;                   // the manager itself, while it has handles
@@ -547,14 +550,13 @@ inline void cls_StructureManager::Release(int32_t pID) {
   hReleaseSlow(pID);
 }
 
-inline void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild,
-                                        const uint32_t* pHash) {
+inline void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild) {
   Item& it = n.items[slot];
   const int32_t oldChild = it.isStruct ? it.child : 0;  // unused slots hold nothing
   if (!it.used) {
     it.used = true;
     if (slot >= 1) --n.unused;
-    if (it.name && n.extra) hIndexInsert(n, it.name, slot, pHash);
+    if (it.name && n.extra) hIndexInsert(n, it.name, slot);
   }
   it.isStruct = pChild != 0;
   it.child = pChild;

@@ -372,6 +372,25 @@ TEST(StructureItems, ReusedKeysAgreeWithFreshOnes) {
     EXPECT_EQ(s->ITEM_GET(kept[0]).str(), "other");
     check(s);
   }).join();
+  // back on this thread, then on a manager made after the ones whose atoms a key can note
+  auto again = cls_Structure::New();
+  for (int i = 1; i <= 50; ++i) again->ITEM_LET("K" + std::to_string(51 - i), i);
+  check(again);
+  std::vector<std::shared_ptr<cls_StructureManager>> managers;
+  for (int i = 0; i < 300; ++i) managers.push_back(std::make_shared<cls_StructureManager>());
+  cls_StructureManager& m = *managers.back();
+  EXPECT_EQ(m.Names().Serial(), 0u);
+  const int32_t id = m.Alloc();
+  for (int i = 1; i <= 100; ++i) m.ITEM_LET(id, Variant("K" + std::to_string(i)), i);
+  for (int round = 0; round < 2; ++round)
+    for (size_t i = 0; i < texts.size(); ++i) {
+      SCOPED_TRACE(texts[i] + " without serial");
+      EXPECT_EQ(CStr(m.ITEM_GET(id, kept[i], "none")), CStr(m.ITEM_GET(id, Variant(texts[i]), "none")));
+      if (!texts[i].empty()) m.ITEM_LET(id, kept[i], static_cast<int>(i));
+    }
+  EXPECT_EQ(CStr(m.ITEM_GET(id, "K40")), "2");
+  m.Release(id);
+  check(again);
 }
 
 TEST(StructureHandle, PooledHandlesOutliveTheirThread) {
