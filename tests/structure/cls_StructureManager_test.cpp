@@ -231,24 +231,31 @@ TEST(StructureItems, ClearAndRemove) {
 TEST(StructureItems, BigNodesAgreeWithAModel) {
   auto s = cls_Structure::New();
   std::map<std::string, int> model;
+  std::vector<Variant> kept;  // keys used again and again (they note their atoms) next to fresh ones
+  for (int k = 0; k < 300; ++k) kept.emplace_back("K" + std::to_string(k));
   std::mt19937 rng(7);
   for (int step = 0; step < 20000; ++step) {
-    std::string key = "K" + std::to_string(rng() % 300);
+    const int k = static_cast<int>(rng() % 300);
+    const std::string key = "K" + std::to_string(k);
+    const Variant fresh(key);
+    const Variant& used = step % 2 ? kept[k] : fresh;
     if (rng() % 3 == 0) {
-      EXPECT_EQ(s->REMOVE(key), model.erase(key) == 1);
+      EXPECT_EQ(s->REMOVE(used), model.erase(key) == 1);
     } else {
       int v = static_cast<int>(rng() % 1000);
-      s->ITEM_LET(key, v);
+      s->ITEM_LET(used, v);
       model[key] = v;
     }
+    if (step % 7 == 0) EXPECT_EQ(CLng(s->ITEM_GET(kept[k], -1)), model.count(key) ? model[key] : -1) << key;
   }
   for (int k = 0; k < 300; ++k) {
     std::string key = "k" + std::to_string(k);
     std::string upper = key;
     upper[0] = 'K';
     auto it = model.find(upper);
-    Variant got = s->ITEM_GET(key, -1);
-    EXPECT_EQ(CLng(got), it == model.end() ? -1 : it->second) << key;
+    const int want = it == model.end() ? -1 : it->second;
+    EXPECT_EQ(CLng(s->ITEM_GET(key, -1)), want) << key;
+    EXPECT_EQ(CLng(s->ITEM_GET(kept[k], -1)), want) << key;
   }
   int used = 0;
   while (s->INDEX(used + 1) >= 0) ++used;
