@@ -562,6 +562,7 @@ void cls_StructureManager::hResize(Node& n, int32_t newMax) {
       Item& it = n.items[i];
       if (it.used) {
         hIndexErase(n, it.name, i);
+        it.used = false;  // an erase of the same name below must not take this slot back into the index
         if (it.isStruct) Release(it.child);
       } else {
         --n.unused;

@@ -309,6 +309,14 @@ TEST(StructureItems, BigNodesFindNamesByHash) {
   EXPECT_EQ(CLng(s->ITEM_GET("K50")), 50);
   s->ITEM_LET("k99", 99);
   EXPECT_EQ(s->ITEMINDEX_GET("K99"), 5);  // the highest unused slot is reused first
+  // shrinking past two slots of one name leaves no index entry behind for either
+  s->ITEMDIRECT_LET(70, "twice", 1);
+  s->ITEMDIRECT_LET(75, "twice", 2);
+  EXPECT_EQ(CLng(s->ITEM_GET("TWICE")), 1);
+  s->RESIZE(60);
+  EXPECT_EQ(s->ITEM_GET("TWICE", "d").str(), "d");
+  s->ITEM_LET("twice", 3);
+  EXPECT_EQ(s->ITEMINDEX_GET("TWICE"), 60);  // again the highest unused slot
 }
 
 TEST(StructureItems, InternedNamesAgreeWithTextKeys) {
