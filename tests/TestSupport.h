@@ -1,6 +1,7 @@
 // Small helpers shared by the C++ tests.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -57,6 +59,15 @@ std::pair<int, std::string> Failure(F&& f) {
     f();
   } catch (const Error& e) { return {e.number, e.description}; }
   return {0, ""};
+}
+
+// Whether f raised the error pNumber with pPart in its text; the failure says what came instead.
+template <class F>
+testing::AssertionResult Raises(int pNumber, std::string_view pPart, F&& f) {
+  auto [number, text] = Failure(std::forward<F>(f));
+  if (number == pNumber && text.find(pPart) != std::string::npos) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "raised " << number << " \"" << text << "\", not " << pNumber << " with \""
+                                     << pPart << "\"";
 }
 
 // The error number f raised (0 when none).
