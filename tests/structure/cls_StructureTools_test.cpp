@@ -142,7 +142,7 @@ TEST(Collections, ValuesAndWholeNumbers) {
   EXPECT_TRUE(n.Exists(7));  // the second 7 is still there
   n.Remove(2);
   EXPECT_FALSE(n.Exists(7));
-  EXPECT_EQ(std::tuple(FailureNumber([&] { n.Add("seven"); }), FailureNumber([&] { n.Add(5e10); }), n.Count()),
+  EXPECT_EQ((std::tuple{FailureNumber([&] { n.Add("seven"); }), FailureNumber([&] { n.Add(5e10); }), n.Count()}),
             std::tuple(err::kTypeMismatch, err::kOverflow, 1));
 }
 

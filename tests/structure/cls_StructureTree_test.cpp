@@ -224,8 +224,8 @@ TEST(cls_StructureTree, CopyClipboardGoesToTheHandler) {
   std::string got;
   cls_StructureTree::SetClipboard([&](const std::string& t) { got = t; });
   auto s = Make({{"a", 1}, {"b.c", ""}, {"", "x"}});
-  EXPECT_EQ(std::tuple(s->COPYCLIPBOARD(), got), std::tuple("A = 1\r\nB.C = \r\n3 = x", "A = 1\r\nB.C = \r\n3 = x"));
-  EXPECT_EQ(std::tuple(s->COPYCLIPBOARDNOTEMPTY(), got), std::tuple("A = 1\r\n3 = x", "A = 1\r\n3 = x"));
+  EXPECT_EQ((std::tuple{s->COPYCLIPBOARD(), got}), std::tuple("A = 1\r\nB.C = \r\n3 = x", "A = 1\r\nB.C = \r\n3 = x"));
+  EXPECT_EQ((std::tuple{s->COPYCLIPBOARDNOTEMPTY(), got}), std::tuple("A = 1\r\n3 = x", "A = 1\r\n3 = x"));
   cls_StructureTree::SetClipboard({});
   s->COPYCLIPBOARD();
   EXPECT_EQ(cls_StructureTree::CLIPBOARD_GET(), "A = 1\r\nB.C = \r\n3 = x");
