@@ -53,7 +53,7 @@ TEST(cls_StructureTools, CreatePairsCollectionsAndLiterals) {
     r->ITEM_LET("A", 1);
     return r;
   });
-  EXPECT_EQ(std::tuple(CLng(t->CREATE({"A=1"})->ITEM_GET("A")), seen), std::tuple(1, "{STRUCT A=1}"));
+  EXPECT_EQ((std::tuple{CLng(t->CREATE({"A=1"})->ITEM_GET("A")), seen}), std::tuple(1, "{STRUCT A=1}"));
   EXPECT_EQ(CStr(t->CREATE({"bad"})->ITEM_GET("ERROR")),
             "Cannot decode the structure literal {STRUCT bad}: unexpected word");
   cls_StructureTools::SetLiteralDecoder(installed);
