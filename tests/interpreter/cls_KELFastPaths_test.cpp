@@ -84,12 +84,13 @@ TEST(cls_KELFastPaths, LoopRoundsAppendWhatEachRoundWouldGiveAlone) {
 
 TEST(cls_KELFastPaths, IfChainsAcrossNestedLevelsAndLoops) {
   cls_KEL k;
-  // A command between IF and ELSE breaks the chain.
-  EXPECT_EQ(k.PROCESS("{IF (0) {a}}{ELSE {b}}|{IF (1) {{IF (0) {x}}{ELSE {y}}}}{ELSE {z}}|"
-                      "{IF (0) {a}}{ELSEIF (0) {b}}{ELSEIF (1) {c}}{ELSE {d}}|"
-                      "{FOR i 1 4 1 {{IF (i = 2) {two}}{ELSEIF (i = 3) {three}}{ELSE {-}}}}",
-                      nullptr),
-            "b|y|c|-twothree-");
+  // Each chain at the start of its own page; a command between IF and ELSE breaks the chain.
+  const std::pair<const char*, const char*> chains[] = {
+      {"{IF (0) {a}}{ELSE {b}}", "b"},
+      {"{IF (1) {{IF (0) {x}}{ELSE {y}}}}{ELSE {z}}", "y"},
+      {"{IF (0) {a}}{ELSEIF (0) {b}}{ELSEIF (1) {c}}{ELSE {d}}", "c"},
+      {"{FOR i 1 4 1 {{IF (i = 2) {two}}{ELSEIF (i = 3) {three}}{ELSE {-}}}}", "-twothree-"}};
+  for (const auto& [page, want] : chains) EXPECT_EQ(k.PROCESS(page, nullptr), want) << page;
   EXPECT_EQ(k.PROCESS("{IF (0) {a}}{VAR x 1}{ELSE {b}}", nullptr).substr(0, 4), "ERR:");
 }
 
