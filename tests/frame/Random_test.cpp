@@ -32,7 +32,7 @@ TEST(Random, RangesAndUniformity) {
     hi = std::max(hi, x);
   }
   EXPECT_TRUE(lo < 0.001 && hi > 0.999) << lo << " " << hi;
-  EXPECT_EQ(std::tuple(r.Below(0), r.Below(1)), std::tuple(0u, 0u));
+  EXPECT_EQ((std::tuple{r.Below(0), r.Below(1)}), std::tuple(0u, 0u));
   // Below(3) hits every value about equally: 30,000 draws, 10,000 expected, sd about 82.
   std::array<int, 3> counts{};
   for (int i = 0; i < 30000; ++i) {

@@ -10,7 +10,7 @@ namespace rykel {
 TEST(NameTable, InternFindAndGrowth) {
   NameTable t;
   // the empty name is atom 0; reads never intern
-  EXPECT_EQ(std::tuple(t.Intern(""), t.Find(""), t.Name(0), t.Find("NEVER"), t.Count()),
+  EXPECT_EQ((std::tuple{t.Intern(""), t.Find(""), t.Name(0), t.Find("NEVER"), t.Count()}),
             std::tuple(0u, 0u, "", 0u, 1u));
 
   // enough names to grow the probe table many times and to fill several entry chunks
