@@ -16,6 +16,7 @@
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
+#include "structure/cls_Structure.h"
 
 namespace rykel {
 
@@ -68,6 +69,13 @@ testing::AssertionResult Raises(int pNumber, std::string_view pPart, F&& f) {
   if (number == pNumber && text.find(pPart) != std::string::npos) return testing::AssertionSuccess();
   return testing::AssertionFailure() << "raised " << number << " \"" << text << "\", not " << pNumber << " with \""
                                      << pPart << "\"";
+}
+
+// A new structure holding the names and values in their order: Struct({{"TITLE.SHOW", true}}).
+inline StructurePtr Struct(std::initializer_list<std::pair<const char*, Variant>> pItems) {
+  auto s = cls_Structure::New();
+  for (const auto& [name, value] : pItems) s->ITEM_LET(name, value);
+  return s;
 }
 
 // The error number f raised (0 when none).

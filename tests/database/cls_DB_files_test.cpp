@@ -22,11 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-StructurePtr Settings(bool lock, double wait = 30) {
-  auto s = cls_Structure::New();
-  LetAll(*s, "LOCK", lock, "LOCKWAIT", wait);
-  return s;
-}
+StructurePtr Settings(bool lock, double wait = 30) { return Struct({{"LOCK", lock}, {"LOCKWAIT", wait}}); }
 
 // A database file with one field NAME and its header "info.header" in dir.
 std::string NewDB(const TempDir& dir, const std::string& name) {

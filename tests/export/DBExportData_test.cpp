@@ -55,13 +55,6 @@ std::string hText(cls_DBStore& db, mdl_DBExport::TextFormat f, const cls_DBStore
   return done();
 }
 
-// Open settings that stream the entries instead of loading them.
-StructurePtr hStream() {
-  auto s = cls_Structure::New();
-  s->ITEM_LET("STREAM", true);
-  return s;
-}
-
 }  // namespace
 
 TEST(DBExportData, TextFormatsWriteStoredValuesTyped) {
@@ -171,7 +164,7 @@ TEST(DBExportData, StreamedDatabaseExportsWhatTheLoadedOneDoes) {
   ASSERT_TRUE(db->EXPORTDB(1, Variant(file)));  // the binary form, records across read windows
   auto loaded = std::make_shared<cls_DB>(), streamed = std::make_shared<cls_DB>();
   ASSERT_TRUE(loaded->DBOPEN(file, file + ".header"));
-  auto settings = hStream();
+  auto settings = Struct({{"STREAM", true}});
   ASSERT_TRUE(streamed->DBOPEN(file, file + ".header", false, settings));
   EXPECT_TRUE(streamed->DBSTREAMED_GET() && streamed->DBREADONLY_GET() && streamed->ENTRYCOUNT() == 3001);
   using F = mdl_DBExport::TextFormat;
@@ -212,7 +205,7 @@ TEST(DBExportData, StreamedSortReadsTheRecordsInTheLoadedOrder) {
   ASSERT_TRUE(db->EXPORTDB(1, Variant(file)));
   auto loaded = std::make_shared<cls_DB>(), streamed = std::make_shared<cls_DB>();
   ASSERT_TRUE(loaded->DBOPEN(file, file + ".header"));
-  ASSERT_TRUE(streamed->DBOPEN(file, file + ".header", false, hStream()));
+  ASSERT_TRUE(streamed->DBOPEN(file, file + ".header", false, Struct({{"STREAM", true}})));
   struct Case {
     const char *field, *field2;
     bool rev, rev2;

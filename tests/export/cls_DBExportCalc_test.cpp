@@ -62,12 +62,6 @@ DBPtr hSmall() {
   return TableDB({{"NAME", ID_DBFieldType_String, "Name"}, {"ZIP", ID_DBFieldType_String, "PLZ"}}, {{"Anna", "01067"}});
 }
 
-StructurePtr hSettings(std::initializer_list<std::pair<const char*, Variant>> items) {
-  auto s = cls_Structure::New();
-  for (const auto& [k, v] : items) s->ITEM_LET(k, v);
-  return s;
-}
-
 bool hOfficeInstalled() {
   for (const char* dir : {"/usr/bin", "/usr/local/bin"}) {
     if (fs::exists(fs::path(dir) / "soffice")) return true;
@@ -133,7 +127,7 @@ TEST(DBExportCalc, AnOfficeThatCannotStartGivesTheMessageAndFalse) {
     SCOPED_TRACE(program);
     dir.said.clear();
     auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(db->EXPORTEXCEL(1, out, std::nullopt, hSettings({{"EXCEL.PROGRAM", program}, {"EXCEL.TIMEOUT", 1}})));
+    EXPECT_FALSE(db->EXPORTEXCEL(1, out, std::nullopt, Struct({{"EXCEL.PROGRAM", program}, {"EXCEL.TIMEOUT", 1}})));
     double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     EXPECT_LT(seconds, 20) << "the time limit ends a silent office";
     EXPECT_EQ(dir.said, std::vector<std::string>{"Excel konnte nicht gestartet werden!"});
@@ -155,7 +149,7 @@ TEST(DBExportCalc, PasswordWorkbookIsEncryptedAndReplacesTheTarget) {
   auto db = hSmall();
   std::string out = dir / "geheim.xlsx";
   { std::ofstream(out) << "old"; }
-  ASSERT_TRUE(db->EXPORTEXCEL(1, out, std::nullopt, hSettings({{"EXCEL.PASSWORD", "Geheim1"}})));
+  ASSERT_TRUE(db->EXPORTEXCEL(1, out, std::nullopt, Struct({{"EXCEL.PASSWORD", "Geheim1"}})));
   std::string bytes = ReadAll(out);
   ASSERT_GE(bytes.size(), 512u);
   EXPECT_EQ(bytes.substr(0, 4), std::string("\xD0\xCF\x11\xE0", 4)) << "a compound file, not a plain zip";

@@ -60,12 +60,6 @@ DBPtr hPeople() {
   return db;
 }
 
-StructurePtr hSettings(std::initializer_list<std::pair<const char*, Variant>> items) {
-  auto s = cls_Structure::New();
-  for (const auto& [k, v] : items) s->ITEM_LET(k, v);
-  return s;
-}
-
 }  // namespace
 
 TEST(DBExportHtml, TableLinesWithoutTitle) {
@@ -132,8 +126,7 @@ TEST(DBExportHtml, TableLinesWithoutTitle) {
 TEST(DBExportHtml, TitleBandColoursAndIndex) {
   TempDir dir;
   auto db = hPeople();
-  auto settings =
-      hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Liste & Co"}, {"TITLE.COLOR", 255}, {"INDEX", true}});
+  auto settings = Struct({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Liste & Co"}, {"TITLE.COLOR", 255}, {"INDEX", true}});
   // An id list decides the entries and their order.
   ASSERT_TRUE(db->EXPORTFILE("DEFAULT", dir / "t.xls", "XLS", std::vector<Variant>{2, 1}, settings));
   auto lines = hLines(dir / "t.xls");
@@ -360,7 +353,7 @@ TEST(DBExportFile, ProgressAndNoOsd) {
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "a.htm", "HTM"));
   EXPECT_EQ(seen, (std::vector<std::pair<int64_t, int64_t>>{{2, 2}}));
   seen.clear();
-  ASSERT_TRUE(db->EXPORTFILE(1, dir / "b.htm", "HTM", std::nullopt, hSettings({{"NOOSD", true}})));
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "b.htm", "HTM", std::nullopt, Struct({{"NOOSD", true}})));
   EXPECT_TRUE(seen.empty());
 }
 
@@ -381,7 +374,7 @@ TEST(DBExportPdf, PagesStatusLinesAndRange) {
   TempDir dir;
   auto db = hPeople();
   for (int i = 3; i <= 150; ++i) db->ENTRYFIELD_LET(i, "NAME", "Person " + std::to_string(i));
-  auto settings = hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Mitglieder"}, {"STATUS.CENTER", "{NAME} {DATE}"}});
+  auto settings = Struct({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Mitglieder"}, {"STATUS.CENTER", "{NAME} {DATE}"}});
   ASSERT_TRUE(db->EXPORTPDF(1, dir / "l.pdf", std::nullopt, settings));
   auto text = [&](const std::string& file) {
     std::string cmd = "pdftotext -layout '" + file + "' '" + file + ".txt'";

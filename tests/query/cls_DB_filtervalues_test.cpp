@@ -8,6 +8,7 @@
 
 #include "../CaseTable.h"
 #include "../TableDB.h"
+#include "../TestSupport.h"
 
 namespace rykel {
 
@@ -41,12 +42,7 @@ struct Shop {
                {true, "2024-01-20", "-7", "250", "", "Bernd", "c@web.de", "www.b.com", "49074", "Osnabrück"},
                {false, "", "", "", "r", "", "", "", "10115", ""},
                {true, "2024-03-05", "0", "0", "g", "  berta", "kein-at", "", "x123", "Bitterfeld"}});
-  StructurePtr Settings(bool pUsage, bool pSort = false) {
-    auto s = cls_Structure::New();
-    s->ITEM_LET("SHOW.USAGE", pUsage);
-    s->ITEM_LET("SORT", pSort);
-    return s;
-  }
+  StructurePtr Settings(bool pUsage, bool pSort = false) { return Struct({{"SHOW.USAGE", pUsage}, {"SORT", pSort}}); }
   // The expected choices "label=condition|..." with the labels upper-cased as item names are.
   static std::string Upper(const std::string& pChoices) {
     std::string out;
