@@ -302,8 +302,7 @@ TEST(cls_DB, OpenMessages) {
   EXPECT_FALSE(db.DBOPENREADONLY(D, ""));
   EXPECT_EQ(db.DBOPENERROR_GET(), "DB file '" + D + "' does not exist (Read-only)");
   EXPECT_FALSE(fs::exists(D));
-  auto existing = cls_Structure::New();
-  existing->ITEM_LET("CREATE", false);  // a write open that must not make the file
+  auto existing = Struct({{"CREATE", false}});  // a write open that must not make the file
   EXPECT_EQ(refused(D, "", false, existing), "DB file '" + D + "' does not exist");
   EXPECT_FALSE(fs::exists(D));
 

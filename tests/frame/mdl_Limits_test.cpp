@@ -108,8 +108,7 @@ TEST(mdl_Limits, InputSizeBoundsEveryReader) {
   const fs::path dir = fs::path(BinaryDir()) / "limits_test";
   fs::remove_all(dir);
   fs::create_directories(dir);
-  auto big = cls_Structure::New();
-  big->ITEM_LET("TEXT", std::string(300, 'x'));
+  auto big = Struct({{"TEXT", std::string(300, 'x')}});
   const std::string script = big->SCRIPT(), serial = big->SERIALIZE(), compact = big->SERIALIZEBINARY();
   ASSERT_TRUE(big->SAVE((dir / "big.txt").string()));
   auto db = std::make_shared<cls_DB>();

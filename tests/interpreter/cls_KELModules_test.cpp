@@ -9,6 +9,7 @@
 #include "interpreter/cls_KEL.h"
 #include "modules/mod_KELIO.h"
 
+#include "../TestSupport.h"
 #include "RenderTable.h"
 
 namespace rykel {
@@ -115,8 +116,7 @@ TEST(cls_KELModules, IOModule) {
   EXPECT_EQ(P("{IO:LEFT}"), "");
   EXPECT_EQ(CStr(k.ERRORLIST->ITEM_GET(k.ERRORLIST->MAX())),
             "<b>The command IO:LEFT needs other parameters: STRING,LEFT required,  delivered</b>");
-  auto s = cls_Structure::New();
-  s->ITEM_LET("A", 1);
+  auto s = Struct({{"A", 1}});
   EXPECT_TRUE(k.SYNTAXCHECK(s, "A, B='', C=x"));
   EXPECT_EQ(s->SCRIPT(), "A = 1\r\nB = \"\"\r\nC = \"x\"\r\n");
 }

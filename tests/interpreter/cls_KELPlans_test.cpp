@@ -24,8 +24,7 @@ TEST(cls_KELPlans, KeptCommandsFollowTheVariables) {
   // The same texts again after the row changed in place, was replaced, became a scalar, was removed.
   LetAll(*row, "NAME", "Berta", "ACTIVE", 0);
   EXPECT_EQ(k.PROCESS(page, nullptr), "[Berta|off]");
-  auto other = cls_Structure::New();
-  other->ITEM_LET("NAME", "Carl");
+  auto other = Struct({{"NAME", "Carl"}});
   k.VARIABLES->ITEM_LET("ROW", other);
   EXPECT_EQ(k.PROCESS(page, nullptr), "[Carl|on]");  // ACTIVE missing: its name is the (true) value
   k.VARIABLES->ITEM_LET("ROW", "plain");

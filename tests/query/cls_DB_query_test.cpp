@@ -29,8 +29,7 @@ struct People {
                       {"Schmidt", "Hamburg-Altona", -3, "1850-03-01 18:00:00", "", Variant(), "22765"},
                       {"Anna Maria", "", 7, "", "a", Variant(), ""}});
   People() {
-    auto data = cls_Structure::New();
-    data->ITEM_LET("KEY1", 1);
+    auto data = Struct({{"KEY1", 1}});
     db->ENTRYFIELD_LET(1, "DATA", Variant(data));
   }
   std::string Q(const Variant& field, const std::string& op, const Variant& v) {
@@ -247,8 +246,7 @@ TEST(cls_DB_query, FilterChoicesCountAndSelect) {
   auto born = p.db->FIELDFILTERVALUES("BORN");
   EXPECT_EQ(CStr(born->ITEMBYID_GET("Mai 1984")), "[[ 1984-05-01 1984-06-01");
   EXPECT_EQ(CStr(born->ITEMBYID_GET("Jahr 2012")), "[[ 2012-01-01 2013-01-01");
-  auto settings = cls_Structure::New();
-  settings->ITEM_LET("SHOW.USAGE", true);
+  auto settings = Struct({{"SHOW.USAGE", true}});
   auto age = p.db->FIELDFILTERVALUESADVANCED("AGE", std::nullopt, settings);
   EXPECT_EQ(CStr(age->ITEMBYID_GET("10 - 100 (3)")), "[[ 10 100");
   EXPECT_EQ(CStr(age->ITEMBYID_GET("Kleiner Null (1)")), "< 0");

@@ -128,8 +128,7 @@ TEST(StructureCompact, SeparatorNeverOccursInAPiece) {
 
 TEST(StructureCompact, BufferAndCount) {
   auto a = Sample();
-  auto b = cls_Structure::New();
-  b->ITEM_LET("only", "one");
+  auto b = Struct({{"only", "one"}});
   EXPECT_EQ(b->SERIALIZEBINARYCOUNT(), 3);  // header, item, value
   std::vector<std::string> buffer;
   int64_t at = 0;

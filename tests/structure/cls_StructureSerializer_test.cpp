@@ -175,8 +175,7 @@ TEST(StructureSerializer, DoublesAsPhpWritesThem) {
   ForEachRow(rows, [](const auto& r) { EXPECT_EQ(DoubleText(r.value), r.name); });
   // every double comes back equal
   for (double d : {0.1, 1.0 / 3, 2.0 / 3 * 1e300, 4.9e-320, 123456.78, -7e-9, 9007199254740993.0}) {
-    auto s = cls_Structure::New();
-    s->ITEM_LET("X", d);
+    auto s = Struct({{"X", d}});
     EXPECT_EQ(Read(s->SERIALIZE())->ITEM_GET("X").rawDouble(), d) << s->SERIALIZE();
   }
 }
@@ -204,8 +203,7 @@ TEST(StructureSerializer, RoundTripKeepsValuesAndTypes) {
   EXPECT_EQ(r->ITEM_GET("WHEN").rawDouble(), when);
 
   // malformed UTF-8 is counted in bytes, so it reads back too (found by fuzzing)
-  auto m = cls_Structure::New();
-  m->ITEM_LET("X", std::string("a\xF1li\xCB"));
+  auto m = Struct({{"X", std::string("a\xF1li\xCB")}});
   EXPECT_EQ(m->SERIALIZE(), "a:1:{s:1:\"X\";s:5:\"a\xF1li\xCB\";}");
   EXPECT_EQ(Read(m->SERIALIZE())->ITEM_GET("X").str(), "a\xF1li\xCB");
   // a date beyond the year 9999 has no date text: its day number is written

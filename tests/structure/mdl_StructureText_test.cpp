@@ -67,8 +67,7 @@ TEST(StructureText, HtmlEscapesNamesValuesAndBraces) {
 }
 
 TEST(StructureText, ShortTextIsCutByCharactersAndStopsEarly) {
-  auto s = cls_Structure::New();
-  s->ITEM_LET("A", "äöüäöüäöüäöü");
+  auto s = Struct({{"A", "äöüäöüäöüäöü"}});
   EXPECT_EQ(std::tuple(s->TEXTSHORT(10), s->TEXTSHORT(0), s->TEXTSHORT(2)),
             std::tuple("A: äöüä...", "A: äöüäöüäöüäöü", "A:"));
   s->ITEM_LET("B", "line\r\nbreak");

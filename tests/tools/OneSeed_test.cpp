@@ -9,6 +9,8 @@
 #include "structure/cls_Structure.h"
 #include "tools/cls_DBTool.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
@@ -17,8 +19,7 @@ std::string hDrawAll(int64_t pSeed) {
   cls_DBTool tool;
   tool.RANDOMIZE(pSeed);
   std::string out = tool.RANDOM("{LASTNAME} {D*5}", ID_DBFieldType_String) + "|";
-  auto s = cls_Structure::New();
-  s->ITEM_LET("a", "text");
+  auto s = Struct({{"a", "text"}});
   out += s->SERIALIZEBINARY() + "|";
   cls_DB db;
   db.DBNUMERIC_LET(false);
