@@ -1,6 +1,7 @@
 // Small helpers shared by the C++ tests.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <cerrno>
@@ -8,12 +9,14 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "frame/Convert.h"
 #include "frame/Error.h"
 #include "frame/Notifier.h"
+#include "structure/cls_Structure.h"
 
 namespace rykel {
 
@@ -57,6 +60,22 @@ std::pair<int, std::string> Failure(F&& f) {
     f();
   } catch (const Error& e) { return {e.number, e.description}; }
   return {0, ""};
+}
+
+// Whether f raised the error pNumber with pPart in its text; the failure says what came instead.
+template <class F>
+testing::AssertionResult Raises(int pNumber, std::string_view pPart, F&& f) {
+  auto [number, text] = Failure(std::forward<F>(f));
+  if (number == pNumber && text.find(pPart) != std::string::npos) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "raised " << number << " \"" << text << "\", not " << pNumber << " with \""
+                                     << pPart << "\"";
+}
+
+// A new structure holding the names and values in their order: Struct({{"TITLE.SHOW", true}}).
+inline StructurePtr Struct(std::initializer_list<std::pair<const char*, Variant>> pItems) {
+  auto s = cls_Structure::New();
+  for (const auto& [name, value] : pItems) s->ITEM_LET(name, value);
+  return s;
 }
 
 // The error number f raised (0 when none).

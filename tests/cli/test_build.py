@@ -10,11 +10,10 @@ class BuildTest(ScratchTest):
         shutil.copytree(os.path.join(ROOT, "examples", "site"), site)
         r = run("build", site, out, "-j", "2")
         # the example's broken page is tried and listed; the others are written all the same
-        self.assertEqual(r.returncode, 1, r.stderr)
-        self.assertEqual(r.stdout, f"2 pages built, 0 unchanged, 1 files copied to {out}\n")
+        self.assertEqual((r.returncode, r.stdout), (1, f"2 pages built, 0 unchanged, 1 files copied to {out}\n"), r.stderr)
         lines = r.stderr.splitlines()
-        self.assertTrue(lines[0].startswith("pages/broken.kel:2:4: IF requires"), lines)
-        self.assertEqual(lines[-1], "rykel build: 1 of the pages had errors")
+        self.assertEqual((lines[0].startswith("pages/broken.kel:2:4: IF requires"), lines[-1]),
+                         (True, "rykel build: 1 of the pages had errors"), lines)
         page = run("render", "--struct", "team=" + os.path.join(site, "data", "team.ser"), "-d", site,
                    os.path.join(site, "pages", "index.kel"))
         with open(os.path.join(out, "index.html"), encoding="utf-8") as f:
@@ -29,5 +28,4 @@ class BuildTest(ScratchTest):
                                     ((site, out, "--db", "nope.ry-dbb"), 1, "DB file 'nope.ry-dbb' does not exist"),
                                     ((site, out, "-j", "-1"), 2, "not in range")):
             r = run("build", *args)
-            self.assertEqual(r.returncode, code, args)
-            self.assertIn(message, r.stderr)
+            self.assertEqual((r.returncode, message in r.stderr), (code, True), (args, r.stderr))

@@ -8,31 +8,8 @@ DOC = ('{"NAME": "Jürgen Öztürk", "N": [7, -2147483648, 12345678901, 2.5, 3.0
        '"EMPTY": {}, "DEEP": {"L": [[1], {"X": null}], "T": true}}')
 
 
-PRETTY = """{
-  "NAME": "Jürgen Öztürk",
-  "N": [
-    7,
-    -2147483648,
-    12345678901,
-    2.5,
-    3.0,
-    -0.0,
-    1e+20
-  ],
-  "EMPTY": {},
-  "DEEP": {
-    "L": [
-      [
-        1
-      ],
-      {
-        "X": null
-      }
-    ],
-    "T": true
-  }
-}
-"""
+# The pretty form: two blanks a level, as Python's own json module writes it.
+PRETTY = json.dumps(json.loads(DOC), indent=2, ensure_ascii=False) + "\n"
 
 
 class JsonCommands(ScratchTest):

@@ -83,8 +83,7 @@ TEST(DBStructureFile, SaveWritesTheBytesOfTheWholeStructure) {
   cls_DB text;
   text.DBNUMERIC_LET(false);
   for (std::string id : {"abc", "x.y", "ünï", "with space", "q\"uote", "{brace}", "12"}) {
-    auto e = cls_Structure::New();
-    e->ITEM_LET("ID", id);
+    auto e = Struct({{"ID", id}});
     text.ENTRYADD(id, e);
   }
   check(text, "text");

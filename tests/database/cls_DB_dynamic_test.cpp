@@ -15,13 +15,11 @@ TEST(DBDynamicFields, RenderedFromTheEntryAndKeptInStep) {
   auto full = db->FIELDCREATE("FULL", ID_DBFieldType_String);
   full->DYNAMIC = true;
   full->CODE = "{VAR:ENTRY.LAST}, {VAR:ENTRY.FIRST}";
-  Variant id = db->ENTRYFREEID();
-  db->ENTRYADD(id);
-  db->ENTRYFIELD_LET(id, "FIRST", "Anna");
-  db->ENTRYFIELD_LET(id, "LAST", "Schulze");
-  EXPECT_EQ(CStr(db->ENTRYFIELD_GET(id, "FULL")), "Schulze, Anna");
-  db->ENTRYFIELD_LET(id, "LAST", "Meier");  // every change renders again
-  EXPECT_EQ(CStr(db->ENTRYFIELD_GET(id, "FULL")), "Meier, Anna");
+  db->ENTRYFIELD_LET(1, "FIRST", "Anna");
+  db->ENTRYFIELD_LET(1, "LAST", "Schulze");
+  EXPECT_EQ(CStr(db->ENTRYFIELD_GET(1, "FULL")), "Schulze, Anna");
+  db->ENTRYFIELD_LET(1, "LAST", "Meier");  // every change renders again
+  EXPECT_EQ(CStr(db->ENTRYFIELD_GET(1, "FULL")), "Meier, Anna");
 }
 
 namespace {
@@ -61,8 +59,7 @@ std::shared_ptr<cls_DB> hDynamicDB(const std::string& pCode) {
 // an entry of B on the same thread, and B renders its own.
 TEST(DBDynamicFields, TwoDatabasesOnOneThreadEachRebuild) {
   auto b = hDynamicDB("[{VAR:ENTRY.FIRST}]");
-  Variant idB = b->ENTRYFREEID();
-  b->ENTRYADD(idB);
+  const Variant idB(1), idA(1);
   b->ENTRYFIELD_LET(idB, "FIRST", "Anna");
   ASSERT_EQ(CStr(b->ENTRYFIELD_GET(idB, "DYN")), "[Anna]");
 
@@ -70,12 +67,10 @@ TEST(DBDynamicFields, TwoDatabasesOnOneThreadEachRebuild) {
   auto kel = std::make_shared<cls_KEL>();
   kel->MODULES->ADD(std::make_shared<TouchModule>(b, idB));
   a->KEL_SET(kel);
-  Variant idA = a->ENTRYFREEID();
-  a->ENTRYADD(idA);
   a->ENTRYFIELD_LET(idA, "FIRST", "x");
-  EXPECT_EQ(CStr(a->ENTRYFIELD_GET(idA, "DYN")), "touched");
-  EXPECT_EQ(CStr(b->ENTRYFIELD_GET(idB, "FIRST")), "Berta");
-  EXPECT_EQ(CStr(b->ENTRYFIELD_GET(idB, "DYN")), "[Berta]");
+  EXPECT_EQ((std::tuple{CStr(a->ENTRYFIELD_GET(idA, "DYN")), CStr(b->ENTRYFIELD_GET(idB, "FIRST")),
+                        CStr(b->ENTRYFIELD_GET(idB, "DYN"))}),
+            std::tuple("touched", "Berta", "[Berta]"));
   // Each database's guard is down again afterwards.
   b->ENTRYFIELD_LET(idB, "FIRST", "Carl");
   EXPECT_EQ(CStr(b->ENTRYFIELD_GET(idB, "DYN")), "[Carl]");

@@ -22,12 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-StructurePtr Settings(bool lock, double wait = 30) {
-  auto s = cls_Structure::New();
-  s->ITEM_LET("LOCK", lock);
-  s->ITEM_LET("LOCKWAIT", wait);
-  return s;
-}
+StructurePtr Settings(bool lock, double wait = 30) { return Struct({{"LOCK", lock}, {"LOCKWAIT", wait}}); }
 
 // A database file with one field NAME and its header "info.header" in dir.
 std::string NewDB(const TempDir& dir, const std::string& name) {
@@ -56,14 +51,12 @@ TEST(DBFiles, ASaveRefusesAFileThatChangedOnDiskUnlessForced) {
     EXPECT_EQ(a.DBSAVEERROR_GET(), "'" + file +
                                        "' changed on disk since it was opened or last saved; not "
                                        "overwritten (open it again, or force the save)");
-    EXPECT_TRUE(a.ENTRYCHANGED_GET());
-    EXPECT_FALSE(a.DBCLOSE());  // a close saves too: it refuses and keeps the database open
-    EXPECT_TRUE(a.DBOPENED_GET());
+    // a close saves too: it refuses and keeps the database open
+    EXPECT_TRUE(a.ENTRYCHANGED_GET() && !a.DBCLOSE() && a.DBOPENED_GET());
     // b saves again on top of its own save; then a forces its version over it
     b.ENTRYADD(7);
     EXPECT_TRUE(b.DBSAVE()) << b.DBSAVEERROR_GET();
-    EXPECT_TRUE(a.DBSAVE(true)) << a.DBSAVEERROR_GET();
-    EXPECT_EQ(a.DBSAVEERROR_GET(), "");
+    EXPECT_EQ((std::tuple{a.DBSAVE(true), a.DBSAVEERROR_GET()}), std::tuple(true, ""));
     a.ENTRYADD(2);
     EXPECT_TRUE(a.DBSAVE()) << "after its own save the file is a's again";
     cls_DB c;
@@ -85,9 +78,7 @@ TEST(DBFiles, ASchemaSaveThatCannotWriteTheEntriesRestoresTheHeader) {
   b.ENTRYADD(b.ENTRYFREEID());
   ASSERT_TRUE(b.DBSAVE());
   a.FIELDNEW("CITY", {});
-  auto [number, text] = Failure([&] { a.SCHEMASAVE(); });
-  EXPECT_EQ(number, err::kFileIO);
-  EXPECT_TRUE(text.ends_with("(the header is unchanged)")) << text;
+  EXPECT_TRUE(Raises(err::kFileIO, "(the header is unchanged)", [&] { a.SCHEMASAVE(); }));
   EXPECT_EQ(ReadAll(dir / "info.header"), header);
 
   // Without the other writer the change lands in both files, and a removed field leaves the views.
@@ -109,12 +100,9 @@ TEST(DBFiles, ASchemaSaveThatCannotWriteTheEntriesRestoresTheHeader) {
   EXPECT_FALSE(d.FIELDEXISTS(Variant("CITY")));
   auto kept = d.VIEW(Variant(1));
   ASSERT_EQ(kept->COLUMNS.size(), 1u);
-  EXPECT_EQ(kept->COLUMNS[0].FIELD, "NAME");
-  EXPECT_EQ(kept->SORTFIELD, "NAME");
-  EXPECT_EQ(kept->SORTFIELD2, "");
-  EXPECT_TRUE(kept->FILTERS.empty());
-  EXPECT_TRUE(kept->FORMATTING.empty());
-  EXPECT_EQ(d.ENTRYCOUNT(), 1);
+  EXPECT_EQ(std::tuple(kept->COLUMNS[0].FIELD, kept->SORTFIELD, kept->SORTFIELD2, kept->FILTERS.size(),
+                       kept->FORMATTING.size(), d.ENTRYCOUNT()),
+            std::tuple("NAME", "NAME", "", 0u, 0u, 1));
 }
 
 TEST(DBFiles, TheLockIsHeldFromOpenToCloseAndSharedWithEveryWriter) {
@@ -128,21 +116,21 @@ TEST(DBFiles, TheLockIsHeldFromOpenToCloseAndSharedWithEveryWriter) {
   EXPECT_EQ(other.DBOPENERROR_GET(), "'" + file + "' is locked by another process");
   ASSERT_TRUE(other.DBOPEN(file, "", false, Settings(false, 0.05)));
   other.ENTRYADD(5);
-  EXPECT_FALSE(other.DBSAVE());
-  EXPECT_EQ(other.DBSAVEERROR_GET(), "'" + file + "' is locked by another process");
+  EXPECT_EQ((std::tuple{other.DBSAVE(), other.DBSAVEERROR_GET()}),
+            std::tuple(false, "'" + file + "' is locked by another process"));
   // a read-only open never locks
   cls_DB reader;
   EXPECT_TRUE(reader.DBOPENREADONLY(file));
   holder.ENTRYADD(1);
   EXPECT_TRUE(holder.DBSAVE());
   holder.ENTRYADD(2);
-  EXPECT_TRUE(holder.DBSAVE()) << "saved twice under one lock";
-  EXPECT_TRUE(holder.DBCLOSE());
+  EXPECT_TRUE(holder.DBSAVE() && holder.DBCLOSE()) << "saved twice under one lock";
   EXPECT_FALSE(other.DBSAVE()) << "the lock is free now, but the file changed";
   // opening another database would drop the changes that could not be saved: refused
   EXPECT_FALSE(other.DBOPEN(dir / "q.ry-dbb", dir / "info.header"));
-  EXPECT_EQ(other.DBOPENERROR_GET().rfind("The open database '" + file + "' could not be saved: ", 0), 0u);
-  EXPECT_TRUE(other.ENTRYEXISTS(5));
+  EXPECT_TRUE(other.DBOPENERROR_GET().starts_with("The open database '" + file + "' could not be saved: ") &&
+              other.ENTRYEXISTS(5))
+      << other.DBOPENERROR_GET();
   EXPECT_TRUE(holder.DBOPEN(file, "", false, Settings(true, 0.05))) << "closing let the lock go";
 }
 
@@ -193,13 +181,13 @@ TEST(DBFiles, FoldersFifosAndDevicesAreNotDatabases) {
     }
   }
   cls_DB db;
-  EXPECT_FALSE(db.DBOPEN(dir / "p.ry-dbb", dir / "fifo.ry-dbb"));
-  EXPECT_EQ(db.DBOPENERROR_GET(), "Header '" + (dir / "fifo.ry-dbb") + "' is not a regular file");
+  EXPECT_EQ((std::tuple{db.DBOPEN(dir / "p.ry-dbb", dir / "fifo.ry-dbb"), db.DBOPENERROR_GET()}),
+            std::tuple(false, "Header '" + (dir / "fifo.ry-dbb") + "' is not a regular file"));
   // a header found by the name the database file records
   fs::rename(dir / "info.header", dir / "saved.header");
   ASSERT_EQ(::mkfifo((dir / "info.header").c_str(), 0600), 0);
-  EXPECT_FALSE(db.DBOPEN(dir / "p.ry-dbb"));
-  EXPECT_EQ(db.DBOPENERROR_GET(), "Header '" + (dir / "info.header") + "' is not a regular file");
+  EXPECT_EQ((std::tuple{db.DBOPEN(dir / "p.ry-dbb"), db.DBOPENERROR_GET()}),
+            std::tuple(false, "Header '" + (dir / "info.header") + "' is not a regular file"));
   EXPECT_TRUE(fs::is_fifo(dir / "fifo.ry-dbb"));
 }
 
@@ -228,9 +216,9 @@ TEST(DBFiles, ABinaryFileThatNamesAnIdTwiceIsReportedNotMerged) {
   EXPECT_EQ(db.ENTRYCOUNT(), 3);
   db.DBCLOSE();
   write({4, 2, 5, 2});
-  EXPECT_FALSE(db.DBOPEN(dir / "p.ry-dbb"));
-  EXPECT_EQ(db.DBOPENERROR_GET(),
-            "DB entry file ('" + (dir / "p.ry-dbb") + "') invalid! The id 2 appears twice (records 2 and 4).");
+  EXPECT_EQ((std::tuple{db.DBOPEN(dir / "p.ry-dbb"), db.DBOPENERROR_GET()}),
+            std::tuple(false, "DB entry file ('" + (dir / "p.ry-dbb") +
+                                  "') invalid! The id 2 appears twice (records 2 and 4)."));
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "frame/FileIO.h"
 #include "host/cls_DB.h"
 
+#include "../CaseTable.h"
 #include "../TableDB.h"
 #include "../TestSupport.h"
 
@@ -57,12 +58,6 @@ DBPtr hPeople() {
   int32_t w = 60;
   for (auto f : {"NAME", "AGE", "SCORE", "BORN", "ACTIVE", "PHONE", "NOTE", "BOSS"}) db->VIEW(1)->COLUMNADD(f, w += 10);
   return db;
-}
-
-StructurePtr hSettings(std::initializer_list<std::pair<const char*, Variant>> items) {
-  auto s = cls_Structure::New();
-  for (const auto& [k, v] : items) s->ITEM_LET(k, v);
-  return s;
 }
 
 }  // namespace
@@ -131,8 +126,7 @@ TEST(DBExportHtml, TableLinesWithoutTitle) {
 TEST(DBExportHtml, TitleBandColoursAndIndex) {
   TempDir dir;
   auto db = hPeople();
-  auto settings =
-      hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Liste & Co"}, {"TITLE.COLOR", 255}, {"INDEX", true}});
+  auto settings = Struct({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Liste & Co"}, {"TITLE.COLOR", 255}, {"INDEX", true}});
   // An id list decides the entries and their order.
   ASSERT_TRUE(db->EXPORTFILE("DEFAULT", dir / "t.xls", "XLS", std::vector<Variant>{2, 1}, settings));
   auto lines = hLines(dir / "t.xls");
@@ -146,24 +140,28 @@ TEST(DBExportHtml, TitleBandColoursAndIndex) {
   EXPECT_NE(lines[body + 1].find(" width=880 style="), std::string::npos) << lines[body + 1];  // "Nr." is 40 wide
   size_t band = body + 2 + 9;
   ASSERT_LT(band + 30, lines.size());
-  EXPECT_EQ(lines[band], "<tr class=\"header\" height=20 style='height:15.0pt'>");
-  EXPECT_EQ(lines[band + 1], "<td height=20 class=\"header\" width=40 style='height:15.0pt;width:26pt'>&nbsp;</td>");
-  EXPECT_EQ(lines[band + 2], "<td class=\"header\">&nbsp;</td>");
-  EXPECT_EQ(lines[band + 10], "</tr>");
-  EXPECT_EQ(lines[band + 11], "<tr class=\"header\" height=31 style='height:23.25pt'>");
-  EXPECT_EQ(lines[band + 12], "<td height=31 style='height:23.25pt' class=\"title\">Liste &amp; Co</td>");
+  const Case<const char*> bandLines[] = {
+      // the line's place after the band's start, and the line
+      {"0", "<tr class=\"header\" height=20 style='height:15.0pt'>"},
+      {"1", "<td height=20 class=\"header\" width=40 style='height:15.0pt;width:26pt'>&nbsp;</td>"},
+      {"2", "<td class=\"header\">&nbsp;</td>"},
+      {"10", "</tr>"},
+      {"11", "<tr class=\"header\" height=31 style='height:23.25pt'>"},
+      {"12", "<td height=31 style='height:23.25pt' class=\"title\">Liste &amp; Co</td>"},
+      {"22", "<tr class=\"header\" height=20 style='height:15.0pt'>"},
+      {"23", "<td height=20 class=\"header\">&nbsp;</td>"},
+  };
+  ForEachRow(bandLines, [&](const auto& r) { EXPECT_EQ(lines[band + std::stoul(r.name)], r.want); });
   EXPECT_EQ(lines[band + 19], lines[band + 13]) << "seven empty header cells between title and date";
   EXPECT_TRUE(
       std::regex_match(lines[band + 20], std::regex(R"(<td class="date">Stand: \d\d\.\d\d\.\d{4} \d\d:\d\d</td>)")))
       << lines[band + 20];
-  EXPECT_EQ(lines[band + 22], "<tr class=\"header\" height=20 style='height:15.0pt'>");
-  EXPECT_EQ(lines[band + 23], "<td height=20 class=\"header\">&nbsp;</td>");
   size_t header = hFind(lines, "<tr class=\"columnheader\" height=20 style='height:15.0pt'>");
   EXPECT_EQ(lines[header + 1], "<td height=20 class=\"columnheader\" style='height:15.0pt'>Nr.</td>");
   size_t row = hFind(lines, "<tr height=20 style='height:15.0pt'>");
-  EXPECT_EQ(lines[row + 1], "<td class=\"cellr\">1</td>");
-  EXPECT_EQ(lines[row + 2], "<td class=\"cell\">Anna &lt;b&gt;</td>");
-  EXPECT_EQ(lines[row + 12], "<td class=\"cellr\">2</td>");
+  EXPECT_EQ(
+      std::tuple(lines[row + 1], lines[row + 2], lines[row + 12]),
+      std::tuple("<td class=\"cellr\">1</td>", "<td class=\"cell\">Anna &lt;b&gt;</td>", "<td class=\"cellr\">2</td>"));
 }
 
 TEST(DBExportHtml, RowFormattingRules) {
@@ -186,20 +184,18 @@ TEST(DBExportHtml, RowFormattingRules) {
 // flags ("$", "!"), operator aliases ("=>", "?..."), range and list operators, dates by their
 // date part, and a field named with "_" for ".".
 TEST(DBExportRows, RulesFollowTheQueryLanguage) {
-  auto db = std::make_shared<cls_DB>();
-  db->FIELDCREATE("P.NAME", ID_DBFieldType_String, "Name");
-  db->FIELDCREATE("AGE", ID_DBFieldType_Long, "Alter");
-  db->FIELDCREATE("BORN", ID_DBFieldType_Date, "Geboren");
-  db->FIELDCREATE("TAGS", ID_DBFieldType_String, "Tags");
-  const char* names[] = {"Anna", "anna", "Bernd", "Clara", "", "Änne", "bert"};
-  const int ages[] = {9, 10, 100, -3, 0, 42, 10};
-  for (int i = 0; i < 7; ++i) {
-    db->ENTRYADD(i + 1);
-    db->ENTRYFIELD_LET(i + 1, "P.NAME", names[i]);
-    db->ENTRYFIELD_LET(i + 1, "AGE", ages[i]);
-    db->ENTRYFIELD_LET(i + 1, "BORN", i % 2 ? "2024-03-01 10:30:00" : "2024-03-02");
-    db->ENTRYFIELD_LET(i + 1, "TAGS", i % 3 ? "rot, grün" : "blau");
-  }
+  const char *day1 = "2024-03-01 10:30:00", *day2 = "2024-03-02", *tags = "rot, grün";
+  auto db = TableDB({{"P.NAME", ID_DBFieldType_String, "Name"},
+                     {"AGE", ID_DBFieldType_Long, "Alter"},
+                     {"BORN", ID_DBFieldType_Date, "Geboren"},
+                     {"TAGS", ID_DBFieldType_String, "Tags"}},
+                    {{"Anna", 9, day2, "blau"},
+                     {"anna", 10, day1, tags},
+                     {"Bernd", 100, day2, tags},
+                     {"Clara", -3, day1, "blau"},
+                     {"", 0, day2, tags},
+                     {"Änne", 42, day1, tags},
+                     {"bert", 10, day2, "blau"}});
   const std::pair<const char*, const char*> cases[] = {
       {"P_NAME", "anna"},     {"P.NAME", "== anna"},     {"P.NAME", "!$BEGINS a"},      {"P.NAME", "$!?... B"},
       {"P.NAME", "<> Anna"},  {"P.NAME", "$...?... NN"}, {"P.NAME", "IN Anna,bert"},    {"AGE", ">9"},
@@ -228,44 +224,40 @@ TEST(DBExportRows, RulesFollowTheQueryLanguage) {
   cls_DBExport walk(*db, 1, std::nullopt, nullptr);
   for (const auto& id : walk.IDS()) {
     ExportRow row = walk.ROW(id, 1);
-    EXPECT_EQ(row.backColor, "#ABCDEF");
-    EXPECT_FALSE(row.bold);
-    EXPECT_EQ(row.textColor, "");
+    EXPECT_EQ(std::tuple(row.backColor, row.bold, row.textColor), std::tuple("#ABCDEF", false, "")) << CStr(id);
   }
 }
 
 TEST(DBExportHtml, Windows1252Conversion) {
-  EXPECT_EQ(hToWindows1252("aä€ß"), "a\xE4\x80\xDF");
-  EXPECT_EQ(hToWindows1252("Ж😀"), "&#1046;&#128512;");
-  EXPECT_EQ(hToWindows1252("a\xC3"), "a?");  // cut sequence
-  EXPECT_EQ(hToWindows1252("\xFFz"), "?z");
+  const Case<const char*> rows[] = {
+      {"aä€ß", "a\xE4\x80\xDF"}, {"Ж😀", "&#1046;&#128512;"}, {"a\xC3", "a?"} /* cut sequence */, {"\xFFz", "?z"}};
+  ForEachRow(rows, [](const auto& r) { EXPECT_EQ(hToWindows1252(r.name), r.want); });
   EXPECT_EQ(hHtmlEscape("a&b\r\nc\"d\ne"), "a&amp;b<br>c&quot;d<br>e");
 }
 
 // Text a spreadsheet would evaluate as a formula is marked as text; numbers keep their format.
 TEST(DBExportHtml, FormulaLikeTextIsKeptAsText) {
   TempDir dir;
-  auto db = std::make_shared<cls_DB>();
-  db->FIELDCREATE("NOTE", ID_DBFieldType_String, "Notiz");
-  db->FIELDCREATE("AGE", ID_DBFieldType_Long, "Alter");
+  auto db = TableDB({{"NOTE", ID_DBFieldType_String, "Notiz"}, {"AGE", ID_DBFieldType_Long, "Alter"}},
+                    {{"=HYPERLINK(\"http://x\")", -1},
+                     {"+1+1", -2},
+                     {"-2+3", -3},
+                     {"@SUM(A1)", -4},
+                     {"\tcmd", -5},
+                     {"\rcmd", -6},
+                     {"a=b", -7},
+                     {"", -8}});
   db->VIEW(1)->COLUMNADD("NOTE", 80);
   db->VIEW(1)->COLUMNADD("AGE", 40);
-  const char* texts[] = {"=HYPERLINK(\"http://x\")", "+1+1", "-2+3", "@SUM(A1)", "\tcmd", "\rcmd", "a=b", ""};
-  int32_t id = 0;
-  for (const char* t : texts) {
-    db->ENTRYADD(++id);
-    db->ENTRYFIELD_LET(id, "NOTE", t);
-    db->ENTRYFIELD_LET(id, "AGE", -id);
-  }
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "f.htm", "htm"));
   std::string all = fileio::ReadFile(dir / "f.htm");
   const std::string text = "<td class=\"cell\" style=\"mso-number-format:'\\@';\" sdnum=\"1031;0;@\">";
   for (const char* t : {"=HYPERLINK(&quot;http://x&quot;)", "+1+1", "-2+3", "@SUM(A1)", "\tcmd", "<br>cmd"})
     EXPECT_NE(all.find(text + t + "</td>"), std::string::npos) << t;
-  EXPECT_NE(all.find("<td class=\"cell\">a=b</td>"), std::string::npos);  // "=" later on is harmless
-  EXPECT_NE(all.find("<td class=\"cell\"></td>"), std::string::npos);
-  // a negative number is still a number
-  EXPECT_NE(all.find("\\-\\#\\,\\#\\#0\\\\ ';\">-3</td>"), std::string::npos);
+  // "=" later on is harmless, and a negative number is still a number
+  for (std::string cell :
+       {"<td class=\"cell\">a=b</td>", "<td class=\"cell\"></td>", "\\-\\#\\,\\#\\#0\\\\ ';\">-3</td>"})
+    EXPECT_NE(all.find(cell), std::string::npos) << cell;
 }
 
 TEST(DBExportFile, BatchUnknownFormatAndErrors) {
@@ -294,8 +286,7 @@ TEST(DBExportFile, BatchUnknownFormatAndErrors) {
     db->EXPORTFILE("NOVIEW", dir / "y.htm", "HTM");
     ADD_FAILURE() << "an unknown view raises";
   } catch (const Error& e) {
-    EXPECT_EQ(e.number, err::kInvalidCall);
-    EXPECT_EQ(e.source, "cls_DB.EXPORTFILE");
+    EXPECT_EQ(std::tuple(e.number, e.source), std::tuple(err::kInvalidCall, "cls_DB.EXPORTFILE"));
   }
   EXPECT_FALSE(fs::exists(dir / "y.htm"));
   // A folder that cannot be written: the error carries the file operation.
@@ -321,8 +312,7 @@ TEST(DBExportFile, EveryFormatWord) {
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "copy.txt", "db", std::vector<Variant>{Variant(2)}));
   auto copy = std::make_shared<cls_DB>();
   ASSERT_TRUE(copy->DBOPEN(dir / "copy.txt", dir / "copy.txt.header", false));
-  EXPECT_EQ(copy->ENTRYCOUNT(), 1);
-  EXPECT_EQ(CStr(copy->ENTRYFIELD_GET(2, "NAME")), "Anna <b>");
+  EXPECT_EQ(std::tuple(copy->ENTRYCOUNT(), CStr(copy->ENTRYFIELD_GET(2, "NAME"))), std::tuple(1, "Anna <b>"));
   for (const char* word : {"", "XLSM", "HTM ", "TXT"}) EXPECT_FALSE(db->EXPORTFILE(1, dir / "none", word)) << word;
   EXPECT_FALSE(fs::exists(dir / "none"));
 }
@@ -330,7 +320,6 @@ TEST(DBExportFile, EveryFormatWord) {
 // Without an id list the view's own filter and sort choose the rows; a list overrides both.
 TEST(DBExportRows, ViewFilterAndSortWithoutList) {
   auto db = hPeople();
-  db->ENTRYADD(3);
   db->ENTRYFIELD_LET(3, "NAME", "Berta");
   db->ENTRYFIELD_LET(3, "AGE", 40);
   auto ids = [&](const cls_DB::IDList& list) {
@@ -351,8 +340,9 @@ TEST(DBExportRows, ViewFilterAndSortWithoutList) {
   EXPECT_EQ(ids(std::vector<Variant>{Variant(1), Variant(3)}), (V{"1", "3"}));
   // The rows carry the entries' own values whichever way the list was made.
   cls_DBExport walk(*db, 1, std::nullopt, nullptr);
-  EXPECT_EQ(walk.ROW(walk.IDS()[0], 1).cells[0].text, "Berta");
-  EXPECT_EQ(walk.ROW(Variant(99), 1).cells[0].text, "");  // an id that is not there: empty cells
+  // an id that is not there: empty cells
+  EXPECT_EQ(std::tuple(walk.ROW(walk.IDS()[0], 1).cells[0].text, walk.ROW(Variant(99), 1).cells[0].text),
+            std::tuple("Berta", ""));
 }
 
 TEST(DBExportFile, ProgressAndNoOsd) {
@@ -363,7 +353,7 @@ TEST(DBExportFile, ProgressAndNoOsd) {
   ASSERT_TRUE(db->EXPORTFILE(1, dir / "a.htm", "HTM"));
   EXPECT_EQ(seen, (std::vector<std::pair<int64_t, int64_t>>{{2, 2}}));
   seen.clear();
-  ASSERT_TRUE(db->EXPORTFILE(1, dir / "b.htm", "HTM", std::nullopt, hSettings({{"NOOSD", true}})));
+  ASSERT_TRUE(db->EXPORTFILE(1, dir / "b.htm", "HTM", std::nullopt, Struct({{"NOOSD", true}})));
   EXPECT_TRUE(seen.empty());
 }
 
@@ -372,9 +362,8 @@ TEST(DBExportDB, ToObject) {
   auto other = std::make_shared<cls_DB>();
   EXPECT_THROW(db->EXPORTFILE(1, "", "DB"), Error);  // no target name
   ASSERT_TRUE(db->EXPORTDB(1, Variant(other)));
-  EXPECT_EQ(other->ENTRYCOUNT(), 2);
-  EXPECT_EQ(other->FIELDS(), 8);
-  EXPECT_EQ(CStr(other->ENTRYFIELD_GET(2, "NAME")), "Anna <b>");
+  EXPECT_EQ(std::tuple(other->ENTRYCOUNT(), other->FIELDS(), CStr(other->ENTRYFIELD_GET(2, "NAME"))),
+            std::tuple(2, 8, "Anna <b>"));
   // Copies, not shared entries.
   other->ENTRYFIELD_LET(2, "NAME", "Berta");
   EXPECT_EQ(CStr(db->ENTRYFIELD_GET(2, "NAME")), "Anna <b>");
@@ -385,7 +374,7 @@ TEST(DBExportPdf, PagesStatusLinesAndRange) {
   TempDir dir;
   auto db = hPeople();
   for (int i = 3; i <= 150; ++i) db->ENTRYFIELD_LET(i, "NAME", "Person " + std::to_string(i));
-  auto settings = hSettings({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Mitglieder"}, {"STATUS.CENTER", "{NAME} {DATE}"}});
+  auto settings = Struct({{"TITLE.SHOW", true}, {"TITLE.TEXT", "Mitglieder"}, {"STATUS.CENTER", "{NAME} {DATE}"}});
   ASSERT_TRUE(db->EXPORTPDF(1, dir / "l.pdf", std::nullopt, settings));
   auto text = [&](const std::string& file) {
     std::string cmd = "pdftotext -layout '" + file + "' '" + file + ".txt'";
@@ -398,10 +387,10 @@ TEST(DBExportPdf, PagesStatusLinesAndRange) {
   int pages = std::stoi(m[1]);
   EXPECT_GE(pages, 3);  // 150 rows of 8 point on landscape A4
   EXPECT_EQ(std::count(all.begin(), all.end(), '\f'), pages);
-  EXPECT_NE(all.find("Seite " + std::to_string(pages) + " von " + std::to_string(pages)), std::string::npos);
-  EXPECT_NE(all.find("Mitglieder " + date::Format(date::Now(), "dd.mm.yyyy")), std::string::npos);
-  EXPECT_NE(all.find("Person 150"), std::string::npos);
-  EXPECT_NE(all.find("Stand: "), std::string::npos);
+  for (const std::string& part :
+       {"Seite " + std::to_string(pages) + " von " + std::to_string(pages),
+        "Mitglieder " + date::Format(date::Now(), "dd.mm.yyyy"), std::string("Person 150"), std::string("Stand: ")})
+    EXPECT_NE(all.find(part), std::string::npos) << part;
 
   LetAll(*settings, "PAGE.FIRST", 2, "PAGE.LAST", 2, "PAGE.PORTRAIT", true, "PAGE.COLUMNS", 2);
   ASSERT_TRUE(db->EXPORTPDF(1, dir / "p.pdf", std::nullopt, settings));

@@ -31,9 +31,8 @@ TEST(Error, GuardRaisesOnceWithTheOuterSourceUnchanged) {
     });
     FAIL();
   } catch (const Error& e) {
-    EXPECT_EQ(e.number, 9);
-    EXPECT_EQ(e.source, "cls_Inner.ITEM.LET");
-    EXPECT_EQ(e.description, "Subscript out of range");
+    EXPECT_EQ(std::tuple(e.number, e.source, e.description),
+              std::tuple(9, "cls_Inner.ITEM.LET", "Subscript out of range"));
   }
   EXPECT_EQ(asked, 1);  // handled where it happened, passed on unchanged
 }
@@ -68,26 +67,24 @@ TEST(Error, ContinueGivesTheFallbackAndRetryRunsAgain) {
 }
 
 TEST(Error, GermanTextsByKindOfError) {
-  Error file(53, "File not found");
-  Error mem(7, "Out of memory");
-  Error arg(5, "Invalid procedure call");
-  Error other(13, "Type mismatch");
-  Error own(1000, "Serialized data invalid");
-  EXPECT_EQ(hErrorFramed(file), "Dateizugriff fehlgeschlagen (File not found)");
-  EXPECT_EQ(hErrorFramed(mem), "Nicht genügend freier Arbeitsspeicher (Out of memory)");
-  EXPECT_EQ(hErrorFramed(arg), "Ungültiger Parameter (Invalid procedure call)");
-  EXPECT_EQ(hErrorFramed(other), "Unbehandelter Fehler #13: Type mismatch");
-  EXPECT_EQ(hErrorFramed(own), "Serialized data invalid");
+  Error file(53, "File not found"), arg(5, "Invalid procedure call"), other(13, "Type mismatch");
+  const std::pair<Error, const char*> framed[] = {
+      {file, "Dateizugriff fehlgeschlagen (File not found)"},
+      {Error(7, "Out of memory"), "Nicht genügend freier Arbeitsspeicher (Out of memory)"},
+      {arg, "Ungültiger Parameter (Invalid procedure call)"},
+      {other, "Unbehandelter Fehler #13: Type mismatch"},
+      {Error(1000, "Serialized data invalid"), "Serialized data invalid"}};
+  for (const auto& [error, text] : framed) EXPECT_EQ(hErrorFramed(error), text) << error.number;
   EXPECT_EQ(hErrorLine(arg, "KEL", "mdl_Global", "hCBool"),
             "Fehler: #5 - Invalid procedure call @ KEL.mdl_Global.hCBool");
   ErrorDialog fd = hErrorDialog(file, "KEL", "cls_DB", "DBSAVE");
   EXPECT_EQ(fd.caption, "Datei-Fehler!");
-  EXPECT_EQ(fd.text.rfind("Es ist ein Fehler beim Zugriff auf eine Datei aufgetreten: ", 0), 0u);
-  EXPECT_NE(fd.text.find("Anwendung: KEL\r\nModul: cls_DB\r\nProzedur: DBSAVE\r\n"), std::string::npos);
-  EXPECT_TRUE(fd.text.ends_with("Wie möchten Sie fortfahren?"));
+  EXPECT_TRUE(fd.text.starts_with("Es ist ein Fehler beim Zugriff auf eine Datei aufgetreten: ") &&
+              fd.text.find("Anwendung: KEL\r\nModul: cls_DB\r\nProzedur: DBSAVE\r\n") != std::string::npos &&
+              fd.text.ends_with("Wie möchten Sie fortfahren?"))
+      << fd.text;
   ErrorDialog pd = hErrorDialog(other, "KEL", "cls_X", "OP");
-  EXPECT_EQ(pd.caption, "Programmfehler!");
-  EXPECT_NE(pd.text.find("Fehlernummer: #13"), std::string::npos);
+  EXPECT_TRUE(pd.caption == "Programmfehler!" && pd.text.find("Fehlernummer: #13") != std::string::npos) << pd.text;
 }
 
 TEST(Error, DialogPolicyMapsTheAnswers) {
@@ -99,14 +96,13 @@ TEST(Error, DialogPolicyMapsTheAnswers) {
     return captions.size() == 1 ? answer : std::string("No");
   });
   ErrorContext ctx{Error(13, "Type mismatch"), "KEL", "cls_X", "OP"};
-  answer = "Retry";
-  EXPECT_EQ(DialogErrorPolicy(ctx), kDecisionRetry);
-  captions.clear();
-  answer = "Ignore";
-  EXPECT_EQ(DialogErrorPolicy(ctx), kDecisionContinue);
-  captions.clear();
-  answer = "Abort";  // then "No" to "really end?": the error is raised
-  EXPECT_EQ(DialogErrorPolicy(ctx), kDecisionRaise);
+  // "Abort", then "No" to "really end?": the error is raised
+  for (const auto& [given, decision] :
+       {std::pair{"Retry", kDecisionRetry}, {"Ignore", kDecisionContinue}, {"Abort", kDecisionRaise}}) {
+    captions.clear();
+    answer = given;
+    EXPECT_EQ(DialogErrorPolicy(ctx), decision) << given;
+  }
   ASSERT_EQ(captions.size(), 2u);
   EXPECT_EQ(captions[1], "ACHTUNG: Wirklich beenden?");
   SetNotifier({});

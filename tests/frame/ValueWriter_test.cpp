@@ -28,8 +28,7 @@ TEST(ValueWriter, EveryTypeRoundTripsAndTruncationIsAnError) {
   ValueReader r(w.Data());
   for (const auto& v : values) {
     Variant got = r.Read();
-    EXPECT_EQ(got.type(), v.type());
-    EXPECT_EQ(CStr(got), CStr(v));
+    EXPECT_EQ(std::pair(got.type(), CStr(got)), std::pair(v.type(), CStr(v)));
   }
   EXPECT_TRUE(r.AtEnd());
 

@@ -32,46 +32,44 @@ TEST(mdl_Global, OneManagerPerThread) {
 TEST(mdl_Global, PageLayoutDefaults) {
   auto f = mdl_Global::FLAGSGLOBAL(1);
   // 28 assignments, "STATUS.LEFT" twice: 27 distinct keys in 8 groups
-  EXPECT_EQ(f->COUNT(), 8);
-  EXPECT_EQ(f->COUNTALL() - f->COUNTSUBSTRUCTS(), 27);
-  EXPECT_EQ(f->ITEM_GET("STATUS.COUNT").rawLong(), 3);  // SHOW, LEFT, CENTER
-  EXPECT_EQ(f->ITEM_GET("STATUS.LEFT").str(), "Seite {PAGE} von {PAGES}");
-  EXPECT_FALSE(f->EXISTS_GET("STATUS.RIGHT"));
-  EXPECT_EQ(f->ITEM_GET("CELL.SEPERATOR").type(), VarType::Boolean);
-  EXPECT_EQ(f->ITEM_GET("MARGIN.BOTTOM").type(), VarType::Integer);
-  EXPECT_EQ(f->ITEM_GET("MARGIN.BOTTOM").rawInteger(), 10);
-  EXPECT_EQ(f->ITEM_GET("TITLE.COLOR").rawLong(), 10446080);
-  EXPECT_EQ(f->ITEM_GET("FONT.NAME").str(), "Arial");
-  EXPECT_EQ(mdl_Global::FLAGSGLOBAL(0)->COUNT(), 0);
+  // STATUS holds SHOW, LEFT and CENTER
+  EXPECT_EQ(std::tuple(f->COUNT(), f->COUNTALL() - f->COUNTSUBSTRUCTS(), f->ITEM_GET("STATUS.COUNT").rawLong(),
+                       f->ITEM_GET("STATUS.LEFT").str(), f->EXISTS_GET("STATUS.RIGHT")),
+            std::tuple(8, 27, 3, "Seite {PAGE} von {PAGES}", false));
+  EXPECT_EQ(std::tuple(f->ITEM_GET("CELL.SEPERATOR").type(), f->ITEM_GET("MARGIN.BOTTOM").type(),
+                       f->ITEM_GET("MARGIN.BOTTOM").rawInteger(), f->ITEM_GET("TITLE.COLOR").rawLong(),
+                       f->ITEM_GET("FONT.NAME").str(), mdl_Global::FLAGSGLOBAL(0)->COUNT()),
+            std::tuple(VarType::Boolean, VarType::Integer, 10, 10446080, "Arial", 0));
 }
 
 TEST(mdl_Global, DateTestAndTruth) {
-  EXPECT_FALSE(mdl_Global::hIsDate("2024-02-30"));
-  EXPECT_TRUE(mdl_Global::hIsDate("2024-02-29 10:00:00"));
-  EXPECT_TRUE(mdl_Global::hIsDate("2024-02-29"));
-  EXPECT_FALSE(mdl_Global::hIsDate("29.02.2024"));
-  EXPECT_FALSE(mdl_Global::hIsDate("2024-02-29T10:00:00"));
+  for (const auto& [text, isDate] : {std::pair{"2024-02-30", false},
+                                     {"2024-02-29 10:00:00", true},
+                                     {"2024-02-29", true},
+                                     {"29.02.2024", false},
+                                     {"2024-02-29T10:00:00", false}})
+    EXPECT_EQ(mdl_Global::hIsDate(text), isDate) << text;
   for (const char* f : {"falsch", "FaLsCh", "", " ", "n", "N", "no", "F", "0", "false"})
     EXPECT_FALSE(mdl_Global::hCBool(Variant(f))) << f;
   for (const char* t : {"  ", "x", "ja", "1", "-1"}) EXPECT_TRUE(mdl_Global::hCBool(Variant(t))) << t;
-  EXPECT_TRUE(mdl_Global::hCBool(Variant(-1)));
-  EXPECT_FALSE(mdl_Global::hCBool(Variant(0)));
-  EXPECT_FALSE(mdl_Global::hCBool(Variant(0.0)));
-  EXPECT_TRUE(mdl_Global::hCBool(Variant(true)));
+  EXPECT_EQ((std::vector<bool>{mdl_Global::hCBool(Variant(-1)), mdl_Global::hCBool(Variant(0)),
+                               mdl_Global::hCBool(Variant(0.0)), mdl_Global::hCBool(Variant(true))}),
+            (std::vector<bool>{true, false, false, true}));
 }
 
 TEST(mdl_Global, FileExistsOnlyForFiles) {
   TempDir temp;
   const std::filesystem::path dir = temp.path;
-  EXPECT_FALSE(mdl_FileTools::FILEEXISTS(dir.string()));
   std::ofstream(dir / "f.txt") << "x";
-  EXPECT_TRUE(mdl_FileTools::FILEEXISTS((dir / "f.txt").string()));
-  EXPECT_FALSE(mdl_FileTools::FILEEXISTS((dir / "missing").string()));
+  EXPECT_EQ(
+      (std::vector<bool>{mdl_FileTools::FILEEXISTS(dir.string()), mdl_FileTools::FILEEXISTS((dir / "f.txt").string()),
+                         mdl_FileTools::FILEEXISTS((dir / "missing").string())}),
+      (std::vector<bool>{false, true, false}));
 }
 
 TEST(sys_Global, CreatesClassesByName) {
-  EXPECT_EQ(CreateObject("RyKEL.cls_Structure")->TypeName(), "cls_Structure");
-  EXPECT_EQ(CreateObject("cls_DBTool")->TypeName(), "cls_DBTool");
+  EXPECT_EQ(std::tuple(CreateObject("RyKEL.cls_Structure")->TypeName(), CreateObject("cls_DBTool")->TypeName()),
+            std::tuple("cls_Structure", "cls_DBTool"));
   EXPECT_THROW(CreateObject("RyKEL.nothing"), Error);
   auto names = CreatableClasses();
   EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/Convert.h"
 #include "interpreter/cls_KEL.h"
 
 #include "../CaseTable.h"
@@ -13,6 +14,14 @@ namespace rykel {
 
 // The template, which names the row, and its output.
 using RenderRow = Case<const char*>;
+
+// "MESSAGE @ FILE:LINE:COLUMN" of the last listed error; "none" when nothing is listed.
+inline std::string LastPlace(cls_KEL& k) {
+  auto p = k.ERRORPLACES->ITEM_GET(k.ERRORPLACES->MAX()).as<cls_Structure>();
+  if (!p) return "none";
+  return CStr(p->ITEM_GET("MESSAGE")) + " @ " + CStr(p->ITEM_GET("FILE")) + ":" + CStr(p->ITEM_GET("LINE")) + ":" +
+         CStr(p->ITEM_GET("COLUMN"));
+}
 
 template <size_t N>
 void CheckRenderRows(const RenderRow (&pRows)[N], std::source_location pWhere = std::source_location::current()) {

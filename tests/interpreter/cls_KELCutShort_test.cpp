@@ -12,19 +12,12 @@
 
 #include "../CaseTable.h"
 #include "../TestSupport.h"
+#include "RenderTable.h"
 
 namespace rykel {
 namespace {
 
 namespace fs = std::filesystem;
-
-// "MESSAGE @ FILE:LINE:COLUMN" of the last listed error.
-std::string LastPlace(cls_KEL& k) {
-  auto p = k.ERRORPLACES->ITEM_GET(k.ERRORPLACES->MAX()).as<cls_Structure>();
-  if (!p) return "none";
-  return CStr(p->ITEM_GET("MESSAGE")) + " @ " + CStr(p->ITEM_GET("FILE")) + ":" + CStr(p->ITEM_GET("LINE")) + ":" +
-         CStr(p->ITEM_GET("COLUMN"));
-}
 
 std::string Repeat(const std::string& s, int n) {
   std::string out;

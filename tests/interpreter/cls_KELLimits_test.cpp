@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <thread>
 
 #include "frame/Convert.h"
@@ -35,26 +36,23 @@ TEST(cls_KELLimits, OutputSizeStopsLoopsAndSelfDoublingText) {
   std::string out = k.PROCESS("{FOR i 1 100000 1 {0123456789}}after", nullptr);
   EXPECT_LT(out.size(), 1200u);
   EXPECT_NE(out.find("ERR:---Output too large: more than 1000 bytes (SYS.OUTPUT.MAX)---"), std::string::npos);
-  EXPECT_EQ(out.find("after"), std::string::npos);  // processing stopped, as after QUITEXEC
-  EXPECT_TRUE(k.QUIT_GET());
-  EXPECT_NE(LastError(k).find("Output too large"), std::string::npos);
+  // processing stopped, as after QUITEXEC
+  EXPECT_TRUE(out.find("after") == std::string::npos && k.QUIT_GET() &&
+              LastError(k).find("Output too large") != std::string::npos);
 
   // plain text handed back by commands counts too, loop or not
   k.VARIABLES->ITEM_LET("BIG", std::string(600, 'b'));
   out = k.PROCESS("{VAR:BIG}{VAR:BIG}{VAR:BIG}", nullptr);
   EXPECT_EQ(out.substr(0, 600), std::string(600, 'b'));
-  EXPECT_NE(out.find("Output too large"), std::string::npos);
-  EXPECT_LT(out.size(), 1400u);
+  EXPECT_TRUE(out.find("Output too large") != std::string::npos && out.size() < 1400u) << out.size();
 
   // under the bound nothing changes, and the next PROCESS runs again
-  EXPECT_EQ(k.PROCESS("{FOR i 1 3 1 {ab}}!", nullptr), "ababab!");
-  EXPECT_FALSE(k.QUIT_GET());
+  EXPECT_EQ((std::tuple{k.PROCESS("{FOR i 1 3 1 {ab}}!", nullptr), k.QUIT_GET()}), std::tuple("ababab!", false));
   // every loop form is bounded
+  k.SETTINGS->ITEM_LET("SYS.LOOP.MAX", 1000000);
   for (const char* t : {"{WHILE (1) {0123456789}}", "{DO {0123456789} WHILE (1)}"}) {
-    k.SETTINGS->ITEM_LET("SYS.LOOP.MAX", 1000000);
     out = k.PROCESS(t, nullptr);
-    EXPECT_NE(out.find("Output too large"), std::string::npos) << t;
-    EXPECT_LT(out.size(), 1200u) << t;
+    EXPECT_TRUE(out.find("Output too large") != std::string::npos && out.size() < 1200u) << t << ": " << out.size();
   }
 }
 
@@ -65,9 +63,8 @@ TEST(cls_KELLimits, StepsBoundNestedLoopsAndBlocksThatCallBlocks) {
   k.SETTINGS->ITEM_LET("SYS.LOOP.MAX", 200);
   std::string out = k.PROCESS("{FOR a 1 200 1 {{FOR b 1 200 1 {{FOR c 1 200 1 {.}}}}}}after", nullptr);
   EXPECT_NE(out.find("ERR:---Step limit reached: more than 5000 steps (SYS.STEPS.MAX)---"), std::string::npos);
-  EXPECT_EQ(out.find("after"), std::string::npos);
-  EXPECT_LT(out.size(), 5100u);
-  EXPECT_EQ(k.ERRORLIST->COUNT(), 1);  // reported once, not once per level
+  // stopped, and reported once, not once per level
+  EXPECT_TRUE(out.find("after") == std::string::npos && out.size() < 5100u && k.ERRORLIST->COUNT() == 1) << out.size();
 
   // the budget is per outermost PROCESS: the next call starts afresh
   EXPECT_EQ(k.PROCESS("{FOR i 1 3 1 {x}}", nullptr), "xxx");
@@ -78,8 +75,7 @@ TEST(cls_KELLimits, StepsBoundNestedLoopsAndBlocksThatCallBlocks) {
   for (int i = 0; i < 40; ++i) many += "{VAR x " + std::to_string(i) + "}{VAR:x}";
   out = k.PROCESS(many, nullptr);
   EXPECT_NE(out.find("Step limit reached"), std::string::npos);
-  k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 1000);
-  k.SETTINGS->ITEM_LET("SYS.STEPS.MAX", 100000);
+  LetAll(*k.SETTINGS, "SYS.COMMANDS.MAX", 1000, "SYS.STEPS.MAX", 100000);
   EXPECT_EQ(k.PROCESS(many, nullptr).find("ERR:"), std::string::npos);
 }
 
@@ -99,11 +95,9 @@ TEST(cls_KELLimits, IncludesStayInsideTheirFolderThroughLinks) {
   // not confined: links are followed like any file
   EXPECT_EQ(k.PROCESS("{INCLUDE leak}", nullptr), "SECRET");
   k.SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
-  EXPECT_EQ(k.PROCESS("{INCLUDE leak}", nullptr), "");
-  EXPECT_EQ(LastError(k), "<b>Could not include 'leak'</b>");
-  EXPECT_EQ(k.PROCESS("{INCLUDE door/secret}", nullptr), "");
-  EXPECT_EQ(k.LOCATE("inc/leak.kel", "none"), "none");
-  EXPECT_TRUE(k.LOCATEALL("door/secret.kel").empty());
+  EXPECT_EQ((std::tuple{k.PROCESS("{INCLUDE leak}", nullptr), LastError(k), k.PROCESS("{INCLUDE door/secret}", nullptr),
+                        k.LOCATE("inc/leak.kel", "none"), k.LOCATEALL("door/secret.kel").size()}),
+            std::tuple("", "<b>Could not include 'leak'</b>", "", "none", 0u));
   // a link that stays inside the folder, and plain files, still work
   EXPECT_EQ(k.PROCESS("{INCLUDE ok}+{INCLUDE inside}", nullptr), "fine+fine");
   // a folder named through a link is followed anew when the link is made to point elsewhere
@@ -136,8 +130,7 @@ TEST(cls_KELLimits, JoinedAndStoredTextsStayWithinValueMax) {
     cls_KEL k;
     k.SETTINGS->ITEM_LET(c.name, c.value);
     EXPECT_EQ(k.PROCESS(doubling, nullptr).find("after"), std::string::npos);  // stopped
-    EXPECT_EQ(k.ERRORLIST->COUNT(), 1);
-    EXPECT_EQ(LastError(k), c.message);
+    EXPECT_EQ(std::tuple(k.ERRORLIST->COUNT(), LastError(k)), std::tuple(1, c.message));
     EXPECT_LE(CStr(k.VARIABLES->ITEM_GET("S")).size(), 16u << 20);
   });
   // VAR and ":=" of a text made otherwise (a block, a quoted template) are bounded as well
@@ -152,8 +145,8 @@ TEST(cls_KELLimits, JoinedAndStoredTextsStayWithinValueMax) {
   // texts up to the bound are untouched
   cls_KEL k;
   k.SETTINGS->ITEM_LET("SYS.VALUE.MAX", 8);
-  EXPECT_EQ(k.PROCESS("{VAR s \"abcd\"}{VAR t (s + s)}{VAR:t}", nullptr), "abcdabcd");
-  EXPECT_EQ(k.ERRORLIST->COUNT(), 0);
+  EXPECT_EQ((std::tuple{k.PROCESS("{VAR s \"abcd\"}{VAR t (s + s)}{VAR:t}", nullptr), k.ERRORLIST->COUNT()}),
+            std::tuple("abcdabcd", 0));
 }
 
 // The name is swapped between a file inside the folder and a link to an outside file while a
@@ -166,8 +159,7 @@ TEST(cls_KELLimits, ConfinedIncludeReadsTheFileItChecked) {
   std::ofstream(root / "private" / "secret.kel") << "SECRET";
   cls_KEL k;
   k.DIRECTORIES->ADD((root / "site").string());
-  k.SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
-  k.SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 1000);
+  LetAll(*k.SETTINGS, "SYS.LOCATE.CONFINED", true, "SYS.COMMANDS.MAX", 1000);
   const fs::path name = root / "site" / "page.kel";
   std::ofstream(name) << "fine";
   std::atomic<bool> stop{false};
@@ -191,8 +183,7 @@ TEST(cls_KELLimits, ConfinedIncludeReadsTheFileItChecked) {
   }
   stop = true;
   swapper.join();
-  EXPECT_EQ(leaked, 0);
-  EXPECT_GT(read, 0);
+  EXPECT_TRUE(leaked == 0 && read > 0) << leaked << " leaked, " << read << " read";
   fs::remove_all(root);
 }
 
@@ -225,8 +216,8 @@ TEST(cls_KELLimits, DatabaseHeadersAreConfinedLikeIncludes) {
   k->SETTINGS->ITEM_LET("SYS.LOCATE.CONFINED", true);
   std::string outside = k->PROCESS("{DB:OPEN \"evil.ry-dbb\" NAME=x}", nullptr);
   std::string missing = k->PROCESS("{DB:OPEN \"probe.ry-dbb\" NAME=y}", nullptr);
-  EXPECT_NE(outside.find("ERR:---Database error: Header '"), std::string::npos) << outside;
-  EXPECT_NE(outside.find("could not be located!"), std::string::npos) << outside;
+  EXPECT_TRUE(std::regex_search(outside, std::regex("ERR:---Database error: Header '.*could not be located!")))
+      << outside;
   auto shape = [](std::string s, const std::string& name) { return s.replace(s.find(name), name.size(), "*"); };
   EXPECT_EQ(shape(outside, "secret"), shape(missing, "nothing"));
   fs::remove_all(root);

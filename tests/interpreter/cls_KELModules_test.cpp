@@ -9,6 +9,7 @@
 #include "interpreter/cls_KEL.h"
 #include "modules/mod_KELIO.h"
 
+#include "../TestSupport.h"
 #include "RenderTable.h"
 
 namespace rykel {
@@ -44,14 +45,13 @@ TEST(cls_KELModules, LookupAndRouting) {
   cls_KEL k;
   auto& reg = *k.MODULES;
   ASSERT_EQ(reg.COUNT(), 3);
-  EXPECT_EQ(reg.MODULE(Variant(1))->MODULE_GET()->ID_GET(), "IO");
-  EXPECT_EQ(reg.MODULE(Variant("struct"))->MODULE_GET()->ID_GET(), "STRUCTURE");
-  EXPECT_EQ(reg.MODULE(Variant(3))->MODULE_GET()->ID_GET(), "TEXT");
+  EXPECT_EQ(
+      std::tuple(reg.MODULE(Variant(1))->MODULE_GET()->ID_GET(), reg.MODULE(Variant("struct"))->MODULE_GET()->ID_GET(),
+                 reg.MODULE(Variant(3))->MODULE_GET()->ID_GET()),
+      std::tuple("IO", "STRUCTURE", "TEXT"));
   EXPECT_EQ(reg.ITEM(Variant("io")), reg.MODULE(Variant(1)));
-  EXPECT_FALSE(reg.MODULE(Variant(0)));
-  EXPECT_FALSE(reg.MODULE(Variant(-1)));
-  EXPECT_FALSE(reg.MODULE(Variant(4)));
-  EXPECT_FALSE(reg.MODULE(Variant("nope")));
+  for (const Variant& none : {Variant(0), Variant(-1), Variant(4), Variant("nope")})
+    EXPECT_FALSE(reg.MODULE(none)) << CStr(none);
 
   EXPECT_EQ(k.PROCESS("{HELLO:X}", nullptr), "ERR:---Module not found: HELLO---");
   auto hello = std::make_shared<EchoModule>("Hello", false, false, "X");
@@ -62,8 +62,7 @@ TEST(cls_KELModules, LookupAndRouting) {
   auto silent = std::make_shared<EchoModule>("QUIET", false, false, "SILENT");
   reg.ADD(silent);
   int errors = k.ERRORLIST->COUNT();
-  EXPECT_EQ(k.PROCESS("[{QUIET:SILENT}]", nullptr), "[]");
-  EXPECT_EQ(k.ERRORLIST->COUNT(), errors);
+  EXPECT_EQ((std::tuple{k.PROCESS("[{QUIET:SILENT}]", nullptr), k.ERRORLIST->COUNT()}), std::tuple("[]", errors));
 
   // Unknown commands go to a catch-all module as OTHER:...; without one they cannot execute.
   EXPECT_EQ(k.PROCESS("{FOO 1}", nullptr), "ERR:---Cannot execute: FOO 1---");
@@ -73,12 +72,12 @@ TEST(cls_KELModules, LookupAndRouting) {
   // Catch-first sees commands before the alias lookup, and the alias module is not asked twice.
   auto first = std::make_shared<EchoModule>("FIRST", true, false, "TAB");
   reg.ADD(first);
-  EXPECT_EQ(k.PROCESS("{IO:TAB}", nullptr), "FIRST:IO:TAB/0");
-  EXPECT_EQ(k.PROCESS("{IO:CRLF}", nullptr), "\r\n");
-  EXPECT_EQ(k.PROCESS("{FIRST:TAB}", nullptr), "FIRST:FIRST:TAB/0");
+  EXPECT_EQ((std::vector<std::string>{k.PROCESS("{IO:TAB}", nullptr), k.PROCESS("{IO:CRLF}", nullptr),
+                                      k.PROCESS("{FIRST:TAB}", nullptr)}),
+            (std::vector<std::string>{"FIRST:IO:TAB/0", "\r\n", "FIRST:FIRST:TAB/0"}));
   int before = first->calls;
-  EXPECT_EQ(k.PROCESS("{FIRST:ZZ}", nullptr), "ERR:---Module not found: FIRST---");
-  EXPECT_EQ(first->calls, before + 1);
+  EXPECT_EQ((std::tuple{k.PROCESS("{FIRST:ZZ}", nullptr), first->calls}),
+            std::tuple("ERR:---Module not found: FIRST---", before + 1));
   reg.INDEXCLEAR();
   EXPECT_EQ(reg.FIND("hello"), hello);  // rebuilt on demand
 }
@@ -113,16 +112,13 @@ TEST(cls_KELModules, IOModule) {
   cls_KEL k;
   auto P = [&](std::string_view t) { return k.PROCESS(t, nullptr); };
   EXPECT_EQ(mod_KELIO::TELNORM("o89/1"), "089-1");
-  EXPECT_EQ(P("{IO:DATE}").size(), 10u);
-  EXPECT_EQ(P("{IO:TIME}").size(), 8u);
+  EXPECT_EQ(std::tuple(P("{IO:DATE}").size(), P("{IO:TIME}").size()), std::tuple(10u, 8u));
   EXPECT_EQ(P("{IO:LEFT}"), "");
   EXPECT_EQ(CStr(k.ERRORLIST->ITEM_GET(k.ERRORLIST->MAX())),
             "<b>The command IO:LEFT needs other parameters: STRING,LEFT required,  delivered</b>");
-  auto s = cls_Structure::New();
-  s->ITEM_LET("A", 1);
+  auto s = Struct({{"A", 1}});
   EXPECT_TRUE(k.SYNTAXCHECK(s, "A, B='', C=x"));
-  EXPECT_EQ(CStr(s->ITEM_GET("B")), "");
-  EXPECT_EQ(CStr(s->ITEM_GET("C")), "x");
+  EXPECT_EQ(s->SCRIPT(), "A = 1\r\nB = \"\"\r\nC = \"x\"\r\n");
 }
 
 // Without a delimiter SPLIT gives one item per character (not byte), in time linear in the text:
@@ -142,8 +138,7 @@ TEST(cls_KELModules, SplitIntoCharactersIsLinear) {
   pieces = k.EXECUTE("STRUCT:SPLIT VAR:T").as<cls_Structure>();
   double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
   ASSERT_TRUE(pieces);
-  EXPECT_EQ(pieces->COUNT(), 200000);
-  EXPECT_EQ(CStr(pieces->ITEM_GET(199999)), "€");
+  EXPECT_EQ(std::tuple(pieces->COUNT(), CStr(pieces->ITEM_GET(199999))), std::tuple(200000, "€"));
   EXPECT_LT(seconds, 5.0);
 }
 

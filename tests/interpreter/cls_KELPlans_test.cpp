@@ -8,6 +8,8 @@
 
 #include "frame/Convert.h"
 
+#include "../TestSupport.h"
+
 namespace rykel {
 namespace {
 
@@ -15,17 +17,14 @@ TEST(cls_KELPlans, KeptCommandsFollowTheVariables) {
   cls_KEL k;
   const std::string page = "[{VAR:row.name}|{IF (row.active) {on} {off}}]";
   auto row = cls_Structure::New();
-  row->ITEM_LET("NAME", "Anna");
-  row->ITEM_LET("ACTIVE", 1);
+  LetAll(*row, "NAME", "Anna", "ACTIVE", 1);
   k.VARIABLES->ITEM_LET("ROW", row);
   EXPECT_EQ(k.PROCESS(page, nullptr), "[Anna|on]");
 
   // The same texts again after the row changed in place, was replaced, became a scalar, was removed.
-  row->ITEM_LET("NAME", "Berta");
-  row->ITEM_LET("ACTIVE", 0);
+  LetAll(*row, "NAME", "Berta", "ACTIVE", 0);
   EXPECT_EQ(k.PROCESS(page, nullptr), "[Berta|off]");
-  auto other = cls_Structure::New();
-  other->ITEM_LET("NAME", "Carl");
+  auto other = Struct({{"NAME", "Carl"}});
   k.VARIABLES->ITEM_LET("ROW", other);
   EXPECT_EQ(k.PROCESS(page, nullptr), "[Carl|on]");  // ACTIVE missing: its name is the (true) value
   k.VARIABLES->ITEM_LET("ROW", "plain");
@@ -34,12 +33,10 @@ TEST(cls_KELPlans, KeptCommandsFollowTheVariables) {
   EXPECT_NE(scalar.find("ERR:---VAR not found: row.name---"), std::string::npos) << scalar;
 
   // Variables written before ROW move it to another slot; an earlier slot of the same name wins.
-  k.VARIABLES->REMOVE("ROW");
-  k.VARIABLES->ITEM_LET("A", 1);
-  k.VARIABLES->ITEM_LET("ROW", row);
-  EXPECT_EQ(k.PROCESS(page, nullptr), "[Berta|off]");
-
   // COUNT is the item count, never a slot.
+  k.VARIABLES->REMOVE("ROW");
+  LetAll(*k.VARIABLES, "A", 1, "ROW", row);
+  EXPECT_EQ(k.PROCESS(page, nullptr), "[Berta|off]");
   EXPECT_EQ(k.PROCESS("{VAR:row.count}", nullptr), "2");
   // Zero-based structures and names in other letter cases.
   auto zero = cls_Structure::New();
@@ -54,8 +51,7 @@ TEST(cls_KELPlans, LoopRoundsSeeTheirOwnRow) {
   auto rows = cls_Structure::New();
   for (int i = 1; i <= 3; ++i) {
     auto r = cls_Structure::New();
-    r->ITEM_LET("N", i);
-    r->ITEM_LET("ON", i % 2);
+    LetAll(*r, "N", i, "ON", i % 2);
     rows->ADD(r);
   }
   k.VARIABLES->ITEM_LET("ROWS", rows);
@@ -133,9 +129,9 @@ TEST(cls_KELPlans, PlainIfsKeepTheirChainsAndCounts) {
     cls_KEL k;
     k.VARIABLES->ITEM_LET("X", c.x);
     k.VARIABLES->ITEM_LET("Y", 0);
-    EXPECT_EQ(k.PROCESS(chain, nullptr), c.want) << c.x.vartype();
-    EXPECT_EQ(CDbl(k.RECURSIONS->ITEM_GET("CALLS")), 5.0);
-    EXPECT_EQ(k.ERRORLIST->COUNT(), 0);
+    EXPECT_EQ((std::tuple{k.PROCESS(chain, nullptr), CDbl(k.RECURSIONS->ITEM_GET("CALLS")), k.ERRORLIST->COUNT()}),
+              std::tuple(c.want, 5.0, 0))
+        << c.x.vartype();
   }
   cls_KEL k;
   EXPECT_EQ(k.PROCESS(chain, nullptr), "a-|a");  // no X at all

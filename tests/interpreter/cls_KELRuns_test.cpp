@@ -80,9 +80,9 @@ TEST(cls_KELRuns, PagesGiveWhatRunningEachCommandGives) {
     k.VARIABLES->ITEM_LET("ROW", Variant(row));
     if (*c.setting) k.SETTINGS->ITEM_LET(c.setting, c.value);
     k.SETTINGS->ITEM_LET("DEVELOPER.DEBUG", true);  // reports stay in the page
-    EXPECT_EQ(k.PROCESS(c.page, nullptr), c.out) << c.page;
-    EXPECT_EQ(k.ERRORLIST->COUNT(), c.errors) << c.page;
-    EXPECT_EQ(CDbl(k.RECURSIONS->ITEM_GET("CALLS")), c.calls) << c.page;
+    EXPECT_EQ((std::tuple{k.PROCESS(c.page, nullptr), k.ERRORLIST->COUNT(), CDbl(k.RECURSIONS->ITEM_GET("CALLS"))}),
+              std::tuple(c.out, c.errors, c.calls))
+        << c.page;
   }
 }
 

@@ -14,6 +14,7 @@
 #include "interpreter/cls_KELModules.h"
 
 #include "../CaseTable.h"
+#include "../TableDB.h"
 #include "../TestSupport.h"
 
 namespace rykel {
@@ -66,11 +67,9 @@ TEST(mod_KELDB, LimitCutsListsAtTheirEdges) {
   auto ids = [&](std::string_view args) {
     return t.Run("{ITERATE id {{DB:LIMIT " + std::string(args) + "}} {{VAR:id},}}");
   };
-  EXPECT_EQ(ids(R"("" 3)"), "1,2,3,");
-  EXPECT_EQ(ids(R"("" 3 START=7)"), "7,8,");
-  EXPECT_EQ(ids(R"("" 3 START=9)"), "");
-  EXPECT_EQ(ids(R"("" 0)"), "");
-  EXPECT_EQ(ids(R"({{DB:SORT "" VORNAME REV=1}} 2 START=2)"), "7,6,");
+  EXPECT_EQ((std::vector<std::string>{ids(R"("" 3)"), ids(R"("" 3 START=7)"), ids(R"("" 3 START=9)"), ids(R"("" 0)"),
+                                      ids(R"({{DB:SORT "" VORNAME REV=1}} 2 START=2)")}),
+            (std::vector<std::string>{"1,2,3,", "7,8,", "", "", "7,6,"}));
   EXPECT_EQ(t.Errors(), 0);
 }
 
@@ -83,8 +82,7 @@ TEST(mod_KELDB, ErrorsNameTheCulprit) {
             "ERR:---Database not found: data/nichts.header---");
   EXPECT_EQ(t.db->DB_GET(), nullptr);
   t.Run(kOpen);
-  ASSERT_NE(t.db->DB_GET(), nullptr);
-  EXPECT_EQ(t.db->CURRENT_GET(), "MAIN");
+  ASSERT_TRUE(t.db->DB_GET() != nullptr && t.db->CURRENT_GET() == "MAIN") << t.db->CURRENT_GET();
   const Case<const char*> rows[] = {
       // Unknown fields wherever a field is named, instead of quietly matching nothing.
       {R"({DB:QUERY NAME "x"})", "ERR:---Unknown field: NAME---"},
@@ -105,8 +103,8 @@ TEST(mod_KELDB, ErrorsNameTheCulprit) {
   // Each row on the same interpreter, with the example database open.
   ForEachRow(rows, [&](const auto& r) { EXPECT_EQ(t.Run(r.name), r.want); });
   int before = t.Errors();
-  EXPECT_EQ(t.Run("{DB:QUERY}"), "");  // the parameter check records what is missing
-  EXPECT_EQ(t.Errors(), before + 1);
+  // the parameter check records what is missing
+  EXPECT_EQ((std::tuple{t.Run("{DB:QUERY}"), t.Errors()}), std::tuple("", before + 1));
   // Closing leaves no current database.
   EXPECT_EQ(t.Run("{DB:CLOSE}{DB:COUNT}"), "ERR:---No database open: DB:COUNT---");
   EXPECT_GE(t.Errors(), 16);
@@ -114,20 +112,10 @@ TEST(mod_KELDB, ErrorsNameTheCulprit) {
 
 TEST(mod_KELDB, HostDatabasesAndHtmlTexts) {
   DBKel t;
-  auto a = std::make_shared<cls_DB>();
-  a->FIELDCREATE("NAME");
-  for (const char* n : {"<b>{VAR x 1}</b>", "Ärger & Co"}) {
-    Variant id = a->ENTRYFREEID();
-    a->ENTRYADD(id);
-    a->ENTRYFIELD_LET(id, "NAME", n);
-  }
-  auto b = std::make_shared<cls_DB>();
-  b->FIELDCREATE("NAME");
-  b->ENTRYADD(Variant(1));
+  auto a = TableDB({{"NAME"}}, {{"<b>{VAR x 1}</b>"}, {"Ärger & Co"}}), b = TableDB({{"NAME"}}, {{Variant()}});
   t.db->ATTACH(a, "erste");
   t.db->ATTACH(b, "zweite");
-  EXPECT_EQ(t.db->CURRENT_GET(), "ZWEITE");
-  EXPECT_EQ(t.Run("{DB:COUNT}{DB:USE Erste}{DB:COUNT}"), "12");
+  EXPECT_EQ((std::tuple{t.db->CURRENT_GET(), t.Run("{DB:COUNT}{DB:USE Erste}{DB:COUNT}")}), std::tuple("ZWEITE", "12"));
   // HTML texts are escaped and carry braces as references, so a value is never run as a command.
   EXPECT_EQ(t.Run("{DB:HTML 1 NAME}|{DB:HTML 2 NAME}"), "&lt;b&gt;&#123;VAR x 1&#125;&lt;/b&gt;|Ärger &amp; Co");
   EXPECT_EQ(t.Run("{ITERATE e {{DB:ENTRIES \"\" HTML=1}} {{VAR:e.ID}:{VAR:e.NAME};}}"),
@@ -135,8 +123,7 @@ TEST(mod_KELDB, HostDatabasesAndHtmlTexts) {
   EXPECT_EQ(t.k->VARIABLES->EXISTSBYID_GET("X"), false);
   // Detaching the current database leaves none current.
   t.db->ATTACH(nullptr, "ERSTE");
-  EXPECT_EQ(t.db->DB_GET(), nullptr);
-  EXPECT_EQ(t.db->DB_GET("zweite"), b);
+  EXPECT_TRUE(t.db->DB_GET() == nullptr && t.db->DB_GET("zweite") == b);
   EXPECT_EQ(t.Run("{DB:USE zweite}{DB:COUNT}"), "1");
 }
 
@@ -169,10 +156,7 @@ TEST(mod_KELDB, ValuesAreDataNeverCode) {
   DBKel t;
   auto db = std::make_shared<cls_DB>();
   db->FIELDCREATE("NAME");
-  for (size_t i = 0; i < values.size(); ++i) {
-    db->ENTRYADD(Variant(static_cast<int32_t>(i + 1)));
-    db->ENTRYFIELD_LET(Variant(static_cast<int32_t>(i + 1)), "NAME", Variant(values[i]));
-  }
+  for (size_t i = 0; i < values.size(); ++i) db->ENTRYFIELD_LET(static_cast<int32_t>(i + 1), "NAME", values[i]);
   t.db->ATTACH(db);
   t.k->SETTINGS->ITEM_LET("SYS.COMMANDS.MAX", 1000);
   for (size_t i = 0; i < values.size(); ++i) {
@@ -186,8 +170,7 @@ TEST(mod_KELDB, ValuesAreDataNeverCode) {
     EXPECT_EQ(t.Run("{DATA:V}{IF (1) {{DATA:V}}}"), v + v) << i;
     EXPECT_EQ(CStr(t.k->EXECUTE("DATA:V")), v) << i;
   }
-  EXPECT_EQ(t.Errors(), 0);
-  EXPECT_FALSE(t.k->VARIABLES->EXISTSBYID_GET("X"));
+  EXPECT_TRUE(t.Errors() == 0 && !t.k->VARIABLES->EXISTSBYID_GET("X"));
   t.k->SETTINGS->ITEM_LET("SYS.NOEXEC", true);
   EXPECT_EQ(t.Run("{DB:TEXT 1 NAME}"), values[0]);
   // the rescan of everything else stays: a variable's text is run, its data form is not

@@ -33,9 +33,8 @@ def contacts():
             ("Clara Müller", "Berlin", "10115", "0049", None, 7, ""),
             ("Dora", "Alle", "99999", "", None, 1, "Grüße €")]
     for i, row in enumerate(rows, 1):
-        db.ENTRYADD(i)
-        for fid, value in zip(("NAME", "CITY", "ZIP", "PHONE", "BORN", "AGE", "NOTE"), row):
-            db.ENTRYFIELD_LET(i, fid, value if value is not None else "")
+        db.ENTRYADD(i, {fid: "" if value is None else value
+                        for fid, value in zip(("NAME", "CITY", "ZIP", "PHONE", "BORN", "AGE", "NOTE"), row)})
     return db
 
 
@@ -51,14 +50,13 @@ class CalcWorkbookTest(ScratchTest):
         self.assertEqual(wb.sheetnames, ["Alle", "Alle2", "Berlin", "Frankfurt aM"])
 
         ws = wb["Alle"]
-        self.assertEqual(ws["A2"].value, "Kontakte - Gesamt")
-        self.assertEqual(ws["A2"].font.sz, 18)
+        self.assertEqual((ws["A2"].value, ws["A2"].font.sz), ("Kontakte - Gesamt", 18))
         self.assertRegex(ws["G2"].value, r"^Stand: \d\d\.\d\d\.\d{4} \d\d:\d\d$")
         self.assertEqual([c.value for c in ws[4]], ["Name", "Stadt", "PLZ", "Telefon", "Geboren", "Alter", "Notiz"])
         self.assertTrue(all(c.font.b for c in ws[4]))
-        self.assertEqual(ws["A4"].fill.fgColor.rgb, "FFF2F2F2")
-        self.assertEqual(ws["A4"].font.color.rgb, "FF00659F")  # the default title colour
-        self.assertEqual(ws.auto_filter.ref, "A4:G8")
+        # the header's fill, the default title colour, the filter
+        self.assertEqual((ws["A4"].fill.fgColor.rgb, ws["A4"].font.color.rgb, ws.auto_filter.ref),
+                         ("FFF2F2F2", "FF00659F", "A4:G8"))
 
         anna, bernd, clara, dora = ws[5], ws[6], ws[7], ws[8]
         # Postal codes and phone numbers stay text: leading zeros and "+" survive.
@@ -66,29 +64,23 @@ class CalcWorkbookTest(ScratchTest):
                          ("01067", "030 123", "+49 69 1", "0049"))
         self.assertEqual(anna[2].number_format, "@")
         # Numbers are numbers with thousands separators and red negatives, right-aligned.
-        self.assertEqual(bernd[5].value, -1234)
+        self.assertEqual((bernd[5].value, bernd[5].alignment.horizontal), (-1234, "right"))
         self.assertIn("[RED]", bernd[5].number_format.upper())
-        self.assertEqual(bernd[5].alignment.horizontal, "right")
         # Dates are dates; a "##:##" text stays text; a "##.##.####" text becomes a date.
-        self.assertEqual(anna[4].value, datetime.datetime(1980, 5, 17))
-        self.assertEqual(anna[4].alignment.horizontal, "left")
+        self.assertEqual((anna[4].value, anna[4].alignment.horizontal), (datetime.datetime(1980, 5, 17), "left"))
         self.assertEqual((anna[6].value, anna[6].number_format), ("12:30", "@"))
         self.assertEqual(bernd[6].value, datetime.datetime(2023, 12, 24))
         # Blanks are empty cells, not error cells; text keeps umlauts and the euro sign.
-        self.assertIsNone(clara[4].value)
-        self.assertIsNone(clara[6].value)
-        self.assertEqual((clara[0].value, dora[6].value), ("Clara Müller", "Grüße €"))
+        self.assertEqual((clara[4].value, clara[6].value, clara[0].value, dora[6].value),
+                         (None, None, "Clara Müller", "Grüße €"))
 
         berlin = wb["Berlin"]
-        self.assertEqual(berlin["A2"].value, "Kontakte - Berlin")
+        self.assertEqual((berlin["A2"].value, berlin.auto_filter.ref), ("Kontakte - Berlin", "A4:G6"))
         self.assertEqual([r[0].value for r in berlin.iter_rows(min_row=5)], ["Anna", "Clara Müller"])
-        self.assertEqual(berlin.auto_filter.ref, "A4:G6")
         self.assertEqual([r[0].value for r in wb["Alle2"].iter_rows(min_row=5)], ["Dora"])
 
         rows = soffice_csv(out, self.dir.name)
-        self.assertEqual(rows[3][:3], ["Name", "Stadt", "PLZ"])
-        self.assertEqual(rows[4][:3], ["Anna", "Berlin", "01067"])
-        self.assertEqual(rows[5][5], "-1234")
-        self.assertEqual(rows[7][6], "Grüße €")
+        self.assertEqual((rows[3][:3], rows[4][:3], rows[5][5], rows[7][6]),
+                         (["Name", "Stadt", "PLZ"], ["Anna", "Berlin", "01067"], "-1234", "Grüße €"))
 
 

@@ -25,26 +25,19 @@ class DatabaseTest(ScratchTest):
             db, path = self.make(name)
             first = db.ENTRYFREEID()
             db.ENTRYADD(first)
-            db.ENTRYFIELD_LET(first, "NAME", "Anna")
-            db.ENTRYFIELD_LET(first, "AGE", "42")
-            db.ENTRYFIELD_LET(first, "BORN", datetime.datetime(1982, 5, 17))
-            db.ENTRYFIELD_LET(first, "SCORE", 1.5)
+            for field, value in (("NAME", "Anna"), ("AGE", "42"), ("BORN", datetime.datetime(1982, 5, 17)),
+                                 ("SCORE", 1.5)):
+                db.ENTRYFIELD_LET(first, field, value)
             second = db.ENTRYFREEID()
             db.ENTRYFIELD_LET(second, "NAME", "Bernd")
-            self.assertEqual((first, second), (1, 2))
-            self.assertTrue(db.DBCLOSE())
-            self.assertFalse(db.DBOPENED_GET())
+            self.assertEqual((first, second, db.DBCLOSE(), db.DBOPENED_GET()), (1, 2, True, False))
 
             back = rykel.cls_DB()
             self.assertTrue(back.DBOPEN(path, "", False))
-            self.assertEqual(back.ENTRYALL_IDS(), [1, 2])
-            self.assertEqual(back.ENTRYFIELD_GET(1, "AGE"), 42)
-            self.assertEqual(back.ENTRYFIELD_GET(1, "BORN"), datetime.datetime(1982, 5, 17))
-            self.assertEqual(back.ENTRYFIELD_GET(1, "SCORE"), 1.5)
-            self.assertEqual(back.FIELDTEXT_GET(1, "BORN"), "17.05.1982")
-            self.assertEqual(back.FIELDCOLUMN(1), ["Anna", "Bernd"])
-            self.assertTrue(back.FIELDINDEXED("NAME"))
-            self.assertTrue(back.DBCHECKINDEX())
+            self.assertEqual((back.ENTRYALL_IDS(), [back.ENTRYFIELD_GET(1, f) for f in ("AGE", "BORN", "SCORE")]),
+                             ([1, 2], [42, datetime.datetime(1982, 5, 17), 1.5]))
+            self.assertEqual((back.FIELDTEXT_GET(1, "BORN"), back.FIELDCOLUMN(1)), ("17.05.1982", ["Anna", "Bernd"]))
+            self.assertTrue(back.FIELDINDEXED("NAME") and back.DBCHECKINDEX())
             back.DBCLOSE()
 
     def test_a_file_changed_on_disk_is_saved_only_when_forced(self):
@@ -60,8 +53,7 @@ class DatabaseTest(ScratchTest):
         a.ENTRYADD(a.ENTRYFREEID())
         self.assertFalse(a.DBSAVE())
         self.assertIn("changed on disk since it was opened or last saved", a.DBSAVEERROR_GET())
-        self.assertTrue(a.DBSAVE(pForce=True))
-        self.assertEqual(a.DBSAVEERROR_GET(), "")
+        self.assertEqual((a.DBSAVE(pForce=True), a.DBSAVEERROR_GET()), (True, ""))
 
     def test_missing_files_and_raise(self):
         seen = []
@@ -69,9 +61,8 @@ class DatabaseTest(ScratchTest):
         self.addCleanup(rykel.SetNotifier, None)
         db = rykel.cls_DB()
         missing = self.path("none.header")
-        self.assertFalse(db.DBOPEN(self.path("x.db"), missing, False))
-        self.assertEqual(db.DBOPENERROR_GET(), "Header '" + missing + "' does not exist")
-        self.assertEqual(len(seen), 1)
+        self.assertEqual((db.DBOPEN(self.path("x.db"), missing, False), db.DBOPENERROR_GET(), len(seen)),
+                         (False, "Header '" + missing + "' does not exist", 1))
         self.assertIn("Database error", str(seen[0]))
         with self.assertRaises(Exception) as ctx:
             db.DBOPEN(self.path("x.db"), missing, True)
@@ -90,22 +81,18 @@ class DatabaseTest(ScratchTest):
 
     def test_fields_views_and_text_forms(self):
         field = rykel.cls_DBField()
-        self.assertEqual(rykel.cls_DBField.TYPETEXT(10, True), "Mehrfachauswahl")
-        self.assertEqual(rykel.cls_DBField.TYPEMEMBERS()[0], "LONG")
+        self.assertEqual((rykel.cls_DBField.TYPETEXT(10, True), rykel.cls_DBField.TYPEMEMBERS()[0]),
+                         ("Mehrfachauswahl", "LONG"))
         field.TYPE = rykel.ID_DBFieldType_Enum
         field.MEMBERS = "r=Rot,g=Grün"
-        self.assertEqual(field.TEXT("g"), "Grün")
-        self.assertEqual(field.TEXT("g", 2), "g - Grün")
+        self.assertEqual((field.TEXT("g"), field.TEXT("g", 2), field.STRUCTURE_GET().ITEM_GET("MEMBERS")),
+                         ("Grün", "g - Grün", "r=Rot,g=Grün"))
         self.assertLess(field.TEXTSORT("r"), field.TEXTSORT("g"))
-        keys = field.STRUCTURE_GET()
-        self.assertEqual(keys.ITEM_GET("MEMBERS"), "r=Rot,g=Grün")
 
         db = rykel.cls_DB()
-        self.assertEqual(db.VIEWS(), 1)
         view = db.VIEW("DEFAULT")
-        self.assertEqual(view.NAME, "Standard")
         view.COLUMNADD("NAME", 150)
-        self.assertEqual(view.WIDTH(), 150)
+        self.assertEqual((db.VIEWS(), view.NAME, view.WIDTH()), (1, "Standard", 150))
         db.FIELDCREATE("BOSS", rykel.ID_DBFieldType_Reference)
         db.ENTRYFIELD_LET(7, "BOSS", "x")
         db.VALUEEVENT_SET(lambda f, i, v: f.ID + ":" + str(i) + ":" + v)
@@ -113,8 +100,7 @@ class DatabaseTest(ScratchTest):
         text = db.SERIALIZE()
         self.assertTrue(text.startswith("DBS1:<"))
         other = rykel.cls_DB()
-        self.assertTrue(other.UNSERIALIZE(text))
-        self.assertEqual(other.ENTRYFIELD_GET(7, "BOSS"), "x")
-        self.assertFalse(other.UNSERIALIZE("nothing"))
+        self.assertEqual((other.UNSERIALIZE(text), other.ENTRYFIELD_GET(7, "BOSS"), other.UNSERIALIZE("nothing")),
+                         (True, "x", False))
         self.assertIsInstance(rykel.CreateObject("RyKEL.cls_DB"), rykel.cls_DB)
 

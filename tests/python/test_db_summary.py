@@ -9,18 +9,14 @@ class SummaryAndSchemaTest(unittest.TestCase):
         db.FIELDCREATE("CITY", rykel.ID_DBFieldType_String)
         db.FIELDCREATE("AGE", rykel.ID_DBFieldType_Long)
         for i, (city, age) in enumerate([("Kiel", 40), ("Bremen", 12), ("Kiel", 20), ("Kiel", None)], 1):
-            db.ENTRYADD(i)
-            db.ENTRYFIELD_LET(i, "CITY", city)
-            if age is not None:
-                db.ENTRYFIELD_LET(i, "AGE", age)
+            db.ENTRYADD(i, {"CITY": city, "AGE": age} if age is not None else {"CITY": city})
 
     def test_facets_and_stats_are_plain_data(self):
         facets = self.db.FIELDFACETS("CITY")
         counts = {f["LABEL"]: f["COUNT"] for f in facets}
         self.assertEqual((counts["Kiel"], counts["Bremen"], counts["-Leer-"]), (3, 1, 0))
         self.assertEqual([f["COUNT"] for f in self.db.FIELDFACETS("CITY", [2, 3]) if f["LABEL"] == "Kiel"], [1])
-        self.assertEqual(self.db.FIELDFACETS("NOPE"), [])
-        self.assertEqual(rykel.cls_DB().SCHEMA(), [])
+        self.assertEqual((self.db.FIELDFACETS("NOPE"), rykel.cls_DB().SCHEMA()), ([], []))
         groups = self.db.ENTRYSTATS(["AGE"], "CITY")
         self.assertEqual([(g["VALUE"], g["COUNT"]) for g in groups], [("Kiel", 3), ("Bremen", 1)])
         kiel = groups[0]["FIELDS"]["AGE"]
@@ -39,9 +35,7 @@ class SummaryAndSchemaTest(unittest.TestCase):
                 bad()
         self.assertEqual(db.FIELDUSAGE("AGE"), 3)
         db.FIELDCHANGE("AGE", type=rykel.ID_DBFieldType_String, display="Alter")
-        self.assertEqual(db.FIELD("AGE").NAME, "Alter")
-        self.assertEqual(db.ENTRYQUERY("AGE", "", "== 40"), [1])
+        self.assertEqual((db.FIELD("AGE").NAME, db.ENTRYQUERY("AGE", "", "== 40")), ("Alter", [1]))
         db.FIELDDROP("AGE")
-        self.assertFalse(db.FIELDEXISTS("AGE"))
-        self.assertTrue(all(not db.ENTRY(i).EXISTS_GET("AGE") for i in (1, 2, 3)))
+        self.assertEqual([db.FIELDEXISTS("AGE")] + [db.ENTRY(i).EXISTS_GET("AGE") for i in (1, 2, 3)], [False] * 4)
 

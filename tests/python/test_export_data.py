@@ -18,12 +18,8 @@ def sample():
     rows = [("Jürgen Größe", "01067", 44, 1.5, datetime.datetime(1980, 5, 17), True),
             ("Ana, \"Q\"", "00001", -3, 0.1, datetime.datetime(2001, 1, 2, 3, 4, 5), False),
             ("", "", None, None, None, None)]
-    for i, (name, zip_, age, score, born, ok) in enumerate(rows, 1):
-        db.ENTRYADD(i)
-        for field, value in (("NAME", name), ("ZIP", zip_), ("AGE", age), ("SCORE", score), ("BORN", born),
-                             ("OK", ok)):
-            if value is not None:
-                db.ENTRYFIELD_LET(i, field, value)
+    for i, row in enumerate(rows, 1):
+        db.ENTRYADD(i, {f: v for f, v in zip(("NAME", "ZIP", "AGE", "SCORE", "BORN", "OK"), row) if v is not None})
     return db
 
 

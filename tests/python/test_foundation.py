@@ -9,9 +9,7 @@ class Foundation(unittest.TestCase):
     def test_items_and_threads(self):
         s = rykel.cls_Structure()
         s.ITEM_LET("a.b.c", 5)
-        self.assertEqual(s.ITEM_GET("A.COUNT"), 1)
-        self.assertEqual(s.ITEM_GET("A.B.C"), 5)
-        self.assertEqual(s.ITEM_GET("missing", "dflt"), "dflt")
+        self.assertEqual([s.ITEM_GET(k, "dflt") for k in ("A.COUNT", "A.B.C", "missing")], [1, 5, "dflt"])
         sub = s.ITEM_GET("a.b")
         self.assertIsInstance(sub, rykel.cls_Structure)
         sub.ITEM_LET("d", "x")  # the handle shares the node
@@ -34,13 +32,12 @@ class Foundation(unittest.TestCase):
                   "null": rykel.NULL, "d": when}
         for k, v in values.items():
             s.ITEM_LET(k, v)
-        self.assertEqual(s.ITEM_GET("i"), 7)
-        self.assertEqual(s.ITEM_GET("big"), float(2**40))
-        self.assertIs(s.ITEM_GET("b"), True)
-        self.assertIsNone(s.ITEM_GET("n"))
-        self.assertIs(s.ITEM_GET("null"), rykel.NULL)
-        self.assertEqual(s.ITEM_GET("d"), when)
-        self.assertEqual(s.ITEM_GET("t"), "Grüße")
+        # values and their Python types: 2**40 is beyond 32 bits, a Double
+        got = {k: s.ITEM_GET(k) for k in values}
+        self.assertEqual([(v, type(v)) for v in got.values()],
+                         [(7, int), (float(2**40), float), (1.25, float), ("Grüße", str), (True, bool),
+                          (None, type(None)), (rykel.NULL, type(rykel.NULL)), (when, datetime.datetime)])
+        self.assertIs(got["null"], rykel.NULL)
         host = object()
         s.ITEM_LET("obj", host)  # any Python object travels as itself
         self.assertIs(s.ITEM_GET("obj"), host)
@@ -49,8 +46,7 @@ class Foundation(unittest.TestCase):
         m = rykel.mdl_Global.SMAN_GET()
         with self.assertRaises(rykel.Error) as cm:
             m.Release(10**8)
-        self.assertEqual(cm.exception.number, 9)
-        self.assertEqual(cm.exception.source, "cls_StructureManager.Release")
+        self.assertEqual((cm.exception.number, cm.exception.source), (9, "cls_StructureManager.Release"))
         seen = []
         rykel.SetErrorPolicy(lambda n, d, mod, op: seen.append((n, op)) or 0)  # continue
         try:
@@ -62,11 +58,9 @@ class Foundation(unittest.TestCase):
     def test_globals(self):
         self.assertIs(rykel.STRUCT_GET(), rykel.STRUCTURE_GET())
         self.assertIs(rykel.sys_Global.STRUCT_GET(), rykel.STRUCT_GET())
-        f = rykel.mdl_Global.FLAGSGLOBAL(1)
-        self.assertEqual(f.ITEM_GET("STATUS.LEFT"), "Seite {PAGE} von {PAGES}")
-        self.assertFalse(rykel.mdl_Global.hCBool("Falsch"))
-        self.assertTrue(rykel.mdl_Global.hIsDate("2024-02-29"))
-        self.assertFalse(rykel.mdl_FileTools.FILEEXISTS("/"))
-        self.assertEqual(rykel.CreateObject("RyKEL.cls_Structure").TypeName(), "cls_Structure")
-        self.assertEqual(rykel.DBTOOL_GET().IDGENERATE("Müller & Söhne GmbH"), "MUELLERSOEHN")
+        self.assertEqual([rykel.mdl_Global.FLAGSGLOBAL(1).ITEM_GET("STATUS.LEFT"), rykel.mdl_Global.hCBool("Falsch"),
+                          rykel.mdl_Global.hIsDate("2024-02-29"), rykel.mdl_FileTools.FILEEXISTS("/"),
+                          rykel.CreateObject("RyKEL.cls_Structure").TypeName(),
+                          rykel.DBTOOL_GET().IDGENERATE("Müller & Söhne GmbH")],
+                         ["Seite {PAGE} von {PAGES}", False, True, False, "cls_Structure", "MUELLERSOEHN"])
 

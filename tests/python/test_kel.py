@@ -6,16 +6,12 @@ from support import ScratchTest
 class TestKEL(ScratchTest):
     def test_process_and_errors(self):
         k = rykel.cls_KEL()
-        self.assertEqual(k.PROCESS("{VAR x 5}{VAR:x}", None), "5")
-        self.assertEqual(k.ERRORLIST.COUNT(), 0)
-        self.assertEqual(k.PROCESS("{VAR:nope}"), "ERR:---VAR not found: nope---")
-        self.assertEqual(k.ERRORLIST.COUNT(), 1)
-        self.assertEqual(k.ERRORLIST.ITEM_GET(1), "<b>VAR not found</b>: nope<br/>")
+        self.assertEqual((k.PROCESS("{VAR x 5}{VAR:x}", None), k.ERRORLIST.COUNT()), ("5", 0))
+        self.assertEqual((k.PROCESS("{VAR:nope}"), k.ERRORLIST.COUNT(), k.ERRORLIST.ITEM_GET(1)),
+                         ("ERR:---VAR not found: nope---", 1, "<b>VAR not found</b>: nope<br/>"))
         place = k.ERRORPLACES.ITEM_GET(1)
         self.assertEqual((place.ITEM_GET("LINE"), place.ITEM_GET("COLUMN")), (1, 1))
-        self.assertTrue(k.ISERROR("ERR:x"))
-        self.assertFalse(k.ISERROR("ERR"))
-        self.assertEqual(k.ERRORTEXT("ERR:---a: b---"), "a: b")
+        self.assertEqual((k.ISERROR("ERR:x"), k.ISERROR("ERR"), k.ERRORTEXT("ERR:---a: b---")), (True, False, "a: b"))
         data = rykel.cls_Structure()
         data.ADD("Anna")
         self.assertEqual(k.PROCESS("Hallo {%1}!", data), "Hallo Anna!")
@@ -35,32 +31,23 @@ class TestKEL(ScratchTest):
     def test_decode_encode_execute(self):
         k = rykel.cls_KEL()
         self.assertEqual(k.LITERAL("AND"), "&&")
-        self.assertEqual(k.DECODE("#ff"), 255)
-        self.assertEqual(k.DECODE("12:30"), "12:30")
-        self.assertEqual(k.DECODE("TRUE"), "1")
-        self.assertEqual(k.DECODE("1,5"), 1.5)
+        self.assertEqual([k.DECODE(t) for t in ("#ff", "12:30", "TRUE", "1,5")], [255, "12:30", "1", 1.5])
         self.assertEqual(k.DECODE("2024-01-05").year, 2024)
-        self.assertEqual(k.ENCODE("a\"b'c", True), "\"a'b'c\"")
-        self.assertEqual(k.ENCODE(1.5), "1.5")
+        self.assertEqual((k.ENCODE("a\"b'c", True), k.ENCODE(1.5)), ("\"a'b'c\"", "1.5"))
         self.assertEqual(k.EXECUTE("(2 * 21)"), 42)
         s = k.EXECUTE("STRUCT:TESTLINEAR")
         self.assertIsInstance(s, rykel.cls_Structure)
         self.assertEqual(s.ITEM_GET("GAMMA"), 6)
-        self.assertTrue(rykel.cls_KEL.hInArray(2, [1, 2.0, "x"]))
-        self.assertFalse(rykel.cls_KEL.hInArray("y", [1, "x"]))
+        self.assertEqual((rykel.cls_KEL.hInArray(2, [1, 2.0, "x"]), rykel.cls_KEL.hInArray("y", [1, "x"])), (True, False))
 
     def test_in_place_parameters(self):
         k = rykel.cls_KEL()
-        ok, data = k.ENCAPSULATE("<style>a{b}</style>", "<style", "</style>")
-        self.assertTrue(ok)
-        self.assertEqual(data, "<style>a[[b]]</style>")
+        self.assertEqual(k.ENCAPSULATE("<style>a{b}</style>", "<style", "</style>"), (True, "<style>a[[b]]</style>"))
         p = rykel.cls_Structure()
         p.ITEM_LET("A", 1)
         ok, p2 = k.SYNTAXCHECK(p, "A,B=''")
-        self.assertTrue(ok)
-        self.assertEqual(p2.ITEM_GET("B"), "")
-        ok, _ = k.SYNTAXCHECK(rykel.cls_Structure(), "NEEDED")
-        self.assertFalse(ok)
+        self.assertEqual((ok, p2.ITEM_GET("B")), (True, ""))
+        self.assertFalse(k.SYNTAXCHECK(rykel.cls_Structure(), "NEEDED")[0])
         self.assertEqual(k.VARSET(None, 5), 5)
 
     def test_python_module(self):
@@ -85,9 +72,8 @@ class TestKEL(ScratchTest):
         m = Shout()
         k.MODULES.ADD(m)
         self.assertEqual(k.MODULES.COUNT(), 4)
-        self.assertEqual(k.PROCESS('{SHOUT:IT "hey"} {loud:x abc}'), "HEY! ABC!")
-        self.assertEqual(k.PROCESS("{hello}"), "hello from python")
-        self.assertEqual(k.PROCESS("{bye}"), "ERR:---Cannot execute: bye---")
+        self.assertEqual([k.PROCESS(t) for t in ('{SHOUT:IT "hey"} {loud:x abc}', "{hello}", "{bye}")],
+                         ["HEY! ABC!", "hello from python", "ERR:---Cannot execute: bye---"])
         self.assertEqual(m.seen, ["IT", "X", "OTHER:HELLO", "OTHER:BYE"])
         self.assertEqual(k.MODULES.MODULE("loud").MODULE_GET().ID_GET(), "SHOUT")
 
@@ -110,8 +96,7 @@ class TestKEL(ScratchTest):
         found = k.CHECK("{GREET:HELO}")
         self.assertEqual([(f["line"], f["column"], f["message"]) for f in found],
                          [(1, 2, "unknown command 'GREET:HELO' (did you mean 'GREET:HELLO'?)")])
-        self.assertEqual(k.CHECK("{GREET:hello}"), [])
-        self.assertEqual(k.VARIABLES.COUNT(), 0)  # nothing ran
+        self.assertEqual((k.CHECK("{GREET:hello}"), k.VARIABLES.COUNT()), ([], 0))  # nothing ran
 
     def test_events(self):
         k = rykel.cls_KEL()
@@ -128,8 +113,7 @@ class TestKEL(ScratchTest):
 
         k.WARNING = warn
         k.SETTINGS.ITEM_LET("SYS.COMMANDS.MAX", 2)
-        self.assertEqual(k.PROCESS("{COMMENT}{COMMENT}{COMMENT}"), "")
-        self.assertEqual(warnings, ["Not parseable"])
+        self.assertEqual((k.PROCESS("{COMMENT}{COMMENT}{COMMENT}"), warnings), ("", ["Not parseable"]))
         signals = []
         k.SIGNALED = lambda kel, done, flags: signals.append(flags)
         k.PROCESS("x")
@@ -140,8 +124,7 @@ class TestKEL(ScratchTest):
         k = rykel.cls_KEL()
         k.DIRECTORIES.ADD(self.dir.name)
         k.VARIABLES.ITEM_LET("title", "Grüße")
-        self.assertEqual(k.PROCESS("{INCLUDE head}"), "<h1>Grüße</h1>")
-        self.assertEqual(k.LOCATE("inc\\head.kel"), head)
+        self.assertEqual((k.PROCESS("{INCLUDE head}"), k.LOCATE("inc\\head.kel")), ("<h1>Grüße</h1>", head))
 
     def test_data_from_python_is_never_code(self):
         # a Python text, the data mark (U+E000) in it too, comes back as it was (every form of
@@ -155,7 +138,6 @@ class TestKEL(ScratchTest):
         db.ENTRYFIELD_LET(1, "NAME", value)
         m.ATTACH(db)
         k.VARIABLES.ITEM_LET("v", value)
-        self.assertEqual(k.PROCESS("[{DB:TEXT 1 NAME}|{DATA:v}]"), "[" + value + "|" + value + "]")
-        self.assertEqual(k.EXECUTE("DATA:v"), value)
-        self.assertEqual(k.ERRORLIST.COUNT(), 0)
+        self.assertEqual((k.PROCESS("[{DB:TEXT 1 NAME}|{DATA:v}]"), k.EXECUTE("DATA:v"), k.ERRORLIST.COUNT()),
+                         ("[" + value + "|" + value + "]", value, 0))
 

@@ -9,8 +9,8 @@ class LimitsTest(unittest.TestCase):
 
     def test_limits_by_name_and_their_errors(self):
         L = rykel.mdl_Limits
-        self.assertEqual(L.LIMITS(), ["STRUCTURE.DEPTH.MAX", "SERIALIZED.DEPTH.MAX", "INPUT.SIZE.MAX", "IMPORT.LINE.MAX"])
-        self.assertEqual(L.LIMIT_GET("structure.depth.max"), 1000)
+        self.assertEqual((L.LIMITS(), L.LIMIT_GET("structure.depth.max")),
+                         (["STRUCTURE.DEPTH.MAX", "SERIALIZED.DEPTH.MAX", "INPUT.SIZE.MAX", "IMPORT.LINE.MAX"], 1000))
         with self.assertRaises(rykel.Error) as caught:
             L.LIMIT_LET("NO.SUCH", 1)
         self.assertEqual(caught.exception.number, 5)

@@ -11,10 +11,7 @@ class QueryTest(unittest.TestCase):
         db.FIELDCREATE("AGE", rykel.ID_DBFieldType_Long)
         for i, (name, city, age) in enumerate([("Meier", "Hamburg", 40), ("meier", "Bremen", 12),
                                                ("Müller", "München", 40)], 1):
-            db.ENTRYADD(i)
-            db.ENTRYFIELD_LET(i, "LASTNAME", name)
-            db.ENTRYFIELD_LET(i, "CITY", city)
-            db.ENTRYFIELD_LET(i, "AGE", age)
+            db.ENTRYADD(i, {"LASTNAME": name, "CITY": city, "AGE": age})
 
     def test_query_search_filter_sort(self):
         db = self.db
@@ -22,17 +19,13 @@ class QueryTest(unittest.TestCase):
         self.assertEqual(db.ENTRYQUERY("LASTNAME", "==", "Meier"), [1])
         self.assertEqual(db.ENTRYQUERY("AGE", "", ">= 20", [3, 1]), [3, 1])
         self.assertEqual(db.ENTRYSEARCH("meier -bremen"), [1])
-        f = rykel.cls_Structure()
-        f.ITEM_LET("AGE", "= 40")
-        f.ITEM_LET("CITY", "$CONTAINS MÜN")
-        f.ITEM_LET("MODE", "OR")
+        f = rykel.from_python({"AGE": "= 40", "CITY": "$CONTAINS MÜN", "MODE": "OR"})
         self.assertEqual(db.ENTRYFILTER("", f, "LASTNAME", True), [3, 1])
         self.assertEqual(db.ENTRYSORTADVANCED("AGE", True, "CITY"), [1, 3, 2])
         self.assertEqual(rykel.cls_DB.FILTERCOMBINE("= a", "= b"), "IN a,b")
 
     def test_filter_tool(self):
         tool = rykel.DBTOOL_GET()
-        self.assertTrue(tool.FILTER("abc", "!IN x,y"))
-        self.assertFalse(tool.FILTER("x", "!IN x,y"))
-        self.assertTrue(tool.FILTER(5, "[] 1 5"))
+        self.assertEqual([tool.FILTER("abc", "!IN x,y"), tool.FILTER("x", "!IN x,y"), tool.FILTER(5, "[] 1 5")],
+                         [True, False, True])
 

@@ -43,12 +43,8 @@ def upper_keys(v):
 @unittest.skipUnless(PHP, "php is not installed")
 class SerializedWithPhp(unittest.TestCase):
     def test_php_reads_what_we_write_and_writes_it_back_unchanged(self):
-        s = rykel.cls_Structure()
-        s.ITEM_LET("name", 'quote " semi ; brace } open { colon : end')
-        s.ITEM_LET("lines", "one\r\ntwo\nthree")
-        s.ITEM_LET("count", -123456)
-        s.ITEM_LET("yes", True)
-        s.ITEM_LET("no", False)
+        s = rykel.from_python({"NAME": 'quote " semi ; brace } open { colon : end', "LINES": "one\r\ntwo\nthree",
+                               "COUNT": -123456, "YES": True, "NO": False})
         for i, d in enumerate([0.1, 1e25, 1e15, 1e17, -0.0, 1.5e-7, 0.30000000000000004,
                                123456.78, 5e-324, float("inf"), float("-inf")]):
             s.ITEM_LET(f"f.d{i}", d)
@@ -64,19 +60,13 @@ class SerializedWithPhp(unittest.TestCase):
 
     def test_what_php_cannot_take_from_us(self):
         # Null is written n:0; and lengths count characters: PHP refuses both
-        s = rykel.cls_Structure()
-        s.ITEM_LET("x", rykel.NULL)
+        s = rykel.from_python({"X": rykel.NULL})
         self.assertEqual(s.SERIALIZE(), 'a:1:{s:1:"X";n:0;}')
-        self.assertEqual(php('var_export(@unserialize(stream_get_contents(STDIN)));', s.SERIALIZE()), "false")
-        u = rykel.cls_Structure()
-        u.ITEM_LET("x", "Grüße")
-        self.assertEqual(php('var_export(@unserialize(stream_get_contents(STDIN)));', u.SERIALIZE()), "false")
+        for refused in (s, rykel.from_python({"X": "Grüße"})):
+            self.assertEqual(php('var_export(@unserialize(stream_get_contents(STDIN)));', refused.SERIALIZE()), "false")
         # numbered items all carry the key "": PHP keeps one entry, the last
-        l = rykel.cls_Structure()
-        l.ADD("a")
-        l.ADD("b")
-        self.assertEqual(php('echo json_encode(unserialize(stream_get_contents(STDIN)));', l.SERIALIZE()),
-                         '{"":"b"}')
+        self.assertEqual(php('echo json_encode(unserialize(stream_get_contents(STDIN)));',
+                             rykel.from_python(["a", "b"]).SERIALIZE()), '{"":"b"}')
 
     def test_we_read_what_php_writes(self):
         code = r'''
@@ -100,40 +90,33 @@ class SerializedWithPhp(unittest.TestCase):
         want["INT"] = float(2**63 - 1)   # beyond 32 bits: a Double
         want["WHOLE"] = 3.0
         self.assertEqual(tree(s), want)
-        lst = s.ITEM_GET("LIST")
-        self.assertTrue(lst.HASZERO_GET())
         self.assertIs(s.ITEM_GET("NOTHING"), rykel.NULL)
-        self.assertEqual(s.ITEM_GET("SPARSE").MAX(), 5)
-        self.assertEqual(s.ITEM_GET("ÜMLAUT-KEY"), "k")
+        self.assertEqual((s.ITEM_GET("LIST").HASZERO_GET(), s.ITEM_GET("SPARSE").MAX(), s.ITEM_GET("ÜMLAUT-KEY")),
+                         (True, 5, "k"))
 
     def test_dates_and_object_forms(self):
         s = rykel.STRUCT_GET().UNSERIALIZE(php(
             'class Foo { public $a = "2024-02-29 13:05:09"; protected $b = "2024-13-45"; private $c = 1; }'
             'echo serialize(["o" => new Foo()]);'))
         a = s.ITEM_GET("O.A")
-        self.assertEqual((a.year, a.month, a.day, a.hour, a.minute, a.second), (2024, 2, 29, 13, 5, 9))
-        self.assertEqual(s.ITEM_GET("O.B"), "2024-13-45")
-        self.assertEqual(s.ITEM_GET("O.C"), 1)
+        self.assertEqual((a.year, a.month, a.day, a.hour, a.minute, a.second, s.ITEM_GET("O.B"), s.ITEM_GET("O.C")),
+                         (2024, 2, 29, 13, 5, 9, "2024-13-45", 1))
 
 
 class SerializedFromPython(unittest.TestCase):
     def test_members_and_errors(self):
         s = rykel.cls_Structure()
         s.UNSERIALIZE('a:2:{s:4:"NAME";s:4:"Anna";s:3:"AGE";i:7;}')
-        self.assertEqual(s.ITEM_GET("name"), "Anna")
-        self.assertEqual(s.SERIALIZE(), 'a:2:{s:4:"NAME";s:4:"Anna";s:3:"AGE";i:7;}')
-        value, pos = s.UNSERIALIZE2('i:5;s:1:"x";', 4)
-        self.assertEqual((value, pos), ("x", 12))
+        self.assertEqual((s.ITEM_GET("name"), s.SERIALIZE()), ("Anna", 'a:2:{s:4:"NAME";s:4:"Anna";s:3:"AGE";i:7;}'))
+        self.assertEqual(s.UNSERIALIZE2('i:5;s:1:"x";', 4), ("x", 12))
         with self.assertRaises(rykel.Error) as cm:
             s.UNSERIALIZE('a:1:{s:1:"A";q:1;}')
-        self.assertIn("Invalid data type found: q", str(cm.exception))
-        self.assertEqual(s.COUNT(), 0)
+        self.assertEqual(("Invalid data type found: q" in str(cm.exception), s.COUNT()), (True, 0))
 
     def test_compact_round_trip_and_buffers(self):
         s = rykel.cls_Structure()
-        s.ITEM_LET(0, "zero")
-        s.ITEM_LET("x", 1.25)
-        s.ITEM_LET("sub.y", "QS1:ABC")
+        for key, value in ((0, "zero"), ("x", 1.25), ("sub.y", "QS1:ABC")):
+            s.ITEM_LET(key, value)
         text = s.SERIALIZEBINARY()
         self.assertTrue(text.startswith("QS1:"))
         r = rykel.STRUCT_GET().UNSERIALIZE(text)
@@ -142,7 +125,5 @@ class SerializedFromPython(unittest.TestCase):
         self.assertEqual(n, s.SERIALIZEBINARYCOUNT())
         buf, n2 = s.SERIALIZEBINARYBUFFER(buf, n)   # a second copy behind the first
         t = rykel.cls_Structure()
-        self.assertEqual(t.UNSERIALIZEBINARYBUFFER(buf, n), n2)
-        self.assertEqual(t.ITEM_GET("SUB.Y"), "QS1:ABC")
-        self.assertTrue(t.HASZERO_GET())
+        self.assertEqual((t.UNSERIALIZEBINARYBUFFER(buf, n), t.ITEM_GET("SUB.Y"), t.HASZERO_GET()), (n2, "QS1:ABC", True))
 

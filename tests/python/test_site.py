@@ -12,12 +12,10 @@ class SiteTest(ScratchTest):
         self.assertEqual(site.PAGES(), ["broken", "index"])
         page = site.RENDER("index", {"team": [{"NAME": "Änne", "CITY": "Kiel", "ROLE": "<b>"}]})
         self.assertIn("<td>Änne</td><td>Kiel</td><td><b></td>", page["html"])
-        self.assertEqual(page["errors"], [])
-        self.assertFalse(page["cutShort"])
-        self.assertTrue(site.RENDER("broken")["errors"][0].startswith("pages/broken.kel:2:4: "))
+        self.assertEqual((page["errors"], page["cutShort"], site.RENDER("broken")["errors"][0][:22]),
+                         ([], False, "pages/broken.kel:2:4: "))
         report = site.BUILD(self.dir.name, pJobs=2)
-        self.assertEqual({k: report[k] for k in ("built", "skipped", "copied", "failed")},
-                         {"built": 2, "skipped": 0, "copied": 1, "failed": 1})
-        self.assertEqual(len(report["errors"]), 3)
+        self.assertEqual([report[k] for k in ("built", "skipped", "copied", "failed")] + [len(report["errors"])],
+                         [2, 0, 1, 1, 3])
         with self.assertRaises(rykel.Error):
             site.RENDER("../inc/header")

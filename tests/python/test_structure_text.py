@@ -27,19 +27,15 @@ class ScriptForm(unittest.TestCase):
         back = rykel.cls_Structure()
         back.PARSE(text)
         self.assertEqual(back.SCRIPT(), text)
-        self.assertEqual(back.ITEM_GET("when"), datetime.datetime(2024, 5, 1, 12, 30))
-        self.assertEqual(back.ITEM_GET("code"), "007")
-        self.assertEqual(back.ITEM_GET("lines"), "a\r\nb")
-        self.assertEqual(back.ITEM_GET("ratio"), 0.1 + 0.2)
-        self.assertIsNone(back.ITEM_GET("nothing", "dflt"))
+        self.assertEqual([back.ITEM_GET(k, "dflt") for k in ("when", "code", "lines", "ratio", "nothing")],
+                         [datetime.datetime(2024, 5, 1, 12, 30), "007", "a\r\nb", 0.1 + 0.2, None])
         self.assertEqual(s.SCRIPTNOTEMPTY(pIndentation=1).count("NOTHING"), 0)
 
     def test_parse_errors(self):
         s = rykel.cls_Structure()
         with self.assertRaises(rykel.Error) as cm:
             s.PARSE("a {\nb = 1\n")
-        self.assertEqual(cm.exception.number, 1000)
-        self.assertEqual(cm.exception.source, "cls_StructureManager.PARSE")
+        self.assertEqual((cm.exception.number, cm.exception.source), (1000, "cls_StructureManager.PARSE"))
         self.assertIn("'}' expected (to close 'a' at line 1)", cm.exception.description)
         with self.assertRaises(rykel.Error):
             s.PARSE("x {\n" * 2000)
@@ -48,20 +44,21 @@ class ScriptForm(unittest.TestCase):
 class TextForms(unittest.TestCase):
     def test_forms(self):
         s = sample()
-        self.assertEqual(s.TEXT(), "NAME: Anna\r\nAGE: 7\r\nSUB:\r\n  X: True")
-        self.assertEqual(s.TEXTSHORT(pCut=12), "NAME: Ann...")
-        self.assertEqual(s.TEXTVALUES(pDelimeter=", "), "Anna, 7, True")
-        self.assertEqual(s.HTML(), "<ul><li><b>NAME</b>: Anna</li><li><b>AGE</b>: 7</li>"
-                                   "<li><b>SUB</b><ul><li><b>X</b>: True</li></ul></li></ul>")
-        self.assertEqual(s.PARAMETERS(pDelimeter="; "), "NAME=Anna; AGE=7; SUB=(X: True)")
-        self.assertEqual(s.PARAMETERSSTRUCTURED(), "NAME=Anna&AGE=7&SUB.X=True")
-        self.assertEqual(s.PARAMETERSSTRUCTUREDINDENT(pIndent="  ", pDelimeter="\n"),
-                         "NAME=Anna\nAGE=7\n  SUB.X=True")
+        cases = [(s.TEXT(), "NAME: Anna\r\nAGE: 7\r\nSUB:\r\n  X: True"),
+                 (s.TEXTSHORT(pCut=12), "NAME: Ann..."),
+                 (s.TEXTVALUES(pDelimeter=", "), "Anna, 7, True"),
+                 (s.HTML(), "<ul><li><b>NAME</b>: Anna</li><li><b>AGE</b>: 7</li>"
+                            "<li><b>SUB</b><ul><li><b>X</b>: True</li></ul></li></ul>"),
+                 (s.PARAMETERS(pDelimeter="; "), "NAME=Anna; AGE=7; SUB=(X: True)"),
+                 (s.PARAMETERSSTRUCTURED(), "NAME=Anna&AGE=7&SUB.X=True"),
+                 (s.PARAMETERSSTRUCTUREDINDENT(pIndent="  ", pDelimeter="\n"), "NAME=Anna\nAGE=7\n  SUB.X=True")]
+        for got, want in cases:
+            self.assertEqual(got, want)
         c = rykel.cls_Structure()
         for v in ("red", "green", "blue"):
             c.ADD(v)
-        self.assertEqual(c.VALUELISTTEXT(pDelimeter=", ", pMaxCount=2, pAdditional=" ..."), "red, green ...")
-        self.assertEqual(c.VALUELISTTEXT(pStartI=3), "blue")
+        self.assertEqual((c.VALUELISTTEXT(pDelimeter=", ", pMaxCount=2, pAdditional=" ..."), c.VALUELISTTEXT(pStartI=3)),
+                         ("red, green ...", "blue"))
 
     def test_encode_decode(self):
         s = sample()
@@ -71,8 +68,7 @@ class TextForms(unittest.TestCase):
         self.assertEqual(enc, "NAME=Anna&AGE=7&SUB.X=True&QUERY=a%26b%3Dc%20d&ZIP=%2201067%22")
         back = rykel.cls_Structure()
         back.DECODE(enc)
-        self.assertEqual(back.SCRIPT(), s.SCRIPT())
-        self.assertEqual(back.ITEM_GET("zip"), "01067")
+        self.assertEqual((back.SCRIPT(), back.ITEM_GET("zip")), (s.SCRIPT(), "01067"))
 
     def test_manager_forms(self):
         s = sample()
@@ -90,15 +86,11 @@ class Files(ScratchTest):
         with open(f, encoding="utf-8", newline="") as fh:
             self.assertEqual(fh.readline(), "// My Data\r\n")
         back = rykel.cls_Structure()
-        self.assertTrue(back.LOADSIGNATURE(f, "My Data", pVersionMin=1, pVersionMax=3))
-        self.assertEqual(back.SCRIPT(), s.SCRIPT())
+        self.assertEqual((back.LOADSIGNATURE(f, "My Data", pVersionMin=1, pVersionMax=3), back.SCRIPT()), (True, s.SCRIPT()))
         with self.assertRaises(rykel.Error):
             back.LOADSIGNATURE(f, "My Data", pVersionMin=4)
-        self.assertTrue(s.SAVE(f))
-        self.assertTrue(back.LOAD(f))
-        self.assertFalse(back.LOADEX(self.path("missing.txt")))
+        self.assertEqual((s.SAVE(f), back.LOAD(f), back.LOADEX(self.path("missing.txt"))), (True, True, False))
         with self.assertRaises(rykel.Error) as cm:
             back.SAVE(self.path("no", "such.txt"))
-        self.assertEqual(cm.exception.number, 76)
-        self.assertEqual(os.listdir(self.dir.name), ["s.txt"])
+        self.assertEqual((cm.exception.number, os.listdir(self.dir.name)), (76, ["s.txt"]))
 

@@ -8,11 +8,9 @@ class TestText(unittest.TestCase):
     def test_autoescape_and_text_commands(self):
         k = rykel.cls_KEL()
         k.VARIABLES.ITEM_LET("x", "<b>Tom & 'Jerry'</b>")
-        self.assertFalse(k.AUTOESCAPE_GET())
-        self.assertEqual(k.PROCESS("{VAR:x}"), "<b>Tom & 'Jerry'</b>")
+        self.assertEqual((k.AUTOESCAPE_GET(), k.PROCESS("{VAR:x}")), (False, "<b>Tom & 'Jerry'</b>"))
         k.AUTOESCAPE_LET(True)
-        self.assertTrue(k.AUTOESCAPE_GET())
-        self.assertEqual(k.SETTINGS.ITEM_GET("SYS.AUTOESCAPE"), True)
+        self.assertEqual((k.AUTOESCAPE_GET(), k.SETTINGS.ITEM_GET("SYS.AUTOESCAPE")), (True, True))
         escaped = "&lt;b&gt;Tom &amp; &#39;Jerry&#39;&lt;/b&gt;"
         self.assertEqual(k.PROCESS("{VAR:x}|{TEXT:RAW VAR:x}"), escaped + "|<b>Tom & 'Jerry'</b>")
         # the module object, for a registry a host fills itself

@@ -8,6 +8,7 @@
 
 #include "../CaseTable.h"
 #include "../TableDB.h"
+#include "../TestSupport.h"
 
 namespace rykel {
 
@@ -41,12 +42,7 @@ struct Shop {
                {true, "2024-01-20", "-7", "250", "", "Bernd", "c@web.de", "www.b.com", "49074", "Osnabrück"},
                {false, "", "", "", "r", "", "", "", "10115", ""},
                {true, "2024-03-05", "0", "0", "g", "  berta", "kein-at", "", "x123", "Bitterfeld"}});
-  StructurePtr Settings(bool pUsage, bool pSort = false) {
-    auto s = cls_Structure::New();
-    s->ITEM_LET("SHOW.USAGE", pUsage);
-    s->ITEM_LET("SORT", pSort);
-    return s;
-  }
+  StructurePtr Settings(bool pUsage, bool pSort = false) { return Struct({{"SHOW.USAGE", pUsage}, {"SORT", pSort}}); }
   // The expected choices "label=condition|..." with the labels upper-cased as item names are.
   static std::string Upper(const std::string& pChoices) {
     std::string out;
@@ -152,13 +148,11 @@ TEST(cls_DB_filtervalues, TopGroup) {
       db->ENTRYFIELD_LET(id, "CODE", "c" + std::to_string(v));
     }
   auto top = db->FIELDFILTERVALUES("CODE");
-  EXPECT_EQ(top->COUNT(), 16 + 18 + 2);
-  EXPECT_EQ(CStr(top->ITEMBYID_GET("Top 16-1")), "= c17");
-  EXPECT_EQ(CStr(top->ITEMBYID_GET("Top 16-2")), "= c18");
-  EXPECT_EQ(CStr(top->ITEMBYID_GET("Top 16-3")), "= c1");
-  EXPECT_EQ(CStr(top->ITEMBYID_GET("Top 16-16")), "= c7");  // c1, c10..c16, then c2..c7
-  EXPECT_FALSE(top->EXISTSBYID_GET("Top 16-17"));
-  EXPECT_EQ(CStr(top->ITEMBYID_GET("c9")), "= c9");
+  // c17, c18, then c1, c10..c16, c2..c7
+  EXPECT_EQ(std::tuple(top->COUNT(), CStr(top->ITEMBYID_GET("Top 16-1")), CStr(top->ITEMBYID_GET("Top 16-2")),
+                       CStr(top->ITEMBYID_GET("Top 16-3")), CStr(top->ITEMBYID_GET("Top 16-16")),
+                       top->EXISTSBYID_GET("Top 16-17"), CStr(top->ITEMBYID_GET("c9"))),
+            std::tuple(16 + 18 + 2, "= c17", "= c18", "= c1", "= c7", false, "= c9"));
 }
 
 }  // namespace rykel

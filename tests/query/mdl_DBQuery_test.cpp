@@ -18,20 +18,14 @@ DBStorePtr Towns() {
   db->FIELDCREATE("NAME", ID_DBFieldType_String)->INDEXED = true;
   db->FIELDCREATE("CITY", ID_DBFieldType_String);
   db->FIELDCREATE("AGE", ID_DBFieldType_Long);
-  struct Row {
-    const char* name;
-    const char* city;
-    int age;
-  };
-  const Row rows[] = {
-      {"Meier", "Hamburg", 40}, {"Abel", "Köln", 12}, {"Zander", "Hamburg-Altona", 40}, {"Meier", "Bonn", 7}};
-  int id = 1;
-  for (const auto& r : rows) {
-    db->ENTRYADD(id);
-    db->ENTRYFIELD_LET(id, "NAME", r.name);
-    db->ENTRYFIELD_LET(id, "CITY", r.city);
-    db->ENTRYFIELD_LET(id, "AGE", r.age);
-    ++id;
+  int32_t id = 0;
+  for (const auto& [name, city, age] : {std::tuple{"Meier", "Hamburg", 40},
+                                        {"Abel", "Köln", 12},
+                                        {"Zander", "Hamburg-Altona", 40},
+                                        {"Meier", "Bonn", 7}}) {
+    db->ENTRYADD(++id);
+    for (const auto& [field, value] : {std::pair<const char*, Variant>{"NAME", name}, {"CITY", city}, {"AGE", age}})
+      db->ENTRYFIELD_LET(id, field, value);
   }
   return db;
 }
@@ -51,9 +45,7 @@ TEST(mdl_DBQuery, WorksOnABareStore) {
   // Search and the filters that combine queries and sorting.
   EXPECT_EQ(Ids(ENTRYSEARCH(*db, "hamburg -altona")), "1");
   auto filters = cls_Structure::New();
-  filters->ITEMBYID_LET("MODE", Variant("OR"));
-  filters->ITEMBYID_LET("CITY", Variant("= Bonn"));
-  filters->ITEMBYID_LET("AGE", Variant("= 12"));
+  LetAll(*filters, "MODE", "OR", "CITY", "= Bonn", "AGE", "= 12");
   EXPECT_EQ(Ids(ENTRYFILTER(*db, Variant(), filters, "NAME")), "2,4");
   EXPECT_EQ(FIELDFILTERCOUNT(*db, "CITY", "$CONTAINS burg"), 2);
   auto choices = FIELDFILTERVALUES(*db, "AGE");
@@ -65,16 +57,13 @@ TEST(mdl_DBQuery, WorksOnABareStore) {
     for (const auto& n : names) offered += n + ",";
     return pre + "!";
   });
-  EXPECT_EQ(FIELDSELECT(*db, "age"), "AGE!");
-  EXPECT_EQ(offered, "NAME,CITY,AGE,");
+  EXPECT_EQ((std::tuple{FIELDSELECT(*db, "age"), offered}), std::tuple("AGE!", "NAME,CITY,AGE,"));
   // Errors keep the source hosts know.
+  std::string source = "no error";
   try {
     ENTRYSEARCH(*db, std::string(40, '(') + "x" + std::string(40, ')'));
-    ADD_FAILURE() << "no error for groups nested too deep";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.number, 5);
-    EXPECT_EQ(e.source, "cls_DB.ENTRYSEARCH");
-  }
+  } catch (const Error& e) { source = std::to_string(e.number) + " " + e.source; }
+  EXPECT_EQ(source, "5 cls_DB.ENTRYSEARCH");
 }
 
 TEST(mdl_DBExport, CopiesABareStoreIntoANewFile) {
@@ -85,9 +74,8 @@ TEST(mdl_DBExport, CopiesABareStoreIntoANewFile) {
   ASSERT_TRUE(mdl_DBExport::EXPORTDB(*db, Variant("DEFAULT"), Variant(file), cls_DBStore::IdList{3, 1}));
   auto back = std::make_shared<cls_DBStore>();
   ASSERT_TRUE(back->DBOPEN(file, file + ".header", false));
-  EXPECT_EQ(Ids(back->ENTRYALL_IDS()), "3,1");
-  EXPECT_EQ(CStr(back->ENTRYFIELD_GET(3, "CITY")), "Hamburg-Altona");
-  EXPECT_TRUE(back->FIELDINDEXED("NAME"));
+  EXPECT_EQ(std::tuple(Ids(back->ENTRYALL_IDS()), CStr(back->ENTRYFIELD_GET(3, "CITY")), back->FIELDINDEXED("NAME")),
+            std::tuple("3,1", "Hamburg-Altona", true));
   // A folder in the way is refused before anything is written.
   std::filesystem::create_directory(dir / "taken.ry-dbb");
   EXPECT_NE(FailureNumber([&] { mdl_DBExport::EXPORTDB(*db, Variant("DEFAULT"), Variant(dir / "taken.ry-dbb")); }), 0);

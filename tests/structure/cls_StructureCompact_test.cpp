@@ -51,28 +51,23 @@ TEST(StructureCompact, RoundTripKeepsEverything) {
   auto r = cls_Structure::New();
   r->UNSERIALIZEBINARY(text);
   EXPECT_EQ(Pieces(*r), Pieces(*s));
-  EXPECT_TRUE(r->HASZERO_GET());
-  EXPECT_EQ(r->COUNT(), s->COUNT());
-  EXPECT_EQ(r->ITEM_GET("INT").type(), VarType::Integer);
-  EXPECT_EQ(r->ITEM_GET("SINGLE").type(), VarType::Single);
-  EXPECT_EQ(r->ITEM_GET("CUR").rawCurrency(), -123456789);
-  EXPECT_EQ(r->ITEM_GET("DATE").type(), VarType::Date);
-  EXPECT_EQ(r->ITEM_GET("ERR").type(), VarType::Error);
-  EXPECT_EQ(r->ITEM_GET("EMPTY").type(), VarType::Empty);
-  EXPECT_EQ(r->ITEM_GET("TEXT").str(), s->ITEM_GET("TEXT").str());
-  EXPECT_TRUE(r->ITEM_GET("SUB").as<cls_Structure>()->ALLOWNOTHING_GET());
-  EXPECT_FALSE(r->ITEM_GET("SUB").as<cls_Structure>()->CHANGED_GET());
-  EXPECT_TRUE(r->EXISTS_GET("NAME@WITH:SEPARATORS"));
+  EXPECT_EQ(std::tuple(r->HASZERO_GET(), r->COUNT(), r->ITEM_GET("CUR").rawCurrency(), r->ITEM_GET("TEXT").str(),
+                       r->EXISTS_GET("NAME@WITH:SEPARATORS")),
+            std::tuple(true, s->COUNT(), -123456789, s->ITEM_GET("TEXT").str(), true));
+  EXPECT_EQ((std::vector<VarType>{r->ITEM_GET("INT").type(), r->ITEM_GET("SINGLE").type(), r->ITEM_GET("DATE").type(),
+                                  r->ITEM_GET("ERR").type(), r->ITEM_GET("EMPTY").type()}),
+            (std::vector<VarType>{VarType::Integer, VarType::Single, VarType::Date, VarType::Error, VarType::Empty}));
+  auto sub = r->ITEM_GET("SUB").as<cls_Structure>();
+  EXPECT_TRUE(sub->ALLOWNOTHING_GET() && !sub->CHANGED_GET());
   // a node with a bound value (its slots written the general way) reads the same and keeps it
   auto bound = cls_Structure::New();
   bound->VALUEBOUND_LET("kept");
   bound->UNSERIALIZEBINARY(text);
-  EXPECT_EQ(Pieces(*bound), Pieces(*s));
-  EXPECT_EQ(bound->VALUEBOUND_GET().str(), "kept");
   // UNSERIALIZE hands compact text to the compact reader
   auto u = cls_Structure::New();
   u->UNSERIALIZE(text);
-  EXPECT_EQ(Pieces(*u), Pieces(*s));
+  EXPECT_EQ(std::tuple(Pieces(*bound), bound->VALUEBOUND_GET().str(), Pieces(*u)),
+            std::tuple(Pieces(*s), "kept", Pieces(*s)));
   // lookups by name work on a big node read back (its name index is built afresh)
   auto big = cls_Structure::New();
   for (int i = 0; i < 500; ++i) big->ITEM_LET("K" + std::to_string(i), i);
@@ -102,18 +97,16 @@ TEST(StructureCompact, OnlyItemInSlotZero) {
   for (const Case& c : cases) {
     auto r = cls_Structure::New();
     r->UNSERIALIZEBINARY(c.text);
-    EXPECT_TRUE(r->HASZERO_GET()) << c.what;
-    EXPECT_EQ(r->MAX(), 0) << c.what;
-    EXPECT_EQ(r->COUNT(), 1) << c.what;
-    EXPECT_FALSE(r->ISEMPTY()) << c.what;
+    EXPECT_EQ(std::tuple(r->HASZERO_GET(), r->MAX(), r->COUNT(), r->ISEMPTY()), std::tuple(true, 0, 1, false))
+        << c.what;
   }
   auto r = cls_Structure::New();
   r->UNSERIALIZEBINARY(cases[0].text);
-  EXPECT_EQ(r->ITEM_GET(0).rawLong(), 5);
-  EXPECT_EQ(r->ITEM_GET("A").rawLong(), 5);  // the name is indexed as well
+  // the name is indexed as well
+  EXPECT_EQ(std::tuple(r->ITEM_GET(0).rawLong(), r->ITEM_GET("A").rawLong()), std::tuple(5, 5));
   r->UNSERIALIZEBINARY(cases[2].text);
-  EXPECT_EQ(Pieces(*r), Pieces(*outer));
-  EXPECT_EQ(r->ITEM_GET(0).as<cls_Structure>()->ITEM_GET(0).str(), "deep");
+  EXPECT_EQ(std::tuple(Pieces(*r), r->ITEM_GET(0).as<cls_Structure>()->ITEM_GET(0).str()),
+            std::tuple(Pieces(*outer), "deep"));
 }
 
 TEST(StructureCompact, SeparatorNeverOccursInAPiece) {
@@ -135,8 +128,7 @@ TEST(StructureCompact, SeparatorNeverOccursInAPiece) {
 
 TEST(StructureCompact, BufferAndCount) {
   auto a = Sample();
-  auto b = cls_Structure::New();
-  b->ITEM_LET("only", "one");
+  auto b = Struct({{"only", "one"}});
   EXPECT_EQ(b->SERIALIZEBINARYCOUNT(), 3);  // header, item, value
   std::vector<std::string> buffer;
   int64_t at = 0;
@@ -149,35 +141,27 @@ TEST(StructureCompact, BufferAndCount) {
   int64_t pos = 0;
   ra->UNSERIALIZEBINARYBUFFER(buffer, pos);
   rb->UNSERIALIZEBINARYBUFFER(buffer, pos);
-  EXPECT_EQ(pos, static_cast<int64_t>(buffer.size()));
-  EXPECT_EQ(Pieces(*ra), Pieces(*a));
-  EXPECT_EQ(rb->ITEM_GET("ONLY").str(), "one");
+  EXPECT_EQ(std::tuple(pos, Pieces(*ra), rb->ITEM_GET("ONLY").str()),
+            std::tuple(static_cast<int64_t>(buffer.size()), Pieces(*a), "one"));
 }
 
 TEST(StructureCompact, BadInputGivesAnErrorAndAnEmptyNode) {
   auto text = Sample()->SERIALIZEBINARY();
-  auto expectBad = [](const std::string& t) {
+  // the first letter repeated, an item announced and none there, a wrong piece count, an index
+  // past MAX, no type 12, unused slots without end
+  for (const char* bad :
+       {"QS1:", "QS1:ABA:0@0@0", "QS1:ab:0@0@0", "QS1:AB:0@0@1", "QS1:AB:0@2@0AB1:3@X", "QS1:AB:0@1@1AB1:3@XABnope",
+        "QS1:AB:0@1@1AB2:3@XAB1", "QS1:AB:0@1@1AB1:12@XAB1", "QS1:AB:0@2000000000@0"}) {
     auto r = cls_Structure::New();
     r->ITEM_LET("KEEP", 1);
+    std::string source;
     try {
-      r->UNSERIALIZEBINARY(t);
-    } catch (const Error& e) {
-      EXPECT_EQ(e.source, "cls_StructureManager.UNSERIALIZEBINARY") << t;
-      EXPECT_EQ(e.description, "Serialized data invalid");
-      EXPECT_TRUE(r->ISEMPTY());
-      return;
-    }
-    ADD_FAILURE() << "no error for " << t;
-  };
-  expectBad("QS1:");
-  expectBad("QS1:ABA:0@0@0");  // first letter repeated
-  expectBad("QS1:ab:0@0@0");
-  expectBad("QS1:AB:0@0@1");         // an item announced, none there
-  expectBad("QS1:AB:0@2@0AB1:3@X");  // piece count wrong
-  expectBad("QS1:AB:0@1@1AB1:3@XABnope");
-  expectBad("QS1:AB:0@1@1AB2:3@XAB1");   // index past MAX
-  expectBad("QS1:AB:0@1@1AB1:12@XAB1");  // no type 12
-  expectBad("QS1:AB:0@2000000000@0");    // unused slots without end
+      r->UNSERIALIZEBINARY(bad);
+    } catch (const Error& e) { source = e.source + ": " + e.description; }
+    EXPECT_EQ(std::tuple(source, r->ISEMPTY()),
+              std::tuple("cls_StructureManager.UNSERIALIZEBINARY: Serialized data invalid", true))
+        << bad;
+  }
   // every cut of a real text fails cleanly (the full text reads)
   for (size_t n = 0; n + 1 < text.size(); n += 7) {
     auto r = cls_Structure::New();

@@ -46,16 +46,14 @@ TEST(StructureJson, WriterShapesAndValues) {
   auto s = cls_Structure::New();
   double day = 0;
   ASSERT_TRUE(date::Parse("2024-05-01 12:00:00", day));
-  s->ITEM_LET("d", Variant::Date(day));
-  s->ITEM_LET("c", Variant::Currency(125000));  // 12.5
-  s->ITEM_LET("cw", Variant::Currency(70000));  // 7
-  s->ITEM_LET("n", Variant::Null());
-  s->ITEM_LET("nan", std::nan(""));
-  s->ITEM_LET("wide", 5e9);     // written whole: a JSON integer of that size reads as this Double
-  s->ITEM_LET("wider", 1e300);  // past 2^53 it stays a floating-point number
-  s->ITEM_LET("latin", std::string("\xE4\xF6\xC3\xBC\x80", 5));  // Latin-1 bytes around a UTF-8 "ü"
-  s->ADD("unnamed");                                             // an unnamed item among names: "[i]"
-  auto gap = cls_Structure::New();                               // numbered with a gap: not a list
+  // currencies 12.5 and 7; 5e9 written whole (a JSON integer of that size reads as this Double),
+  // past 2^53 a floating-point number; Latin-1 bytes around a UTF-8 "ü"; an unnamed item among
+  // names as "[i]"
+  LetAll(*s, "d", Variant::Date(day), "c", Variant::Currency(125000), "cw", Variant::Currency(70000), "n",
+         Variant::Null(), "nan", std::nan(""), "wide", 5e9, "wider", 1e300, "latin",
+         std::string("\xE4\xF6\xC3\xBC\x80", 5));
+  s->ADD("unnamed");
+  auto gap = cls_Structure::New();  // numbered with a gap: not a list
   gap->ITEM_LET(1, "a", true);
   gap->ITEM_LET(3, "c", true);
   s->ITEM_LET("gap", Variant(gap));

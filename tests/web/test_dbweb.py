@@ -24,9 +24,7 @@ def make_people(folder):
     db.HEADERSAVE(header)
     db.DBOPEN(path, header, True)
     for i, (name, city, age) in enumerate((("Anna", "Kiel", 34), ("Bernd", "Bonn", 28), ("Carla", "Kiel", 52)), 1):
-        db.ENTRYADD(i)
-        for fid, value in (("NAME", name), ("CITY", city), ("AGE", age)):
-            db.ENTRYFIELD_LET(i, fid, value)
+        db.ENTRYADD(i, {"NAME": name, "CITY": city, "AGE": age})
     db.DBCLOSE()
     return path
 
@@ -44,8 +42,7 @@ class DBBrowserTest(unittest.TestCase):
         self.assertIsNone(b.HANDLE("GET", "/index.html"))
         status, kind, body = b.HANDLE("GET", "/_api/people", {"f.CITY": "kiel", "sort": "AGE", "desc": "1"})
         self.assertEqual((status, kind), (200, "application/json"))
-        rows = json.loads(body)["rows"]
-        self.assertEqual([r["fields"]["NAME"] for r in rows], ["Carla", "Anna"])
+        self.assertEqual([r["fields"]["NAME"] for r in json.loads(body)["rows"]], ["Carla", "Anna"])
 
         b.WRITABLE = True
         status, _, _, headers = b.HANDLE("POST", "/_db/people/2", {"token": b.TOKEN_GET(), "v.AGE": "29"},
@@ -60,8 +57,7 @@ class DBBrowserTest(unittest.TestCase):
             self.skipTest("openpyxl is not installed")
         sheet = openpyxl.load_workbook(io.BytesIO(body)).active
         cells = [[c for c in row if c is not None] for row in sheet.iter_rows(values_only=True)]
-        self.assertIn(["Carla", "Kiel", 52], cells)
-        self.assertLess(cells.index(["Carla", "Kiel", 52]), cells.index(["Anna", "Kiel", 34]))
+        self.assertLess(cells.index(["Carla", "Kiel", 52]), cells.index(["Anna", "Kiel", 34]))  # both there, in order
         self.assertFalse(any("Bernd" in row for row in cells))
 
     def test_mounted_in_the_servers(self):
@@ -83,8 +79,7 @@ class DBBrowserTest(unittest.TestCase):
         server.MOUNT(self.browser)
         with server:
             status, _, body = support.fetch(server.PORT(), "/_api/people/facets/CITY?f.AGE=%3C%2040")
-        self.assertEqual(status, 200)
-        self.assertEqual({c["label"]: c["count"] for c in json.loads(body)["choices"]}["Bonn"], 1)
+        self.assertEqual((status, {c["label"]: c["count"] for c in json.loads(body)["choices"]}["Bonn"]), (200, 1))
 
 
 if __name__ == "__main__":
