@@ -833,7 +833,7 @@ bool cls_StructureManager::EXISTS_GET(int32_t pID, ItemName pName) {
 void cls_StructureManager::hLetIndex(int32_t pID, int64_t index, const Variant& pValue, bool pForceIndex) {
   Node& n = hNode(pID);
   n.flags |= kChanged;
-  if (index == 0) n.flags |= kHasZero;
+  if (index == 0) hMakeZeroBased(n);
   const bool dm = n.flags & kDefaultMode;
   const int64_t base = (n.flags & kHasZero) ? 0 : 1;
   const int64_t max = hMax(n);
@@ -1228,7 +1228,7 @@ void cls_StructureManager::ITEMDIRECT_LET(int32_t pID, int32_t pIndex, std::stri
     if (pIndex < 0) Raise(err::kOutOfRange, "Subscript out of range");
     Node& n = hNode(pID);
     n.flags |= kChanged;
-    if (pIndex == 0) n.flags |= kHasZero;
+    if (pIndex == 0) hMakeZeroBased(n);
     if (pIndex >= static_cast<int32_t>(n.items.size())) hResize(n, pIndex);
     UpperKey key(pName);
     SetName(pID, pIndex, names_.Intern(key.view));

@@ -438,6 +438,8 @@ class cls_StructureManager : public Object, public std::enable_shared_from_this<
   void hFill(Node& n, int32_t slot, Variant&& pValue, int32_t pChild);
   void hStore(int32_t pID, int32_t slot, const Variant& pValue);
   void hDropIndex(Node& n);
+  // HASZERO set (a write to slot 0), the name index dropped when it was built without slot 0.
+  void hMakeZeroBased(Node& n);
   void hAfterReorder(Node& n);
   // A fresh slot for a new name: the last unused slot, else one past MAX; named already.
   int32_t hNewSlot(Node& n, uint32_t atom);
@@ -486,6 +488,12 @@ inline const cls_StructureManager::Node& cls_StructureManager::hNode(int32_t pID
 }
 
 inline bool cls_StructureManager::hFlag(int32_t pID, uint8_t f) const { return (hNode(pID).flags & f) != 0; }
+
+inline void cls_StructureManager::hMakeZeroBased(Node& n) {
+  if (n.flags & kHasZero) return;
+  n.flags |= kHasZero;
+  hDropIndex(n);  // the base decides what lookups see: an index built without slot 0 goes
+}
 
 inline void cls_StructureManager::hFlagLet(int32_t pID, uint8_t f, bool v) {
   Node& n = hNode(pID);
@@ -567,10 +575,7 @@ inline void cls_StructureManager::hFill(Node& n, int32_t slot, Variant&& pValue,
 
 inline int32_t cls_StructureManager::SlotAt(int32_t pID, int32_t pIndex) {
   Node& n = nodes_[pID];  // REQUIRES a node in use: no check on the per-item path
-  if (pIndex == 0 && !(n.flags & kHasZero)) {
-    n.flags |= kHasZero;
-    hDropIndex(n);  // the base decides what lookups see
-  }
+  if (pIndex == 0) hMakeZeroBased(n);
   if (static_cast<size_t>(pIndex) >= n.items.size()) hGrow(n, pIndex);
   return pIndex;
 }

@@ -280,6 +280,14 @@ TEST(StructureItems, BigNodesFindNamesByHash) {
   EXPECT_EQ(s->ITEM_GET("ZERO", "d").str(), "d");
   s->HASZERO_LET(true);
   EXPECT_EQ(CLng(s->ITEM_GET("ZERO", -1)), 0);
+  // a write to slot 0 makes the node zero-based again: slot 0's name is found at once
+  for (int way = 0; way < 2; ++way) {
+    s->HASZERO_LET(false);
+    EXPECT_EQ(s->ITEM_GET("ZERO", "d").str(), "d");  // the index is built without slot 0
+    if (way == 0) s->ITEMDIRECT_LET(0, "zero", 1);
+    else s->ITEM_LET(0, 2);
+    EXPECT_EQ(CLng(s->ITEM_GET("ZERO", -1)), way + 1);
+  }
   // paths through big nodes, and shrinking drops the names above
   s->ITEM_LET("k99.sub.x", "deep");
   EXPECT_EQ(s->ITEM_GET("K99.SUB.X").str(), "deep");
