@@ -230,7 +230,7 @@ TEST(StructureItems, BigNodesAgreeWithAModel) {
       s->ITEM_LET(used, v);
       model[key] = v;
     }
-    if (step % 7 == 0) EXPECT_EQ(CLng(s->ITEM_GET(kept[k], -1)), model.count(key) ? model[key] : -1) << key;
+    if (step % 7 == 0) { EXPECT_EQ(CLng(s->ITEM_GET(kept[k], -1)), model.count(key) ? model[key] : -1) << key; }
   }
   for (int k = 0; k < 300; ++k) {
     std::string key = "k" + std::to_string(k);

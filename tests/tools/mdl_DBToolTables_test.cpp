@@ -81,7 +81,7 @@ TEST(DBToolTables, WordChunks) {
       const auto chunkCps = hDecode(chunk);
       ASSERT_TRUE(chunkCps.has_value()) << chunk;
       const auto words = hSplit(chunk);
-      if (length >= 3) EXPECT_TRUE(chunkCps->size() >= 400u && chunkCps->size() <= 600u) << chunk;
+      if (length >= 3) { EXPECT_TRUE(chunkCps->size() >= 400u && chunkCps->size() <= 600u) << chunk; }
       if (length == 3) {
         EXPECT_TRUE(words.size() >= 124u && words.size() <= 135u) << words.size();
       } else if (perChunk[length] != 0) {
