@@ -142,52 +142,45 @@ struct cls_StructureManager::NameIndex {
   explicit NameIndex(size_t cap) : table(cap, Entry{0, -1}), shift(64 - std::countr_zero(cap)) {}
 
   size_t Home(uint32_t atom) const { return static_cast<size_t>((atom * 0x9E3779B97F4A7C15ull) >> shift); }
-  // The slot of the name, or -1.
-  int32_t Find(uint32_t atom) const {
+  // Where the atom's entry is, or the empty entry where its probe ends: the one probe loop of
+  // every operation.
+  size_t Probe(uint32_t atom) const {
     const size_t mask = table.size() - 1;
-    for (size_t i = Home(atom); table[i].slot >= 0; i = (i + 1) & mask)
-      if (table[i].atom == atom) return table[i].slot;
-    return -1;
+    size_t i = Home(atom);
+    while (table[i].slot >= 0 && table[i].atom != atom) i = (i + 1) & mask;
+    return i;
   }
+  // The slot of the name, or -1.
+  int32_t Find(uint32_t atom) const { return table[Probe(atom)].slot; }
   // Find, noting where a miss ended: the Insert of that atom that usually follows (a write of a
   // name new to the node) takes that entry without probing again.
   int32_t FindAtom(uint32_t atom) {
-    const size_t mask = table.size() - 1;
-    size_t i = Home(atom);
-    for (; table[i].slot >= 0; i = (i + 1) & mask)
-      if (table[i].atom == atom) return table[i].slot;
-    miss = {atom, i};
-    return -1;
+    const size_t i = Probe(atom);
+    if (table[i].slot < 0) miss = {atom, i};
+    return table[i].slot;
   }
   void Insert(uint32_t atom, int32_t slot) {
     if ((count + 1) * 5 > table.size() * 4) hRehash(table.size() * 2);
-    const size_t mask = table.size() - 1;
-    size_t i = Home(atom);
+    size_t i;
     if (miss.atom == atom && atom != 0) {  // the table is unchanged since that probe
       i = miss.at;
-      miss.atom = 0;
-      table[i] = {atom, slot};
-      ++count;
-      return;
+    } else {
+      i = Probe(atom);
     }
     miss.atom = 0;
-    for (; table[i].slot >= 0; i = (i + 1) & mask) {
-      Entry& e = table[i];
-      if (e.atom == atom) {
-        if (e.slot != slot) dups = true;
-        if (slot < e.slot) e.slot = slot;
-        return;
-      }
+    Entry& e = table[i];
+    if (e.slot >= 0) {  // the name is indexed already: the first slot stays the entry
+      if (e.slot != slot) dups = true;
+      if (slot < e.slot) e.slot = slot;
+      return;
     }
-    table[i] = {atom, slot};
+    e = {atom, slot};
     ++count;
   }
   void Erase(uint32_t atom, int32_t slot) {
     miss.atom = 0;
     const size_t mask = table.size() - 1;
-    size_t i = Home(atom);
-    for (; table[i].slot >= 0; i = (i + 1) & mask)
-      if (table[i].atom == atom) break;
+    size_t i = Probe(atom);
     if (table[i].slot != slot) return;  // not indexed: a later duplicate
     // backward-shift deletion keeps every probe chain unbroken
     size_t j = i;
@@ -746,8 +739,8 @@ Variant cls_StructureManager::ITEM_GET(int32_t pID, const Variant& pKey, const V
 uint32_t cls_StructureManager::hKeyHint(const Variant& pKey, std::string_view pText) const {
   const uint32_t hint = pKey.keyHint();
   // an atom noted by another manager says nothing here: the key is worked out again
-  if (hint && (hint & (kPlainKey | kAtomKey)) != kAtomKey) return hint;
-  return hint && (hint >> kAtomBits) == atomTag_ ? hint : hKeyHintFirst(pKey, pText);
+  const bool foreign = (hint & (kPlainKey | kAtomKey)) == kAtomKey && (hint >> kAtomBits) != atomTag_;
+  return hint && !foreign ? hint : hKeyHintFirst(pKey, pText);
 }
 
 uint32_t cls_StructureManager::hNoteAtom(const Variant& pKey, uint32_t pAtom) const {
